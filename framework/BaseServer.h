@@ -9,6 +9,7 @@
 #include <stop_token>
 
 #include "framework/Runnable.h"
+#include "platform/common/Export.h"
 #include "platform/common/Mutex.h"
 
 namespace orvel {
@@ -19,7 +20,7 @@ constexpr std::size_t kStageStackBytes = std::size_t{1} << 20;
 constexpr std::size_t kMiningStackBytes = std::size_t{8} << 20;
 
 /// What every server has, whatever its blocks are: name, state, thread and cancellation.
-class ServerThread : public Runnable {
+class ORVEL_EXPORT ServerThread : public Runnable {
  public:
   enum State : int { RUNNING = 0, STOPPING = 1, PAUSED = 2 };
 

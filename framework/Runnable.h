@@ -1,12 +1,13 @@
 #pragma once
 
 #include "framework/Operation.h"
+#include "platform/common/Export.h"
 
 namespace orvel {
 
 /// A thing with a thread of its own and a life cycle that its owner drives: launch, start and pause
 /// as often as needed, stop, join, destroy.
-class Runnable {
+class ORVEL_EXPORT Runnable {
  public:
   Runnable() = default;
   Runnable(const Runnable&) = delete;

@@ -49,3 +49,11 @@ class Server : public BaseServer<TIN> {
 }  // namespace orvel
 
 #include "framework/Server.tpp"
+
+namespace orvel {
+
+// Pipelines and the controller; hosts call the controller's life cycle across the library's border.
+extern template class ORVEL_EXPORT BaseServer<Block<void>>;
+extern template class ORVEL_EXPORT Server<Block<void>, Block<void>>;
+
+}  // namespace orvel

@@ -10,6 +10,8 @@
 #include <limits>
 #include <utility>
 
+#include "msd/Id3v2Guard.h"
+
 namespace orvel {
 
 namespace {
@@ -17,6 +19,7 @@ namespace {
 constexpr std::int64_t kByteBudget = 32LL << 20;
 constexpr std::chrono::seconds kTimeBudget{5};
 constexpr int kReadBudget = 20000;
+constexpr unsigned int kId3v2HeaderBytes = 10;
 
 }  // namespace
 
@@ -45,6 +48,14 @@ AudioStream::~AudioStream() {
 }
 
 TagLib::ByteVector AudioStream::readBlock(unsigned long length) {
+  TagLib::ByteVector data = readUnguarded(length);
+  // The tag reader takes an ID3v2 tag, wherever it lies, as ten bytes and then the whole rest.
+  if (!lastRead.isEmpty() && id3v2Size(lastRead) == length) defuseId3v2Frames(lastRead, data);
+  lastRead = data.size() == kId3v2HeaderBytes ? data : TagLib::ByteVector();
+  return data;
+}
+
+TagLib::ByteVector AudioStream::readUnguarded(unsigned long length) {
   if (position >= size || spent()) return {};
   const long wanted = std::min({size - position, static_cast<long>(std::min<unsigned long>(
                                                      length, std::numeric_limits<int>::max())),
@@ -77,6 +88,7 @@ void AudioStream::seek(long offset, Position from) {
   // A seek to before the beginning, or past what can be counted, moves nothing.
   if (__builtin_add_overflow(base, offset, &target) || target < 0) return;
   position = target;
+  lastRead.clear();
 }
 
 bool AudioStream::spent() {

@@ -13,7 +13,7 @@ namespace orvel {
 /// The file that tags are read from. Opened read-only, read in blocks of 4 KiB without the kernel's
 /// read-ahead, since tags are a small part of a file, and held to a budget, since a hostile file can
 /// make a tag reader read on and on: when the budget is spent or the token is raised, the file seems
-/// to end. Used by one thread.
+/// to end. Compressed ID3v2 frames are kept from expanding without a bound. Used by one thread.
 class AudioStream : public TagLib::IOStream {
  public:
   /// Opens the regular file at `path`. A failure shows in `isOpen`.
@@ -52,6 +52,7 @@ class AudioStream : public TagLib::IOStream {
     std::array<char, kBlockBytes> data;
   };
 
+  TagLib::ByteVector readUnguarded(unsigned long length);
   bool spent();
   /// Reads up to `length` bytes at `start`; fewer at the end of the file or on an error.
   long readAt(long start, char* target, long length);
@@ -67,6 +68,7 @@ class AudioStream : public TagLib::IOStream {
   int readsLeft;
   bool wasInterrupted = false;
   bool hadReadError = false;
+  TagLib::ByteVector lastRead;  ///< when it may have been the header of an ID3v2 tag
   std::size_t nextVictim = 0;
   std::array<CachedBlock, kCachedBlocks> cache;
 };
