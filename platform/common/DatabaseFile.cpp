@@ -1,5 +1,8 @@
 #include "platform/common/DatabaseFile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "db/DatabaseMgr.h"
 #include "platform/common/Log.h"
 #include "platform/common/StageThread.h"
@@ -40,6 +43,21 @@ bool DatabaseFile::run(const char* sql, std::initializer_list<std::string> param
   if (result == SQLITE_DONE) return true;
   report(sql);
   return false;
+}
+
+void DatabaseFile::checkpoint() {
+  if (!isOpen()) return;
+  sqlite3_busy_handler(connection.get(), nullptr, nullptr);
+  const int result = sqlite3_wal_checkpoint_v2(connection.get(), nullptr,
+                                               SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  if (result == SQLITE_OK) return;
+  if (result != SQLITE_BUSY && result != SQLITE_LOCKED) report("checkpoint");
+  // The log carries what could not be moved into the database. Unlike the database file it has no
+  // locks that closing a descriptor of it would drop.
+  const int log = open((file + "-wal").c_str(), O_RDWR | O_CLOEXEC);
+  if (log < 0) return;
+  fsync(log);
+  close(log);
 }
 
 std::vector<std::string> DatabaseFile::texts(const char* sql,

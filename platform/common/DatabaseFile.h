@@ -26,6 +26,9 @@ class DatabaseFile {
   bool exec(const char* sql);
   /// Runs one statement with text parameters; false and one log line on failure.
   bool run(const char* sql, std::initializer_list<std::string> parameters);
+  /// Makes everything committed so far durable, and the write-ahead log empty unless somebody still
+  /// reads from it. Never waits for readers: a head unit may keep a list open for hours.
+  void checkpoint();
   /// The first column of each row as text, "" for NULL.
   std::vector<std::string> texts(const char* sql, std::initializer_list<std::string> parameters);
 

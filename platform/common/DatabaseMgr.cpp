@@ -220,7 +220,7 @@ void DatabaseMgr::sync(const std::string& deviceId) {
   if (fileExists(file)) {
     DatabaseFile database(file);
     database.exec("PRAGMA incremental_vacuum;");
-    database.exec("PRAGMA wal_checkpoint(TRUNCATE);");
+    database.checkpoint();
   }
   state->folder.flush();
 }
@@ -239,7 +239,8 @@ void DatabaseMgr::checkAndDelete(const std::string& deviceId, long limit) {
                 " DELETE FROM GENRES; DELETE FROM COMPOSERS; DELETE FROM DIRECTORIES;"
                 " DELETE FROM PLAYLISTS; UPDATE PARTITIONS SET STATUS = ''; COMMIT;");
   if (sqlite3_get_autocommit(database.handle()) == 0) database.exec("ROLLBACK;");
-  database.exec("PRAGMA incremental_vacuum; PRAGMA wal_checkpoint(TRUNCATE);");
+  database.exec("PRAGMA incremental_vacuum;");
+  database.checkpoint();
 }
 
 bool DatabaseMgr::dbSizeHasReachLimit(const std::string& deviceId) {
