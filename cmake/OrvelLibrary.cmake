@@ -1,0 +1,21 @@
+set(ORVEL_PARTS orvel_db orvel_framework orvel_msd orvel_mtp orvel_orchestration orvel_qt
+    ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
+
+# The library as hosts link it: only what carries ORVEL_EXPORT is visible.
+add_library(orvel SHARED)
+add_library(Orvel::orvel ALIAS orvel)
+target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_options
+                      PUBLIC Qt${QT_VERSION_MAJOR}::Core Boost::headers SQLite::SQLite3)
+target_include_directories(orvel INTERFACE
+                           $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                           $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orvel>)
+target_compile_features(orvel INTERFACE cxx_std_20)
+set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+                      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+
+# The same code for the tests, which look inside.
+add_library(orvel_static STATIC)
+target_link_libraries(orvel_static PUBLIC ${ORVEL_PARTS})
+foreach(part IN LISTS ORVEL_PARTS)
+  target_sources(orvel_static PRIVATE $<TARGET_OBJECTS:${part}>)
+endforeach()

@@ -1,0 +1,25 @@
+# What every target of the project is built with.
+add_library(orvel_options INTERFACE)
+target_include_directories(orvel_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(orvel_options INTERFACE -Wall -Wextra -Wpedantic -Wno-psabi)
+# Without 64-bit offsets a directory listing is empty on 32-bit ARM.
+target_compile_definitions(orvel_options INTERFACE _FILE_OFFSET_BITS=64 QT_NO_KEYWORDS)
+target_link_libraries(orvel_options INTERFACE Threads::Threads)
+if(ORVEL_WERROR)
+  target_compile_options(orvel_options INTERFACE -Werror)
+endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(orvel_options INTERFACE -Wthread-safety)
+endif()
+if(ORVEL_SANITIZE)
+  target_compile_options(orvel_options INTERFACE -fsanitize=${ORVEL_SANITIZE} -fno-sanitize-recover=all
+                         -fno-omit-frame-pointer)
+  target_link_options(orvel_options INTERFACE -fsanitize=${ORVEL_SANITIZE})
+endif()
+
+# One folder of the library: an object library of its own, linked by the shared library and the tests.
+function(orvel_add_part name)
+  cmake_parse_arguments(PART "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_library(${name} OBJECT ${PART_SOURCES})
+  target_link_libraries(${name} PUBLIC orvel_options Boost::headers ${PART_LIBRARIES})
+endfunction()

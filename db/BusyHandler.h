@@ -1,0 +1,24 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <stop_token>
+
+namespace sqlstl {
+
+/// Lets a connection wait for other connections' locks, in short sleeps that end when the stage on
+/// whose thread it was installed is stopped: interrupting a connection does not end SQLite's own
+/// wait. Must outlive the connection.
+class BusyHandler {
+ public:
+  /// Replaces the connection's busy time-out by a wait of at most `timeoutMs`.
+  void install(sqlite3* connection, int timeoutMs);
+
+ private:
+  static int wait(void* handler, int attempts);
+
+  std::stop_token stageStopped;
+  int timeout = 0;
+};
+
+}  // namespace sqlstl

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "db/SqlStream.h"
+#include "platform/common/Export.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+class DatabaseFile;
+
+/// How long a stage waits behind another stage's transaction before it fails: one hour.
+constexpr int kBusyTimeoutMs = 3600000;
+
+/// The size above which a device's database is deleted: 85 MiB.
+constexpr long kDatabaseSizeLimit = 89128960;
+
+/// Maps a device to its database file, creates and deletes databases, keeps a status per partition
+/// and opens streams. One instance per process; every operation may be called from any thread.
+/// Apart from `open`, nothing throws: failures are one log line each, and the work goes on.
+///
+/// A partition is named by its mount point.
+class ORVEL_EXPORT DatabaseMgr {
+ public:
+  static DatabaseMgr& instance();
+
+  /// Keeps a request for a partition known as alive; see `removeDanglingPartitions`.
+  class Lease;
+
+  /// Opens `stream` on the device's database, which is created where it has no schema yet.
+  /// Returns true; throws std::runtime_error("cannot open db") when it cannot be opened.
+  template <class T>
+  bool open(const std::string& deviceId, T& stream, int busyTimeoutMs) {
+    const std::string file = getDbNameFromDevId(deviceId);
+    createDirectory();
+    stream.open(file.c_str(), busyTimeoutMs);
+    if (stream.handle() != nullptr) {
+      ensureSchema(stream.handle());
+      return true;
+    }
+    OV_WARN("error opening db: %s", file.c_str());
+    throw std::runtime_error("cannot open db");
+  }
+
+  /// Replaces the folder of database files. To be called before the first request.
+  void setDirectory(const std::string& directory);
+  [[nodiscard]] std::string directory() const;
+
+  /// The path of the device's database file: injective, and safe for any device id.
+  [[nodiscard]] std::string getDbNameFromDevId(const std::string& deviceId) const;
+
+  /// Creates the folder of database files with its parents, readable by the owner only.
+  void createDirectory();
+
+  /// Creates the database and its schema where absent, replaces a file that is no database of ours,
+  /// and enters the partition. `isFirstPartition` begins a new attach of the device.
+  void createDb(const std::string& deviceId, const std::string& partition, bool isFirstPartition);
+
+  /// The partition's stored status: "OK", "PROGRESS", or empty when unknown.
+  [[nodiscard]] std::string getStatus(const std::string& deviceId, const std::string& partition);
+  void insertStatus(const std::string& deviceId, const std::string& partition,
+                    const std::string& status);
+
+  /// Deletes the rows of the device's partitions that were not attached again: older than the
+  /// current attach, without a live request, and with a mount point that is no folder with entries.
+  void removeDanglingPartitions(const std::string& deviceId, const std::string& partition);
+
+  /// Returns free pages to the file system and makes everything written so far durable.
+  void sync(const std::string& deviceId);
+
+  /// Deletes the device's database when its file is larger than `limit` bytes; it is emptied in
+  /// place while another request of the device lives.
+  void checkAndDelete(const std::string& deviceId, long limit);
+
+  /// True when the database, with a reserve for what is under way, has reached its size limit.
+  [[nodiscard]] bool dbSizeHasReachLimit(const std::string& deviceId);
+
+  /// Removes the device's database with its journals.
+  void deleteDb(const std::string& deviceId);
+
+  /// Remembers that `file` was found corrupt: the next `createDb` replaces it.
+  void condemn(const char* file) noexcept;
+  /// True while the device's database waits to be replaced.
+  [[nodiscard]] bool isCondemned(const std::string& deviceId) const;
+
+  DatabaseMgr(const DatabaseMgr&) = delete;
+  DatabaseMgr& operator=(const DatabaseMgr&) = delete;
+
+ private:
+  DatabaseMgr();
+  ~DatabaseMgr();
+
+  static void ensureSchema(sqlite3* connection);
+  /// Makes room for a new database where the file is damaged or foreign.
+  void replaceUnusable(const std::string& deviceId, const std::string& file);
+  static void enterPartition(DatabaseFile& database, const std::string& partition,
+                             bool isFirstPartition);
+
+  struct State;
+  std::unique_ptr<State> state;
+};
+
+/// Marks a request for one partition of a device as alive for as long as it exists.
+class DatabaseMgr::Lease {
+ public:
+  Lease(std::string device, std::string mountPoint);
+  ~Lease();
+  Lease(const Lease&) = delete;
+  Lease& operator=(const Lease&) = delete;
+
+ private:
+  std::string deviceId;
+  std::string partition;
+};
+
+}  // namespace orvel

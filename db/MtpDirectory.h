@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "platform/common/Md5.h"
+
+namespace orvel {
+
+/// One directory found on an MTP device: the values of its DIRECTORIES row.
+struct MtpDirectory {
+  std::string path;
+  std::string name;        ///< the last component of `path`
+  Md5 partitionId;         ///< of the device's mount point
+  std::string parentPath;  ///< the device's root name when `parentIsRoot`
+  Md5 objectId;            ///< of `path`
+  Md5 parentId;            ///< of `parentPath`
+  bool parentIsRoot = false;
+};
+
+}  // namespace orvel

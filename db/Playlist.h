@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "db/Directory.h"
+#include "db/SqlStream.h"
+#include "platform/common/Md5.h"
+
+namespace orvel {
+
+/// One track of a playlist.
+struct PlaylistEntry {
+  std::string trackPath;
+  Md5 trackId;
+  bool pathIsId = false;  ///< the track path itself identifies the track (MTP)
+};
+
+/// One playlist with its entries: the values of its PLAYLISTS rows.
+struct Playlist {
+  Playlist(std::string playlistPath, const std::string& mountPoint, std::int32_t modified)
+      : path(std::move(playlistPath)),
+        name(lastComponent(path)),
+        id(Md5Kind::Playlist, path),
+        partitionId(Md5Kind::Directory, mountPoint),
+        lastModified(modified) {}
+
+  std::string path;
+  std::string name;
+  Md5 id;
+  Md5 partitionId;
+  std::int32_t lastModified;  ///< seconds since the epoch
+  std::vector<PlaylistEntry> entries;
+};
+
+/// Writes every entry of the playlist as one executed row of the prepared insert.
+sqlstl::basic_sqlostream<char>& operator<<(sqlstl::basic_sqlostream<char>& out,
+                                           const Playlist* playlist);
+
+}  // namespace orvel

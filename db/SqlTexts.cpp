@@ -1,0 +1,11 @@
+#include "db/SqlTexts.h"
+
+namespace orvel::sql {
+
+std::string withPathPattern(std::string_view sql, std::string_view prefix, std::string_view tail) {
+  std::string text(sql);
+  if (prefix.find('"') != std::string_view::npos) return text.append(tail);
+  return text.append("\"").append(prefix).append("%\"").append(tail);
+}
+
+}  // namespace orvel::sql

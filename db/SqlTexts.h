@@ -1,0 +1,164 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Every SQL text of the indexer, in one place. Runs of blanks are part of the texts.
+namespace orvel::sql {
+
+/// Before the writes of a block.
+inline constexpr char kBeginTransaction[] = "BEGIN TRANSACTION;";
+
+/// After the writes of a block.
+inline constexpr char kEndTransaction[] = "END TRANSACTION;";
+
+/// One song.
+inline constexpr char kInsertSong[] =
+    "INSERT INTO SONGS (PARTITION_ID,                                        "
+    "PATH,                                        "
+    "OBJECTID,                                        "
+    "DIRECTORYID,                                        "
+    "NAME,                                        "
+    "TITLE,                                        "
+    "ARTISTID,                                        "
+    "ALBUMID,                                        "
+    "GENREID,                                        "
+    "COMPOSERID,                                        "
+    "AUDIOTYPE,                                        "
+    "BOOKMARK,                                        "
+    "LASTMODIFIED,                                       "
+    "TRACKIND,                                       "
+    "DISCNUM,                                       "
+    "ASIANTITLE                                         "
+    ")                                        "
+    "VALUES                                        "
+    "(?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?,                                        "
+    "?);";
+
+/// One genre.
+inline constexpr char kReplaceGenre[] =
+    "REPLACE INTO GENRES (GENREID ,                                        "
+    "GENRE,                                        "
+    "ASIANGENRE                                       "
+    ")                                        "
+    "VALUES                                        "
+    "(?,                                        "
+    "?,                                        "
+    "?);";
+
+/// One album.
+inline constexpr char kReplaceAlbum[] =
+    "REPLACE INTO ALBUMS (ALBUMID  "
+    ",                                        "
+    "ALBUM,                                        "
+    "ASIANALBUM                                       "
+    ")                                        "
+    "VALUES                                        "
+    "(?,                                        "
+    "?,                                        "
+    "?);";
+
+/// One artist.
+inline constexpr char kReplaceArtist[] =
+    "REPLACE INTO ARTISTS (ARTISTID,                                        "
+    "ARTIST,                                        "
+    "ASIANARTIST                                       "
+    ")                                        "
+    "VALUES                                        "
+    "(?,                                        "
+    "?,                                        "
+    "?);";
+
+/// One composer.
+inline constexpr char kReplaceComposer[] =
+    "REPLACE INTO COMPOSERS (COMPOSERID  "
+    ",                                        "
+    "COMPOSER,                                        "
+    "ASIANCOMPOSER                                       "
+    ")                                        "
+    "VALUES                                        "
+    "(?,                                        "
+    "?,                                        "
+    "?);";
+
+/// Artists, albums, genres and composers that no song refers to.
+inline constexpr char kCleanNames[] =
+    "BEGIN TRANSACTION; DELETE FROM ARTISTS WHERE ARTISTID NOT IN ( SELECT DISTINCT ARTISTID "
+    "FROM SONGS);DELETE FROM ALBUMS WHERE ALBUMID NOT IN ( SELECT DISTINCT ALBUMID FROM "
+    "SONGS);DELETE FROM GENRES WHERE GENREID NOT IN ( SELECT DISTINCT GENREID FROM "
+    "SONGS);DELETE FROM COMPOSERS WHERE COMPOSERID NOT IN ( SELECT DISTINCT COMPOSERID FROM "
+    "SONGS);COMMIT;";
+
+/// One directory.
+inline constexpr char kInsertDirectory[] =
+    "INSERT INTO DIRECTORIES (PARTITION_ID, PATH,  "
+    "NAME, OBJECTID, PARENT_ID)                                             "
+    "VALUES (?,?,?,?,?);";
+
+/// Followed by a path pattern and kOrderByObjectId.
+inline constexpr char kSelectDirectoryIds[] = "SELECT OBJECTID FROM DIRECTORIES WHERE PATH LIKE ";
+
+/// Followed by a path pattern.
+inline constexpr char kDeleteDirectories[] = "DELETE FROM DIRECTORIES WHERE PATH LIKE ";
+
+/// All directories of an MTP device.
+inline constexpr char kDeleteAllDirectories[] = "DELETE FROM DIRECTORIES;";
+
+/// Followed by a path pattern.
+inline constexpr char kSelectSongs[] =
+    "SELECT ID,LASTMODIFIED, PATH  "
+    "FROM SONGS WHERE PATH LIKE ";
+
+/// Songs of an MTP device.
+inline constexpr char kSelectAllSongs[] = "SELECT ID, LASTMODIFIED, PATH FROM SONGS;";
+
+/// By row id.
+inline constexpr char kDeleteSong[] = "DELETE FROM SONGS WHERE ID = ?;";
+
+/// Followed by a path pattern.
+inline constexpr char kSelectPlaylists[] =
+    "SELECT ID, LASTMODIFIED, PLAYPATH FROM VIEW_PLAYLISTNAMES WHERE PLAYPATH LIKE ";
+
+/// Playlists of an MTP device.
+inline constexpr char kSelectAllPlaylists[] =
+    "SELECT ID, LASTMODIFIED, PLAYPATH FROM VIEW_PLAYLISTNAMES;";
+
+/// The whole playlist of one row.
+inline constexpr char kDeletePlaylist[] =
+    "DELETE FROM PLAYLISTS WHERE PLAYID IN ( SELECT PLAYID FROM PLAYLISTS WHERE ID = ? );";
+
+/// One entry of a playlist.
+inline constexpr char kInsertPlaylistEntry[] =
+    "INSERT INTO PLAYLISTS(PARTITION_ID, PLAYPATH, PLAYID, PLAYNAME, TRACKPATH, TRACKID, "
+    "AUDIOTYPE, LASTMODIFIED) VALUES (?, ?, ?, ?, ?, ?, ?, ?);";
+
+/// Entries whose song is gone.
+inline constexpr char kClearPlaylists[] =
+    "BEGIN TRANSACTION; DELETE FROM PLAYLISTS WHERE TRACKID NOT IN (SELECT OBJECTID from "
+    "SONGS);COMMIT;";
+
+/// What follows the pattern of kSelectDirectoryIds.
+inline constexpr char kOrderByObjectId[] = " ORDER BY OBJECTID;";
+
+/// Completes a text that ends in "LIKE ": a double-quoted pattern of everything below `prefix`, then
+/// `tail`. The prefix is not escaped, so "_" and "%" in it match more than themselves. For a prefix
+/// with a double quote, behind which a volume label could hide SQL, the pattern is left out: SQLite
+/// refuses to prepare such a text.
+std::string withPathPattern(std::string_view sql, std::string_view prefix,
+                            std::string_view tail = ";");
+
+}  // namespace orvel::sql

@@ -1,0 +1,56 @@
+#include "framework/RequestProgress.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+constexpr std::pair<LeftUndone, const char*> kReasons[] = {
+    {LeftUndone::MountPointGone, "the device went away"},
+    {LeftUndone::Interrupted, "the request was interrupted"},
+    {LeftUndone::StageFailed, "a stage failed; the log names the error"},
+    {LeftUndone::SizeLimit, "the database has reached its size limit"},
+    {LeftUndone::RowsLost, "the database did not take all rows; is the disk full?"},
+    {LeftUndone::DatabaseDamaged, "the database is damaged and is replaced by the next run"},
+    {LeftUndone::ReadError, "the device has folders that cannot be read"},
+};
+
+std::vector<std::string> texts(unsigned reasons) {
+  std::vector<std::string> result;
+  for (const auto& [reason, text] : kReasons) {
+    if ((reasons & static_cast<unsigned>(reason)) != 0) result.emplace_back(text);
+  }
+  return result;
+}
+
+}  // namespace
+
+void RequestProgress::songsWereStored(unsigned songs) {
+  if (songs == 0) return;
+  songsStored += songs;
+  Clock::rep none = 0;
+  firstSongAfter.compare_exchange_strong(
+      none, std::max<Clock::rep>(1, (Clock::now() - created).count()));
+}
+
+ProgressSnapshot RequestProgress::snapshot() const {
+  ProgressSnapshot copy;
+  copy.phase = phase;
+  copy.songs = {songsFound,   songsUnchanged, songsAdded,
+                songsRemoved, songsStored,    songsSkipped};
+  copy.playlists = {playlistsFound, playlistsStored};
+  copy.directories = {directoriesFound, directoriesStored};
+  if (const Clock::rep ticks = firstSongAfter; ticks != 0) {
+    copy.firstSongSeconds = std::chrono::duration<double>(Clock::duration(ticks)).count();
+  }
+  copy.databaseExisted = databaseExisted;
+  copy.contentModified = contentModified;
+  copy.limitReached = limitReached;
+  copy.leftUndone = texts(undone);
+  copy.status = status.load();
+  return copy;
+}
+
+}  // namespace orvel

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/common/Export.h"
+
+namespace orvel {
+
+/// Why a request ended with work left undone.
+enum class LeftUndone : unsigned {
+  MountPointGone = 1U << 0,   ///< the device went away
+  Interrupted = 1U << 1,      ///< the request was paused or stopped in mid-work
+  StageFailed = 1U << 2,      ///< a stage failed with an error
+  SizeLimit = 1U << 3,        ///< the database reached its size limit
+  RowsLost = 1U << 4,         ///< the database did not take all rows
+  DatabaseDamaged = 1U << 5,  ///< the database is damaged and waits to be replaced
+  ReadError = 1U << 6,        ///< the device could not be read in places
+};
+
+/// Where a request is.
+enum class RequestPhase { Waiting, Crawling, Indexing, Finished, Failed };
+
+/// A copy of a request's progress at one moment; plain values.
+struct ProgressSnapshot {
+  RequestPhase phase = RequestPhase::Waiting;
+  struct Songs {
+    unsigned found = 0;      ///< song files on the device
+    unsigned unchanged = 0;  ///< already in the database
+    unsigned added = 0;      ///< new or changed: to be read
+    unsigned removed = 0;    ///< in the database, no longer on the device
+    unsigned stored = 0;     ///< written to the database
+    unsigned skipped = 0;    ///< to be read, but without a usable record
+  } songs;
+  struct Files {
+    unsigned found = 0;
+    unsigned stored = 0;
+  } playlists, directories;
+  /// Seconds from the creation of the request to the first song in the database.
+  std::optional<double> firstSongSeconds;
+  bool databaseExisted = false;  ///< the last status was "OK" when the request was made
+  bool contentModified = false;
+  bool limitReached = false;            ///< more than 16000 songs: the rest was not looked at
+  std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
+  /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.
+  std::string status;
+};
+
+/// The live counters of one request. Written by its stages, read from any thread.
+class RequestProgress {
+ public:
+  using Counter = std::atomic<unsigned>;
+
+  Counter songsFound{0};
+  Counter songsUnchanged{0};
+  Counter songsAdded{0};
+  Counter songsRemoved{0};
+  Counter songsStored{0};
+  Counter songsSkipped{0};
+  Counter playlistsFound{0};
+  Counter playlistsStored{0};
+  Counter directoriesFound{0};
+  Counter directoriesStored{0};
+  std::atomic<bool> databaseExisted{false};
+  std::atomic<bool> contentModified{false};
+  std::atomic<bool> limitReached{false};
+  std::atomic<RequestPhase> phase{RequestPhase::Waiting};
+  std::atomic<const char*> status{""};  ///< a string literal
+
+  /// Adds a reason why work was left undone.
+  void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
+
+  /// Notes that songs are in the database now; the first call takes the time.
+  void songsWereStored(unsigned songs);
+
+  [[nodiscard]] ProgressSnapshot snapshot() const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  std::atomic<unsigned> undone{0};
+  const Clock::time_point created = Clock::now();
+  std::atomic<Clock::rep> firstSongAfter{0};  ///< in ticks of the clock; 0: no song yet
+};
+
+}  // namespace orvel

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "platform/common/Log.h"
+#include "platform/common/StageThread.h"
+
+namespace orvel {
+
+// Releases the mutex that a stopped `pop` leaves held, which the analysis cannot express.
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::runLoop() ORVEL_NO_THREAD_SAFETY_ANALYSIS {
+  stageThread::enter(this->cancellation.get_token());
+  bool holdsMutex = false;
+  while (true) {
+    const src_block_type_ptr block = this->pop(holdsMutex);
+    if (!block || this->stopping()) break;
+    process(block);
+    if (this->stopping()) break;
+  }
+  OV_INFO("%s EXITING Run Loop", this->name);
+  if (holdsMutex) this->mutex.unlock();
+}
+
+template <class TIN, class TOUT>
+typename Server<TIN, TOUT>::sink_block_type_ptr Server<TIN, TOUT>::doOperation(
+    src_block_type_ptr /*block*/) {
+  return {};
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
+  // A copy: the stage may hand its input block on to another stage's thread.
+  const Operation request = block->operation;
+  try {
+    forward(request, doOperation(block));
+  } catch (const std::exception& error) {
+    sendFailure(request, error);
+  }
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::forward(const Operation& request, const sink_block_type_ptr& out) {
+  if (sink == nullptr || !out) return;
+  const bool last = out->operation.last;
+  if (!this->running() && !last) {
+    leaveUndone(request, LeftUndone::Interrupted);
+    return;
+  }
+  markLast(out->operation);
+  if (this->running() && last) this->signalCompletion(out->operation);
+  sink->enqueue(out);
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::sendFailure(const Operation& request, const std::exception& error) {
+  OV_ERROR("%s: an error occured: %s", this->name, error.what());
+  leaveUndone(request, LeftUndone::StageFailed);
+  if (sink == nullptr || (!this->running() && !request.last)) return;
+  try {
+    const auto empty = boost::make_shared<TOUT>(request);
+    markLast(empty->operation);
+    sink->enqueue(empty);
+  } catch (const std::exception& second) {
+    OV_ERROR("%s: an error occured: %s", this->name, second.what());
+  }
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::leaveUndone(const Operation& request, LeftUndone reason) {
+  undoneOperation = request.id;
+  progress->leaveUndone(reason);
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::markLast(Operation& operation) const {
+  if (operation.last && undoneOperation == operation.id) operation.skipped = true;
+}
+
+}  // namespace orvel

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+
+#include "db/DatabaseMgr.h"
+#include "db/SqlStream.h"
+#include "framework/Server.h"
+
+namespace orvel {
+
+/// A stage that reads and writes the device's database over two connections of its own.
+template <class TIN, class TOUT>
+class ServerDB : public Server<TIN, TOUT> {
+ public:
+  using Server<TIN, TOUT>::Server;
+
+  /// Opens both streams, the output stream first; throws std::runtime_error("cannot open db").
+  void open(const std::string& deviceId) {
+    DatabaseMgr::instance().open(deviceId, out, kBusyTimeoutMs);
+    DatabaseMgr::instance().open(deviceId, in, kBusyTimeoutMs);
+  }
+
+ protected:
+  /// Closes the input stream's connection and then the output stream's.
+  void close() {
+    in.close();
+    out.close();
+  }
+
+  /// Closes both streams at the end of a scope, however it is left.
+  class ClosingScope {
+   public:
+    explicit ClosingScope(ServerDB& scoped) : server(scoped) {}
+    ~ClosingScope() { server.close(); }
+    ClosingScope(const ClosingScope&) = delete;
+    ClosingScope& operator=(const ClosingScope&) = delete;
+
+   private:
+    ServerDB& server;
+  };
+
+  /// Notes that rows of the request did not reach the database.
+  void rowsWereLost(Operation& operation) {
+    operation.skipped = true;
+    this->progress->leaveUndone(LeftUndone::RowsLost);
+  }
+
+  sqlstl::basic_sqlostream<char> out;
+  sqlstl::basic_sqlistream<char> in;
+};
+
+}  // namespace orvel

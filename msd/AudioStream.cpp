@@ -1,0 +1,125 @@
+#include "msd/AudioStream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "msd/Id3v2Guard.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr std::int64_t kByteBudget = 32LL << 20;
+constexpr std::chrono::seconds kTimeBudget{5};
+constexpr int kReadBudget = 20000;
+constexpr unsigned int kId3v2HeaderBytes = 10;
+
+}  // namespace
+
+AudioStream::AudioStream(const std::string& filePath, std::stop_token token)
+    : path(filePath),
+      stopped(std::move(token)),
+      deadline(std::chrono::steady_clock::now() + kTimeBudget),
+      bytesLeft(kByteBudget),
+      readsLeft(kReadBudget) {
+  // Not blocking: a pipe may have taken the place of the file since it was listed.
+  const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (opened < 0) return;
+  struct stat status{};
+  if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
+    close(opened);
+    return;
+  }
+  file = opened;
+  size = static_cast<long>(
+      std::min<std::int64_t>(status.st_size, std::numeric_limits<long>::max()));
+  posix_fadvise(file, 0, 0, POSIX_FADV_RANDOM);
+}
+
+AudioStream::~AudioStream() {
+  if (file >= 0) close(file);
+}
+
+TagLib::ByteVector AudioStream::readBlock(unsigned long length) {
+  TagLib::ByteVector data = readUnguarded(length);
+  // The tag reader takes an ID3v2 tag, wherever it lies, as ten bytes and then the whole rest.
+  if (!lastRead.isEmpty() && id3v2Size(lastRead) == length) defuseId3v2Frames(lastRead, data);
+  lastRead = data.size() == kId3v2HeaderBytes ? data : TagLib::ByteVector();
+  return data;
+}
+
+TagLib::ByteVector AudioStream::readUnguarded(unsigned long length) {
+  if (position >= size || spent()) return {};
+  const long wanted = std::min({size - position, static_cast<long>(std::min<unsigned long>(
+                                                     length, std::numeric_limits<int>::max())),
+                                static_cast<long>(bytesLeft)});
+  TagLib::ByteVector data(static_cast<unsigned int>(wanted), 0);
+  long filled = 0;
+  if (wanted > kBlockBytes) {
+    filled = readAt(position, data.data(), wanted);
+  } else {
+    while (filled < wanted) {
+      const long at = position + filled;
+      const CachedBlock& cached = block(at - at % kBlockBytes);
+      const long offset = at - cached.start;
+      const long available = std::min(cached.bytes - offset, wanted - filled);
+      if (available <= 0) break;
+      std::memcpy(data.data() + filled, cached.data.data() + offset,
+                  static_cast<std::size_t>(available));
+      filled += available;
+    }
+  }
+  data.resize(static_cast<unsigned int>(filled));
+  position += filled;
+  bytesLeft -= filled;
+  return data;
+}
+
+void AudioStream::seek(long offset, Position from) {
+  const long base = from == Beginning ? 0 : from == Current ? position : size;
+  long target = 0;
+  // A seek to before the beginning, or past what can be counted, moves nothing.
+  if (__builtin_add_overflow(base, offset, &target) || target < 0) return;
+  position = target;
+  lastRead.clear();
+}
+
+bool AudioStream::spent() {
+  wasInterrupted = wasInterrupted || stopped.stop_requested();
+  if (wasInterrupted || hadReadError || bytesLeft <= 0 || readsLeft <= 0) return true;
+  --readsLeft;
+  return std::chrono::steady_clock::now() >= deadline;
+}
+
+long AudioStream::readAt(long start, char* target, long length) {
+  long filled = 0;
+  while (filled < length) {
+    const ssize_t got =
+        pread(file, target + filled, static_cast<std::size_t>(length - filled), start + filled);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) hadReadError = true;
+    if (got <= 0) break;
+    filled += got;
+  }
+  return filled;
+}
+
+const AudioStream::CachedBlock& AudioStream::block(long start) {
+  for (const CachedBlock& cached : cache) {
+    if (cached.start == start) return cached;
+  }
+  CachedBlock& victim = cache[nextVictim];
+  nextVictim = (nextVictim + 1) % cache.size();
+  victim.bytes = readAt(start, victim.data.data(), kBlockBytes);
+  victim.start = start;
+  return victim;
+}
+
+}  // namespace orvel

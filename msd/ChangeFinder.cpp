@@ -1,0 +1,54 @@
+#include "msd/ChangeFinder.h"
+
+#include <utility>
+
+#include "db/SqlTexts.h"
+#include "framework/HostSignals.h"
+#include "msd/GenericChangeFinder.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+ChangeFinder::ChangeFinder(const char* stageName, Content fileContent, std::string select,
+                           std::string remove, bool mtp)
+    : ServerDB(stageName),
+      content(fileContent),
+      selectSql(std::move(select)),
+      deleteSql(std::move(remove)),
+      isMtp(mtp) {}
+
+ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr block) {
+  const Operation& operation = block->operation;
+  const std::size_t files = block->items.size();
+  OV_INFO("ChangeFinder for: %u (op: %d)", static_cast<unsigned>(files), operation.id);
+  const auto toAdd = boost::make_shared<Block<FileInfo*>>(operation);
+  open(operation.deviceId);
+  {
+    const ClosingScope closing(*this);
+    GenericChangeFinder finder(name, out, in);
+    finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
+    if (!finder.committed()) rowsWereLost(toAdd->operation);
+    count(files, toAdd->items.size(), finder.vanished());
+  }
+  if (!toAdd->items.empty()) {
+    DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint, "PROGRESS");
+    if (running()) {
+      progress->contentModified = true;
+      hostSignals::contentModified(operation.mountPoint);
+    }
+  }
+  return toAdd;
+}
+
+std::string ChangeFinder::selectFor(const std::string& mountPoint) const {
+  return isMtp ? selectSql : sql::withPathPattern(selectSql, mountPoint);
+}
+
+void ChangeFinder::count(std::size_t files, std::size_t added, unsigned vanished) {
+  if (content != Content::Songs) return;
+  progress->songsUnchanged += static_cast<unsigned>(files - added);
+  progress->songsAdded += static_cast<unsigned>(added);
+  progress->songsRemoved += vanished;
+}
+
+}  // namespace orvel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+
+#include "db/FileInfo.h"
+#include "framework/ServerDB.h"
+
+namespace orvel {
+
+/// Passes on only the files that are new or changed since the device was indexed last, and deletes
+/// the rows of files that are gone or changed.
+class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
+ public:
+  /// What the files are; decides which counters of the request they go into.
+  enum class Content { Songs, Playlists };
+
+  /// @param select  reads id, modification time and path of the stored files; for mass storage it
+  ///                ends in "LIKE " and is completed with the mount point
+  /// @param remove  deletes the files of one row id
+  ChangeFinder(const char* stageName, Content fileContent, std::string select, std::string remove,
+               bool mtp);
+
+  sink_block_type_ptr doOperation(src_block_type_ptr block) override;
+
+ private:
+  [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;
+  void count(std::size_t files, std::size_t added, unsigned vanished);
+
+  const Content content;
+  const std::string selectSql;
+  const std::string deleteSql;
+  const bool isMtp;
+};
+
+}  // namespace orvel

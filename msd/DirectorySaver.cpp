@@ -1,0 +1,118 @@
+#include "msd/DirectorySaver.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "db/SqlTexts.h"
+#include "db/Transaction.h"
+#include "framework/HostSignals.h"
+#include "framework/Timer.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr std::int32_t kNoParent = -1;
+
+Directory& parentOf(const Block<Directory*>& block, const Directory& directory) {
+  return *block.items.at(static_cast<std::size_t>(directory.parentIndex));
+}
+
+std::vector<std::string> idsOfMusicDirectories(const Block<Directory*>& block) {
+  std::vector<std::string> ids;
+  for (const Directory* directory : block.items) {
+    if (directory->hasMusic) ids.push_back(directory->objectId.text());
+  }
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+std::size_t countDifferences(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+  std::vector<std::string> differences;
+  std::set_symmetric_difference(a.begin(), a.end(), b.begin(), b.end(),
+                                std::back_inserter(differences));
+  return differences.size();
+}
+
+}  // namespace
+
+DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_ptr block) {
+  OV_INFO("DirectorySaver for: %u", static_cast<unsigned>(block->items.size()));
+  const Timer timer;
+  const Operation& operation = block->operation;
+  const auto result = boost::make_shared<Block<void>>(operation);
+  propagateMusicPresence(block.get());
+  open(operation.deviceId);
+  const ClosingScope closing(*this);
+  const std::vector<std::string> ids = idsOfMusicDirectories(*block);
+  const std::size_t differences = countDifferences(storedIds(operation.mountPoint), ids);
+  if (differences == 0) {
+    OV_INFO("RNC: Did not find changes");
+    progress->directoriesStored = static_cast<unsigned>(ids.size());
+  } else {
+    OV_INFO("RNC: Found changes %u", static_cast<unsigned>(differences));
+    rewrite(*block, result->operation);
+  }
+  OV_INFO("DirectorySaver timer: %ld", timer.elapsedMs());
+  return result;
+}
+
+void DirectorySaver::propagateMusicPresence(src_block_type* block) const {
+  const Timer timer;
+  for (const Directory* directory : block->items) {
+    if (!directory->hasMusic) continue;
+    while (directory->parentIndex != kNoParent) {
+      Directory& parent = parentOf(*block, *directory);
+      if (parent.hasMusic) break;
+      parent.hasMusic = true;
+      directory = &parent;
+    }
+  }
+  OV_INFO("timer directory saver: %ld ", timer.elapsedMs());
+}
+
+std::vector<std::string> DirectorySaver::storedIds(const std::string& mountPoint) {
+  std::vector<std::string> ids;
+  in.query(
+      sql::withPathPattern(sql::kSelectDirectoryIds, mountPoint, sql::kOrderByObjectId).c_str());
+  std::string id;
+  for (; in.good() && (in >> id); in.step()) ids.push_back(id);
+  in.finalize();
+  return ids;
+}
+
+void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
+  if (stopping()) {
+    result.skipped = true;
+    progress->leaveUndone(LeftUndone::Interrupted);
+    return;
+  }
+  const Operation& operation = block.operation;
+  Transaction transaction(out);
+  out.clear();
+  out.exec(sql::withPathPattern(sql::kDeleteDirectories, operation.mountPoint).c_str());
+  out.query(sql::kInsertDirectory);
+  unsigned stored = 0;
+  for (const Directory* directory : block.items) {
+    if (!directory->hasMusic) continue;
+    const bool isRoot = directory->parentIndex == kNoParent;
+    out << directory->partitionId.text() << directory->path << directory->name
+        << directory->objectId.text()
+        << (isRoot ? operation.deviceId : parentOf(block, *directory).objectId.text())
+        << sqlstl::step;
+    ++stored;
+  }
+  const bool inserted = out.good();
+  out.finalize();
+  if (!transaction.end() || !inserted) {
+    rowsWereLost(result);
+  } else {
+    progress->directoriesStored = stored;
+  }
+  if (!running()) return;
+  progress->contentModified = true;
+  hostSignals::contentModified(operation.mountPoint);
+}
+
+}  // namespace orvel

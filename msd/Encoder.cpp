@@ -1,0 +1,110 @@
+#include "msd/Encoder.h"
+
+#include <taglib/tstring.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "db/MetaDataInfo.h"
+#include "msd/SongTag.h"
+#include "platform/common/StrippedValue.h"
+#include "platform/common/trim.h"
+#include "platform/text/TextEncoding.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr char kLatin1[] = "ISO-8859-1";
+constexpr char kUtf8[] = "UTF-8";
+
+/// One text of a tag and its UTF-8 form. Kept until the conversion is done, since C strings of the
+/// text are handed out.
+struct RawText {
+  explicit RawText(const TagLib::String& tagText) : text(tagText), utf8(tagText.to8Bit(true)) {}
+
+  TagLib::String text;
+  std::string utf8;
+};
+
+using Setter = void (*)(TrackRecord*, const char*, unsigned, const char*);
+
+void store(TrackRecord& track, Setter set, const RawText& raw) {
+  if (raw.text.isEmpty()) return;
+  if (raw.text.isLatin1()) {
+    set(&track, raw.text.toCString(false), raw.text.size(), kLatin1);
+  } else {
+    set(&track, raw.utf8.c_str(), static_cast<unsigned>(std::strlen(raw.utf8.c_str())), kUtf8);
+  }
+}
+
+StrippedValue stripped(const TrackText& converted) {
+  if (isMetadataEmptyUTF8(converted)) return {};
+  return StrippedValue(trim(converted.bytes, converted.length));
+}
+
+std::string withoutBlanks(const std::string& text) {
+  const std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return {};
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+/// The working record on the stack.
+class WorkingTrack {
+ public:
+  WorkingTrack() { initTrack(&track); }
+  ~WorkingTrack() { destroyTrack(&track); }
+  WorkingTrack(const WorkingTrack&) = delete;
+  WorkingTrack& operator=(const WorkingTrack&) = delete;
+
+  TrackRecord track;
+};
+
+struct FreeTrack {
+  void operator()(TrackRecord* track) const {
+    destroyTrack(track);
+    std::free(track);
+  }
+};
+
+}  // namespace
+
+Encoder& Encoder::instance() {
+  static Encoder encoder;
+  return encoder;
+}
+
+MetaDataInfo* Encoder::guessAndConvert(const std::string& path, const std::string& mountPoint,
+                                       long lastModified, const TagLib::Tag* tag) const {
+  const auto* songTag = dynamic_cast<const SongTag*>(tag);
+  const RawText title(tag->title());
+  const RawText album(tag->album());
+  const RawText artist(tag->artist());
+  const RawText composer(songTag != nullptr ? songTag->composer() : TagLib::String());
+  const RawText genre(tag->genre());
+  const int trackNumber = static_cast<int>(std::min<unsigned>(tag->track(), INT_MAX));
+  const int discNumber = songTag != nullptr ? songTag->disc() : 0;
+
+  WorkingTrack working;
+  store(working.track, setTrackTitle, title);
+  store(working.track, setTrackAlbum, album);
+  store(working.track, setTrackArtist, artist);
+  store(working.track, setTrackComposer, composer);
+  store(working.track, setTrackGenre, genre);
+  const std::unique_ptr<TrackRecord, FreeTrack> converted(
+      guess_and_convert_by_prio(&working.track, kLatin1));
+  if (converted == nullptr) {
+    return new MetaDataInfo(path, mountPoint, withoutBlanks(title.utf8),
+                            withoutBlanks(artist.utf8), withoutBlanks(album.utf8),
+                            withoutBlanks(genre.utf8), withoutBlanks(composer.utf8), trackNumber,
+                            discNumber, lastModified);
+  }
+  return new MetaDataInfo(path, mountPoint, stripped(converted->title), stripped(converted->artist),
+                          stripped(converted->album), stripped(converted->genre),
+                          stripped(converted->composer), trackNumber, discNumber, lastModified);
+}
+
+}  // namespace orvel

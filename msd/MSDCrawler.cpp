@@ -1,0 +1,64 @@
+#include "msd/MSDCrawler.h"
+
+#include <utility>
+
+#include "framework/HostSignals.h"
+#include "framework/Timer.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+MSDCrawler::MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch)
+    : Server(stageName), watch(std::move(mountPointWatch)) {}
+
+MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block) {
+  OV_INFO("MSDCrawler for: %s (op: %d)",
+          block->items.empty() ? "" : block->items.front()->path.c_str(), block->operation.id);
+  progress->phase = RequestPhase::Crawling;
+  const Timer timer;
+  const auto songs = boost::make_shared<Block<FileInfo*>>(block->operation);
+  const auto playlists = boost::make_shared<Block<FileInfo*>>(block->operation);
+  try {
+    MSDWalk(*block, *songs, *playlists, *watch, *progress, [this] { return walkGoesOn(); }).run();
+  } catch (const std::exception&) {
+    // The pipeline counts three LAST blocks: a failed walk must not hold two of them back.
+    block->operation.skipped = true;
+    playlists->operation.skipped = true;
+    sendBranches(block, playlists);
+    throw;
+  }
+  sendBranches(block, playlists);
+  progress->phase = RequestPhase::Indexing;
+  OV_INFO("MSDCrawler timer: %ld (op: %d) found %u", timer.elapsedMs(), songs->operation.id,
+          static_cast<unsigned>(songs->items.size()));
+  return songs;
+}
+
+void MSDCrawler::sendBranches(const src_block_type_ptr& directories,
+                              const sink_block_type_ptr& playlists) {
+  playlists->operation.last = true;
+  if (playlistSink != nullptr) playlistSink->enqueue(playlists);
+  directories->operation.last = true;
+  if (directorySink != nullptr) directorySink->enqueue(directories);
+}
+
+void MSDCrawler::signalCompletion(const Operation& operation) {
+  if (running()) {
+    hostSignals::crawlingFinished(operation.mountPoint);
+  } else {
+    OV_INFO("Skip signalCrawlingFinished");
+  }
+}
+
+WalkGoesOn MSDCrawler::walkGoesOn() const {
+  switch (state) {
+    case RUNNING:
+      return WalkGoesOn::Yes;
+    case PAUSED:
+      return WalkGoesOn::Paused;
+    default:
+      return WalkGoesOn::Stopped;
+  }
+}
+
+}  // namespace orvel

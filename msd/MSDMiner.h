@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "db/FileInfo.h"
+#include "db/MetaDataInfo.h"
+#include "framework/Server.h"
+#include "msd/MountPointWatch.h"
+
+namespace orvel {
+
+/// Reads the tags of new and changed songs of a mass-storage device. A file whose tags cannot be
+/// read still becomes a song, with empty texts.
+class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
+ public:
+  explicit MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch =
+                                               std::make_shared<MountPointWatch>());
+
+  sink_block_type_ptr doOperation(src_block_type_ptr block) override;
+
+ private:
+  enum class Mined { Done, MountPointGone, Stopped };
+
+  bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
+  Mined mineGuarded(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
+  Mined mine(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
+  Mined mineUnreadable(const FileInfo& file, const Operation& operation,
+                       Block<MetaDataInfo*>& songs);
+  void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
+
+  std::shared_ptr<MountPointWatch> watch;
+  /// The operation whose block was cut before; its later blocks say so, too. Own thread only.
+  std::optional<int> cutOperation;
+};
+
+}  // namespace orvel

@@ -1,0 +1,158 @@
+#include "msd/MSDWalk.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "msd/MediaKind.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+namespace {
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
+
+bool isNeverWalked(std::string_view name) {
+  return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";
+}
+
+/// Errors that belong to the one folder; others mean that the device could not be read.
+bool isOrdinaryRefusal(int error) {
+  return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
+}  // namespace
+
+MSDWalk::MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles,
+                 Block<FileInfo*>& playlistFiles, MountPointWatch& mountPointWatch,
+                 RequestProgress& requestProgress, std::function<WalkGoesOn()> ask)
+    : directories(found),
+      songs(songFiles),
+      playlists(playlistFiles),
+      watch(mountPointWatch),
+      progress(requestProgress),
+      goesOn(std::move(ask)) {}
+
+void MSDWalk::run() {
+  watch.remember(directories.operation.id, directories.operation.mountPoint);
+  identities.assign(directories.items.size(), Identity{0, 0});
+  for (std::size_t i = 0; i < directories.items.size(); ++i) {
+    if (tracks >= kMaxSongs) break;
+    if (!listDirectory(i)) return;
+    progress.directoriesFound = static_cast<unsigned>(directories.items.size());
+  }
+  if (tracks != kMaxSongs) return;
+  OV_WARN("%d track reached", kMaxSongs);
+  progress.limitReached = true;
+}
+
+/// Returns false when the walk is over.
+bool MSDWalk::listDirectory(std::size_t index) {
+  const std::string& path = directories.items[index]->path;
+  const OpenDirectory folder(opendir(path.c_str()));
+  if (!folder) return handleUnreadable(path, errno);
+  if (index == 0) {
+    struct stat status{};
+    if (fstat(dirfd(folder.get()), &status) == 0) {
+      identities[0] = {status.st_dev, status.st_ino};
+    }
+  }
+  while (tracks < kMaxSongs) {
+    switch (goesOn()) {
+      case WalkGoesOn::Yes:
+        break;
+      case WalkGoesOn::Paused:
+        leaveUndone(LeftUndone::Interrupted);
+        return true;
+      case WalkGoesOn::Stopped:
+        leaveUndone(LeftUndone::Interrupted);
+        return false;
+    }
+    errno = 0;
+    const dirent* entry = readdir(folder.get());
+    if (entry == nullptr) return errno == 0 || handleUnreadable(path, errno);
+    if (!isNeverWalked(entry->d_name)) visit(index, dirfd(folder.get()), entry->d_name);
+  }
+  return true;
+}
+
+void MSDWalk::visit(std::size_t index, int folder, const char* name) {
+  // statx has 64-bit times also where time_t has 32 bits.
+  struct statx status{};
+  if (statx(folder, name, 0, STATX_TYPE | STATX_MTIME | STATX_INO, &status) != 0) return;
+  if (S_ISDIR(status.stx_mode)) {
+    addDirectory(index, name,
+                 {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino});
+  } else if (S_ISREG(status.stx_mode) && name[0] != '.') {
+    addFile(index, name, status.stx_mtime.tv_sec);
+  }
+}
+
+void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identity) {
+  if (isOwnAncestor(index, identity)) return;
+  auto directory = std::make_unique<Directory>(directories.items[index]->path + "/" + name,
+                                               directories.operation.mountPoint,
+                                               static_cast<std::int32_t>(index));
+  identities.push_back(identity);
+  directories.items.push_back(directory.get());
+  directory.release();
+}
+
+void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
+  const MediaKind kind = mediaKindOf(name);
+  if (kind == MediaKind::Other) return;
+  auto file = std::make_unique<FileInfo>(directories.items[index]->path + "/" + name, 0U,
+                                         narrowTime(modified));
+  auto& target = kind == MediaKind::Song ? songs.items : playlists.items;
+  target.push_back(file.get());
+  file.release();
+  if (kind == MediaKind::Playlist) {
+    ++progress.playlistsFound;
+    return;
+  }
+  ++tracks;
+  ++progress.songsFound;
+  directories.items[index]->hasMusic = true;
+}
+
+/// Returns false when the mount point itself is gone, which ends the walk.
+bool MSDWalk::handleUnreadable(const std::string& path, int error) {
+  OV_WARN("Error opening dir: %s", path.c_str());
+  const Operation& operation = directories.operation;
+  const int missing = watch.missing(operation.id, operation.mountPoint);
+  if (missing != 0) {
+    OV_ERROR("MOUNT POINT IS NOT PRESENT ANYMORE %s: %d", operation.mountPoint.c_str(), missing);
+    leaveUndone(LeftUndone::MountPointGone);
+    return false;
+  }
+  OV_WARN("go on");
+  if (!isOrdinaryRefusal(error)) leaveUndone(LeftUndone::ReadError);
+  return true;
+}
+
+bool MSDWalk::isOwnAncestor(std::size_t parent, Identity identity) const {
+  for (auto i = static_cast<std::int32_t>(parent); i >= 0;
+       i = directories.items[static_cast<std::size_t>(i)]->parentIndex) {
+    if (identities[static_cast<std::size_t>(i)] == identity) return true;
+  }
+  return false;
+}
+
+void MSDWalk::leaveUndone(LeftUndone reason) {
+  directories.operation.skipped = true;
+  songs.operation.skipped = true;
+  playlists.operation.skipped = true;
+  progress.leaveUndone(reason);
+}
+
+}  // namespace orvel

@@ -1,0 +1,40 @@
+#include "msd/Normalizer.h"
+
+#include <algorithm>
+
+#include "framework/Timer.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block) {
+  const std::size_t files = block->items.size();
+  OV_INFO("Normalizer for: %u (op: %d)", static_cast<unsigned>(files), block->operation.id);
+  const Timer timer;
+  if (files == 0) return boost::make_shared<Block<FileInfo*>>(block->operation);
+  std::size_t begin = 0;
+  for (; begin + kBatchSize < files; begin += kBatchSize) {
+    const auto batch = takeBatch(*block, begin);
+    batch->operation.last = false;
+    if (sink != nullptr) sink->enqueue(batch);
+  }
+  const auto finalBatch = takeBatch(*block, begin);
+  finalBatch->operation.last = true;
+  OV_INFO("Normalizer timer: %ld (op: %d)", timer.elapsedMs(), block->operation.id);
+  return finalBatch;
+}
+
+/// Moves the files from `begin` on into a block of their own. Each slot is nulled as it is taken, so
+/// that every file has exactly one owner whatever fails.
+Normalizer::sink_block_type_ptr Normalizer::takeBatch(Block<FileInfo*>& block, std::size_t begin) {
+  const std::size_t end = std::min(begin + kBatchSize, block.items.size());
+  auto batch = boost::make_shared<Block<FileInfo*>>(block.operation);
+  batch->items.reserve(end - begin);
+  for (std::size_t i = begin; i < end; ++i) {
+    batch->items.push_back(block.items[i]);
+    block.items[i] = nullptr;
+  }
+  return batch;
+}
+
+}  // namespace orvel

@@ -1,0 +1,105 @@
+#include "msd/PlaylistParser.h"
+
+#include <glib.h>
+#include <totem-pl-parser.h>
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <string_view>
+
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr std::string_view kFileScheme = "file:///";
+
+struct Unref {
+  void operator()(TotemPlParser* parser) const { g_object_unref(parser); }
+};
+
+void appendEntry(Playlist& playlist, const char* uri) {
+  std::string trackPath;
+  if (!trackPathOf(uri, trackPath)) return;
+  const Md5 trackId(Md5Kind::Track, trackPath);
+  playlist.entries.push_back({std::move(trackPath), trackId, false});
+}
+
+/// Handler of "entry-parsed". Called through C frames, which nothing may be thrown through.
+void onEntryParsed(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*metadata*/,
+                   gpointer wrapper) {
+  try {
+    appendEntry(*static_cast<PlaylistWrapper*>(wrapper)->playlist, uri);
+  } catch (const std::exception& error) {
+    OV_ERROR("an entry of a playlist was lost: %s", error.what());
+  }
+}
+
+void logResult(TotemPlParserResult result, const char* path) {
+  switch (result) {
+    case TOTEM_PL_PARSER_RESULT_UNHANDLED:
+      OV_INFO("TOTEM_PL_PARSER_RESULT_UNHANDLED %s", path);
+      break;
+    case TOTEM_PL_PARSER_RESULT_ERROR:
+      OV_INFO("TOTEM_PL_PARSER_RESULT_ERROR %s", path);
+      break;
+    case TOTEM_PL_PARSER_RESULT_SUCCESS:
+      OV_INFO("TOTEM_PL_PARSER_RESULT_SUCCESS %s", path);
+      break;
+    case TOTEM_PL_PARSER_RESULT_IGNORED:
+      OV_INFO("TOTEM_PL_PARSER_RESULT_IGNORED %s", path);
+      break;
+    default:
+      OV_INFO("default %s", path);
+      break;
+  }
+}
+
+void parse(PlaylistWrapper* wrapper) {
+  const std::unique_ptr<TotemPlParser, Unref> parser(totem_pl_parser_new());
+  g_object_set(parser.get(), "recurse", FALSE, "disable-unsafe", TRUE, nullptr);
+  g_signal_connect(parser.get(), "entry-parsed", G_CALLBACK(onEntryParsed), wrapper);
+  const std::string& path = wrapper->playlist->path;
+  logResult(totem_pl_parser_parse(parser.get(), playlistUri(path).c_str(), FALSE), path.c_str());
+}
+
+}  // namespace
+
+void extractPlaylist(PlaylistWrapper* wrapper) {
+  {
+    const MutexLock lock(wrapper->mutex);
+    if (wrapper->abandoned) return;
+  }
+  parse(wrapper);
+  const MutexLock lock(wrapper->mutex);
+  wrapper->parsed = true;
+  wrapper->cond.broadcast();
+}
+
+std::string playlistUri(const std::string& path) {
+  std::string uri(kFileScheme);
+  for (const char c : path) {
+    if (c == '%') {
+      uri += "%25";
+    } else if (c == '#') {
+      uri += "%23";
+    } else {
+      uri += c;
+    }
+  }
+  return uri;
+}
+
+bool trackPathOf(const char* uri, std::string& trackPath) {
+  const std::unique_ptr<char, decltype(&g_free)> unescaped(g_uri_unescape_string(uri, nullptr),
+                                                           &g_free);
+  if (unescaped == nullptr) return false;
+  const std::string_view text(unescaped.get());
+  trackPath = text.substr(std::min(text.size(), kFileScheme.size()));
+  std::replace(trackPath.begin(), trackPath.end(), '\\', '/');
+  return true;
+}
+
+}  // namespace orvel

@@ -1,0 +1,35 @@
+#include "msd/PlaylistSaver.h"
+
+#include "db/SqlTexts.h"
+#include "db/Transaction.h"
+#include "framework/Timer.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+PlaylistSaver::sink_block_type_ptr PlaylistSaver::doOperation(src_block_type_ptr block) {
+  const Operation& operation = block->operation;
+  OV_INFO("PlaylistSaver for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
+          operation.id);
+  const auto result = boost::make_shared<Block<void>>(operation);
+  open(operation.deviceId);
+  const ClosingScope closing(*this);
+  const Timer timer;
+  Transaction transaction(out);
+  out.query(sql::kInsertPlaylistEntry);
+  for (const Playlist* playlist : block->items) {
+    // The statement keeps its bindings: the further step stores the last entry once more.
+    out << playlist << sqlstl::step;
+  }
+  const bool written = out.good();
+  if (transaction.end() && written) {
+    progress->playlistsStored += static_cast<unsigned>(block->items.size());
+  } else {
+    rowsWereLost(result->operation);
+  }
+  out.finalize();
+  OV_INFO("PlaylistSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
+  return result;
+}
+
+}  // namespace orvel

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "db/Playlist.h"
+#include "framework/ServerDB.h"
+
+namespace orvel {
+
+/// Writes one row per playlist entry, one transaction per block. The last entry of every playlist is
+/// stored a second time, as hosts expect; `VIEW_PLAYLISTENTRIES` leaves the repeat out.
+class PlaylistSaver : public ServerDB<Block<Playlist*>, Block<void>> {
+ public:
+  using ServerDB::ServerDB;
+
+  sink_block_type_ptr doOperation(src_block_type_ptr block) override;
+};
+
+}  // namespace orvel

@@ -1,0 +1,147 @@
+#include "msd/SongSaver.h"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+#include "db/SqlTexts.h"
+#include "db/Transaction.h"
+#include "framework/Timer.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+namespace {
+
+enum AsianField : std::size_t { Title = 0, Artist = 1, Album = 2, Genre = 3, Composer = 4 };
+
+const char* asian(const MetaDataInfo& song, AsianField field) {
+  return song.asianFields == nullptr ? "" : (*song.asianFields)[field];
+}
+
+template <Md5 MetaDataInfo::*Id>
+bool sortOn(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return std::less<>()((a->*Id).identity(), (b->*Id).identity());
+}
+
+template <Md5 MetaDataInfo::*Id>
+bool uniqueOn(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return (a->*Id).identity() == (b->*Id).identity();
+}
+
+}  // namespace
+
+bool sortOnGenre(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return sortOn<&MetaDataInfo::genreId>(a, b);
+}
+bool uniqueOnGenre(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return uniqueOn<&MetaDataInfo::genreId>(a, b);
+}
+bool sortOnAlbum(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return sortOn<&MetaDataInfo::albumId>(a, b);
+}
+bool uniqueOnAlbum(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return uniqueOn<&MetaDataInfo::albumId>(a, b);
+}
+bool sortOnArtist(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return sortOn<&MetaDataInfo::artistId>(a, b);
+}
+bool uniqueOnArtist(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return uniqueOn<&MetaDataInfo::artistId>(a, b);
+}
+bool sortOnComposer(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return sortOn<&MetaDataInfo::composerId>(a, b);
+}
+bool uniqueOnComposer(const MetaDataInfo* a, const MetaDataInfo* b) {
+  return uniqueOn<&MetaDataInfo::composerId>(a, b);
+}
+
+/// One of the tables of names that songs refer to.
+struct SongSaver::Dimension {
+  bool (*sort)(const MetaDataInfo*, const MetaDataInfo*);
+  bool (*unique)(const MetaDataInfo*, const MetaDataInfo*);
+  const char* replaceSql;
+  Md5 MetaDataInfo::*id;
+  std::string MetaDataInfo::*text;
+  AsianField asianField;
+};
+
+SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) {
+  const Operation& operation = block->operation;
+  OV_INFO("SongSaver for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
+  const Timer timer;
+  anySkipped = anySkipped || operation.skipped;
+  if (out.handle() == nullptr) open(operation.deviceId);
+  if (save(*block)) {
+    progress->songsWereStored(static_cast<unsigned>(block->items.size()));
+  } else {
+    anySkipped = true;
+    progress->leaveUndone(LeftUndone::RowsLost);
+  }
+  OV_INFO("SongSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
+  return operation.last ? finish(operation) : sink_block_type_ptr();
+}
+
+/// Returns true when every row is committed.
+bool SongSaver::save(Block<MetaDataInfo*>& block) {
+  static constexpr Dimension kDimensions[] = {
+      {sortOnGenre, uniqueOnGenre, sql::kReplaceGenre, &MetaDataInfo::genreId,
+       &MetaDataInfo::genre, AsianField::Genre},
+      {sortOnAlbum, uniqueOnAlbum, sql::kReplaceAlbum, &MetaDataInfo::albumId,
+       &MetaDataInfo::album, AsianField::Album},
+      {sortOnArtist, uniqueOnArtist, sql::kReplaceArtist, &MetaDataInfo::artistId,
+       &MetaDataInfo::artist, AsianField::Artist},
+      {sortOnComposer, uniqueOnComposer, sql::kReplaceComposer, &MetaDataInfo::composerId,
+       &MetaDataInfo::composer, AsianField::Composer},
+  };
+  Transaction transaction(out);
+  bool written = saveSongs(block);
+  for (const Dimension& dimension : kDimensions) {
+    written = saveDimension(block, dimension) && written;
+  }
+  const bool committed = transaction.end();
+  out.finalize();
+  return written && committed;
+}
+
+bool SongSaver::saveSongs(const Block<MetaDataInfo*>& block) {
+  constexpr int kNoBookmark = 0;
+  out.query(sql::kInsertSong);
+  for (const MetaDataInfo* song : block.items) {
+    out << song->partitionId.text() << song->path << song->storedObjectId()
+        << song->directoryId.text() << song->name << song->title << song->artistId.text()
+        << song->albumId.text() << song->genreId.text() << song->composerId.text()
+        << song->audioType << kNoBookmark << song->lastModified << song->trackNumber
+        << song->discNumber << asian(*song, AsianField::Title) << sqlstl::step;
+  }
+  return out.good();
+}
+
+bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dimension) {
+  std::sort(block.items.begin(), block.items.end(), dimension.sort);
+  out.query(dimension.replaceSql);
+  const MetaDataInfo* earlier = nullptr;
+  // std::unique would overwrite pointers that the block owns; duplicates are passed over instead.
+  for (const MetaDataInfo* song : block.items) {
+    if (earlier != nullptr && dimension.unique(earlier, song)) continue;
+    out << (song->*dimension.id).text() << song->*dimension.text
+        << asian(*song, dimension.asianField) << sqlstl::step;
+    earlier = song;
+  }
+  return out.good();
+}
+
+SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
+  OV_INFO("Clear");
+  out.clear();
+  out.exec(sql::kCleanNames);
+  Transaction::settle(out.handle());
+  const auto result = boost::make_shared<Block<void>>(operation);
+  result->operation.skipped = anySkipped;
+  anySkipped = false;
+  OV_INFO("SongSaver close db");
+  close();
+  return result;
+}
+
+}  // namespace orvel

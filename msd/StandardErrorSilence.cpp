@@ -1,0 +1,40 @@
+#include "msd/StandardErrorSilence.h"
+
+#include <iostream>
+#include <optional>
+
+#include "db/NullStream.h"
+#include "platform/common/Mutex.h"
+
+namespace orvel {
+
+namespace {
+
+/// Never destroyed: std::cerr may be written to until the process ends.
+struct Redirection {
+  Mutex mutex;
+  int holders ORVEL_GUARDED_BY(mutex) = 0;
+  sqlstl::basic_onullstream<char> nothing;
+  std::optional<sqlstl::stream_redirector> active ORVEL_GUARDED_BY(mutex);
+};
+
+Redirection& redirection() {
+  static auto* const shared = new Redirection;
+  return *shared;
+}
+
+}  // namespace
+
+StandardErrorSilence::StandardErrorSilence() {
+  Redirection& shared = redirection();
+  const MutexLock lock(shared.mutex);
+  if (shared.holders++ == 0) shared.active.emplace(std::cerr, shared.nothing.rdbuf());
+}
+
+StandardErrorSilence::~StandardErrorSilence() {
+  Redirection& shared = redirection();
+  const MutexLock lock(shared.mutex);
+  if (--shared.holders == 0) shared.active.reset();
+}
+
+}  // namespace orvel

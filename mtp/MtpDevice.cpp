@@ -1,0 +1,98 @@
+#include "mtp/MtpDevice.h"
+
+#include <ctime>
+#include <stop_token>
+
+#include "platform/common/Log.h"
+#include "platform/common/StageThread.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr int kReadyTimeoutSeconds = 25;
+
+const pthread_condattr_t& monotonic(pthread_condattr_t& attributes) {
+  pthread_condattr_init(&attributes);
+  const int error = pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+  if (error != 0) OV_WARN("Error setting clock %d", error);
+  return attributes;
+}
+
+unsigned int keyOf(std::size_t handle) { return static_cast<unsigned int>(handle); }
+
+}  // namespace
+
+MtpDevice::MtpDevice() : attributes(), cond(monotonic(attributes)) {}
+
+MtpDevice::~MtpDevice() { pthread_condattr_destroy(&attributes); }
+
+MtpDevice& MtpDevice::instance() {
+  // Never destroyed: stage threads may still ask while the process ends.
+  static auto* const registry = new MtpDevice;
+  return *registry;
+}
+
+void MtpDevice::setDeviceConnected(std::size_t handle) {
+  OV_INFO("setDeviceConnected %u", keyOf(handle));
+  {
+    const MutexLock lock(mutex);
+    devices[keyOf(handle)] = {true, false};
+  }
+  OV_INFO("setDeviceConnected DONE");
+}
+
+void MtpDevice::setDeviceReady(std::size_t handle) {
+  OV_INFO("setDeviceReady %u", keyOf(handle));
+  {
+    const MutexLock lock(mutex);
+    devices[keyOf(handle)].ready = true;
+    ++broadcasts;
+    cond.broadcast();
+  }
+  OV_INFO("setDeviceReady DONE");
+}
+
+void MtpDevice::disconnectDevice(std::size_t handle) {
+  OV_INFO("disconnectDevice");
+  const MutexLock lock(mutex);
+  devices[keyOf(handle)] = {false, false};
+}
+
+bool MtpDevice::isDeviceConnected(std::size_t handle) {
+  const MutexLock lock(mutex);
+  return devices[keyOf(handle)].connected;
+}
+
+bool MtpDevice::isDeviceReady(std::size_t handle) {
+  const MutexLock lock(mutex);
+  return devices[keyOf(handle)].ready;
+}
+
+bool MtpDevice::waitDeviceReady(std::size_t handle) {
+  if (!isDeviceConnected(handle)) return false;
+  OV_INFO("waitDeviceReady %u", keyOf(handle));
+  const std::stop_token& stopped = stageThread::stopToken();
+  // Outside the lock: the callback takes it, and runs here and now when the stop came first.
+  const std::stop_callback wake(stopped, [this] {
+    const MutexLock lock(mutex);
+    cond.broadcast();
+  });
+  bool ready = false;
+  {
+    const MutexLock lock(mutex);
+    timespec deadline{};
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += kReadyTimeoutSeconds;
+    const unsigned long seen = broadcasts;
+    // A spurious wake-up goes back to waiting: this is one wait.
+    while (broadcasts == seen && !stopped.stop_requested()) {
+      if (!cond.waitUntil(mutex, deadline)) break;
+    }
+    ready = devices[keyOf(handle)].ready;
+  }
+  OV_INFO("finished");
+  return ready;
+}
+
+}  // namespace orvel

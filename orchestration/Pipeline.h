@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "framework/Server.h"
+
+namespace orvel {
+
+template <class TIN, class TOUT>
+class Pipeline;
+
+/// A server that owns an ordered list of stages and passes every life-cycle call on to them. Stops
+/// its stages before itself, and joins itself before its stages, the last one first.
+template <>
+class Pipeline<Block<void>, Block<void>> : public Server<Block<void>, Block<void>> {
+ public:
+  using Server::Server;
+  ~Pipeline() override;
+
+  void launch() override;
+  void start() override;
+  void pause() override;
+  void stop() override;
+  void join() override;
+  /// Returns its input unchanged.
+  sink_block_type_ptr doOperation(src_block_type_ptr block) override;
+
+ protected:
+  /// Registers a stage behind the earlier ones; returns it.
+  template <class Stage>
+  Stage* add(std::unique_ptr<Stage> stage) {
+    stage->progress = progress;
+    stages.push_back(stage.get());
+    return stage.release();
+  }
+
+  std::vector<Runnable*> stages;  ///< owned, in the order of registration
+};
+
+}  // namespace orvel

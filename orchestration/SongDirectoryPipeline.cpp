@@ -1,0 +1,98 @@
+#include "orchestration/SongDirectoryPipeline.h"
+
+#include "db/SqlTexts.h"
+#include "db/Transaction.h"
+#include "framework/HostSignals.h"
+#include "framework/Timer.h"
+#include "orchestration/Orvel.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+namespace {
+/// Every pipeline has three terminal stages: the savers of songs, playlists and directories.
+constexpr int kTerminalStages = 3;
+}  // namespace
+
+SongDirectoryPipeline::SongDirectoryPipeline(const char* pipelineName, Orvel* owner,
+                                             OperationType kind)
+    : Pipeline(pipelineName), controller(owner), type(kind) {
+  operation.startTime = Timer::now();
+}
+
+void SongDirectoryPipeline::enqueueNewOperation(OrvelOperation& request, bool isFirstPartition) {
+  OV_INFO("enqueueNewOperation mp: %s", request.mountPoint.c_str());
+  DatabaseMgr& databases = DatabaseMgr::instance();
+  databases.createDb(request.deviceId, request.mountPoint, isFirstPartition);
+  lease.emplace(request.deviceId, request.mountPoint);
+  if (databases.getStatus(request.deviceId, request.mountPoint) == "OK") {
+    progress->databaseExisted = true;
+    hostSignals::databaseExists(request.deviceId, request.mountPoint);
+  }
+  enqueueOperation(request);
+}
+
+void SongDirectoryPipeline::enqueueOperation(OrvelOperation& request) {
+  OV_INFO("enqueueOperation %d", request.opId);
+  operation = request;
+  const auto root = boost::make_shared<Block<Directory*>>(
+      Operation(request.opId, request.handle, request.deviceId, request.mountPoint, true));
+  root->items.reserve(1);
+  root->items.push_back(new Directory(request.mountPoint, request.mountPoint, -1));
+  request.startTime = Timer::now();
+  crawler()->enqueue(root);
+}
+
+SongDirectoryPipeline::sink_block_type_ptr SongDirectoryPipeline::doOperation(
+    src_block_type_ptr result) {
+  if (!result->operation.last) {
+    OV_ERROR("Received a non LAST block! WE SHOULD NEVER BE HERE");
+    return {};
+  }
+  if (result->operation.id != operation.opId) {
+    OV_ERROR("OPERATION MISMATCH!!");
+    return {};
+  }
+  ++operation.resultCount;
+  operation.skipped = operation.skipped || result->operation.skipped;
+  OV_INFO("Result for id %d: %d", operation.opId, operation.resultCount);
+  if (operation.resultCount == kTerminalStages) finish(result);
+  return {};
+}
+
+void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
+  try {
+    clearPlaylists();
+  } catch (const std::exception&) {
+    progress->phase = RequestPhase::Failed;
+    throw;
+  }
+  operation.endTime = Timer::now();
+  OV_INFO("End operation for id %d that took %ld", operation.opId,
+          Timer::milliseconds(operation.startTime, operation.endTime));
+  DatabaseMgr& databases = DatabaseMgr::instance();
+  if (databases.isCondemned(operation.deviceId)) {
+    progress->leaveUndone(LeftUndone::DatabaseDamaged);
+    operation.skipped = true;
+  }
+  const char* status = operation.skipped ? "PROGRESS" : "OK";
+  databases.insertStatus(operation.deviceId, operation.mountPoint, status);
+  progress->status = status;
+  databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint);
+  hostSignals::indexingFinished(operation.mountPoint);
+  databases.sync(operation.deviceId);
+  databases.checkAndDelete(operation.deviceId, kDatabaseSizeLimit);
+  progress->phase = RequestPhase::Finished;
+  if (controller != nullptr) controller->enqueue(result);
+}
+
+void SongDirectoryPipeline::clearPlaylists() {
+  OV_INFO("Clear Playlists");
+  sqlstl::basic_sqlostream<char> out;
+  DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
+  out.exec(sql::kClearPlaylists);
+  Transaction::settle(out.handle());
+  out.close();
+}
+
+}  // namespace orvel

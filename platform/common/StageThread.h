@@ -1,0 +1,24 @@
+#pragma once
+
+#include <stop_token>
+
+namespace orvel {
+
+/// What the current thread knows about the stage that it carries.
+///
+/// Code deep below a stage (a waiting SQLite connection, a tag reader) asks here whether its stage
+/// was stopped, without every call in between passing a token on.
+namespace stageThread {
+
+/// Marks the current thread as one of Orvel's own, for the rest of its life. `token` is raised when
+/// its server is stopped.
+void enter(std::stop_token token) noexcept;
+
+/// True on threads that carry a stage, a pipeline or the controller.
+bool isCurrent() noexcept;
+
+/// The token of the current thread's server; on foreign threads one that is never raised.
+const std::stop_token& stopToken() noexcept;
+
+}  // namespace stageThread
+}  // namespace orvel

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace orvel {
+
+/// A tag value that is fit to be stored: what `trim` returned, or nothing.
+class StrippedValue {
+ public:
+  /// The empty value.
+  StrippedValue() = default;
+  explicit StrippedValue(std::string trimmed) : value(std::move(trimmed)) {}
+
+  [[nodiscard]] const std::string& text() const { return value; }
+
+ private:
+  std::string value;
+};
+
+}  // namespace orvel

@@ -1,0 +1,78 @@
+#include "qt/OrvelQTProxy.h"
+
+#include <QMetaObject>
+#include <string>
+#include <utility>
+
+#include "orchestration/Orvel.h"
+#include "platform/common/Log.h"
+#include "platform/common/StageThread.h"
+#include "qt/FacadeLife.h"
+
+namespace {
+
+std::string bytesOf(const QString& text) { return text.toUtf8().toStdString(); }
+
+std::string mtpMountPoint(const std::string& deviceId) { return "mtp-folder://" + deviceId; }
+
+/// Carries `call` out, here or, when a receiver calls back on one of Orvel's own threads, later on
+/// the facade's thread: the call could otherwise stop and join the very thread that it runs on.
+template <class Call>
+void outsideStageThreads(OrvelQTProxy& facade, Call call) {
+  if (orvel::stageThread::isCurrent()) {
+    QMetaObject::invokeMethod(&facade, std::move(call), Qt::QueuedConnection);
+  } else {
+    call();
+  }
+}
+
+}  // namespace
+
+OrvelQTProxy& OrvelQTProxy::instance() {
+  static OrvelQTProxy proxy(nullptr);
+  return proxy;
+}
+
+OrvelQTProxy::OrvelQTProxy(QObject* parent) : QObject(parent) { orvel::facadeLife::began(this); }
+
+OrvelQTProxy::~OrvelQTProxy() { orvel::facadeLife::ended(this); }
+
+void OrvelQTProxy::startIndexing(QString device_id, QString mount_point, bool isFirstPartition) {
+  outsideStageThreads(*this, [this, device_id, mount_point, isFirstPartition] {
+    controller->enqueueNewOperation(orvel::MSD_OPERATION, bytesOf(device_id), 0,
+                                    bytesOf(mount_point), isFirstPartition);
+  });
+}
+
+void OrvelQTProxy::startMtpIndexing(QString device_id, t_device_handle handle,
+                                    bool isFirstPartition) {
+  outsideStageThreads(*this, [this, device_id, handle, isFirstPartition] {
+    const std::string deviceId = bytesOf(device_id);
+    controller->enqueueNewOperation(orvel::MTP_OPERATION, deviceId, handle,
+                                    mtpMountPoint(deviceId), isFirstPartition);
+  });
+}
+
+void OrvelQTProxy::setDeviceReady(t_device_handle handle) {
+  OV_INFO("OrvelQTProxy::setDeviceReady %u", handle);
+  orvel::MtpDevice::instance().setDeviceReady(handle);
+}
+
+int OrvelQTProxy::indexingProgress(QString /*mount_point*/) { return 0; }
+
+void OrvelQTProxy::prioritizeMsdDevice(QString device_id, QString mount_point) {
+  outsideStageThreads(*this, [this, device_id, mount_point] {
+    const std::string deviceId = bytesOf(device_id);
+    OV_INFO("%s", deviceId.c_str());
+    controller->prioritizeOperation(orvel::MSD_OPERATION, deviceId, 0, bytesOf(mount_point));
+  });
+}
+
+void OrvelQTProxy::prioritizeMtpDevice(QString device_id, t_device_handle handle) {
+  outsideStageThreads(*this, [this, device_id, handle] {
+    const std::string deviceId = bytesOf(device_id);
+    OV_INFO("%s", deviceId.c_str());
+    controller->prioritizeOperation(orvel::MTP_OPERATION, deviceId, handle,
+                                    mtpMountPoint(deviceId));
+  });
+}

@@ -1,0 +1,65 @@
+#include "tests/endtoend/IndexerHost.h"
+
+#include <chrono>
+
+#include "tests/support/waitUntil.h"
+
+namespace orvel::test {
+
+IndexerHost::IndexerHost() {
+  OrvelQTProxy& facade = OrvelQTProxy::instance();
+  controller->launch();
+  controller->start();
+  facade.setController(controller.get());
+  const auto remembers = [this](const char* name) {
+    return [this, name](const QString& mountPoint) {
+      remember(std::string(name) + " " + mountPoint.toStdString());
+    };
+  };
+  QObject::connect(&facade, &OrvelQTProxy::crawlingFinished, &receiver,
+                   remembers("crawlingFinished"), Qt::DirectConnection);
+  QObject::connect(&facade, &OrvelQTProxy::indexingFinished, &receiver,
+                   remembers("indexingFinished"), Qt::DirectConnection);
+  QObject::connect(&facade, &OrvelQTProxy::contentModified, &receiver, remembers("contentModified"),
+                   Qt::DirectConnection);
+  QObject::connect(
+      &facade, &OrvelQTProxy::databaseExists, &receiver,
+      [this](const QString& device, const QString& mountPoint) {
+        remember("databaseExists " + device.toStdString() + " " + mountPoint.toStdString());
+      },
+      Qt::DirectConnection);
+}
+
+IndexerHost::~IndexerHost() {
+  controller->stop();
+  controller->join();
+  OrvelQTProxy::instance().setController(nullptr);
+  OrvelQTProxy::instance().disconnect(&receiver);
+}
+
+void IndexerHost::index(const std::string& device, const std::string& mountPoint, bool isFirst) {
+  start(device, mountPoint, isFirst);
+  ASSERT_TRUE(waitUntilIdle());
+}
+
+void IndexerHost::start(const std::string& device, const std::string& mountPoint, bool isFirst) {
+  OrvelQTProxy::instance().startIndexing(QString::fromStdString(device),
+                                         QString::fromStdString(mountPoint), isFirst);
+}
+
+bool IndexerHost::waitUntilIdle(int seconds) {
+  return waitUntil([this] { return controller->liveRequests() == 0; },
+                   std::chrono::seconds(seconds));
+}
+
+std::vector<std::string> IndexerHost::takeSignals() {
+  const std::lock_guard lock(mutex);
+  return std::exchange(received, {});
+}
+
+void IndexerHost::remember(const std::string& signal) {
+  const std::lock_guard lock(mutex);
+  received.push_back(signal);
+}
+
+}  // namespace orvel::test

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "orchestration/Orvel.h"
+#include "qt/OrvelQTProxy.h"
+#include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/MainLoopThread.h"
+
+namespace orvel::test {
+
+/// A host as a product has one: a controller behind the facade, a main loop on which playlists are
+/// parsed, receivers of all signals, and a stick in a temporary folder.
+class IndexerHost : public DatabaseFolderFixture {
+ protected:
+  IndexerHost();
+  ~IndexerHost() override;
+
+  /// Starts a request and waits until none is alive.
+  void index(const std::string& device, const std::string& mountPoint, bool isFirst = true);
+  void start(const std::string& device, const std::string& mountPoint, bool isFirst = true);
+  /// False when requests are still alive after `seconds`.
+  bool waitUntilIdle(int seconds = 30);
+
+  /// The signals since the last call, in the order of their arrival, as "name argument...".
+  std::vector<std::string> takeSignals();
+
+  ProgressSnapshot progress() const { return *controller->progressOf(stick); }
+
+  const std::string stick = temporary.folder("stick");
+  std::unique_ptr<Orvel> controller = std::make_unique<Orvel>();
+
+ private:
+  void remember(const std::string& signal);
+
+  MainLoopThread mainLoop;
+  QObject receiver;
+  std::mutex mutex;
+  std::vector<std::string> received;
+};
+
+}  // namespace orvel::test

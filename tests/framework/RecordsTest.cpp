@@ -1,0 +1,91 @@
+#include <gmock/gmock.h>
+
+#include <set>
+
+#include "framework/Block.h"
+#include "framework/OrvelOperation.h"
+#include "framework/RequestProgress.h"
+#include "framework/Timer.h"
+
+namespace orvel {
+namespace {
+
+using testing::ElementsAre;
+
+struct Counted {
+  explicit Counted(int& living) : count(living) { ++count; }
+  ~Counted() { --count; }
+  int& count;
+};
+
+TEST(Block, OwnsWhatItHoldsAndNothingElse) {
+  int living = 0;
+  std::unique_ptr<Counted> taken;
+  {
+    Block<Counted*> block(Operation(1, 0, "", "", false));
+    for (int i = 0; i < 3; ++i) block.items.push_back(new Counted(living));
+    taken.reset(block.items[1]);
+    block.items[1] = nullptr;
+  }
+  EXPECT_EQ(living, 1);
+}
+
+TEST(Operation, IsNeverSkippedAtFirstAndCopiesTheMark) {
+  Operation operation(1, 2, "device", "/mount", true);
+  EXPECT_FALSE(operation.skipped);
+  operation.skipped = true;
+  const Operation copy = operation;
+  EXPECT_TRUE(copy.skipped && copy.last);
+  EXPECT_EQ(Block<void>(copy).operation.mountPoint, "/mount");
+}
+
+TEST(OrvelOperation, IsOrderedByHandleDeviceMountPointAndId) {
+  const auto key = [](unsigned handle, const char* device, const char* mount, int id) {
+    OrvelOperation operation;
+    operation.handle = handle;
+    operation.deviceId = device;
+    operation.mountPoint = mount;
+    operation.opId = id;
+    operation.resultCount = -id;
+    operation.skipped = id % 2 == 0;
+    return operation;
+  };
+  const std::set<OrvelOperation> keys = {key(0xFFFFFFFF, "a", "/", 1), key(5, "a", "/", 2),
+                                         key(0, "z", "/b", 3),         key(0, "z", "/a", 9),
+                                         key(0, "z", "/a", 4),         key(0, "\xC3", "/", 5),
+                                         key(0, "z", "/a", 4)};
+  std::vector<int> ids;
+  for (const auto& operation : keys) ids.push_back(operation.opId);
+  EXPECT_THAT(ids, ElementsAre(4, 9, 3, 5, 2, 1));
+}
+
+TEST(Timer, RoundsToTheNearestMillisecond) {
+  const auto elapsed = [](long fromSeconds, long fromMicros, long toSeconds, long toMicros) {
+    return Timer::milliseconds({fromSeconds, fromMicros}, {toSeconds, toMicros});
+  };
+  EXPECT_EQ(elapsed(0, 0, 0, 499), 0);
+  EXPECT_EQ(elapsed(0, 0, 0, 500), 1);
+  EXPECT_EQ(elapsed(10, 999999, 11, 0), 0);
+  EXPECT_EQ(elapsed(10, 999000, 12, 500), 1002);
+  EXPECT_EQ(elapsed(0, 0, 4000000, 0), 4000000000L);
+}
+
+TEST(RequestProgress, TellsTheFirstSongOnceAndEveryReason) {
+  RequestProgress progress;
+  progress.songsWereStored(0);
+  EXPECT_FALSE(progress.snapshot().firstSongSeconds);
+  progress.songsWereStored(2);
+  const auto first = progress.snapshot().firstSongSeconds;
+  progress.songsWereStored(3);
+  progress.leaveUndone(LeftUndone::SizeLimit);
+  progress.leaveUndone(LeftUndone::MountPointGone);
+  progress.leaveUndone(LeftUndone::SizeLimit);
+  const ProgressSnapshot snapshot = progress.snapshot();
+  EXPECT_EQ(snapshot.songs.stored, 5U);
+  EXPECT_TRUE(first && *first > 0 && snapshot.firstSongSeconds == first);
+  EXPECT_THAT(snapshot.leftUndone,
+              ElementsAre("the device went away", "the database has reached its size limit"));
+}
+
+}  // namespace
+}  // namespace orvel

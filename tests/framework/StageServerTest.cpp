@@ -1,0 +1,173 @@
+#include <gmock/gmock.h>
+
+#include <boost/weak_ptr.hpp>
+#include <future>
+#include <stdexcept>
+
+#include "platform/common/Log.h"
+#include "platform/common/StageThread.h"
+#include "tests/framework/TestStage.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/waitUntil.h"
+
+namespace orvel::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::Field;
+
+/// A stage "S" and a running sink, neither launched nor started by itself.
+class StageServer : public testing::Test {
+ protected:
+  void run() {
+    stage.sink = &sink;
+    sink.launch();
+    sink.start();
+    stage.launch();
+    stage.start();
+  }
+
+  LogCapture log;
+  TestStage sink{"Sink"};
+  TestStage stage{"S"};
+};
+
+TEST_F(StageServer, StopDropsTheQueueAndRefusesEverythingAfterwards) {
+  boost::weak_ptr<Files> queued[3];
+  for (auto& block : queued) {
+    const auto made = filesOf(7, false, 2);
+    block = made;
+    stage.enqueue(made);
+  }
+  stage.launch();
+  stage.stop();
+  stage.join();
+  for (const auto& block : queued) EXPECT_TRUE(block.expired());
+  EXPECT_THAT(log.texts("S stop DELETING"),
+              ElementsAre("S stop DELETING 3", "S stop DELETING 2", "S stop DELETING 1"));
+  EXPECT_THAT(log.texts("(op: 7)"), ElementsAre("S 1 (op: 7)", "S 2 (op: 7)", "S 3 (op: 7)"));
+  EXPECT_EQ(log.count("S EXITING Run Loop"), 1);
+
+  log.clear();
+  stage.start();
+  stage.pause();
+  stage.enqueue(filesOf(8, true));
+  stage.stop();
+  stage.join();
+  EXPECT_EQ(stage.currentState(), TestStage::STOPPING);
+  EXPECT_TRUE(stage.received().empty());
+  EXPECT_EQ(log.levelOf("SYSTEM is Stopping cannot start it again S"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("SYSTEM is Stopping cannot be paused S"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("1: enqueue skipped block for op 8"), LOG_INFO);
+}
+
+TEST_F(StageServer, AFullQueueHoldsItsProducerUntilThereIsRoomOrAStop) {
+  for (int i = 0; i < 100; ++i) stage.enqueue(filesOf(1, false));
+  auto producer = std::async(std::launch::async, [&] { stage.enqueue(filesOf(101, false)); });
+  EXPECT_EQ(producer.wait_for(50ms), std::future_status::timeout);
+  std::promise<void> gate;
+  stage.work = [opened = gate.get_future().share()](const FilesPtr&) {
+    opened.wait();
+    return FilesPtr();
+  };
+  stage.launch();
+  stage.start();
+  EXPECT_EQ(producer.wait_for(10s), std::future_status::ready);
+  EXPECT_EQ(log.count("S 101 (op: 101)"), 0);
+
+  std::vector<std::future<void>> late;
+  for (int i = 0; i < 3; ++i) {
+    late.push_back(std::async(std::launch::async, [&] { stage.enqueue(filesOf(102, true)); }));
+  }
+  EXPECT_EQ(late.front().wait_for(50ms), std::future_status::timeout);
+  stage.stop();
+  for (auto& waiting : late) EXPECT_EQ(waiting.wait_for(10s), std::future_status::ready);
+  EXPECT_EQ(log.count("1: enqueue skipped block for op 102"), 3);
+  gate.set_value();
+  stage.join();
+  EXPECT_EQ(stage.received().size(), 1U);
+}
+
+TEST_F(StageServer, ALastMarkSurvivesAnyFailureAndTellsOfIt) {
+  stage.work = [](const FilesPtr& block) -> FilesPtr {
+    if (block->operation.id == 1 || !block->items.empty()) throw std::runtime_error("no luck");
+    return block;
+  };
+  run();
+  stage.enqueue(filesOf(1, true, 3));   // fails on its LAST block
+  stage.enqueue(filesOf(2, false, 3));  // fails before it
+  stage.enqueue(filesOf(2, true));
+  stage.enqueue(filesOf(3, true));      // is not concerned
+  ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 4; }));
+  std::vector<std::string> marks;
+  for (const Operation& got : sink.received()) {
+    marks.push_back(std::to_string(got.id) + (got.last ? " last" : "") +
+                    (got.skipped ? " skipped" : ""));
+  }
+  EXPECT_THAT(marks, ElementsAre("1 last skipped", "2", "2 last skipped", "3 last"));
+  EXPECT_THAT(stage.completions(), ElementsAre(2, 3));
+  EXPECT_EQ(log.count("S: an error occured: no luck"), 2);
+  EXPECT_EQ(log.levelOf("S: an error occured: no luck"), LOG_ERROR);
+}
+
+TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
+  std::promise<void> gates[2];
+  stage.work = [&gates, n = 0](const FilesPtr& block) mutable {
+    if (n < 2) gates[n++].get_future().wait();
+    return block;
+  };
+  run();
+  stage.enqueue(filesOf(1, false, 1));
+  ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 1; }));
+  stage.pause();
+  gates[0].set_value();
+  stage.enqueue(filesOf(1, true));
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(stage.received().size(), 1U) << "a paused stage takes no block";
+  stage.start();
+  EXPECT_EQ(log.levelOf("S is now paused play it again"), LOG_INFO);
+  ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 2; }));
+  stage.pause();  // the LAST block in hand is sent all the same, without a completion
+  gates[1].set_value();
+  ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 1; }));
+  EXPECT_TRUE(sink.received()[0].last && sink.received()[0].skipped);
+  EXPECT_TRUE(stage.completions().empty());
+}
+
+TEST_F(StageServer, AStageWithoutAThreadCanStillBeStoppedJoinedAndDestroyed) {
+  TestStage never("Never");
+  never.enqueue(filesOf(1, true));
+  never.join();
+  EXPECT_EQ(log.count("Never joined"), 1);
+  constexpr std::size_t kMoreThanThereIs = std::size_t{1} << 62;
+  TestStage failing("Failing", kMoreThanThereIs);
+  failing.launch();
+  EXPECT_EQ(log.levelOf("pthread_create"), LOG_DEBUG);
+  ASSERT_EQ(log.texts("pthread_create FAILED").size(), 1U);
+  EXPECT_EQ(log.levelOf(log.texts("pthread_create FAILED")[0]), LOG_ERROR);
+  failing.stop();
+  failing.join();
+}
+
+TEST_F(StageServer, AStopReachesWhateverTheStageWaitsIn) {
+  std::atomic<bool> ended{false};
+  stage.work = [&](const FilesPtr& block) {
+    EXPECT_TRUE(stageThread::isCurrent());
+    ended = waitUntil([] { return stageThread::stopToken().stop_requested(); });
+    return block;
+  };
+  run();
+  stage.enqueue(filesOf(1, false));
+  ASSERT_TRUE(waitUntil([&] { return !stage.received().empty(); }));
+  stage.pause();  // a pause cancels nothing
+  std::this_thread::sleep_for(10ms);
+  EXPECT_FALSE(ended);
+  stage.stop();
+  stage.join();
+  EXPECT_TRUE(ended);
+  EXPECT_FALSE(stageThread::isCurrent());
+}
+
+}  // namespace
+}  // namespace orvel::test

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <thread>
+
+using GMainLoop = struct _GMainLoop;
+
+namespace orvel::test {
+
+/// Runs GLib's default main context on a thread of its own while it lives, as a host's main loop
+/// does: playlists are parsed there.
+class MainLoopThread {
+ public:
+  MainLoopThread();
+  ~MainLoopThread();
+  MainLoopThread(const MainLoopThread&) = delete;
+  MainLoopThread& operator=(const MainLoopThread&) = delete;
+
+ private:
+  GMainLoop* loop;
+  std::thread thread;
+};
+
+}  // namespace orvel::test
