@@ -135,7 +135,8 @@ const PinyinWord* wordAt(std::span<const PinyinWord> words, std::u32string_view 
   const PinyinWord* longest = nullptr;
   for (auto it = std::lower_bound(words.begin(), words.end(), text[0], byFirst);
        it != words.end() && it->word[0] == text[0]; ++it) {
-    if (text.starts_with(it->word)) longest = &*it;  // a longer word sorts behind its start
+    const bool whole = it->word[1] == 0 || (text.size() > 1 && text[1] == it->word[1]);
+    if (whole) longest = &*it;  // a longer word sorts behind its start
   }
   return longest;
 }
@@ -149,7 +150,7 @@ struct Reading {
 Reading readingAt(std::u32string_view text, bool surname) {
   const PinyinWord* word = surname ? wordAt(pinyinSurnames, text) : nullptr;
   if (!word) word = wordAt(pinyinWords, text);
-  if (word) return {word->reading, word->word.size()};
+  if (word) return {word->reading, std::u16string_view(word->word).size()};
   if (text[0] == U'〇') return {"ling"};
   return {pinyin(text[0])};
 }
@@ -163,24 +164,18 @@ bool needsBlank(char32_t before, char32_t after) {
 std::string formOf(std::string_view text, Language language, bool person) {
   const std::u32string characters = folded(text);
   std::u32string_view rest = characters;
-  rest.remove_prefix(std::min(
-      rest.size(),
-      size_t(std::ranges::find_if_not(rest, [](char32_t c) { return c == ' ' || isOpening(c); }) -
-             rest.begin())));
+  while (!rest.empty() && (rest[0] == ' ' || isOpening(rest[0]))) rest.remove_prefix(1);
   std::string form;
-  char32_t before = 0;
-  while (!rest.empty()) {
+  for (char32_t before = ' '; !rest.empty();) {
     Reading reading;
-    if (language == Language::chinese && isHan(rest[0])) {
+    if (language == Language::chinese) {
       const bool name = person && form.empty() && rest.size() > 1 && isHan(rest[1]);
-      reading = readingAt(rest, name);
+      if (isHan(rest[0])) reading = readingAt(rest, name);
       if (needsBlank(before, rest[0])) form += ' ';
-    } else if (language == Language::chinese && needsBlank(before, rest[0])) {
-      form += ' ';
     }
     if (!reading.text.empty()) {
       form += reading.text;
-    } else if (rest[0] != ' ' || (before && before != ' ')) {
+    } else if (rest[0] != ' ' || before != ' ') {
       utf8::append(form, rest[0]);
     }
     before = rest[reading.characters - 1];

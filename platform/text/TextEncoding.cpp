@@ -1,5 +1,8 @@
 #include "platform/text/TextEncoding.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -7,6 +10,7 @@
 #include <string_view>
 
 #include "platform/common/Utf8.h"
+#include "platform/text/EncodingGuess.h"
 
 namespace orvel {
 namespace {
@@ -32,6 +36,10 @@ bool store(TrackText& text, std::string_view bytes, const char* encoding) {
   return true;
 }
 
+bool isAscii(std::string_view bytes) {
+  return std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
 bool isUtf8(std::string_view bytes) {
   while (!bytes.empty()) {
     if (!utf8::take(bytes).valid) return false;
@@ -39,25 +47,55 @@ bool isUtf8(std::string_view bytes) {
   return true;
 }
 
-std::string converted(const TrackText& text) {
-  constexpr char32_t windows1252[] = {
-      0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-      0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-      0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
-  const std::string_view bytes = bytesOf(text);
-  if (isUtf8(bytes)) return std::string(bytes);
-  std::string out;
-  for (const unsigned char byte : bytes) {
-    utf8::append(out, byte >= 0x80 && byte < 0xA0 ? windows1252[byte - 0x80] : byte);
-  }
-  return out;
+bool claimsUtf8(const TrackText& text) {
+  return text.encoding && !std::strcmp(text.encoding, "UTF-8");
 }
 
 constexpr TrackText TrackRecord::*fields[] = {&TrackRecord::title, &TrackRecord::artist,
                                               &TrackRecord::album, &TrackRecord::genre,
                                               &TrackRecord::composer};
 
+std::atomic<TextRegion> currentRegion{TextRegion::neutral};
+
+/// The encoding of the texts that are open to another reading.
+Encoding encodingOf(const TrackRecord& track) {
+  std::array<std::string_view, std::size(fields)> open;
+  size_t count = 0;
+  bool unicodeSeen = false;
+  for (const auto field : fields) {
+    const TrackText& text = track.*field;
+    if (claimsUtf8(text)) {
+      unicodeSeen = unicodeSeen || text.length > 0;
+    } else if (!isAscii(bytesOf(text))) {
+      open[count++] = bytesOf(text);
+    }
+  }
+  if (count == 0) return Encoding::windows1252;
+  return guessEncoding({open.data(), count}, unicodeSeen, currentRegion);
+}
+
+/// UTF-8 of a text of a track in `encoding`. A single text of a Western track may be UTF-8.
+std::string converted(const TrackText& text, Encoding encoding) {
+  const std::string_view bytes = bytesOf(text);
+  if (claimsUtf8(text)) encoding = Encoding::utf8;
+  const bool mayBeUtf8 = encoding == Encoding::utf8 || encoding == Encoding::windows1252;
+  return mayBeUtf8 && isUtf8(bytes) ? std::string(bytes) : toUtf8(encoding, bytes);
+}
+
+/// False when memory ran out.
+bool convert(const TrackRecord& track, TrackRecord& result) {
+  const Encoding encoding = encodingOf(track);
+  return std::ranges::all_of(fields, [&](const auto field) {
+    const TrackText& text = track.*field;
+    return !text.bytes || store(result.*field, converted(text, encoding), "UTF-8");
+  });
+}
+
 }  // namespace
+
+void setTextRegion(TextRegion region) noexcept {
+  currentRegion = region;
+}
 
 void initTrack(TrackRecord* track) {
   *track = {};
@@ -85,16 +123,14 @@ void setTrackComposer(TrackRecord* track, const char* bytes, unsigned length,
 }
 
 TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char*) {
-  auto* result = static_cast<TrackRecord*>(std::malloc(sizeof(TrackRecord)));
+  auto* const result = static_cast<TrackRecord*>(std::malloc(sizeof(TrackRecord)));
   if (!result) return nullptr;
   new (result) TrackRecord;
-  bool complete = true;
-  for (const auto field : fields) {
-    if ((track->*field).bytes) {
-      complete = complete && store(result->*field, converted(track->*field), "UTF-8");
-    }
+  try {
+    if (convert(*track, *result)) return result;
+  } catch (const std::bad_alloc&) {
+    // told to the caller like memory that malloc did not give
   }
-  if (complete) return result;
   destroyTrack(result);
   std::free(result);
   return nullptr;

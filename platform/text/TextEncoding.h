@@ -1,6 +1,31 @@
 #pragma once
 
+#include "platform/common/Export.h"
+
 namespace orvel {
+
+/// Where a device's music probably comes from. In doubt the encodings of that region are preferred;
+/// clear cases do not change.
+enum class TextRegion : unsigned char {
+  neutral,
+  centralEurope,
+  turkey,
+  baltic,
+  vietnam,
+  easternEurope,
+  greece,
+  arabia,
+  israel,
+  thailand,
+  china,
+  taiwan,
+  japan,
+  korea
+};
+
+/// Chooses the region for the tracks that are guessed from now on; at start it is neutral. Any
+/// thread, at any time.
+ORVEL_EXPORT void setTextRegion(TextRegion region) noexcept;
 
 /// One text of a track with the name of the encoding that its tag claims.
 struct TrackText {
@@ -31,8 +56,13 @@ void setTrackComposer(TrackRecord* track, const char* bytes, unsigned length, co
 
 /// Guesses what the texts claimed as "ISO-8859-1" really are and converts all five to UTF-8.
 ///
-/// Texts claimed as "UTF-8" pass as they are. Returns a new record that the caller gives to
-/// `destroyTrack` and then to `free`, or null when memory ran out. Any thread.
+/// Texts claimed as "UTF-8" pass as they are, apart from ill-formed parts. Texts of ASCII
+/// characters alone never change. The others are taken to share one encoding, ISO-8859-1 as its
+/// superset windows-1252 unless another explains them clearly better; without any meaning, bytes
+/// become U+FFFD. NULs and control characters stay.
+/// @param defaultEncoding  "ISO-8859-1", which is the only default that there is
+/// @return a new record that the caller gives to `destroyTrack` and then to `free`, or null when
+///         memory ran out. Any thread.
 TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char* defaultEncoding);
 
 /// True when a converted text is absent or empty.

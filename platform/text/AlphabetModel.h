@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace orvel {
+
+/// How probable pairs of letters are in the texts of one language. Alphabetic scripts only.
+struct AlphabetModel {
+  /// Symbols that every model has, before its letters.
+  enum Symbol : std::uint8_t { blank, digit, punctuation, typographic, odd, foreign, fixedSymbols };
+
+  std::u16string_view letters;  ///< lower-case letters beyond ASCII, in code point order
+  bool latin;                   ///< a to z are 26 symbols before `letters`; otherwise they are one
+  std::string_view costs;       ///< a square matrix of printable digits
+
+  /// Number of symbols, which is one side of the matrix.
+  unsigned size() const { return fixedSymbols + (latin ? 26 : 1) + unsigned(letters.size()); }
+
+  /// What a character is to this model.
+  std::uint8_t symbol(char32_t character) const;
+
+  /// Cost of `second` behind `first`: the negative logarithm of its probability in sixths of a nat.
+  unsigned cost(std::uint8_t first, std::uint8_t second) const;
+};
+
+// clang-format off
+extern const AlphabetModel enModel, deModel, frModel, esModel, itModel, ptModel, caModel, nlModel,
+    svModel, noModel, fiModel, isModel, xxModel, plModel, csModel, huModel, roModel, hrModel,
+    trModel, ltModel, lvModel, viModel, ruModel, ukModel, bgModel, elModel, arModel, heModel,
+    thModel;
+// clang-format on
+
+}  // namespace orvel

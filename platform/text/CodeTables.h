@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string_view>
+
+namespace orvel {
+
+/// Characters that are the meaning of bytes; U+FFFD: no meaning.
+
+/// Bytes 0x80 to 0xFF of eight-bit encodings.
+extern const std::u16string_view cp1250Table, cp1251Table, cp1252Table, cp1253Table, cp1254Table,
+    cp1255Table, cp1256Table, cp1257Table, cp1258Table, cp874Table, koi8uTable, iso88592Table,
+    iso885915Table, iso885916Table;
+
+/// GB 2312 and what GBK adds beside its rows: lead bytes 0xA1 to 0xF7, trail bytes 0xA1 to 0xFE.
+extern const std::u16string_view gb2312Table;
+/// GBK's symbols: lead bytes 0xA8 and 0xA9, trail bytes 0x40 to 0xA0 without 0x7F.
+extern const std::u16string_view gbkSymbolTable;
+/// What follows GBK's Han characters in Unicode order, up to the last code.
+extern const std::u16string_view gbkTailTable;
+/// Big5 with the additions of code page 950: lead bytes 0xA1 to 0xF9, trail bytes 0x40 to 0x7E and
+/// 0xA1 to 0xFE.
+extern const std::u16string_view big5Table;
+/// Rows 1 to 8, 13, 16 to 84 and 115 to 119 of the Japanese table of code page 932, 94 cells each.
+extern const std::u16string_view jisTable;
+/// KS X 1001: lead bytes 0xA1 to 0xFD, trail bytes 0xA1 to 0xFE.
+extern const std::u16string_view koreanTable;
+
+}  // namespace orvel

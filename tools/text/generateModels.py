@@ -1,0 +1,183 @@
+#!/usr/bin/env python3
+"""Turns the counts of tools/text/counts/ into the language models of platform/text/.
+
+Usage: generateModels.py COUNTS_FOLDER OUTPUT_FOLDER
+
+The output depends on the counts alone.
+"""
+
+import collections
+import math
+import sys
+
+from languages import CJK, CODECS, LATIN, OTHER
+from printable import cost_digit, level_digits, literal
+
+ALPHABET_SIZE = 40  # letters beyond ASCII at most
+LETTER_SHARE = 1e-4  # of a language's characters that makes one of them its letter
+TYPOGRAPHIC = set("\u2010\u2011\u2012\u2013\u2014\u2018\u2019\u201a\u201c\u201d\u201e\u2022\u2026"
+                  "\u20ac\u2122\u00a0\u00a9\u00ab\u00ae\u00b0\u00b4\u00b7\u00bb")
+# How many characters a class shares its probability among, as nats.
+WITHIN = {"typographic": math.log(12), "odd": math.log(40), "foreign": math.log(60)}
+ENGLISH_LETTER = 2.8  # nats of an ASCII letter where letters are not told apart
+BACKOFF = 300  # counts that a pair's expectation from its second half is worth
+FIXED = [" ", "0", ".", "typographic", "odd", "foreign"]
+
+
+def read_counts(folder, language):
+    """The counted units of a language."""
+    with open(f"{folder}/{language}.txt", encoding="utf-8") as f:
+        rows = (line.rstrip("\n").rsplit("\t", 1) for line in f if line != "\n")
+        return {unit: int(count) for unit, count in rows}
+
+
+def encodable(c, codecs):
+    """True when one of the encodings has the character."""
+    for codec in codecs:
+        try:
+            return bool(c.encode(codec))
+        except UnicodeEncodeError:
+            pass
+    return False
+
+
+def alphabet(language, counts):
+    """The language's own characters beyond ASCII, in code point order."""
+    frequency = collections.Counter()
+    for unit, count in counts.items():
+        frequency[unit[1]] += count
+    total = sum(frequency.values())
+    limit = ALPHABET_SIZE * (1 if language in LATIN else 2)
+    chosen = [c for c, n in frequency.most_common() if c > "\x7f" and n > LETTER_SHARE * total and
+              c not in TYPOGRAPHIC and encodable(c, CODECS[language])]
+    return sorted(chosen[:limit])
+
+
+def symbol_of(c, known):
+    """The symbol of a character in a model."""
+    if c in known:
+        return c
+    if c < "\x80":
+        return "a" if c.isalpha() else c
+    if c in TYPOGRAPHIC:
+        return "typographic"
+    return "foreign" if c.isalpha() else "odd"
+
+
+def alphabet_model(language, counts):
+    """The letters and the matrix of costs of a language."""
+    letters = alphabet(language, counts)
+    ascii_letters = [chr(c) for c in range(97, 123)] if language in LATIN else ["a"]
+    symbols = FIXED + ascii_letters + letters
+    known = set(symbols)
+    pairs = collections.Counter()
+    for unit, count in counts.items():
+        pairs[symbol_of(unit[0], known), symbol_of(unit[1], known)] += count
+    first, second = collections.Counter(), collections.Counter()
+    for (a, b), count in pairs.items():
+        first[a] += count
+        second[b] += count
+    total = sum(second.values()) + 10 * len(symbols)
+    costs = ""
+    for a in symbols:
+        for b in symbols:
+            expected = (second[b] + 10) / total
+            nats = -math.log((pairs[a, b] + BACKOFF * expected) / (first[a] + BACKOFF))
+            nats += WITHIN.get(b, 0)
+            if b == "a" and language not in LATIN and a not in FIXED[:3] + ["a"]:
+                nats += ENGLISH_LETTER
+            costs += cost_digit(nats)
+    return letters, costs
+
+
+# Where the characters of an East Asian language stand in its main encoding: codec, first and last
+# lead byte, trail bytes; the cost table runs through these cells.
+HIGH = range(0xA1, 0xFF)
+CELLS = {
+    "zh": ("gb2312", range(0xB0, 0xF8), list(HIGH)),
+    "zt": ("cp950", range(0xA4, 0xC7), list(range(0x40, 0x7F)) + list(HIGH)),
+    "ja": ("euc_jp", range(0xA4, 0xF5), list(HIGH)),
+    "ko": ("euc_kr", range(0xB0, 0xC9), list(HIGH)),
+}
+# Characters beside those of the cost table that a class has, for sharing out what is left.
+UNLISTED = [1, 1, 1, 20, 20, 12000, 8000, 60, 30, 500]
+CLASSES = 10
+
+
+def cjk_model(language, counts):
+    """Costs of the cells, of a class after another, and of a class's unlisted characters."""
+    from countTexts import char_class
+    codec, leads, trails = CELLS[language]
+    cells = [bytes([lead, trail]).decode(codec, "ignore") for lead in leads for trail in trails]
+    total, unlisted = collections.Counter(), collections.Counter()
+    listed = set(cells)
+    steps = collections.Counter()
+    for unit, count in counts.items():
+        if unit[0] == "~" and len(unit) == 3:
+            steps[int(unit[1]), int(unit[2])] += count
+        else:
+            total[char_class(unit)] += count
+            if unit not in listed:
+                unlisted[char_class(unit)] += count
+    number = collections.Counter(char_class(c) for c in cells if c)
+    costs = []
+    for c in cells:
+        if not c:
+            costs.append(99)
+            continue
+        kind = char_class(c)
+        share = (counts.get(c, 0) + 0.3) / (total[kind] + 0.3 * number[kind] + 20)
+        costs.append(-math.log(share))
+    rest = ""
+    for kind in range(CLASSES):
+        share = (unlisted[kind] + 20) / (total[kind] + 0.3 * number[kind] + 40) / UNLISTED[kind]
+        rest += cost_digit(-math.log(share))
+    classes = ""
+    for a in range(CLASSES):
+        row = sum(steps[a, b] for b in range(CLASSES))
+        for b in range(CLASSES):
+            nats = -math.log((steps[a, b] + 20) / (row + 20 * CLASSES))
+            if b == 1 and a > 2:
+                nats += ENGLISH_LETTER
+            classes += cost_digit(nats)
+    return level_digits(costs), rest, classes
+
+
+def escaped(letters):
+    """Letters as a UTF-16 literal, marks and what has no own shape as numbers."""
+    return "".join(c if c.isalpha() and c < "\u0300" or "\u0370" < c < "\u0530" else
+                   f"\\u{ord(c):04X}" for c in letters)
+
+
+HEAD = """// Generated by tools/text/generateModels.py, do not edit.
+#include "platform/text/%s.h"
+
+namespace orvel {
+
+"""
+
+
+def main():
+    folder, output = sys.argv[1:]
+    languages = {"LatinModels": LATIN, "ScriptModels": OTHER}
+    for name, group in languages.items():
+        with open(f"{output}/{name}.cpp", "w", encoding="utf-8") as f:
+            f.write(HEAD % "AlphabetModel")
+            for language in group:
+                letters, costs = alphabet_model(language, read_counts(folder, language))
+                f.write(f"const AlphabetModel {language}Model{{\n"
+                        f"    u\"{escaped(letters)}\",\n"
+                        f"    {'true' if language in LATIN else 'false'},\n"
+                        f"{literal(costs)}}};\n\n")
+            f.write("}  // namespace orvel\n")
+    with open(f"{output}/CjkModels.cpp", "w", encoding="utf-8") as f:
+        f.write(HEAD % "CjkModel")
+        for language in CJK:
+            costs, rest, classes = cjk_model(language, read_counts(folder, language))
+            f.write(f"const CjkModel {language}Model{{\n{literal(costs)},\n"
+                    f"{literal(rest)},\n{literal(classes)}}};\n\n")
+        f.write("}  // namespace orvel\n")
+
+
+if __name__ == "__main__":
+    main()
