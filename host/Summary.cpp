@@ -37,7 +37,7 @@ void describePartition(std::ostream& out, const PartitionResult& partition) {
     out << "  Nothing has changed since the last run.\n";
   }
   if (progress.limitReached) {
-    out << "  There are more songs than the indexer takes (16000): the rest was not looked at.\n";
+    out << "  The limit of 16000 songs is reached: further songs are not looked at.\n";
   }
   for (const std::string& reason : partition.leftUndone) {
     out << "  Left undone: " << displayText(reason) << "\n";
