@@ -5,6 +5,7 @@
 #include <taglib/mpegheader.h>
 #include <taglib/tbytevectorstream.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -15,7 +16,7 @@ namespace {
 using TagLib::ByteVector;
 
 void overwrite(ByteVector& bytes, unsigned int position, const ByteVector& with) {
-  for (unsigned int i = 0; i < with.size(); ++i) bytes[position + i] = with[i];
+  std::copy(with.begin(), with.end(), bytes.begin() + position);
 }
 
 unsigned int repeats(unsigned int size, unsigned int present, unsigned int unit) {
@@ -126,7 +127,7 @@ std::string codedFrameNumber(unsigned int number) {
 unsigned int flacSoundStart(const ByteVector& seed) {
   unsigned int at = 4;
   for (bool last = false; !last;) {
-    last = (static_cast<unsigned char>(seed[at]) & 0x80) != 0;
+    last = (static_cast<unsigned char>(seed.data()[at]) & 0x80) != 0;
     at += 4 + seed.toUInt(at + 1, 3U);
   }
   return at;

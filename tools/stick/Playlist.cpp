@@ -1,5 +1,7 @@
 #include "tools/stick/Playlist.h"
 
+#include <sstream>
+
 namespace orvel::stick {
 namespace {
 
@@ -28,41 +30,46 @@ std::string xmlEscaped(std::string_view text) {
   return escaped;
 }
 
-std::string m3u(const Entries& entries, const std::string& lineEnd) {
-  std::string text = "#EXTM3U" + lineEnd;
+std::string m3u(const Entries& entries) {
+  std::ostringstream text;
+  text << "#EXTM3U\n";
   for (const PlaylistEntry& entry : entries)
-    text += "#EXTINF:-1," + entry.title + lineEnd + entry.target + lineEnd;
-  return text;
+    text << "#EXTINF:-1," << entry.title << "\n" << entry.target << "\n";
+  return text.str();
 }
 
-std::string pls(const Entries& entries, const std::string& lineEnd) {
-  std::string text = "[playlist]" + lineEnd;
+std::string pls(const Entries& entries) {
+  std::ostringstream text;
+  text << "[playlist]\n";
   int number = 0;
   for (const PlaylistEntry& entry : entries) {
-    const std::string suffix = std::to_string(++number) + "=";
-    text += "File" + suffix + entry.target + lineEnd;
-    text += "Title" + suffix + entry.title + lineEnd;
+    ++number;
+    text << "File" << number << "=" << entry.target << "\n";
+    text << "Title" << number << "=" << entry.title << "\n";
   }
-  return text + "NumberOfEntries=" + std::to_string(number) + lineEnd + "Version=2" + lineEnd;
+  text << "NumberOfEntries=" << number << "\nVersion=2\n";
+  return text.str();
 }
 
-std::string asx(const std::string& title, const Entries& entries, const std::string& lineEnd) {
-  std::string text = "<asx version=\"3.0\">" + lineEnd;
-  text += "  <title>" + xmlEscaped(title) + "</title>" + lineEnd;
+std::string asx(const std::string& title, const Entries& entries) {
+  std::ostringstream text;
+  text << "<asx version=\"3.0\">\n  <title>" << xmlEscaped(title) << "</title>\n";
   for (const PlaylistEntry& entry : entries) {
-    text += "  <entry><title>" + xmlEscaped(entry.title) + "</title>";
-    text += "<ref href=\"" + xmlEscaped(entry.target) + "\"/></entry>" + lineEnd;
+    text << "  <entry><title>" << xmlEscaped(entry.title) << "</title>"
+         << "<ref href=\"" << xmlEscaped(entry.target) << "\"/></entry>\n";
   }
-  return text + "</asx>" + lineEnd;
+  text << "</asx>\n";
+  return text.str();
 }
 
-std::string wpl(const std::string& title, const Entries& entries, const std::string& lineEnd) {
-  std::string text = "<?wpl version=\"1.0\"?>" + lineEnd + "<smil>" + lineEnd;
-  text += "  <head><title>" + xmlEscaped(title) + "</title></head>" + lineEnd;
-  text += "  <body><seq>" + lineEnd;
+std::string wpl(const std::string& title, const Entries& entries) {
+  std::ostringstream text;
+  text << "<?wpl version=\"1.0\"?>\n<smil>\n"
+       << "  <head><title>" << xmlEscaped(title) << "</title></head>\n  <body><seq>\n";
   for (const PlaylistEntry& entry : entries)
-    text += "    <media src=\"" + xmlEscaped(entry.target) + "\"/>" + lineEnd;
-  return text + "  </seq></body>" + lineEnd + "</smil>" + lineEnd;
+    text << "    <media src=\"" << xmlEscaped(entry.target) << "\"/>\n";
+  text << "  </seq></body>\n</smil>\n";
+  return text.str();
 }
 
 }  // namespace
@@ -82,19 +89,27 @@ std::string_view extension(PlaylistKind kind) {
   }
 }
 
-std::string playlistText(PlaylistKind kind, const std::string& title, const Entries& entries,
-                         const std::string& lineEnd) {
+std::string playlistText(PlaylistKind kind, const std::string& title, const Entries& entries) {
   switch (kind) {
     case PlaylistKind::M3u:
     case PlaylistKind::M3u8:
-      return m3u(entries, lineEnd);
+      return m3u(entries);
     case PlaylistKind::Pls:
-      return pls(entries, lineEnd);
+      return pls(entries);
     case PlaylistKind::Asx:
-      return asx(title, entries, lineEnd);
+      return asx(title, entries);
     default:
-      return wpl(title, entries, lineEnd);
+      return wpl(title, entries);
   }
+}
+
+std::string withDosLineEnds(const std::string& text) {
+  std::string converted;
+  for (const char character : text) {
+    if (character == '\n') converted += '\r';
+    converted += character;
+  }
+  return converted;
 }
 
 }  // namespace orvel::stick

@@ -16,10 +16,11 @@ struct PlaylistEntry {
 /// The usual extension, with its dot.
 std::string_view extension(PlaylistKind kind);
 
-/// The text of a playlist file.
-/// @param lineEnd "\n" or "\r\n"
+/// The text of a playlist file, its lines ended by "\n".
 std::string playlistText(PlaylistKind kind, const std::string& title,
-                         const std::vector<PlaylistEntry>& entries,
-                         const std::string& lineEnd = "\n");
+                         const std::vector<PlaylistEntry>& entries);
+
+/// The same text with its lines ended by "\r\n".
+std::string withDosLineEnds(const std::string& text);
 
 }  // namespace orvel::stick

@@ -1,7 +1,6 @@
 #include "tools/stick/SampleStick.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tools/stick/CoverImage.h"
@@ -70,11 +69,17 @@ std::string fileUri(const std::string& path) {
 
 void writePlaylists(StickFolder& stick) {
   const std::string lanterns = "Music/Amber Harbour/Paper Lanterns/";
+  const auto text = [](const std::string& path, PlaylistKind kind,
+                       const std::vector<PlaylistEntry>& entries) {
+    return playlistText(kind, std::filesystem::path(path).stem(), entries);
+  };
   const auto write = [&](const std::string& path, PlaylistKind kind,
-                         const std::vector<PlaylistEntry>& entries,
-                         const std::string& lineEnd = "\n") {
-    const std::string title = std::filesystem::path(path).stem();
-    stick.writeText(path, playlistText(kind, title, entries, lineEnd));
+                         const std::vector<PlaylistEntry>& entries) {
+    stick.writeText(path, text(path, kind, entries));
+  };
+  const auto writeFromWindows = [&](const std::string& path, PlaylistKind kind,
+                                    const std::vector<PlaylistEntry>& entries) {
+    stick.writeText(path, withDosLineEnds(text(path, kind, entries)));
   };
   write("Playlists/Favourites.m3u8", PlaylistKind::M3u8,
         {{"../" + lanterns + "03 Salt Road.mp3", "Salt Road"},
@@ -84,11 +89,11 @@ void writePlaylists(StickFolder& stick) {
          {"../Mixed/a%20b.mp3", "Not a blank"},
          {"../Music/Nobody/missing.mp3", "A song that is not there"},
          {"http://radio.example/stream.mp3", "A radio station"}});
-  write("Written on Windows.m3u", PlaylistKind::M3u,
-        {{withBackslashes(lanterns + "01 First Light on the Quay.mp3"), "First Light"},
-         {withBackslashes("Music/Quiet Machines/Signal Path/02 Ground Loop.wma"), "Ground Loop"},
-         {"Mixed\\SHOUT.MP3", "Shout"}},
-        "\r\n");
+  writeFromWindows(
+      "Written on Windows.m3u", PlaylistKind::M3u,
+      {{withBackslashes(lanterns + "01 First Light on the Quay.mp3"), "First Light"},
+       {withBackslashes("Music/Quiet Machines/Signal Path/02 Ground Loop.wma"), "Ground Loop"},
+       {"Mixed\\SHOUT.MP3", "Shout"}});
   write("Playlists/Road trip 100% #2.pls", PlaylistKind::Pls,
         {{"../" + lanterns + "02 Paper Lanterns.mp3", "Paper Lanterns"},
          {"../Music/Die Kleine Brücke/Übermut/02 Äpfel.flac", "Äpfel"},
@@ -97,13 +102,12 @@ void writePlaylists(StickFolder& stick) {
         {{"../Music/Μαρίνα Αυγή/Γαλάζιο/01 Το καΐκι.m4a", "Το καΐκι"},
          {fileUri((stick.path() / "Music/云上茶馆/山间来信/01 竹林听雨.wma").string()), "竹林听雨"},
          {"../Recordings/Demo/01 Kitchen Take.wav", "Kitchen Take"}});
-  write(
+  writeFromWindows(
       "Playlists/Evening.wpl", PlaylistKind::Wpl,
       {{"..\\Music\\Copper Vale\\Old Roads\\01 Milestone.mp3", "Milestone"},
        {"..\\Music\\Lindenhof Quartet\\Evening Pieces\\Disc 2\\01 Quartet No. 2 in G Andante.flac",
         "Andante"},
-       {"..\\MIXED\\quiet.flac", "The same file in another case"}},
-      "\r\n");
+       {"..\\MIXED\\quiet.flac", "The same file in another case"}});
   write("Music/Élodie Marçay/Nuit légère/Nuit légère.m3u8", PlaylistKind::M3u8,
         {{"01 L'été à Belœil.m4a", "L'été à Belœil"},
          {"./02 Garçon de café.m4a", "Garçon de café"},

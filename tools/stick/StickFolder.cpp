@@ -7,7 +7,6 @@
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
-#include <utility>
 
 namespace orvel::stick {
 namespace fs = std::filesystem;
@@ -18,7 +17,7 @@ constexpr std::time_t firstTime = 1577880000;  // 2020-01-01 12:00 UTC
 
 }  // namespace
 
-StickFolder::StickFolder(fs::path folder) : root(fs::absolute(folder).lexically_normal()) {
+StickFolder::StickFolder(const fs::path& folder) : root(fs::absolute(folder).lexically_normal()) {
   if (!root.has_filename()) root = root.parent_path();
   if (fs::exists(root / mark)) {
     for (const fs::directory_entry& entry : fs::directory_iterator(root)) fs::remove_all(entry);

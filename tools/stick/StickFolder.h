@@ -14,7 +14,7 @@ class StickFolder {
  public:
   /// Makes the folder, or empties one that an earlier run has finished.
   /// @throws std::runtime_error when it holds anything else: nobody's files are ever overwritten.
-  explicit StickFolder(std::filesystem::path folder);
+  explicit StickFolder(const std::filesystem::path& folder);
 
   const std::filesystem::path& path() const { return root; }
 
