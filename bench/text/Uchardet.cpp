@@ -4,6 +4,7 @@
 #include <uchardet/uchardet.h>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -48,7 +49,8 @@ std::string uchardetEncoding(const TrackRecord& track) {
 std::string textsRead(const TrackRecord& track, const std::string& encoding) {
   const bool known = !encoding.empty() && encoding != "ASCII";
   iconv_t converter = iconv_open("UTF-8", known ? encoding.c_str() : "WINDOWS-1252");
-  if (converter == iconv_t(-1)) converter = iconv_open("UTF-8", "WINDOWS-1252");
+  if (reinterpret_cast<std::intptr_t>(converter) == -1)
+    converter = iconv_open("UTF-8", "WINDOWS-1252");
   std::string out;
   for (const TrackText* text : textsOf(track)) {
     if (text != &track.title) out += '\t';

@@ -12,35 +12,35 @@ namespace {
 
 constexpr unsigned nat = TrackScore::nat;
 
-/// An encoding and by how much it must explain a track better than windows-1252, which most tags
-/// have, to be taken for it.
+/// By how much an encoding must explain a track better than windows-1252, which most tags have, to
+/// be taken for it.
 struct Priority {
-  Encoding encoding;
-  unsigned handicap;
+  unsigned handicap = 0;
+  Encoding encoding = Encoding::windows1252;
   std::optional<Encoding> like = {};  ///< a more frequent encoding that has most bytes in common
 };
 
 constexpr Priority priorities[] = {
-    {Encoding::windows1252, 0},
-    {Encoding::utf8, 2 * nat},
-    {Encoding::gb18030, 6 * nat},
-    {Encoding::shiftJis, 6 * nat},
-    {Encoding::eucKr, 6 * nat},
-    {Encoding::big5, 6 * nat},
-    {Encoding::windows1254, 6 * nat},
-    {Encoding::windows1250, 6 * nat},
-    {Encoding::windows1251, 7 * nat},
-    {Encoding::eucJp, 7 * nat},
-    {Encoding::windows1256, 8 * nat},
-    {Encoding::windows1253, 8 * nat},
-    {Encoding::tis620, 8 * nat},
-    {Encoding::windows1255, 8 * nat},
-    {Encoding::koi8, 8 * nat},
-    {Encoding::iso8859_2, 8 * nat, Encoding::windows1250},
-    {Encoding::iso8859_15, 4 * nat, Encoding::windows1252},
-    {Encoding::iso8859_16, 9 * nat, Encoding::windows1250},
-    {Encoding::windows1257, 16 * nat},
-    {Encoding::windows1258, 16 * nat},
+    {0, Encoding::windows1252},
+    {2 * nat, Encoding::utf8},
+    {6 * nat, Encoding::gb18030},
+    {6 * nat, Encoding::shiftJis},
+    {6 * nat, Encoding::eucKr},
+    {6 * nat, Encoding::big5},
+    {6 * nat, Encoding::windows1254},
+    {6 * nat, Encoding::windows1250},
+    {7 * nat, Encoding::windows1251},
+    {7 * nat, Encoding::eucJp},
+    {8 * nat, Encoding::windows1256},
+    {8 * nat, Encoding::windows1253},
+    {8 * nat, Encoding::tis620},
+    {8 * nat, Encoding::windows1255},
+    {8 * nat, Encoding::koi8},
+    {8 * nat, Encoding::iso8859_2, Encoding::windows1250},
+    {4 * nat, Encoding::iso8859_15, Encoding::windows1252},
+    {9 * nat, Encoding::iso8859_16, Encoding::windows1250},
+    {16 * nat, Encoding::windows1257},
+    {16 * nat, Encoding::windows1258},
 };
 
 /// The encodings that a region moves up in the list.

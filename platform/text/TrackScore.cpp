@@ -81,7 +81,7 @@ class TrackScore::LanguageCosts {
 
  private:
   size_t texts;
-  TextCosts least;
+  TextCosts least{};
   std::vector<TextCosts> languages;
 };
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <cstdint>
 #include <optional>
 
 #include "platform/common/Utf8.h"
@@ -20,7 +21,7 @@ class Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
-  bool available() const { return converter != iconv_t(-1); }
+  bool available() const { return reinterpret_cast<std::intptr_t>(converter) != -1; }
 
   std::optional<std::string> read(std::string bytes) {
     char buffer[64];

@@ -105,6 +105,17 @@ TEST_F(TextEncodingTest, legacyTextsBecomeReadable) {
             "Şarkıcı Yıldız");
 }
 
+TEST_F(TextEncodingTest, rarerEncodingsAreToldApart) {
+  EXPECT_EQ(guessedTitle("\xDE"
+                         "em\xEB \xFEydinti g\xEBl\xEBmis"),
+            "Žemė žydinti gėlėmis");
+  EXPECT_EQ(guessedTitle("Le c\xBDur"), "Le cœur");
+  EXPECT_EQ(guessedTitle("\xA5"
+                         "C\xE2ntec\xB5 de dragoste, \xAAtefan"),
+            "„Cântec” de dragoste, Ștefan");
+  EXPECT_EQ(guessedTitle("Ti\xEA\xECng Vi\xEA\xF2t y\xEAu d\xE2\xECu"), "Tiếng Việt yêu dấu");
+}
+
 TEST_F(TextEncodingTest, oneEncodingHoldsForAllTextsOfATrack) {
   title("Lato");
   artist(
