@@ -20,10 +20,17 @@ bool isOddMark(char32_t c) {
   return c < 0xC0 || c == 0xD7 || c == 0xF7 || (c >= 0x2B0 && c < 0x370) || c >= 0x2000;
 }
 
+/// Romanian letters with a comma below are also written with a cedilla, the only form that most of
+/// the eight-bit encodings have.
+char32_t withCedilla(char32_t c) {
+  if (c == 0x219) return 0x15F;
+  return c == 0x21B ? 0x163 : c;
+}
+
 }  // namespace
 
 std::uint8_t AlphabetModel::symbol(char32_t character) const {
-  const char32_t c = lowerCase(character);
+  const char32_t c = withCedilla(lowerCase(character));
   if (c <= 0x20 || c == 0x7F) return blank;
   if (c < 0x80) {
     if (c >= 'a' && c <= 'z') return fixedSymbols + (latin ? c - 'a' : 0);

@@ -8,6 +8,7 @@ namespace orvel {
 
 /// The encodings that texts claimed as ISO-8859-1 are found to have.
 enum class Encoding : std::uint8_t {
+  // eight-bit
   windows1250,
   windows1251,
   windows1252,
@@ -21,12 +22,13 @@ enum class Encoding : std::uint8_t {
   koi8,
   iso8859_2,
   iso8859_15,
-  iso8859_16,  // eight-bit
+  iso8859_16,
+  // with characters of several bytes
   gb18030,
   big5,
   shiftJis,
   eucJp,
-  eucKr,  // with characters of several bytes
+  eucKr,
   utf8
 };
 

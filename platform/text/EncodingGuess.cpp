@@ -12,35 +12,35 @@ namespace {
 
 constexpr unsigned nat = TrackScore::nat;
 
-/// An encoding and by how much it must explain a track better than windows-1252, which most tags
-/// have, to be taken for it.
+/// By how much an encoding must explain a track better than windows-1252, which most tags have, to
+/// be taken for it.
 struct Priority {
-  Encoding encoding;
-  unsigned handicap;
+  unsigned handicap = 0;
+  Encoding encoding = Encoding::windows1252;
   std::optional<Encoding> like = {};  ///< a more frequent encoding that has most bytes in common
 };
 
 constexpr Priority priorities[] = {
-    {Encoding::windows1252, 0},
-    {Encoding::utf8, 2 * nat},
-    {Encoding::gb18030, 6 * nat},
-    {Encoding::shiftJis, 6 * nat},
-    {Encoding::eucKr, 6 * nat},
-    {Encoding::big5, 6 * nat},
-    {Encoding::windows1254, 6 * nat},
-    {Encoding::windows1250, 6 * nat},
-    {Encoding::windows1251, 7 * nat},
-    {Encoding::eucJp, 7 * nat},
-    {Encoding::windows1256, 8 * nat},
-    {Encoding::windows1253, 8 * nat},
-    {Encoding::tis620, 8 * nat},
-    {Encoding::windows1255, 8 * nat},
-    {Encoding::koi8, 8 * nat},
-    {Encoding::iso8859_2, 8 * nat, Encoding::windows1250},
-    {Encoding::iso8859_15, 4 * nat, Encoding::windows1252},
-    {Encoding::iso8859_16, 9 * nat, Encoding::windows1250},
-    {Encoding::windows1257, 16 * nat},
-    {Encoding::windows1258, 16 * nat},
+    {0, Encoding::windows1252},
+    {2 * nat, Encoding::utf8},
+    {6 * nat, Encoding::gb18030},
+    {6 * nat, Encoding::shiftJis},
+    {6 * nat, Encoding::eucKr},
+    {6 * nat, Encoding::big5},
+    {6 * nat, Encoding::windows1254},
+    {6 * nat, Encoding::windows1250},
+    {7 * nat, Encoding::windows1251},
+    {7 * nat, Encoding::eucJp},
+    {8 * nat, Encoding::windows1256},
+    {8 * nat, Encoding::windows1253},
+    {8 * nat, Encoding::tis620},
+    {8 * nat, Encoding::windows1255},
+    {8 * nat, Encoding::koi8},
+    {8 * nat, Encoding::iso8859_2, Encoding::windows1250},
+    {4 * nat, Encoding::iso8859_15, Encoding::windows1252},
+    {9 * nat, Encoding::iso8859_16, Encoding::windows1250},
+    {16 * nat, Encoding::windows1257},
+    {16 * nat, Encoding::windows1258},
 };
 
 /// The encodings that a region moves up in the list.
@@ -82,22 +82,22 @@ unsigned handicap(const Priority& priority, bool unicodeSeen, TextRegion region)
 }
 
 /// What a track's texts are as UTF-8.
-struct Utf8Evidence {
-  bool possible = true;  ///< well-formed, apart from a character cut off at an end
-  bool certain = false;  ///< and with a sequence too long to come about by chance
-};
+enum class Utf8Evidence { none, possible, certain };
 
+/// Well-formed texts, of which the ends may be cut off, are possible with a sequence of two bytes
+/// and certain with a longer one, which does not come about by chance.
 Utf8Evidence utf8Evidence(std::span<const std::string_view> texts) {
-  bool longSequence = false;
+  unsigned longest = 1;
   for (std::string_view text : texts) {
     while (!text.empty()) {
       const Decoded character = firstCharacter(Encoding::utf8, text);
-      if (!character.valid && !character.cut) return {.possible = false};
-      longSequence = longSequence || (character.valid && character.size >= 3);
+      if (!character.valid && !character.cut) return Utf8Evidence::none;
+      if (character.valid) longest = std::max(longest, character.size);
       text.remove_prefix(character.size);
     }
   }
-  return {.certain = longSequence};
+  if (longest == 1) return Utf8Evidence::none;
+  return longest == 2 ? Utf8Evidence::possible : Utf8Evidence::certain;
 }
 
 using UpperBytes = std::bitset<128>;
@@ -126,13 +126,13 @@ bool alike(Encoding first, Encoding second, const UpperBytes& used) {
 Encoding guessEncoding(std::span<const std::string_view> texts, bool unicodeSeen,
                        TextRegion region) {
   const Utf8Evidence utf8 = utf8Evidence(texts);
-  if (utf8.certain) return Encoding::utf8;
+  if (utf8 == Utf8Evidence::certain) return Encoding::utf8;
   const TrackScore score(texts);
   const UpperBytes used = upperBytesOf(texts);
   Encoding best = Encoding::windows1252;
   unsigned least = ~0U;
   for (const Priority& priority : priorities) {
-    if (priority.encoding == Encoding::utf8 && !utf8.possible) continue;
+    if (priority.encoding == Encoding::utf8 && utf8 == Utf8Evidence::none) continue;
     if (priority.like && alike(priority.encoding, *priority.like, used)) continue;
     const unsigned start = handicap(priority, unicodeSeen, region);
     if (start >= least) continue;

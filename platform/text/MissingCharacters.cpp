@@ -19,7 +19,9 @@ void MissingCharacters::remove(char32_t character) {
 }
 
 void MissingCharacters::remove(std::u16string_view characters) {
-  for (const char16_t character : characters) remove(char32_t{character});
+  for (const char32_t character : characters) {
+    if (character != utf8::replacement) remove(character);  // what stands for no character
+  }
 }
 
 void MissingCharacters::count() {

@@ -13,7 +13,7 @@ class MissingCharacters {
   /// Starts with all characters from `first` to `last`.
   MissingCharacters(char32_t first, char32_t last);
 
-  /// Takes out what is in the range.
+  /// Takes out a character, and what a table holds apart from U+FFFD, as far as it is in the range.
   void remove(char32_t character);
   void remove(std::u16string_view characters);
 

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "platform/common/Utf8.h"
 #include "platform/text/CodeTables.h"
 #include "platform/text/Encoding.h"
@@ -52,13 +50,13 @@ const MissingCharacters& gb18030Rest() {
   return characters;
 }
 
+/// Rows of GB 2312, surrounded by the Han characters that it lacks; the first of these areas has
+/// 190 codes for a lead byte, the second 96.
 Decoded gb18030(unsigned lead, unsigned trail) {
   if (lead >= 0xA1 && trail >= 0xA1) {
     const unsigned index = (lead - 0xA1) * 94 + trail - 0xA1;
     constexpr unsigned firstHan = (0xB0 - 0xA1) * 94;
-    const Decoded found =
-        fromTable(gb2312Table, index, 2, index < firstHan ? noCell : index - firstHan);
-    return found;
+    return fromTable(gb2312Table, index, 2, index < firstHan ? noCell : index - firstHan);
   }
   if (!within(trail, 0x40, 0xFE) || trail == 0x7F) return {};
   const unsigned column = trail - 0x40 - (trail > 0x7F);
@@ -100,22 +98,18 @@ Decoded big5(unsigned lead, unsigned trail) {
 Decoded japanese(unsigned row, unsigned cell, unsigned size) {
   constexpr unsigned kanaRow = 4;
   const unsigned place = within(row, kanaRow, 84) ? (row - kanaRow) * 94 + cell - 1 : noCell;
-  unsigned line = 0;
-  if (within(row, 1, 8))
-    line = row - 1;
-  else if (row == 13)
-    line = 8;
-  else if (within(row, 16, 84))
-    line = row - 16 + 9;
-  else if (within(row, 115, 119))
-    line = row - 115 + 78;
-  else
-    return {.size = size};
+  // The table has no lines for the rows without characters.
+  unsigned line = noCell;
+  if (within(row, 1, 8)) line = row - 1;
+  if (row == 13) line = 8;
+  if (within(row, 16, 84)) line = row - 16 + 9;
+  if (within(row, 115, 119)) line = row - 115 + 78;
+  if (line == noCell) return {.size = size};
   return fromTable(jisTable, line * 94 + cell - 1, size, place);
 }
 
 Decoded shiftJis(unsigned lead, unsigned trail) {
-  if (lead > 0xFC || !within(trail, 0x40, 0xFC) || trail == 0x7F) return {};
+  if (!within(trail, 0x40, 0xFC) || trail == 0x7F) return {};
   const unsigned rowPair = (lead - (lead < 0xA0 ? 0x81 : 0xC1)) * 2;
   if (trail >= 0x9F) return japanese(rowPair + 2, trail - 0x9E, 2);
   return japanese(rowPair + 1, trail - 0x3F - (trail > 0x7F), 2);
@@ -134,15 +128,11 @@ Decoded korean(unsigned lead, unsigned trail) {
     missing.count();
     return missing;
   }();
-  unsigned column = 0;
-  if (within(trail, 0x41, 0x5A))
-    column = trail - 0x41;
-  else if (within(trail, 0x61, 0x7A))
-    column = trail - 0x61 + 26;
-  else if (within(trail, 0x81, 0xFE))
-    column = trail - 0x81 + 52;
-  else
-    return {};
+  unsigned column = noCell;
+  if (within(trail, 0x41, 0x5A)) column = trail - 0x41;
+  if (within(trail, 0x61, 0x7A)) column = trail - 0x61 + 26;
+  if (within(trail, 0x81, 0xFE)) column = trail - 0x81 + 52;
+  if (column == noCell) return {};
   if (lead <= 0xA0) return computed(extension.at((lead - 0x81) * 178 + column), 2);
   return column < 84 ? computed(extension.at(32 * 178 + (lead - 0xA1) * 84 + column), 2)
                      : Decoded{};
@@ -150,22 +140,10 @@ Decoded korean(unsigned lead, unsigned trail) {
 
 /// The table is a vendor's; outside Shift_JIS these characters have the meaning of the standard.
 char32_t standardJapanese(char32_t code) {
-  switch (code) {
-    case 0xFF5E:
-      return 0x301C;
-    case 0x2225:
-      return 0x2016;
-    case 0xFF0D:
-      return 0x2212;
-    case 0xFFE0:
-      return 0xA2;
-    case 0xFFE1:
-      return 0xA3;
-    case 0xFFE2:
-      return 0xAC;
-    default:
-      return code;
-  }
+  constexpr std::u32string_view vendor = U"\uFF5E\u2225\uFF0D\uFFE0\uFFE1\uFFE2";
+  constexpr std::u32string_view standard = U"\u301C\u2016\u2212\u00A2\u00A3\u00AC";
+  const size_t place = vendor.find(code);
+  return place == std::u32string_view::npos ? code : standard[place];
 }
 
 /// Half-width katakana follow a lead byte of their own in EUC-JP.
@@ -181,8 +159,9 @@ Decoded eucJp(std::string_view bytes, unsigned lead, unsigned trail) {
 }
 
 bool isLead(Encoding encoding, unsigned byte) {
-  if (encoding == Encoding::eucJp) return byte >= 0xA1 || byte == 0x8E || byte == 0x8F;
-  return within(byte, 0x81, encoding == Encoding::shiftJis ? 0xFC : 0xFE) && byte != 0xFF;
+  if (encoding == Encoding::eucJp) return within(byte, 0xA1, 0xFE) || within(byte, 0x8E, 0x8F);
+  if (encoding == Encoding::shiftJis) return within(byte, 0x81, 0x9F) || within(byte, 0xE0, 0xFC);
+  return within(byte, 0x81, 0xFE);
 }
 
 }  // namespace
@@ -197,7 +176,7 @@ Decoded firstCharacter(Encoding encoding, std::string_view bytes) {
   }
   if (encoding == Encoding::shiftJis && within(lead, 0xA1, 0xDF))
     return computed(0xFF61 + lead - 0xA1, 1);
-  if (!isLead(encoding, lead) || (encoding == Encoding::shiftJis && lead == 0xA0)) return {};
+  if (!isLead(encoding, lead)) return {};
   if (bytes.size() == 1) return {.cut = true};
   const unsigned trail = static_cast<unsigned char>(bytes[1]);
   switch (encoding) {

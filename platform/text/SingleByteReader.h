@@ -21,10 +21,10 @@ constexpr size_t latinModels = 22;
 struct SingleByteReader {
   using Symbols = std::array<std::uint8_t, 256>;
 
-  std::array<LetterCase, 256> cases;
-  std::array<bool, 256> meaningless;  ///< bytes that no text of this encoding has
-  size_t firstModel;                  ///< the languages are neighbours among `alphabetModels()`
-  std::vector<Symbols> symbols;       ///< of each of the languages
+  std::array<LetterCase, 256> cases{};
+  std::array<bool, 256> meaningless{};  ///< bytes that no text of this encoding has
+  size_t firstModel = 0;                ///< the languages are neighbours among `alphabetModels()`
+  std::vector<Symbols> symbols;         ///< of each of the languages
 
   /// The reader of an eight-bit encoding; lives for ever. Any thread.
   static const SingleByteReader& of(Encoding encoding);

@@ -34,11 +34,13 @@ unsigned caseCost(LetterCase before, LetterCase letter) {
   }
 }
 
-/// Cost of a character that the end of a text cuts off. Tags with fields of fixed size, the
-/// shortest for a comment of 28 bytes, do so; other texts do not end within a character.
-unsigned cutCost(std::string_view text, bool wholeSeen) {
+/// Cost of bytes without a meaning at some place of a text. The end of a text may cut a character
+/// off: tags with fields of fixed size, the shortest for a comment of 28 bytes, do so; other texts
+/// do not end within a character.
+unsigned invalidCost(const Decoded& character, std::string_view text, bool wholeSeen) {
   constexpr size_t shortestField = 28;
-  return wholeSeen && text.size() >= shortestField ? cutCharacter : meaninglessByte;
+  const bool cut = character.cut && wholeSeen && text.size() >= shortestField;
+  return cut ? cutCharacter : meaninglessByte * character.size;
 }
 
 const CjkModel& cjkModel(Encoding encoding) {
@@ -79,7 +81,7 @@ class TrackScore::LanguageCosts {
 
  private:
   size_t texts;
-  TextCosts least;
+  TextCosts least{};
   std::vector<TextCosts> languages;
 };
 
@@ -149,8 +151,7 @@ unsigned TrackScore::multiByteCost(Encoding encoding, unsigned limit) const {
       const bool ascii = character.code < 0x80;
       const auto kind = character.valid ? CjkModel::classOf(character.code) : CjkModel::rare;
       if (!character.valid) {
-        sum +=
-            character.cut ? cutCost(texts[i].bytes, wholeSeen) : meaninglessByte * character.size;
+        sum += invalidCost(character, texts[i].bytes, wholeSeen);
       } else {
         if (!ascii || !asciiBefore) sum += model.pairCost(before, kind);
         if (!ascii) sum += model.cost(kind, character.cell);
@@ -179,7 +180,7 @@ unsigned TrackScore::utf8Cost() const {
         decoded[i] += character.code;
         wholeSeen = wholeSeen || character.size > 1;
       } else {
-        common += character.cut ? cutCost(texts[i].bytes, wholeSeen) : meaninglessByte;
+        common += invalidCost(character, texts[i].bytes, wholeSeen);
       }
     }
     decoded[i] += U' ';

@@ -150,12 +150,11 @@ TEST_F(Crawl, AnotherFileSystemInItsPlaceCountsAsGone) {
 }
 
 TEST_F(Crawl, StopsAtTheLimitOfSongs) {
-  for (int i = 0; i <= kMaxSongs / 2; ++i) {
-    const std::string number = std::to_string(i);
-    temporary.file("stick/A/" + number + ".mp3");
-    temporary.file("stick/B/" + number + ".mp3");
+  const std::string song = temporary.file("stick/A/Deep/x.mp3");
+  const std::string folders[] = {stick + "/A/", temporary.folder("stick/B") + "/"};
+  for (int i = 0; i < kMaxSongs; ++i) {
+    fs::create_hard_link(song, folders[i % 2] + std::to_string(i) + ".mp3");
   }
-  temporary.file("stick/A/Deep/x.mp3");
   walk();
   EXPECT_THAT(songs.items, SizeIs(kMaxSongs));
   EXPECT_EQ(log.levelOf("16000 track reached"), LOG_WARN);

@@ -117,7 +117,6 @@ void writePlaylists(StickFolder& stick) {
   stick.writeText("Playlists/Alte Liste.m3u",
                   legacyText("../Music/Die Kleine Brücke/Übermut/01 Straßenbahn nach Süden.flac\n",
                              "ISO-8859-1"));
-  stick.writeText("Playlists/Nothing.m3u8", "#EXTM3U\n");
 }
 
 void writeOtherFiles(StickFolder& stick) {

@@ -2,10 +2,7 @@
 
 #include <array>
 #include <cstdlib>
-#include <memory>
 #include <new>
-
-#include "platform/text/TextEncoding.h"
 
 namespace orvel {
 namespace {
@@ -32,33 +29,6 @@ using Setter = void (*)(TrackRecord*, const char*, unsigned, const char*);
 constexpr std::array<Setter, 5> setters{setTrackTitle, setTrackArtist, setTrackAlbum, setTrackGenre,
                                         setTrackComposer};
 
-struct Release {
-  void operator()(TrackRecord* track) const {
-    destroyTrack(track);
-    std::free(track);
-  }
-};
-
-/// Fills a record from a line; false when the line is malformed.
-bool parse(std::string_view line, TrackRecord& track) {
-  for (size_t i = 0; i < setters.size(); ++i) {
-    const size_t tab = line.find('\t');
-    const bool last = tab == std::string_view::npos;
-    if (last != (i + 1 == setters.size())) return false;
-    std::string_view field = line.substr(0, tab);
-    const bool unicode = field.starts_with("u:");
-    if (unicode) field.remove_prefix(2);
-    const std::optional<std::string> bytes = fromHex(field);
-    if (!bytes) return false;
-    if (!bytes->empty()) {
-      setters[i](&track, bytes->data(), static_cast<unsigned>(bytes->size()),
-                 unicode ? "UTF-8" : "ISO-8859-1");
-    }
-    line.remove_prefix(last ? line.size() : tab + 1);
-  }
-  return true;
-}
-
 /// Appends a text with blanks in place of control characters.
 void print(const TrackText& text, std::string& out) {
   if (isMetadataEmptyUTF8(text)) return;
@@ -73,15 +43,40 @@ void print(const TrackText& text, std::string& out) {
 
 }  // namespace
 
-std::optional<std::string> guessTrackLine(std::string_view line) {
-  TrackRecord track;
-  initTrack(&track);
-  const bool wellFormed = parse(line, track);
-  const std::unique_ptr<TrackRecord, Release> guessed(
-      wellFormed ? guess_and_convert_by_prio(&track, "ISO-8859-1") : nullptr);
-  destroyTrack(&track);
-  if (!wellFormed) return std::nullopt;
+void TrackRelease::operator()(TrackRecord* track) const {
+  destroyTrack(track);
+  std::free(track);
+}
+
+bool TaggedTrack::read(std::string_view line) {
+  for (size_t i = 0; i < setters.size(); ++i) {
+    const size_t tab = line.find('\t');
+    const bool last = tab == std::string_view::npos;
+    if (last != (i + 1 == setters.size())) return false;
+    std::string_view field = line.substr(0, tab);
+    const bool unicode = field.starts_with("u:");
+    if (unicode) field.remove_prefix(2);
+    const std::optional<std::string> bytes = fromHex(field);
+    if (!bytes) return false;
+    if (!bytes->empty()) {
+      setters[i](&record, bytes->data(), static_cast<unsigned>(bytes->size()),
+                 unicode ? "UTF-8" : "ISO-8859-1");
+    }
+    line.remove_prefix(last ? line.size() : tab + 1);
+  }
+  return true;
+}
+
+GuessedTrack TaggedTrack::guess() const {
+  GuessedTrack guessed(guess_and_convert_by_prio(&record, "ISO-8859-1"));
   if (!guessed) throw std::bad_alloc();
+  return guessed;
+}
+
+std::optional<std::string> guessTrackLine(std::string_view line) {
+  TaggedTrack track;
+  if (!track.read(line)) return std::nullopt;
+  const GuessedTrack guessed = track.guess();
   std::string out;
   print(guessed->title, out);
   for (const TrackText* text :

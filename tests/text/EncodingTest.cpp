@@ -1,0 +1,137 @@
+#include "platform/text/Encoding.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/common/Utf8.h"
+
+namespace orvel {
+namespace {
+
+/// What the C library makes of bytes; nothing when it refuses them.
+class Converter {
+ public:
+  explicit Converter(const char* encoding) : converter(iconv_open("UTF-8", encoding)) {}
+  ~Converter() {
+    if (available()) iconv_close(converter);
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  bool available() const { return reinterpret_cast<std::intptr_t>(converter) != -1; }
+
+  std::optional<std::string> read(std::string bytes) {
+    char buffer[64];
+    char* from = bytes.data();
+    char* to = buffer;
+    size_t fromLeft = bytes.size(), toLeft = sizeof buffer;
+    iconv(converter, nullptr, nullptr, nullptr, nullptr);
+    const bool good = iconv(converter, &from, &fromLeft, &to, &toLeft) != size_t(-1) &&
+                      iconv(converter, nullptr, nullptr, &to, &toLeft) != size_t(-1);
+    if (!good) return std::nullopt;
+    return std::string(buffer, to);
+  }
+
+ private:
+  iconv_t converter;
+};
+
+/// Private-use and control characters are how the C library reads bytes without a meaning.
+bool isPlaceholder(std::string_view text) {
+  const char32_t code = utf8::first(text).code;
+  return (code >= 0xE000 && code <= 0xF8FF) || (code >= 0x80 && code < 0xA0);
+}
+
+struct Reference {
+  Encoding encoding;
+  const char* name;  ///< the C library's name
+  int differing;     ///< characters that only the C library reads
+};
+
+class EncodingTest : public testing::TestWithParam<Reference> {
+ protected:
+  /// Counts the bytes that the C library knows, and those of them that we read differently.
+  void compare(const std::string& bytes) {
+    const std::optional<std::string> expected = converter.read(bytes);
+    if (!expected || expected->empty() || isPlaceholder(*expected)) return;
+    ++compared;
+    if (toUtf8(GetParam().encoding, bytes) != *expected) ++differing;
+  }
+
+  Converter converter{GetParam().name};
+  int compared = 0;
+  int differing = 0;
+};
+
+TEST_P(EncodingTest, agreesWithTheCLibrary) {
+  if (!converter.available()) GTEST_SKIP() << "no converter for " << GetParam().name;
+  for (int lead = 0x81; lead < 0x100; ++lead) {
+    const std::string first(1, static_cast<char>(lead));
+    compare(first);
+    if (isSingleByte(GetParam().encoding)) continue;
+    for (int trail = 0x40; trail < 0x100; ++trail) compare(first + static_cast<char>(trail));
+  }
+  EXPECT_GT(compared, 80);
+  EXPECT_EQ(differing, GetParam().differing);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodingTest,
+                         testing::Values(Reference{Encoding::windows1250, "CP1250", 0},
+                                         Reference{Encoding::windows1251, "CP1251", 0},
+                                         Reference{Encoding::windows1252, "CP1252", 0},
+                                         Reference{Encoding::windows1253, "CP1253", 0},
+                                         Reference{Encoding::windows1254, "CP1254", 0},
+                                         Reference{Encoding::windows1255, "CP1255", 0},
+                                         Reference{Encoding::windows1256, "CP1256", 0},
+                                         Reference{Encoding::windows1257, "CP1257", 0},
+                                         Reference{Encoding::windows1258, "CP1258", 0},
+                                         Reference{Encoding::tis620, "TIS-620", 0},
+                                         Reference{Encoding::koi8, "KOI8-U", 0},
+                                         Reference{Encoding::iso8859_2, "ISO-8859-2", 0},
+                                         Reference{Encoding::iso8859_15, "ISO-8859-15", 0},
+                                         Reference{Encoding::iso8859_16, "ISO-8859-16", 0},
+                                         Reference{Encoding::gb18030, "GBK", 0},
+                                         Reference{Encoding::big5, "CP950", 0},
+                                         Reference{Encoding::shiftJis, "CP932", 374},
+                                         Reference{Encoding::eucJp, "EUC-JP", 0},
+                                         Reference{Encoding::eucKr, "CP949", 0}),
+                         [](const auto& info) {
+                           std::string name = info.param.name;
+                           std::erase(name, '-');
+                           return name;
+                         });
+
+TEST(EncodingTest, readsFourBytesOfGb18030) {
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\x81\x30\x81\x30"), "\u0080");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\x82\x35\x8F\x33"), "\u9FA6");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\x83\x36\xC7\x38"), "\uD7FF");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\x84\x31\xA4\x39"), "\uFFFF");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\x90\x30\x81\x30"), "\U00010000");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\xE3\x32\x9A\x35"), "\U0010FFFF");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\xE3\x32\x9A\x36"), "\uFFFD");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\xFE\x39\xFE\x39z"), "\uFFFDz");
+}
+
+TEST(EncodingTest, marksMeaninglessBytesAndDropsACutCharacter) {
+  EXPECT_EQ(toUtf8(Encoding::shiftJis,
+                   "\x83\x52\x80"
+                   "a\x83"),
+            "コ\uFFFD"
+            "a");
+  EXPECT_EQ(toUtf8(Encoding::eucJp, "\xB0\xA1\x8F\xB0\xA1\x8F\xB0"), "亜\uFFFD");
+  EXPECT_EQ(toUtf8(Encoding::gb18030, "\xC4\xE3\x81\x30\x81"), "你");
+  EXPECT_EQ(toUtf8(Encoding::big5, "\xA7\x41\xFF\x41"),
+            "你\uFFFD"
+            "A");
+  EXPECT_EQ(toUtf8(Encoding::utf8, "\xE4\xBD\xA0\xE4"), "你");
+}
+
+TEST(EncodingTest, composesVietnameseToneMarks) {
+  EXPECT_EQ(toUtf8(Encoding::windows1258, "Ti\xEA\xECng Vi\xEA\xF2t \xD2"), "Tiếng Việt \u0309");
+}
+
+}  // namespace
+}  // namespace orvel

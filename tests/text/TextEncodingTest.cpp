@@ -1,0 +1,206 @@
+#include "platform/text/TextEncoding.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/common/Utf8.h"
+
+namespace orvel {
+namespace {
+
+using namespace std::string_view_literals;
+
+/// A track as the encoder builds it from texts, and what comes out.
+class TextEncodingTest : public testing::Test {
+ protected:
+  void SetUp() override { initTrack(&track); }
+  void TearDown() override {
+    destroyTrack(&track);
+    setTextRegion(TextRegion::neutral);
+  }
+
+  void title(std::string_view bytes, const char* encoding = "ISO-8859-1") {
+    setTrackTitle(&track, bytes.data(), static_cast<unsigned>(bytes.size()), encoding);
+  }
+  void artist(std::string_view bytes, const char* encoding = "ISO-8859-1") {
+    setTrackArtist(&track, bytes.data(), static_cast<unsigned>(bytes.size()), encoding);
+  }
+  void album(std::string_view bytes, const char* encoding = "ISO-8859-1") {
+    setTrackAlbum(&track, bytes.data(), static_cast<unsigned>(bytes.size()), encoding);
+  }
+
+  /// Title, artist and album in UTF-8, each with a bar behind it.
+  std::string guessed() {
+    TrackRecord* const result = guess_and_convert_by_prio(&track, "ISO-8859-1");
+    std::string all;
+    for (const TrackText* text : {&result->title, &result->artist, &result->album}) {
+      if (!isMetadataEmptyUTF8(*text)) all += std::string(text->bytes, text->length);
+      all += '|';
+    }
+    destroyTrack(result);
+    std::free(result);
+    return all;
+  }
+
+  std::string guessedTitle(std::string_view bytes) {
+    title(bytes);
+    const std::string all = guessed();
+    return all.substr(0, all.size() - 3);
+  }
+
+  TrackRecord track;
+};
+
+TEST_F(TextEncodingTest, asciiAndClaimedUnicodePassUnchanged) {
+  title("Hello\tWorld\0end"sv);
+  artist("Queensrÿche 桜", "UTF-8");
+  EXPECT_EQ(guessed(), "Hello\tWorld\0end|Queensrÿche 桜||"sv);
+  artist("", "UTF-8");
+  title("");
+  EXPECT_EQ(guessed(), "|||");
+}
+
+TEST_F(TextEncodingTest, westernTextsKeepTheirAccents) {
+  for (const std::string_view text : {"Mot\xF6rhead"sv, "Bj\xF6rk Gu\xF0mundsd\xF3ttir"sv,
+                                      "Le d\xE9lai d\x92"
+                                      "attente"sv,
+                                      "\xC9toile"sv, "Perch\xE9 no"sv, "\xBFQu\xE9?"sv,
+                                      "Sm\xF8rrebr\xF8"
+                                      "d \x96 100 \x80"sv,
+                                      "S\xE3o Lu\xED"
+                                      "s"sv}) {
+    std::string expected;
+    for (const unsigned char byte : text) {
+      const char32_t code = byte == 0x92   ? 0x2019
+                            : byte == 0x96 ? 0x2013
+                            : byte == 0x80 ? 0x20AC
+                                           : byte;
+      utf8::append(expected, code);
+    }
+    EXPECT_EQ(guessedTitle(text), expected);
+  }
+}
+
+TEST_F(TextEncodingTest, legacyTextsBecomeReadable) {
+  EXPECT_EQ(guessedTitle("\xC3\xF0\xF3\xEF\xEF\xE0 \xEA\xF0\xEE\xE2\xE8"), "Группа крови");
+  EXPECT_EQ(guessedTitle("\xE7\xD2\xD5\xD0\xD0\xC1 \xCB\xD2\xCF\xD7\xC9"), "Группа крови");
+  EXPECT_EQ(guessedTitle("\x83\x58\x83\x73\x83\x62\x83\x63"), "スピッツ");
+  EXPECT_EQ(guessedTitle("\xA5\xB9\xA5\xD4\xA5\xC3\xA5\xC4"), "スピッツ");
+  EXPECT_EQ(guessedTitle("\xC6\xDF\xC0\xEF\xCF\xE3\xB5\xC4\xC8\xD5\xD7\xD3"), "七里香的日子");
+  EXPECT_EQ(guessedTitle("\xA9\x50\xAA\x4E\xAD\xDB \xA7\xDA\xAA\xBA"), "周杰倫 我的");
+  EXPECT_EQ(guessedTitle("\xBB\xE7\xB6\xFB\xC7\xCF\xB4\xC2"), "사랑하는");
+  EXPECT_EQ(guessedTitle("\xC6\xF9\xDE \xEC\xEF\xF5"), "Ζωή μου");
+  EXPECT_EQ(guessedTitle("\xF9\xEC\xE5\xED \xF2\xE5\xEC\xED"), "שלום עולם");
+  EXPECT_EQ(guessedTitle("\xDE\xC7\xD1\xC6 \xC7\xE1\xE6\xD3\xC7\xC6\xD8"), "قارئ الوسائط");
+  EXPECT_EQ(guessedTitle("\xA4\xC7\xD2\xC1\xC3\xD1\xA1"), "ความรัก");
+  EXPECT_EQ(guessedTitle("\xDE"
+                         "ark\xFD"
+                         "c\xFD Y\xFDld\xFDz"),
+            "Şarkıcı Yıldız");
+}
+
+TEST_F(TextEncodingTest, rarerEncodingsAreToldApart) {
+  EXPECT_EQ(guessedTitle("\xDE"
+                         "em\xEB \xFEydinti g\xEBl\xEBmis"),
+            "Žemė žydinti gėlėmis");
+  EXPECT_EQ(guessedTitle("Le c\xBDur"), "Le cœur");
+  EXPECT_EQ(guessedTitle("\xA5"
+                         "C\xE2ntec\xB5 de dragoste, \xAAtefan"),
+            "„Cântec” de dragoste, Ștefan");
+  EXPECT_EQ(guessedTitle("Ti\xEA\xECng Vi\xEA\xF2t y\xEAu d\xE2\xECu"), "Tiếng Việt yêu dấu");
+}
+
+TEST_F(TextEncodingTest, oneEncodingHoldsForAllTextsOfATrack) {
+  title("Lato");
+  artist(
+      "\xA3\xF3"
+      "d\x9F");
+  album("Mniej ni\xBF zero");
+  EXPECT_EQ(guessed(), "Lato|Łódź|Mniej niż zero|");
+}
+
+TEST_F(TextEncodingTest, unicodeSiblingSpeaksForWesternTexts) {
+  title("Wielu\xF1");
+  EXPECT_EQ(guessed(), "Wieluń|||");
+  artist("Oheň", "UTF-8");
+  EXPECT_EQ(guessed(), "Wieluñ|Oheň||");
+}
+
+TEST_F(TextEncodingTest, utf8InDisguiseIsFound) {
+  title("桜坂");
+  EXPECT_EQ(guessed(), "桜坂|||");
+  title("Для тебя");
+  EXPECT_EQ(guessed(), "Для тебя|||");
+  title("Café");
+  artist("Beyonc\xE9");
+  album("D\xE9j\xE0 vu");
+  EXPECT_EQ(guessed(), "Café|Beyoncé|Déjà vu|");
+}
+
+TEST_F(TextEncodingTest, textsEncodedTwiceAsUtf8ComeOutOnce) {
+  // The tag holds "Ã©" as UTF-8; undoing more than one step is left to people.
+  title("Caf\xC3\x83\xC2\xA9");
+  EXPECT_EQ(guessed(), "CafÃ©|||");
+}
+
+TEST_F(TextEncodingTest, cutCharactersAreDropped) {
+  const std::string_view cut =
+      "\xBB\xFA\xB6\xAF\xD5\xBD\xCA\xBF\xB8\xD2\xB4\xEF\xBB\xFA\xB6\xAF\xD5\xBD\xCA"
+      "\xBF\xB8\xD2\xB4\xEF\xBB\xFA\xB6\xAF\xD5\xBD\xCA"sv;
+  ASSERT_EQ(cut.size(), 31U);
+  EXPECT_EQ(guessedTitle(cut.substr(0, 29)), "机动战士敢达机动战士敢达机动"sv);
+  EXPECT_EQ(guessedTitle("Papua-Nova Guin\xE9"), "Papua-Nova Guiné");
+  EXPECT_EQ(guessedTitle("Vietn\xE3"), "Vietnã");
+}
+
+TEST_F(TextEncodingTest, regionDecidesInDoubt) {
+  const std::string_view doubtful = "Akal\xFDn";
+  EXPECT_EQ(guessedTitle(doubtful), "Akalýn");
+  setTextRegion(TextRegion::turkey);
+  EXPECT_EQ(guessedTitle(doubtful), "Akalın");
+  EXPECT_EQ(guessedTitle("Mot\xF6rhead"), "Motörhead");
+}
+
+TEST_F(TextEncodingTest, settingATextReplacesTheEarlierOne) {
+  title("\xC3\xF0\xF3\xEF\xEF\xE0");
+  title("One");
+  EXPECT_EQ(guessed(), "One|||");
+  destroyTrack(&track);
+  EXPECT_TRUE(isMetadataEmptyUTF8(track.title));
+  EXPECT_EQ(guessed(), "|||");
+}
+
+TEST_F(TextEncodingTest, anyBytesGiveValidUtf8) {
+  std::mt19937 random(11);
+  const auto expectValid = [this] {
+    const std::string all = guessed();
+    for (std::string_view rest = all; !rest.empty();) ASSERT_TRUE(utf8::take(rest).valid);
+  };
+  for (int round = 0; round < 3000; ++round) {
+    const auto bytes = [&] {
+      std::string text(random() % 40, ' ');
+      const unsigned lowest = random() % 2 ? 0x80 : 0;
+      for (char& c : text) c = static_cast<char>(lowest + random() % (256 - lowest));
+      return text;
+    };
+    title(bytes());
+    artist(bytes(), round % 2 ? "UTF-8" : "ISO-8859-1");
+    album(bytes());
+    expectValid();
+  }
+  std::string large(1 << 20, '\xA4');
+  for (size_t i = 0; i < large.size(); i += 3) large[i] = static_cast<char>(random());
+  title(large);
+  artist(std::string(1 << 20, '\xFF'));
+  album(std::string(1 << 20, '\0'));
+  expectValid();
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,50 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "bench/text/TrackSet.h"
+#include "tools/text/TrackLine.h"
+
+namespace orvel {
+namespace {
+
+struct Accuracy {
+  int wrong = 0;
+  int westernWrong = 0;
+};
+
+Accuracy accuracyOf(const std::vector<KnownTrack>& tracks) {
+  Accuracy accuracy;
+  for (const KnownTrack& track : tracks) {
+    if (guessTrackLine(track.line) == track.texts) continue;
+    ++accuracy.wrong;
+    accuracy.westernWrong += track.encoding == "windows-1252";
+  }
+  return accuracy;
+}
+
+TEST(TrackSetTest, nearlyAllTracksComeOutRight) {
+  const std::vector<KnownTrack> tracks = readTrackSet(TRACK_SET);
+  ASSERT_GT(tracks.size(), 400U);
+  const Accuracy accuracy = accuracyOf(tracks);
+  EXPECT_LE(accuracy.wrong, 4);
+  EXPECT_EQ(accuracy.westernWrong, 0);
+}
+
+TEST(TrackSetTest, titlesAloneNearlyAllComeOutRight) {
+  const Accuracy accuracy = accuracyOf(readTrackSet(TRACK_SET, 1));
+  EXPECT_LE(accuracy.wrong, 10);
+  EXPECT_EQ(accuracy.westernWrong, 0);
+}
+
+TEST(TrackSetTest, threadsGuessAlikeAtTheSameTime) {
+  const std::vector<KnownTrack> tracks = readTrackSet(TRACK_SET);
+  Accuracy first, second;
+  std::thread other([&] { first = accuracyOf(tracks); });
+  second = accuracyOf(tracks);
+  other.join();
+  EXPECT_EQ(first.wrong, second.wrong);
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""Tells whether generated sources are what their script writes.
+
+Usage: checkGenerated.py models|codeTables|pinyin
+
+Exit status: 0 they are, 1 they differ, 77 the script's tools are not installed.
+"""
+
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+PLATFORM = HERE.parent.parent / "platform"
+
+
+def run(*command):
+    """Output of a script of this folder."""
+    return subprocess.run([sys.executable, "-B", *command], cwd=HERE, check=True,
+                          stdout=subprocess.PIPE).stdout
+
+
+def generated(sources, folder):
+    """Writes the sources into a folder and gives the folder that they belong into."""
+    if sources == "pinyin":
+        (folder / "PinyinTable.cpp").write_bytes(run("generatePinyin.py"))
+        return PLATFORM / "common"
+    if sources == "models":
+        run("generateModels.py", "counts", folder)
+    else:
+        run("generateCodeTables.py", folder)
+    return PLATFORM / "text"
+
+
+def main():
+    sources = sys.argv[1]
+    if sources == "pinyin" and not shutil.which("uconv"):
+        print("skipped: needs uconv (package icu-devtools)")
+        sys.exit(77)
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        home = generated(sources, folder)
+        made = sorted(folder.iterdir())
+        differing = [f.name for f in made if f.read_bytes() != (home / f.name).read_bytes()]
+    print(f"{len(made)} files,", "differing: " + ", ".join(differing) if differing else "all equal")
+    sys.exit(1 if differing or not made else 0)
+
+
+if __name__ == "__main__":
+    main()
