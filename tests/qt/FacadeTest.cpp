@@ -123,9 +123,12 @@ TEST_F(Facade, AReceiverMayCallTheFacadeFromWhereverItIsCalled) {
                      facade.prioritizeMsdDevice(device, mount);
                    });
   // On a stage's thread: the call must not stop the thread that it comes from.
-  QObject::connect(&facade, &OrvelQTProxy::indexingFinished, &context, [&](const QString& mount) {
-    if (mount == second) facade.startIndexing("dev3", third, true);
-  }, Qt::DirectConnection);
+  QObject::connect(
+      &facade, &OrvelQTProxy::indexingFinished, &context,
+      [&](const QString& mount) {
+        if (mount == second) facade.startIndexing("dev3", third, true);
+      },
+      Qt::DirectConnection);
   QObject::connect(&facade, &OrvelQTProxy::indexingFinished, &context,
                    [&](const QString& mount) { ended << mount; });
   facade.startIndexing("dev", first, true);
