@@ -46,8 +46,10 @@ TEST_F(DamagedDatabase, IsReplacedOnceWithOneWarning) {
   EXPECT_EQ(replacements(), 0U);
   EXPECT_THAT(songs(), ElementsAre("2000"));
   const std::function<void()> damages[] = {
-      [&] { std::ofstream(databaseOf("dev")) << "this is no database, but long enough to be read" <<
-                std::string(4096, ' '); },
+      [&] {
+        std::ofstream(databaseOf("dev"))
+            << "this is no database, but long enough to be read" << std::string(4096, ' ');
+      },
       [&] { overwrite(0, 100); },
       [&] { overwrite(100, 3000); },
       [&] { fs::resize_file(databaseOf("dev"), 700); },
@@ -55,7 +57,9 @@ TEST_F(DamagedDatabase, IsReplacedOnceWithOneWarning) {
       [&] { rowsOf("dev", "PRAGMA user_version=2;"); },
       [&] { rowsOf("dev", "PRAGMA user_version=0;"); },
       [&] { rowsOf("dev", "ALTER TABLE SONGS DROP COLUMN BOOKMARK;"); },
-      [&] { rowsOf("dev", "CREATE TRIGGER T AFTER INSERT ON SONGS BEGIN DELETE FROM SONGS; END;"); },
+      [&] {
+        rowsOf("dev", "CREATE TRIGGER T AFTER INSERT ON SONGS BEGIN DELETE FROM SONGS; END;");
+      },
   };
   for (std::size_t i = 0; i < std::size(damages); ++i) {
     damages[i]();

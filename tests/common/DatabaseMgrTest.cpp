@@ -30,8 +30,11 @@ class DatabaseMgrTest : public DatabaseFolderFixture {
     rowsOf(device, "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, ARTISTID) VALUES(" + id + "," +
                        path + "," + path + "," + path + "); INSERT INTO ARTISTS VALUES(" + path +
                        ",'a',''); INSERT INTO PLAYLISTS(PARTITION_ID, PLAYPATH, LASTMODIFIED)"
-                       " VALUES(" + id + "," + path + ", 7); INSERT INTO DIRECTORIES(PARTITION_ID,"
-                       " PATH, OBJECTID) VALUES(" + id + "," + path + "," + path + ");");
+                       " VALUES(" +
+                       id + "," + path +
+                       ", 7); INSERT INTO DIRECTORIES(PARTITION_ID,"
+                       " PATH, OBJECTID) VALUES(" +
+                       id + "," + path + "," + path + ");");
   }
 
   /// How many rows of each table are left.
@@ -44,9 +47,18 @@ class DatabaseMgrTest : public DatabaseFolderFixture {
 };
 
 TEST_F(DatabaseMgrTest, EveryDeviceIdGetsAFileOfItsOwnInTheFolder) {
-  const std::vector<std::string> ids = {
-      "", "dev1", "dev/1", "dev_1", "../../etc/passwd", std::string(10000, 'x'),
-      std::string(10001, 'x'), std::string("a\0b", 3), "a", "\xFF\xFE\n", "caf\xC3\xA9", "."};
+  const std::vector<std::string> ids = {"",
+                                        "dev1",
+                                        "dev/1",
+                                        "dev_1",
+                                        "../../etc/passwd",
+                                        std::string(10000, 'x'),
+                                        std::string(10001, 'x'),
+                                        std::string("a\0b", 3),
+                                        "a",
+                                        "\xFF\xFE\n",
+                                        "caf\xC3\xA9",
+                                        "."};
   std::set<std::string> files;
   for (const std::string& id : ids) {
     manager.createDb(id, "/m", true);
@@ -111,8 +123,9 @@ TEST_F(DatabaseMgrTest, OnlyPartitionsThatAreReallyGoneLoseTheirRows) {
   const DatabaseMgr::Lease otherDevice("dev2", gone);
   manager.removeDanglingPartitions("dev", a);
   EXPECT_THAT(counts("dev"), ElementsAre("4|4|4|4|4"));
-  EXPECT_THAT(rowsOf("dev", "SELECT PATH FROM SONGS WHERE PATH LIKE '%gone%' OR PATH LIKE '%empty%';"),
-              ElementsAre());
+  EXPECT_THAT(
+      rowsOf("dev", "SELECT PATH FROM SONGS WHERE PATH LIKE '%gone%' OR PATH LIKE '%empty%';"),
+      ElementsAre());
 }
 
 TEST_F(DatabaseMgrTest, ATooLargeDatabaseIsDeletedOrEmptiedInPlace) {
@@ -127,7 +140,7 @@ TEST_F(DatabaseMgrTest, ATooLargeDatabaseIsDeletedOrEmptiedInPlace) {
   EXPECT_THAT(counts("dev"), ElementsAre("1|1|1|1|1"));
 
   const auto inode = [&] {
-    struct stat status{};
+    struct stat status {};
     stat(databaseOf("dev").c_str(), &status);
     return status.st_ino;
   };
@@ -167,8 +180,9 @@ TEST_F(DatabaseMgrTest, SyncGivesSpaceBackAndTruncatesTheLog) {
   manager.createDb("dev", "/m", true);
   sqlstl::basic_sqlostream<char> out;
   manager.open("dev", out, 1000);
-  out.exec("WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I + 1 FROM N WHERE I < 3000)"
-           " INSERT INTO SONGS(PATH, OBJECTID, TITLE) SELECT I, I, hex(zeroblob(200)) FROM N;");
+  out.exec(
+      "WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I + 1 FROM N WHERE I < 3000)"
+      " INSERT INTO SONGS(PATH, OBJECTID, TITLE) SELECT I, I, hex(zeroblob(200)) FROM N;");
   manager.sync("dev");
   const auto full = fs::file_size(databaseOf("dev"));
   out.exec("DELETE FROM SONGS;");

@@ -49,7 +49,9 @@ TEST(TrackKey, IsOneForEverySpellingOfAPath) {
       {"/media/usb/Lists/a.mp3", "media/usb/Lists/a.mp3", "//media/./usb//x/../Lists/a.mp3",
        "/../MEDIA/USB/lists/A.MP3", "/media/usb/Lists/a.mp3/"},
       {"/m/caf\xC3\xA9", "/m/cafe\xCC\x81", "/M/CAF\xC3\x89", "/m/caf\xE9", "/m/x/../CAFE\xCC\x81"},
-      {"/m/stra\xC3\x9F" "e", "/m/STRASSE"},
+      {"/m/stra\xC3\x9F"
+       "e",
+       "/m/STRASSE"},
       {"/m/\xCE\xA3\xCE\x91\xCE\xA3", "/m/\xCF\x83\xCE\xB1\xCF\x82"},
       {"/m/cafe"},
       {"/m/a b"},

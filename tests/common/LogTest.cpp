@@ -14,7 +14,9 @@ using testing::HasSubstr;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
-void logSomething() { OV_INFO("%d %s", 1, "two"); }
+void logSomething() {
+  OV_INFO("%d %s", 1, "two");
+}
 
 TEST(Log, GoesToStandardErrorFromWarningsOn) {
   CaptureStderr();

@@ -2,7 +2,6 @@
 
 #include <glib.h>
 #include <gmock/gmock.h>
-#include <sqlite3.h>
 
 #include <clocale>
 #include <string>
@@ -32,10 +31,20 @@ TEST(Collation, AgreesWithGLibOnBothSidesOfTheStackBuffer) {
 }
 
 TEST(Collation, OrdersHostileBytesConsistently) {
-  const std::vector<std::string> texts = {
-      "",       "a",      "\xC3\xA4", "\xC3",   "\xFF\xFE", "a\xE2\x82", "\xF0\x9F\x8E\xB5",
-      "\x80",   "a\x01",  "\xED\xA0\x80",       std::string("a\0b", 3),  std::string(9000, '\xC0'),
-      std::string(8190, 'x') + "\xE2",          std::string(8191, 'x') + "\xE2\x82"};
+  const std::vector<std::string> texts = {"",
+                                          "a",
+                                          "\xC3\xA4",
+                                          "\xC3",
+                                          "\xFF\xFE",
+                                          "a\xE2\x82",
+                                          "\xF0\x9F\x8E\xB5",
+                                          "\x80",
+                                          "a\x01",
+                                          "\xED\xA0\x80",
+                                          std::string("a\0b", 3),
+                                          std::string(9000, '\xC0'),
+                                          std::string(8190, 'x') + "\xE2",
+                                          std::string(8191, 'x') + "\xE2\x82"};
   for (const auto& a : texts) {
     EXPECT_EQ(compare(a, a), 0);
     for (const auto& b : texts) EXPECT_EQ(compare(a, b), -compare(b, a));
@@ -54,22 +63,6 @@ TEST(Collation, AnnouncesItselfInGLibsDebugLog) {
   tracker_collation_shutdown();
   g_log_set_default_handler(earlier, nullptr);
   EXPECT_THAT(messages, testing::ElementsAre("[GLib collation] Initializing collator"));
-}
-
-TEST(Collation, ServesAHostsOwnConnection) {
-  sqlite3* connection = nullptr;
-  ASSERT_EQ(sqlite3_open(":memory:", &connection), SQLITE_OK);
-  sqlite3_create_collation(connection, "UTF8", SQLITE_UTF8, nullptr, collation_utf8);
-  std::string order;
-  sqlite3_exec(
-      connection, "SELECT x FROM (SELECT 'b' x UNION SELECT 'a') ORDER BY x COLLATE UTF8;",
-      [](void* text, int, char** values, char**) {
-        *static_cast<std::string*>(text) += values[0];
-        return 0;
-      },
-      &order, nullptr);
-  EXPECT_EQ(order, "ab");
-  sqlite3_close(connection);
 }
 
 }  // namespace

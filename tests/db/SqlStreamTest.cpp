@@ -119,7 +119,8 @@ TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
 
 TEST_F(SqlStream, ABindFailureIsSilentAndAFailedRowDropsTheRest) {
   out.query("INSERT INTO T VALUES(?, ?);");
-  out << "a" << 1 << "one too many" << "and more";
+  out << "a" << 1 << "one too many"
+      << "and more";
   EXPECT_TRUE(out.fail() && !out.bad());
   EXPECT_THAT(logged(), ElementsAre());
   out << sqlstl::step;
@@ -128,7 +129,8 @@ TEST_F(SqlStream, ABindFailureIsSilentAndAFailedRowDropsTheRest) {
   out.query("INSERT INTO T(B) VALUES(?);");
   out << 1 << sqlstl::step << 2 << sqlstl::step;
   EXPECT_TRUE(out.bad());
-  EXPECT_THAT(logged(), ElementsAre("exec failed: 19 NOT NULL constraint failed: T.A", "step failed"));
+  EXPECT_THAT(logged(),
+              ElementsAre("exec failed: 19 NOT NULL constraint failed: T.A", "step failed"));
   out.query("SELECT 1;");
   out << sqlstl::step;
   EXPECT_TRUE(out.bad());

@@ -31,9 +31,9 @@ std::string replaceText(const std::string& table, const std::string& key, const 
 
 TEST(SqlTexts, HaveTheirExactRunsOfBlanks) {
   std::string songs = "INSERT INTO SONGS (PARTITION_ID";
-  for (const char* column : {"PATH", "OBJECTID", "DIRECTORYID", "NAME", "TITLE", "ARTISTID",
-                             "ALBUMID", "GENREID", "COMPOSERID", "AUDIOTYPE", "BOOKMARK",
-                             "LASTMODIFIED"}) {
+  for (const char* column :
+       {"PATH", "OBJECTID", "DIRECTORYID", "NAME", "TITLE", "ARTISTID", "ALBUMID", "GENREID",
+        "COMPOSERID", "AUDIOTYPE", "BOOKMARK", "LASTMODIFIED"}) {
     songs.append(",{40}").append(column);
   }
   songs += ",{39}TRACKIND,{39}DISCNUM,{39}ASIANTITLE{41}){40}VALUES{40}(?";
@@ -46,7 +46,8 @@ TEST(SqlTexts, HaveTheirExactRunsOfBlanks) {
   EXPECT_EQ(counted(sql::kInsertDirectory),
             "INSERT INTO DIRECTORIES (PARTITION_ID, PATH,{2}NAME, OBJECTID, PARENT_ID){45}"
             "VALUES (?,?,?,?,?);");
-  EXPECT_EQ(counted(sql::kSelectSongs), "SELECT ID,LASTMODIFIED, PATH{2}FROM SONGS WHERE PATH LIKE ");
+  EXPECT_EQ(counted(sql::kSelectSongs),
+            "SELECT ID,LASTMODIFIED, PATH{2}FROM SONGS WHERE PATH LIKE ");
   // The other texts have single blanks only; these are what is easily lost.
   const std::regex cleaning(
       "BEGIN TRANSACTION; (DELETE FROM (ARTIST|ALBUM|GENRE|COMPOSER)S WHERE \\2ID NOT IN"
@@ -70,7 +71,8 @@ TEST(SqlTexts, PatternsMatchBelowTheMountPointAndNeverRunItsText) {
   rows(file,
        "CREATE TABLE DIRECTORIES(PATH, OBJECTID); CREATE TABLE SONGS(ID, LASTMODIFIED, PATH);"
        "CREATE TABLE VIEW_PLAYLISTNAMES(ID, LASTMODIFIED, PLAYPATH);"
-       "INSERT INTO DIRECTORIES VALUES('/media/it''s/a','2'),('/media/it''s','1'),('/media/o','3');");
+       "INSERT INTO DIRECTORIES "
+       "VALUES('/media/it''s/a','2'),('/media/it''s','1'),('/media/o','3');");
   sqlstl::basic_sqlistream<char> in;
   sqlstl::basic_sqlostream<char> out;
   in.open(file.c_str(), 1000);

@@ -36,9 +36,15 @@ bool failsAt(long n, Work work) {
 
 }  // namespace
 
-void* operator new(std::size_t bytes) { return allocate(bytes); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*bytes*/) noexcept { std::free(memory); }
+void* operator new(std::size_t bytes) {
+  return allocate(bytes);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
+  std::free(memory);
+}
 
 namespace orvel::test {
 namespace {

@@ -38,7 +38,9 @@ class ChangeFinderTest : public DatabaseFolderFixture {
     rowsOf("dev", "INSERT INTO SONGS(PATH, OBJECTID, LASTMODIFIED) VALUES('" + path +
                       "', (SELECT COUNT(*) FROM SONGS), " + time + ");");
   }
-  static std::vector<std::string> stored() { return rowsOf("dev", "SELECT PATH FROM SONGS ORDER BY ID;"); }
+  static std::vector<std::string> stored() {
+    return rowsOf("dev", "SELECT PATH FROM SONGS ORDER BY ID;");
+  }
 
   ChangeFinder songs{"Songs", ChangeFinder::Content::Songs, sql::kSelectSongs, sql::kDeleteSong,
                      false};
@@ -49,8 +51,8 @@ class ChangeFinderTest : public DatabaseFolderFixture {
 
 TEST_F(ChangeFinderTest, PassesOnWhatIsNewOrChangedAndDeletesTheRest) {
   const Files all = {{"/m/b", 2}, {"/m/a", 1}, {"/m/a\xFF", 4}, {"/m/a0", 3}};
-  EXPECT_THAT(difference(songs, "/m", all),
-              ElementsAre(all[1], all[3], all[2], all[0])) << "sorted by unsigned bytes";
+  EXPECT_THAT(difference(songs, "/m", all), ElementsAre(all[1], all[3], all[2], all[0]))
+      << "sorted by unsigned bytes";
   song("/m/a", "1");
   song("/m/b", "3");  // later than the file itself
   song("/m/gone", "1");
@@ -84,8 +86,9 @@ TEST_F(ChangeFinderTest, EqualIsEqualBeyond2038AndForDoubledRows) {
   song("/m/d", "7");
   song("/m/d", "8");
   const std::int32_t wrapped = narrowTime(2147483648);
-  EXPECT_THAT(difference(songs, "/m", {{"/m/a", 5}, {"/m/b", wrapped}, {"/m/c", wrapped}, {"/m/d", 7}}),
-              SizeIs(0));
+  EXPECT_THAT(
+      difference(songs, "/m", {{"/m/a", 5}, {"/m/b", wrapped}, {"/m/c", wrapped}, {"/m/d", 7}}),
+      SizeIs(0));
   EXPECT_THAT(stored(), ElementsAre("/m/a", "/m/b", "/m/c", "/m/d"));
 }
 

@@ -54,9 +54,9 @@ class Crawl : public testing::Test {
 };
 
 TEST(MediaKind, GoesByTheFirstOccurrenceOfTheExtension) {
-  for (const char* song : {"a.mp3", "a.m4b", "a.m4a", "a.wma", "a.aac", "a.wav", "a.mpg", "a.mpeg",
-                           "a.asf", "a.m4p", "a.FLAC", "a.m4r", "a.Mp4", ".mp3", "a.mp3.mp4",
-                           "\xFF.mp3", "x.m3u.mp3"}) {
+  for (const char* song :
+       {"a.mp3", "a.m4b", "a.m4a", "a.wma", "a.aac", "a.wav", "a.mpg", "a.mpeg", "a.asf", "a.m4p",
+        "a.FLAC", "a.m4r", "a.Mp4", ".mp3", "a.mp3.mp4", "\xFF.mp3", "x.m3u.mp3"}) {
     EXPECT_EQ(mediaKindOf(song), MediaKind::Song) << song;
   }
   for (const char* list : {"l.m3u", "l.M3U8", "l.pls", "l.asx", "l.wpl", "l.mp3x.m3u"}) {
@@ -84,10 +84,10 @@ TEST_F(Crawl, FindsWhatARealTreeHolds) {
   fs::create_directory_symlink(".", stick + "/Deep/er/self");
   fs::create_directory_symlink("Music", stick + "/Again");
   walk();
-  EXPECT_THAT(namesOf(songs),
-              UnorderedElementsAre("Music/a.mp3", ".Trash-1000/b.mp3", "Deep/er/f.FLAC",
-                                   "folder.mp3/g.wav", "Music/\xFF\n.mp3", "link.mp3",
-                                   "Again/a.mp3", "Again/\xFF\n.mp3"));
+  EXPECT_THAT(
+      namesOf(songs),
+      UnorderedElementsAre("Music/a.mp3", ".Trash-1000/b.mp3", "Deep/er/f.FLAC", "folder.mp3/g.wav",
+                           "Music/\xFF\n.mp3", "link.mp3", "Again/a.mp3", "Again/\xFF\n.mp3"));
   EXPECT_THAT(namesOf(playlists), ElementsAre("Lists/p.m3u"));
   std::vector<std::string> found;
   for (const Directory* directory : directories.items) {
@@ -96,8 +96,8 @@ TEST_F(Crawl, FindsWhatARealTreeHolds) {
               parent < 0 ? directory->path : parentPath(directory->path));
     found.push_back(relative(directory->path) + (directory->hasMusic ? "*" : ""));
   }
-  EXPECT_THAT(found, UnorderedElementsAre("*", "Music*", ".Trash-1000*", "Lists", "Deep", "Deep/er*",
-                                          "folder.mp3*", "Again*"));
+  EXPECT_THAT(found, UnorderedElementsAre("*", "Music*", ".Trash-1000*", "Lists", "Deep",
+                                          "Deep/er*", "folder.mp3*", "Again*"));
   EXPECT_EQ(skippedBlocks(), 0);
   EXPECT_THAT(log.texts(), ElementsAre());
 }

@@ -25,8 +25,12 @@ boost::shared_ptr<DirectoryBlock> tree(
 }
 
 auto deepTree(bool music) {
-  return tree({{"/m", -1, false}, {"/m/A", 0, false}, {"/m/Lists", 0, false}, {"/m/A/B", 1, false},
-               {"/m/A/B/C", 3, music}, {"/m/A/B/C/D", 4, false}});
+  return tree({{"/m", -1, false},
+               {"/m/A", 0, false},
+               {"/m/Lists", 0, false},
+               {"/m/A/B", 1, false},
+               {"/m/A/B/C", 3, music},
+               {"/m/A/B/C/D", 4, false}});
 }
 
 class DirectorySaverTest : public DatabaseFolderFixture {
@@ -37,9 +41,10 @@ class DirectorySaverTest : public DatabaseFolderFixture {
   }
   /// Each folder with its parent's path, or with the raw parent where it is no folder.
   static std::vector<std::string> stored() {
-    return rowsOf("dev",
-                  "SELECT D.PATH, D.NAME, COALESCE(P.PATH, D.PARENT_ID) FROM DIRECTORIES D LEFT JOIN"
-                  " DIRECTORIES P ON D.PARENT_ID = P.OBJECTID ORDER BY D.PATH;");
+    return rowsOf(
+        "dev",
+        "SELECT D.PATH, D.NAME, COALESCE(P.PATH, D.PARENT_ID) FROM DIRECTORIES D LEFT JOIN"
+        " DIRECTORIES P ON D.PARENT_ID = P.OBJECTID ORDER BY D.PATH;");
   }
 
   DirectorySaver saver{"DirectorySaver"};
@@ -65,8 +70,8 @@ TEST_F(DirectorySaverTest, StoresTheFoldersAboveMusicAndOnlyWhenTheyChanged) {
 }
 
 TEST_F(DirectorySaverTest, MarksAncestorsAndRefusesAParentOutsideTheBlock) {
-  const auto block = tree({{"/m", -1, false}, {"/m/a", 0, true}, {"/m/a/b", 1, true},
-                           {"/m/c", 0, false}});
+  const auto block =
+      tree({{"/m", -1, false}, {"/m/a", 0, true}, {"/m/a/b", 1, true}, {"/m/c", 0, false}});
   saver.propagateMusicPresence(block.get());
   EXPECT_TRUE(block->items[0]->hasMusic && !block->items[3]->hasMusic);
   for (const int parent : {2, 1000000, -2}) {
@@ -82,8 +87,9 @@ TEST_F(DirectorySaverTest, WritesNothingWhenItIsStoppingAndSaysSo) {
 }
 
 TEST_F(DirectorySaverTest, TellsOfRowsThatWereLost) {
-  rowsOf("dev", "CREATE TRIGGER T BEFORE INSERT ON DIRECTORIES WHEN NEW.NAME = 'B'"
-                " BEGIN SELECT RAISE(ABORT, 'no'); END;");
+  rowsOf("dev",
+         "CREATE TRIGGER T BEFORE INSERT ON DIRECTORIES WHEN NEW.NAME = 'B'"
+         " BEGIN SELECT RAISE(ABORT, 'no'); END;");
   const LogCapture quiet;
   EXPECT_TRUE(saver.doOperation(deepTree(true))->operation.skipped);
 }

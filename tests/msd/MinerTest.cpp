@@ -32,7 +32,8 @@ TEST_F(Miner, WhatCannotBeReadIsASongWithoutTexts) {
   temporary.file("text.mp4", std::string(5000, 'x'));
   ASSERT_EQ(mkfifo(temporary.path("fifo.mp3").c_str(), 0600), 0);
   temporary.folder("folder.mp3");
-  const auto songs = mine({"vanished.wma", "fifo.mp3", "folder.mp3", "empty.m4a"}, temporary.path());
+  const auto songs =
+      mine({"vanished.wma", "fifo.mp3", "folder.mp3", "empty.m4a"}, temporary.path());
   ASSERT_THAT(songs->items, SizeIs(4));
   for (const MetaDataInfo* song : songs->items) {
     EXPECT_EQ(song->title + song->artist + song->album + song->genre + song->composer, "");

@@ -66,12 +66,15 @@ class PlaylistStages : public DatabaseFolderFixture {
 TEST_F(PlaylistStages, TheLastEntryOfEachListIsStoredTwice) {
   EXPECT_THAT(saved({playlist("/m/p", {"a", "b", "#c"}), playlist("q", {"d", "e", "f"})}),
               ElementsAre("p|a", "p|b", "p|#c", "p|#c", "q|d", "q|e", "q|f", "q|f"));
-  EXPECT_THAT(rowsOf("dev", "SELECT DISTINCT AUDIOTYPE, LASTMODIFIED, PARTITION_ID FROM PLAYLISTS;"),
-              ElementsAre("1|9|" + Md5(Md5Kind::Directory, "/m").text()));
-  EXPECT_THAT(rowsOf("dev", "SELECT DISTINCT PLAYID, TRACKID FROM PLAYLISTS WHERE TRACKPATH IN"
-                            " ('#c', 'd');"),
-              ElementsAre(Md5(Md5Kind::Playlist, "/m/p").text() + "|#c",
-                          Md5(Md5Kind::Playlist, "q").text() + "|" + Md5(Md5Kind::Track, "d").text()));
+  EXPECT_THAT(
+      rowsOf("dev", "SELECT DISTINCT AUDIOTYPE, LASTMODIFIED, PARTITION_ID FROM PLAYLISTS;"),
+      ElementsAre("1|9|" + Md5(Md5Kind::Directory, "/m").text()));
+  EXPECT_THAT(
+      rowsOf("dev",
+             "SELECT DISTINCT PLAYID, TRACKID FROM PLAYLISTS WHERE TRACKPATH IN"
+             " ('#c', 'd');"),
+      ElementsAre(Md5(Md5Kind::Playlist, "/m/p").text() + "|#c",
+                  Md5(Md5Kind::Playlist, "q").text() + "|" + Md5(Md5Kind::Track, "d").text()));
 }
 
 TEST_F(PlaylistStages, AnEmptyListLeavesNoRowOfItsOwn) {
@@ -93,9 +96,11 @@ TEST_F(PlaylistStages, RealFilesOfEveryKindAreReadOnTheMainLoop) {
       temporary.file("2.m3u8", "#EXTM3U\n#EXTINF:1,x\na b.mp3\n"),
       temporary.file("3%#\xC3\xA4.pls", "[playlist]\nNumberOfEntries=1\nFile1=a b.mp3\n"),
       temporary.file("4.asx", "<ASX version=\"3.0\"><ENTRY><REF HREF=\"a b.mp3\"/></ENTRY></ASX>"),
-      temporary.file("5.wpl", "<?wpl version=\"1.0\"?><smil><body><seq><media src=\"a b.mp3\"/></seq>"
-                              "</body></smil>"),
-      temporary.file("6.m3u", std::string(3000, '\xFF')), temporary.path("7.m3u")};
+      temporary.file("5.wpl",
+                     "<?wpl version=\"1.0\"?><smil><body><seq><media src=\"a b.mp3\"/></seq>"
+                     "</body></smil>"),
+      temporary.file("6.m3u", std::string(3000, '\xFF')),
+      temporary.path("7.m3u")};
   const auto lists = miner.doOperation(filesOf(files));
   ASSERT_EQ(lists->items.size(), files.size());
   const std::string song = Md5(Md5Kind::Track, temporary.path("a b.mp3")).text();

@@ -14,7 +14,9 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 
-MtpDevice& registry() { return MtpDevice::instance(); }
+MtpDevice& registry() {
+  return MtpDevice::instance();
+}
 
 /// A thread that waits for the readiness of device 7.
 auto waiting(const LogCapture& log, std::stop_token token = {}) {
@@ -40,10 +42,10 @@ TEST(MtpDevice, KnowsOnlyWhatItWasTold) {
   registry().setDeviceReady(7);
   registry().disconnectDevice(7);
   EXPECT_FALSE(registry().isDeviceConnected(7) || registry().isDeviceReady(7));
-  EXPECT_THAT(log.texts(), ElementsAre("setDeviceReady 7", "setDeviceReady DONE",
-                                       "setDeviceConnected 7", "setDeviceConnected DONE",
-                                       "setDeviceReady 7", "setDeviceReady DONE",
-                                       "disconnectDevice"));
+  EXPECT_THAT(log.texts(),
+              ElementsAre("setDeviceReady 7", "setDeviceReady DONE", "setDeviceConnected 7",
+                          "setDeviceConnected DONE", "setDeviceReady 7", "setDeviceReady DONE",
+                          "disconnectDevice"));
 }
 
 TEST(MtpDevice, AWaitEndsWithAnyReadinessOrAStopAndNothingElse) {

@@ -60,8 +60,9 @@ TEST_F(Controller, ANewRequestSupersedesTheOneThatWaitsForTheSameMainLoop) {
   const auto begin = std::chrono::steady_clock::now();
   request(controller, "dev", mount);
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
-  EXPECT_THAT(log.texts("Stopping dev type 0"),
-              ElementsAre(MatchesRegex("Stopping dev type 0 handle 0 mp " + mount + " pipe [0-9a-f]+")));
+  EXPECT_THAT(
+      log.texts("Stopping dev type 0"),
+      ElementsAre(MatchesRegex("Stopping dev type 0 handle 0 mp " + mount + " pipe [0-9a-f]+")));
   EXPECT_THAT(log.texts("Erasing "), SizeIs(1));
   EXPECT_EQ(log.count("START IT"), 2);
   const MainLoopThread loop;
@@ -85,7 +86,8 @@ TEST_F(Controller, WaitingRequestsRunInTheOrderOfTheirKeys) {
   const MainLoopThread loop;
   ASSERT_TRUE(awaitEnd(controller));
   std::vector<std::string> finished;
-  for (const auto& text : log.texts("Orvel finished")) finished.push_back(text.substr(text.size() - 1));
+  for (const auto& text : log.texts("Orvel finished"))
+    finished.push_back(text.substr(text.size() - 1));
   EXPECT_THAT(finished, ElementsAre("1", "3", "2"));
   EXPECT_THAT(contents("b"), isComplete());
   EXPECT_THAT(rowsOf("a", "SELECT STATUS FROM PARTITIONS; SELECT COUNT(*) FROM SONGS;"),
@@ -172,9 +174,11 @@ TEST_F(Controller, AStormOfCallsLeavesEveryDatabaseComplete) {
   for (const auto& [device, mount] : devices) {
     request(controller, device, mount);
     controller.prioritizeOperation(MSD_OPERATION, device, 0, mount);
-    ASSERT_TRUE(waitUntil([&mount = mount, &controller] {
-      return controller.progressOf(mount)->phase == RequestPhase::Finished;
-    }, 20s));
+    ASSERT_TRUE(waitUntil(
+        [&mount = mount, &controller] {
+          return controller.progressOf(mount)->phase == RequestPhase::Finished;
+        },
+        20s));
   }
   ASSERT_TRUE(awaitEnd(controller));
   for (const auto& [device, mount] : devices) EXPECT_THAT(contents(device), isComplete()) << device;

@@ -34,10 +34,10 @@ class PipelineTest : public DatabaseFolderFixture {
 };
 
 TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
-  std::vector<std::string> names = {"ChangeFinder-MSDSongs",    "Normalizer",       "MSDMiner",
-                                    "SongSaver",                "ChangeFinder-MSDPlaylist",
-                                    "MSDPlaylistMiner",         "PlaylistSaver",    "MSDCrawler",
-                                    "DirectorySaver",           "MSDPipeline"};
+  std::vector<std::string> names = {
+      "ChangeFinder-MSDSongs",    "Normalizer",       "MSDMiner",      "SongSaver",
+      "ChangeFinder-MSDPlaylist", "MSDPlaylistMiner", "PlaylistSaver", "MSDCrawler",
+      "DirectorySaver",           "MSDPipeline"};
   pipeline.launch();
   pipeline.stop();
   pipeline.join();
@@ -45,7 +45,8 @@ TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
   for (const auto& name : names) stopped.push_back(name + " stopped");
   EXPECT_THAT(log.texts(" stopped"), testing::ElementsAreArray(stopped));
   std::vector<std::string> joined;
-  for (auto name = names.rbegin(); name != names.rend(); ++name) joined.push_back(*name + " joined");
+  for (auto name = names.rbegin(); name != names.rend(); ++name)
+    joined.push_back(*name + " joined");
   EXPECT_THAT(log.texts(" joined"), testing::ElementsAreArray(joined));
   EXPECT_EQ(log.count("MSDCrawler stop DELETING 1"), 1) << "the root block was the crawler's";
   log.clear();

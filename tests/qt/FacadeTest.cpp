@@ -120,12 +120,15 @@ TEST_F(Facade, AReceiverMayCallTheFacadeFromWhereverItIsCalled) {
                    [&](const QString& device, const QString& mount) {
                      existing.push_back(device + mount);
                      facade.startIndexing("dev2", second, true);
-                     facade.prioritizeMsdDevice(device, mount);
+                     facade.prioritizeMsdDevice("dev2", second);
                    });
   // On a stage's thread: the call must not stop the thread that it comes from.
-  QObject::connect(&facade, &OrvelQTProxy::indexingFinished, &context, [&](const QString& mount) {
-    if (mount == second) facade.startIndexing("dev3", third, true);
-  }, Qt::DirectConnection);
+  QObject::connect(
+      &facade, &OrvelQTProxy::indexingFinished, &context,
+      [&](const QString& mount) {
+        if (mount == second) facade.startIndexing("dev3", third, true);
+      },
+      Qt::DirectConnection);
   QObject::connect(&facade, &OrvelQTProxy::indexingFinished, &context,
                    [&](const QString& mount) { ended << mount; });
   facade.startIndexing("dev", first, true);
@@ -135,6 +138,8 @@ TEST_F(Facade, AReceiverMayCallTheFacadeFromWhereverItIsCalled) {
   facade.startIndexing("dev", first, true);
   ASSERT_TRUE(processUntil([&] { return ended.contains(third); }) && allEnded());
   EXPECT_THAT(existing, ElementsAre("dev" + first));
+  QCoreApplication::processEvents();
+  ended.sort();
   EXPECT_EQ(ended, QStringList({first, first, second, third}));
   EXPECT_THAT(log.texts("enqueueNewOperation dev"), testing::SizeIs(3));
   for (const char* device : {"dev", "dev2", "dev3"}) {
