@@ -51,7 +51,7 @@ class VerbParser {
 
   /// Returns false when help is wanted instead.
   bool parse(const QStringList& arguments) {
-    if (!parser.parse(arguments)) fail(parser.errorText().toStdString() + ".");
+    if (!parser.parse(arguments)) fail(parser.errorText().toStdString());
     return !parser.isSet("help");
   }
 

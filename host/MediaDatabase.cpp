@@ -156,7 +156,9 @@ std::vector<std::string> databasesIn(const std::string& folder) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
-    if (entry->path().extension() == ".db") databases.push_back(entry->path().string());
+    std::error_code ignored;
+    if (entry->path().extension() != ".db" || !entry->is_regular_file(ignored)) continue;
+    databases.push_back(entry->path().string());
   }
   if (error && error != std::errc::no_such_file_or_directory) {
     throw HostError(CouldNotRun, "Cannot read the database folder " + folder + " (" +
