@@ -84,7 +84,8 @@ void index(const IndexOptions& options, ProgressLine& line, IndexResult& result)
   for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
   prepareDatabase(options, result);
   requireGlibLoop();
-  for (const std::string& mountPoint : mountPoints) result.partitions.push_back({mountPoint, {}, {}});
+  for (const std::string& mountPoint : mountPoints)
+    result.partitions.push_back({mountPoint, {}, {}});
   SignalWatcher signals;
   IndexSession session(result, line);
   signals.onSignal = [&](int signal) {

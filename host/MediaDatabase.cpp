@@ -63,8 +63,8 @@ MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
 
 bool MediaDatabase::open(const std::string& uri) {
   sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
-                                     nullptr);
+  const int result =
+      sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
   connection.reset(opened);
   if (result != SQLITE_OK) return false;
   sqlite3_busy_timeout(opened, kWaitForWriterMs);
@@ -115,21 +115,24 @@ void MediaDatabase::fail() const {
 
 Totals MediaDatabase::totals() const {
   Totals totals;
-  query("SELECT (SELECT COUNT(*) FROM SONGS), (SELECT COUNT(*) FROM ARTISTS),"
-        " (SELECT COUNT(*) FROM ALBUMS), (SELECT COUNT(*) FROM GENRES),"
-        " (SELECT COUNT(*) FROM COMPOSERS), (SELECT COUNT(*) FROM DIRECTORIES),"
-        " (SELECT COUNT(DISTINCT PLAYID) FROM PLAYLISTS);",
-        {}, [&](const Row& row) {
-          totals = {numberOf(row[0]), numberOf(row[1]), numberOf(row[2]), numberOf(row[3]),
-                    numberOf(row[4]), numberOf(row[5]), numberOf(row[6])};
-        });
+  query(
+      "SELECT (SELECT COUNT(*) FROM SONGS), (SELECT COUNT(*) FROM ARTISTS),"
+      " (SELECT COUNT(*) FROM ALBUMS), (SELECT COUNT(*) FROM GENRES),"
+      " (SELECT COUNT(*) FROM COMPOSERS), (SELECT COUNT(*) FROM DIRECTORIES),"
+      " (SELECT COUNT(DISTINCT PLAYID) FROM PLAYLISTS);",
+      {}, [&](const Row& row) {
+        totals = {numberOf(row[0]), numberOf(row[1]), numberOf(row[2]), numberOf(row[3]),
+                  numberOf(row[4]), numberOf(row[5]), numberOf(row[6])};
+      });
   return totals;
 }
 
 std::vector<StoredPartition> MediaDatabase::partitions() const {
   std::vector<StoredPartition> partitions;
   query("SELECT MOUNTPOINT, STATUS FROM PARTITIONS ORDER BY MOUNTPOINT COLLATE UTF8;", {},
-        [&](const Row& row) { partitions.push_back({textOf(row[0]), textOf(row[1])}); });
+        [&](const Row& row) {
+          partitions.push_back({textOf(row[0]), textOf(row[1])});
+        });
   return partitions;
 }
 

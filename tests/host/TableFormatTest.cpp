@@ -22,10 +22,11 @@ std::string tableOf(const std::vector<Row>& rows, std::size_t width) {
 
 TEST(TableFormat, AlignsColumnsByWhatATerminalShows) {
   std::setlocale(LC_ALL, "C.UTF-8");
-  EXPECT_EQ(tableOf({{"/a", "x", "夜明け", std::int64_t{1}}, {"/b\n", "y", {}, std::int64_t{12}}}, 0),
-            "PATH  TITLE   DISC\n"
-            "/a    夜明け     1\n"
-            "/b\\n            12\n");
+  EXPECT_EQ(
+      tableOf({{"/a", "x", "夜明け", std::int64_t{1}}, {"/b\n", "y", {}, std::int64_t{12}}}, 0),
+      "PATH  TITLE   DISC\n"
+      "/a    夜明け     1\n"
+      "/b\\n            12\n");
 }
 
 TEST(TableFormat, ShortensTheWidestToFitTheTerminal) {
