@@ -32,10 +32,9 @@ const std::map<std::string, ListKind> kKinds = {
     {"composers", ListKind::Composers}, {"directories", ListKind::Directories},
     {"playlists", ListKind::Playlists}};
 
-const std::map<std::string, ListOptions::Format> kFormats = {
-    {"table", ListOptions::Format::Table},
-    {"tsv", ListOptions::Format::Tsv},
-    {"json", ListOptions::Format::Json}};
+const std::map<std::string, ListOptions::Format> kFormats = {{"table", ListOptions::Format::Table},
+                                                             {"tsv", ListOptions::Format::Tsv},
+                                                             {"json", ListOptions::Format::Json}};
 
 /// The options and arguments of one verb.
 class VerbParser {
@@ -44,14 +43,15 @@ class VerbParser {
     parser.setApplicationDescription(purpose);
     parser.addPositionalArgument(verb, "The command.", verb);
     parser.addOption({{"h", "help"}, "Print this help."});
-    parser.addOption({"db-dir", "Folder of the databases; default: " + defaultFolder() + ".", "DIR"});
+    parser.addOption(
+        {"db-dir", "Folder of the databases; default: " + defaultFolder() + ".", "DIR"});
   }
 
   QCommandLineParser& get() { return parser; }
 
   /// Returns false when help is wanted instead.
   bool parse(const QStringList& arguments) {
-    if (!parser.parse(arguments)) fail(parser.errorText().toStdString() + ".");
+    if (!parser.parse(arguments)) fail(parser.errorText().toStdString());
     return !parser.isSet("help");
   }
 
@@ -137,8 +137,11 @@ Command parseList(const QStringList& arguments) {
   const std::vector<std::string> operands = verb.operands();
   if (operands.size() != 1) verb.fail("Name one kind of thing to list.");
   ListOptions options;
-  options.query = {named(verb, kKinds, operands.front()), verb.value("artist"),
-                   verb.value("album"), verb.value("genre"), verb.value("playlist"),
+  options.query = {named(verb, kKinds, operands.front()),
+                   verb.value("artist"),
+                   verb.value("album"),
+                   verb.value("genre"),
+                   verb.value("playlist"),
                    verb.value("directory")};
   options.deviceId = verb.value("device-id");
   options.databaseFile = verb.value("db");

@@ -15,7 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isOctal(char c) { return c >= '0' && c <= '7'; }
+bool isOctal(char c) {
+  return c >= '0' && c <= '7';
+}
 
 /// Resolves the "\040" for a blank and the like; see proc(5).
 std::string unescaped(const std::string& field) {
@@ -56,7 +58,7 @@ std::string mountedDevice(const std::string& folder, const std::string& mountInf
 }
 
 std::optional<dev_t> deviceNumber(const std::string& node) {
-  struct stat status{};
+  struct stat status {};
   if (node.empty() || stat(node.c_str(), &status) != 0) return std::nullopt;
   if (!S_ISBLK(status.st_mode) && !S_ISCHR(status.st_mode)) return std::nullopt;
   return status.st_rdev;

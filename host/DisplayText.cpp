@@ -10,7 +10,9 @@ namespace orvel::host {
 
 namespace {
 
-bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
+bool isControl(char32_t code) {
+  return code < 0x20 || (code >= 0x7F && code < 0xA0);
+}
 
 /// Line and paragraph separators, and the marks that turn the direction of what follows.
 bool isLayout(char32_t code) {
@@ -66,9 +68,13 @@ bool isValidUtf8(std::string_view text) {
   return true;
 }
 
-std::string displayText(std::string_view text) { return withEscapes(text, false); }
+std::string displayText(std::string_view text) {
+  return withEscapes(text, false);
+}
 
-std::string escapedText(std::string_view text) { return withEscapes(text, true); }
+std::string escapedText(std::string_view text) {
+  return withEscapes(text, true);
+}
 
 std::size_t displayWidth(std::string_view text) {
   std::size_t width = 0;

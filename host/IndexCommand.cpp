@@ -45,11 +45,11 @@ void requireGlibLoop() {
                       ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
 }
 
-void requireWritable(const std::string& path, const char* what, int mode) {
+/// Throws when `path`, which is called `what`, fails a test of access(2).
+void requireAccess(const std::string& path, int mode, const std::string& what) {
   if (access(path.c_str(), mode) == 0) return;
   const int error = errno;
-  throw HostError(CouldNotRun, std::string("The ") + what + " " + path + " cannot be written (" +
-                                   std::strerror(error) +
+  throw HostError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
                                    "). Change its permissions or name another folder with"
                                    " --db-dir.");
 }
@@ -59,10 +59,12 @@ void prepareDatabase(const IndexOptions& options, IndexResult& result) {
   databases.setDirectory(options.databaseFolder);
   result.database = databases.getDbNameFromDevId(result.deviceId);
   databases.createDirectory();
-  requireWritable(options.databaseFolder + "/.", "database folder", W_OK | X_OK);
+  // The trailing "/" tells a file in the folder's place.
+  requireAccess(options.databaseFolder + "/", W_OK | X_OK,
+                "The database folder " + options.databaseFolder);
   std::error_code ignored;
   if (std::filesystem::exists(result.database, ignored)) {
-    requireWritable(result.database, "database", R_OK | W_OK);
+    requireAccess(result.database, R_OK | W_OK, "The database " + result.database);
   }
 }
 
@@ -82,7 +84,8 @@ void index(const IndexOptions& options, ProgressLine& line, IndexResult& result)
   for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
   prepareDatabase(options, result);
   requireGlibLoop();
-  for (const std::string& mountPoint : mountPoints) result.partitions.push_back({mountPoint, {}, {}});
+  for (const std::string& mountPoint : mountPoints)
+    result.partitions.push_back({mountPoint, {}, {}});
   SignalWatcher signals;
   IndexSession session(result, line);
   signals.onSignal = [&](int signal) {

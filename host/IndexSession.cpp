@@ -27,7 +27,9 @@ IndexSession::IndexSession(IndexResult& runResult, ProgressLine& progressLine)
   QObject::connect(&endTimer, &QTimer::timeout, &loop, [this] { look(); });
 }
 
-IndexSession::~IndexSession() { shutDown(); }
+IndexSession::~IndexSession() {
+  shutDown();
+}
 
 void IndexSession::run() {
   begin(0);

@@ -13,8 +13,8 @@
 
 namespace orvel::host {
 
-/// Indexes the partitions of one device, one after the other, through the facade and a controller of
-/// its own. Lives on the main thread; the application's event loop must be GLib's.
+/// Indexes the partitions of one device, one after the other, through the facade and a controller
+/// of its own. Lives on the main thread; the application's event loop must be GLib's.
 class IndexSession {
  public:
   /// `runResult` names the device, its database and the partitions, and takes what becomes of them.

@@ -42,6 +42,8 @@ void JsonFormat::row(const Row& row) {
   isFirst = false;
 }
 
-void JsonFormat::end() { out << (isFirst ? "]\n" : "\n]\n"); }
+void JsonFormat::end() {
+  out << (isFirst ? "]\n" : "\n]\n");
+}
 
 }  // namespace orvel::host

@@ -11,7 +11,9 @@ namespace {
 
 constexpr int kVersion = 1;
 
-qint64 number(std::int64_t value) { return value; }
+qint64 number(std::int64_t value) {
+  return value;
+}
 
 /// null for an empty text.
 QJsonValue textOrNull(const std::string& text) {
@@ -49,13 +51,11 @@ QJsonObject partition(const PartitionResult& result) {
 
 QJsonValue totals(const std::optional<Totals>& totals) {
   if (!totals) return {};
-  return QJsonObject{{"songs", number(totals->songs)},
-                     {"artists", number(totals->artists)},
-                     {"albums", number(totals->albums)},
-                     {"genres", number(totals->genres)},
-                     {"composers", number(totals->composers)},
-                     {"directories", number(totals->directories)},
-                     {"playlists", number(totals->playlists)}};
+  return QJsonObject{
+      {"songs", number(totals->songs)},         {"artists", number(totals->artists)},
+      {"albums", number(totals->albums)},       {"genres", number(totals->genres)},
+      {"composers", number(totals->composers)}, {"directories", number(totals->directories)},
+      {"playlists", number(totals->playlists)}};
 }
 
 }  // namespace
@@ -63,20 +63,19 @@ QJsonValue totals(const std::optional<Totals>& totals) {
 std::string jsonReport(const IndexResult& result) {
   QJsonArray partitions;
   for (const PartitionResult& one : result.partitions) partitions.append(partition(one));
-  return jsonLine(
-      {{"version", kVersion},
-       {"exit", result.exitStatus()},
-       {"error", textOrNull(result.error.value_or(""))},
-       {"interrupted", result.signal != 0},
-       {"device_id", jsonString(result.deviceId)},
-       {"database", textOrNull(result.database)},
-       {"database_bytes", number(result.databaseBytes)},
-       {"seconds", result.seconds},
-       {"first_song_seconds",
-        result.firstSongSeconds ? QJsonValue(*result.firstSongSeconds) : QJsonValue()},
-       {"status", textOrNull(result.status() == nullptr ? "" : result.status())},
-       {"partitions", partitions},
-       {"totals", totals(result.totals)}});
+  return jsonLine({{"version", kVersion},
+                   {"exit", result.exitStatus()},
+                   {"error", textOrNull(result.error.value_or(""))},
+                   {"interrupted", result.signal != 0},
+                   {"device_id", jsonString(result.deviceId)},
+                   {"database", textOrNull(result.database)},
+                   {"database_bytes", number(result.databaseBytes)},
+                   {"seconds", result.seconds},
+                   {"first_song_seconds",
+                    result.firstSongSeconds ? QJsonValue(*result.firstSongSeconds) : QJsonValue()},
+                   {"status", textOrNull(result.status() == nullptr ? "" : result.status())},
+                   {"partitions", partitions},
+                   {"totals", totals(result.totals)}});
 }
 
 }  // namespace orvel::host

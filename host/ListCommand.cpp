@@ -46,8 +46,7 @@ int runList(const ListOptions& options) {
   std::ios::sync_with_stdio(false);
   const MediaDatabase database(databaseFor(options));
   const Listing listing = listingFor(options.query);
-  const auto format =
-      ListFormat::make(options.format, listing.columns, std::cout, outputColumns());
+  const auto format = ListFormat::make(options.format, listing.columns, std::cout, outputColumns());
   database.query(listing.sql, listing.parameters, [&](const Row& row) { format->row(row); });
   format->end();
   std::cout.flush();

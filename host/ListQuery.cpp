@@ -109,27 +109,24 @@ bool hasFilter(const ListQuery& query) {
 
 Listing directories(const ListQuery& query) {
   const Filter filter = filterWithPlaylist(query);
-  return {{{"path", Kind::Path},
-           {"name", Kind::Text},
-           {"parent", Kind::Path},
-           {"songs", Kind::Number}},
-          "WITH COUNTS AS (SELECT S.DIRECTORYID AS ID, COUNT(*) AS SONGS" + std::string(kSongs) +
-              filter.where +
-              " GROUP BY S.DIRECTORYID)"
-              " SELECT D.PATH, D.NAME, P.PATH, COALESCE(N.SONGS, 0) FROM DIRECTORIES D"
-              " LEFT JOIN DIRECTORIES P ON P.OBJECTID = D.PARENT_ID" +
-              (hasFilter(query) ? "" : " LEFT") +
-              " JOIN COUNTS N ON N.ID = D.OBJECTID ORDER BY D.PATH COLLATE UTF8, D.PATH;",
-          filter.parameters};
+  return {
+      {{"path", Kind::Path}, {"name", Kind::Text}, {"parent", Kind::Path}, {"songs", Kind::Number}},
+      "WITH COUNTS AS (SELECT S.DIRECTORYID AS ID, COUNT(*) AS SONGS" + std::string(kSongs) +
+          filter.where +
+          " GROUP BY S.DIRECTORYID)"
+          " SELECT D.PATH, D.NAME, P.PATH, COALESCE(N.SONGS, 0) FROM DIRECTORIES D"
+          " LEFT JOIN DIRECTORIES P ON P.OBJECTID = D.PARENT_ID" +
+          (hasFilter(query) ? "" : " LEFT") +
+          " JOIN COUNTS N ON N.ID = D.OBJECTID ORDER BY D.PATH COLLATE UTF8, D.PATH;",
+      filter.parameters};
 }
 
 /// With a filter on songs only the entries that match count.
 Listing playlists(const ListQuery& query) {
   Filter filter(query);
-  const std::string onSongs = filter.where.empty()
-                                  ? ""
-                                  : " WHERE E.TRACKID IN (SELECT S.OBJECTID" + std::string(kSongs) +
-                                        filter.where + ")";
+  const std::string onSongs = filter.where.empty() ? ""
+                                                   : " WHERE E.TRACKID IN (SELECT S.OBJECTID" +
+                                                         std::string(kSongs) + filter.where + ")";
   filter.where = onSongs;
   filter.add("? IN (E.PLAYNAME, E.PLAYPATH)", query.playlist);
   return {{{"name", Kind::Text}, {"path", Kind::Path}, {"entries", Kind::Number}},

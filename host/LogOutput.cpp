@@ -36,6 +36,8 @@ LogOutput::LogOutput(ProgressLine& line, int threshold) {
   setLogSink(print, &line);
 }
 
-LogOutput::~LogOutput() { setLogSink(nullptr, nullptr); }
+LogOutput::~LogOutput() {
+  setLogSink(nullptr, nullptr);
+}
 
 }  // namespace orvel::host

@@ -63,8 +63,8 @@ MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
 
 bool MediaDatabase::open(const std::string& uri) {
   sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
-                                     nullptr);
+  const int result =
+      sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
   connection.reset(opened);
   if (result != SQLITE_OK) return false;
   sqlite3_busy_timeout(opened, kWaitForWriterMs);
@@ -115,21 +115,24 @@ void MediaDatabase::fail() const {
 
 Totals MediaDatabase::totals() const {
   Totals totals;
-  query("SELECT (SELECT COUNT(*) FROM SONGS), (SELECT COUNT(*) FROM ARTISTS),"
-        " (SELECT COUNT(*) FROM ALBUMS), (SELECT COUNT(*) FROM GENRES),"
-        " (SELECT COUNT(*) FROM COMPOSERS), (SELECT COUNT(*) FROM DIRECTORIES),"
-        " (SELECT COUNT(DISTINCT PLAYID) FROM PLAYLISTS);",
-        {}, [&](const Row& row) {
-          totals = {numberOf(row[0]), numberOf(row[1]), numberOf(row[2]), numberOf(row[3]),
-                    numberOf(row[4]), numberOf(row[5]), numberOf(row[6])};
-        });
+  query(
+      "SELECT (SELECT COUNT(*) FROM SONGS), (SELECT COUNT(*) FROM ARTISTS),"
+      " (SELECT COUNT(*) FROM ALBUMS), (SELECT COUNT(*) FROM GENRES),"
+      " (SELECT COUNT(*) FROM COMPOSERS), (SELECT COUNT(*) FROM DIRECTORIES),"
+      " (SELECT COUNT(DISTINCT PLAYID) FROM PLAYLISTS);",
+      {}, [&](const Row& row) {
+        totals = {numberOf(row[0]), numberOf(row[1]), numberOf(row[2]), numberOf(row[3]),
+                  numberOf(row[4]), numberOf(row[5]), numberOf(row[6])};
+      });
   return totals;
 }
 
 std::vector<StoredPartition> MediaDatabase::partitions() const {
   std::vector<StoredPartition> partitions;
   query("SELECT MOUNTPOINT, STATUS FROM PARTITIONS ORDER BY MOUNTPOINT COLLATE UTF8;", {},
-        [&](const Row& row) { partitions.push_back({textOf(row[0]), textOf(row[1])}); });
+        [&](const Row& row) {
+          partitions.push_back({textOf(row[0]), textOf(row[1])});
+        });
   return partitions;
 }
 
@@ -156,7 +159,9 @@ std::vector<std::string> databasesIn(const std::string& folder) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
-    if (entry->path().extension() == ".db") databases.push_back(entry->path().string());
+    std::error_code ignored;
+    if (entry->path().extension() != ".db" || !entry->is_regular_file(ignored)) continue;
+    databases.push_back(entry->path().string());
   }
   if (error && error != std::errc::no_such_file_or_directory) {
     throw HostError(CouldNotRun, "Cannot read the database folder " + folder + " (" +

@@ -54,7 +54,9 @@ const char* nameOf(RequestPhase phase) {
 
 ProgressLine::ProgressLine(bool visible) : isVisible(visible), isTerminal(canRewriteLines()) {}
 
-ProgressLine::~ProgressLine() { erase(); }
+ProgressLine::~ProgressLine() {
+  erase();
+}
 
 void ProgressLine::begin(const std::string& newMountPoint) {
   const std::lock_guard lock(mutex);

@@ -31,6 +31,8 @@ void SignalWatcher::receive() {
   if (onSignal) onSignal(static_cast<int>(arrived.ssi_signo));
 }
 
-void SignalWatcher::giveBack() { pthread_sigmask(SIG_UNBLOCK, &watched, nullptr); }
+void SignalWatcher::giveBack() {
+  pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
+}
 
 }  // namespace orvel::host

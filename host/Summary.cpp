@@ -25,13 +25,14 @@ std::string counted(std::int64_t count, const char* one, const char* many) {
 void describePartition(std::ostream& out, const PartitionResult& partition) {
   const ProgressSnapshot& progress = partition.progress;
   const ProgressSnapshot::Songs& songs = progress.songs;
-  out << displayText(partition.mountPoint) << "\n  Songs      " << songs.found << " found: "
-      << songs.added << " new or changed, " << songs.unchanged << " unchanged, " << songs.removed
-      << " removed; " << songs.stored << " stored, " << songs.skipped << " skipped\n"
+  out << displayText(partition.mountPoint) << "\n  Songs      " << songs.found
+      << " found: " << songs.added << " new or changed, " << songs.unchanged << " unchanged, "
+      << songs.removed << " removed; " << songs.stored << " stored, " << songs.skipped
+      << " skipped\n"
       << "  Playlists  " << progress.playlists.found << " found, " << progress.playlists.stored
       << " read\n"
-      << "  Folders    " << progress.directories.found << " found, "
-      << progress.directories.stored << " with music\n";
+      << "  Folders    " << progress.directories.found << " found, " << progress.directories.stored
+      << " with music\n";
   if (partition.ok() && progress.databaseExisted && !progress.contentModified &&
       songs.removed == 0) {
     out << "  Nothing has changed since the last run.\n";
