@@ -1,5 +1,6 @@
 // The least that an indexer of one thread can do with TagLib as it comes: walk a folder, open every
-// file by name with its audio properties, and take the seven tag values. Prints files and bytes of text.
+// file by name with its audio properties, and take the seven tag values. Prints files and bytes of
+// text.
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
 #include <taglib/tpropertymap.h>
@@ -9,13 +10,15 @@
 
 namespace {
 
-std::size_t bytesOf(const TagLib::String& text) { return text.to8Bit(true).size(); }
+std::size_t bytesOf(const TagLib::String& text) {
+  return text.to8Bit(true).size();
+}
 
 std::size_t readValues(const TagLib::FileRef& file) {
   const TagLib::Tag& tag = *file.tag();
   const TagLib::PropertyMap properties = file.file()->properties();
-  return bytesOf(tag.title()) + bytesOf(tag.artist()) + bytesOf(tag.album()) + bytesOf(tag.genre()) +
-         tag.track() + bytesOf(properties["COMPOSER"].toString()) +
+  return bytesOf(tag.title()) + bytesOf(tag.artist()) + bytesOf(tag.album()) +
+         bytesOf(tag.genre()) + tag.track() + bytesOf(properties["COMPOSER"].toString()) +
          bytesOf(properties["DISCNUMBER"].toString());
 }
 

@@ -51,7 +51,8 @@ struct MetaDataInfo {
   MetaDataInfo(const MetaDataInfo&) = delete;
   MetaDataInfo& operator=(const MetaDataInfo&) = delete;
 
-  /// Fills `asianFields` from the five texts; they stay null when no text has Asian script.
+  /// Fills `asianFields` from the five texts, or from the file's own sort forms where these are
+  /// better; they stay null when no text has Asian script.
   void setAsianFields();
 
   /// What identifies the song's row: `objectId`, or `titleId` when it is empty.
@@ -80,6 +81,9 @@ struct MetaDataInfo {
   int audioType = 1;
   std::string objectId;
   std::unique_ptr<AsianFields> asianFields;
+  /// The sort forms that the file itself gives for title, artist, album, genre and composer; null
+  /// when it gives none. Set before `setAsianFields`.
+  std::unique_ptr<const std::array<std::string, 5>> sortForms;
 };
 
 }  // namespace orvel

@@ -3,6 +3,7 @@
 #include <taglib/tstring.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -63,6 +64,20 @@ class WorkingTrack {
   TrackRecord track;
 };
 
+/// The file's own sort forms, cleaned; null when it gives none.
+std::unique_ptr<const std::array<std::string, 5>> sortFormsOf(const SongTag& tag) {
+  const SongTag::SortTexts& texts = tag.sortTexts();
+  if (std::all_of(texts.begin(), texts.end(), [](const auto& text) { return text.isEmpty(); })) {
+    return nullptr;
+  }
+  auto forms = std::make_unique<std::array<std::string, 5>>();
+  std::transform(texts.begin(), texts.end(), forms->begin(), [](const TagLib::String& text) {
+    const std::string utf8 = text.to8Bit(true);
+    return trim(utf8.data(), static_cast<unsigned>(utf8.size()));
+  });
+  return forms;
+}
+
 struct FreeTrack {
   void operator()(TrackRecord* track) const {
     destroyTrack(track);
@@ -96,15 +111,20 @@ MetaDataInfo* Encoder::guessAndConvert(const std::string& path, const std::strin
   store(working.track, setTrackGenre, genre);
   const std::unique_ptr<TrackRecord, FreeTrack> converted(
       guess_and_convert_by_prio(&working.track, kLatin1));
+  std::unique_ptr<MetaDataInfo> song;
   if (converted == nullptr) {
-    return new MetaDataInfo(path, mountPoint, withoutBlanks(title.utf8),
-                            withoutBlanks(artist.utf8), withoutBlanks(album.utf8),
-                            withoutBlanks(genre.utf8), withoutBlanks(composer.utf8), trackNumber,
-                            discNumber, lastModified);
+    song = std::make_unique<MetaDataInfo>(path, mountPoint, withoutBlanks(title.utf8),
+                                          withoutBlanks(artist.utf8), withoutBlanks(album.utf8),
+                                          withoutBlanks(genre.utf8), withoutBlanks(composer.utf8),
+                                          trackNumber, discNumber, lastModified);
+  } else {
+    song = std::make_unique<MetaDataInfo>(path, mountPoint, stripped(converted->title),
+                                          stripped(converted->artist), stripped(converted->album),
+                                          stripped(converted->genre), stripped(converted->composer),
+                                          trackNumber, discNumber, lastModified);
   }
-  return new MetaDataInfo(path, mountPoint, stripped(converted->title), stripped(converted->artist),
-                          stripped(converted->album), stripped(converted->genre),
-                          stripped(converted->composer), trackNumber, discNumber, lastModified);
+  if (songTag != nullptr) song->sortForms = sortFormsOf(*songTag);
+  return song.release();
 }
 
 }  // namespace orvel

@@ -12,6 +12,7 @@
 #include <taglib/xiphcomment.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace orvel {
 
@@ -21,7 +22,23 @@ namespace {
 struct Extras {
   TagLib::String composer;
   TagLib::String disc;
+  SongTag::SortTexts sort;
 };
+
+/// Collects the extras under the names that a format gives them; no format sorts genres.
+template <class TextOf>
+Extras collect(TextOf textOf, const char* composer, const char* disc, const char* titleSort,
+               const char* artistSort, const char* albumSort, const char* composerSort) {
+  return {textOf(composer),
+          textOf(disc),
+          {textOf(titleSort), textOf(artistSort), textOf(albumSort), TagLib::String(),
+           textOf(composerSort)}};
+}
+
+template <class TextOf>
+Extras collectByPropertyName(TextOf textOf, const char* disc) {
+  return collect(textOf, "COMPOSER", disc, "TITLESORT", "ARTISTSORT", "ALBUMSORT", "COMPOSERSORT");
+}
 
 /// A WAV file's tag is its ID3v2 chunk, also when only its INFO chunk has texts.
 const TagLib::Tag& tagWithTexts(const TagLib::File& file) {
@@ -33,16 +50,15 @@ const TagLib::Tag& tagWithTexts(const TagLib::File& file) {
   return *file.tag();
 }
 
-TagLib::String firstFrame(const TagLib::ID3v2::Tag& tag, const char* frameId) {
-  const TagLib::ID3v2::FrameListMap& frames = tag.frameListMap();
-  const auto found = frames.find(frameId);
-  if (found == frames.end() || found->second.isEmpty()) return {};
-  return found->second.front()->toString();
-}
-
 Extras extrasOf(const TagLib::ID3v2::Tag* tag) {
   if (tag == nullptr) return {};
-  return {firstFrame(*tag, "TCOM"), firstFrame(*tag, "TPOS")};
+  const TagLib::ID3v2::FrameListMap& frames = tag->frameListMap();
+  const auto text = [&](const char* id) {
+    const auto found = frames.find(id);
+    return found == frames.end() || found->second.isEmpty() ? TagLib::String()
+                                                            : found->second.front()->toString();
+  };
+  return collect(text, "TCOM", "TPOS", "TSOT", "TSOP", "TSOA", "TSOC");
 }
 
 Extras extrasOf(const TagLib::APE::Tag* tag) {
@@ -52,7 +68,7 @@ Extras extrasOf(const TagLib::APE::Tag* tag) {
     const auto found = items.find(key);
     return found == items.end() ? TagLib::String() : found->second.toString();
   };
-  return {text("COMPOSER"), text("DISC")};
+  return collectByPropertyName(text, "DISC");
 }
 
 Extras extrasOf(const TagLib::Ogg::XiphComment* tag) {
@@ -62,19 +78,19 @@ Extras extrasOf(const TagLib::Ogg::XiphComment* tag) {
     const auto found = fields.find(key);
     return found == fields.end() ? TagLib::String() : found->second.toString();
   };
-  return {text("COMPOSER"), text("DISCNUMBER")};
+  return collectByPropertyName(text, "DISCNUMBER");
 }
 
 Extras extrasOf(const TagLib::MP4::Tag* tag) {
   if (tag == nullptr) return {};
-  Extras extras;
-  if (tag->contains("\251wrt")) {
-    extras.composer = tag->item("\251wrt").toStringList().toString(", ");
-  }
-  if (tag->contains("disk")) {
-    extras.disc = TagLib::String::number(tag->item("disk").toIntPair().first);
-  }
-  return extras;
+  constexpr std::string_view kDisc = "disk";
+  const auto text = [&](const char* name) {
+    if (!tag->contains(name)) return TagLib::String();
+    const TagLib::MP4::Item item = tag->item(name);
+    return name == kDisc ? TagLib::String::number(item.toIntPair().first)
+                         : item.toStringList().toString(", ");
+  };
+  return collect(text, "\251wrt", kDisc.data(), "sonm", "soar", "soal", "soco");
 }
 
 Extras extrasOf(const TagLib::ASF::Tag* tag) {
@@ -86,12 +102,18 @@ Extras extrasOf(const TagLib::ASF::Tag* tag) {
     }
     return values.toString(", ");
   };
-  return {text("WM/Composer"), text("WM/PartOfSet")};
+  return collect(text, "WM/Composer", "WM/PartOfSet", "WM/TitleSortOrder", "WM/ArtistSortOrder",
+                 "WM/AlbumSortOrder", "WM/ComposerSortOrder");
+}
+
+void fillEmpty(TagLib::String& text, const TagLib::String& other) {
+  if (text.isEmpty()) text = other;
 }
 
 Extras orElse(Extras first, const Extras& second) {
-  if (first.composer.isEmpty()) first.composer = second.composer;
-  if (first.disc.isEmpty()) first.disc = second.disc;
+  fillEmpty(first.composer, second.composer);
+  fillEmpty(first.disc, second.disc);
+  for (std::size_t i = 0; i < first.sort.size(); ++i) fillEmpty(first.sort[i], second.sort[i]);
   return first;
 }
 
@@ -101,7 +123,7 @@ Extras extrasFromProperties(const TagLib::File& file) {
     const auto found = properties.find(key);
     return found == properties.end() ? TagLib::String() : found->second.toString();
   };
-  return {text("COMPOSER"), text("DISCNUMBER")};
+  return collectByPropertyName(text, "DISCNUMBER");
 }
 
 Extras extrasOf(const TagLib::File& file) {
@@ -124,6 +146,7 @@ Extras extrasOf(const TagLib::File& file) {
 SongTag::SongTag(const TagLib::File& file) : tag(tagWithTexts(file)) {
   const Extras extras = extrasOf(file);
   composerText = extras.composer;
+  sort = extras.sort;
   discNumber = std::max(0, extras.disc.toInt());
 }
 

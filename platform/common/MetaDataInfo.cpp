@@ -1,7 +1,9 @@
 #include "db/MetaDataInfo.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "db/Directory.h"
 #include "platform/common/AsianForms.h"
@@ -55,7 +57,9 @@ MetaDataInfo::MetaDataInfo(const std::string& songPath, const std::string& mount
       objectId(deviceObjectId) {}
 
 void MetaDataInfo::setAsianFields() {
-  const auto forms = asianForms({title, artist, album, genre, composer});
+  std::array<std::string_view, 5> own;
+  if (sortForms != nullptr) std::copy(sortForms->begin(), sortForms->end(), own.begin());
+  const auto forms = asianForms({title, artist, album, genre, composer}, own);
   asianFields = forms ? std::make_unique<AsianFields>(*forms) : nullptr;
 }
 

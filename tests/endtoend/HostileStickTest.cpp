@@ -70,7 +70,8 @@ TEST_F(HostileStickTest, BrokenAudioOfEveryKind) {
 TEST_F(HostileStickTest, TagsThatExplode) {
   const std::string bomb = deflated(std::string(16 << 20, 'A'));
   temporary.file("stick/frame.mp3", id3v2(frame("TIT2", bomb, true) + frame("TPE1", "\3After")));
-  const std::string inner = std::string("c\0", 2) + std::string(16, '\0') + frame("TIT2", bomb, true);
+  const std::string inner =
+      std::string("c\0", 2) + std::string(16, '\0') + frame("TIT2", bomb, true);
   temporary.file("stick/chapter.mp3", id3v2(frame("CHAP", inner) + frame("TPE1", "\3After")));
   temporary.file("stick/nested.mp3",
                  id3v2(frame("CHAP", deflated(inner), true) + frame("TPE1", "\3After")));
@@ -90,8 +91,12 @@ TEST_F(HostileStickTest, TagsThatExplode) {
 }
 
 TEST_F(HostileStickTest, NamesAndTagsFullOfSqlControlsAndBrokenUtf8) {
-  const std::string names[] = {"';DROP TABLE SONGS;--.mp3", "\"quoted\".mp3", "new\nline.mp3",
-                               "\xff\xfe.mp3", "100%_[a].mp3", std::string(200, 'n') + ".mp3"};
+  const std::string names[] = {"';DROP TABLE SONGS;--.mp3",
+                               "\"quoted\".mp3",
+                               "new\nline.mp3",
+                               "\xff\xfe.mp3",
+                               "100%_[a].mp3",
+                               std::string(200, 'n') + ".mp3"};
   for (const std::string& name : names) {
     writeSong(stick + "/" + name, {"'; DROP TABLE ARTISTS; --", "\"; \x1b[2J", "\xED\xA0\x80"});
   }
@@ -168,7 +173,8 @@ TEST_F(HostileStickTest, DamagedAndForeignDatabases) {
     damaged.seekp(4096);
     damaged << std::string(std::filesystem::file_size(file) - 4096, '\x5A');
   }
-  for (int run = 0; run < 3 && manager.getStatus("dev1", stick) != "OK"; ++run) index("dev1", stick);
+  for (int run = 0; run < 3 && manager.getStatus("dev1", stick) != "OK"; ++run)
+    index("dev1", stick);
   EXPECT_THAT(query("SELECT TITLE FROM SONGS"), ElementsAre("T"));
 }
 

@@ -27,9 +27,10 @@ class RunByRunTest : public IndexerHost {
   std::vector<std::string> query(const std::string& sql) { return rowsOf("dev1", sql); }
   /// Everything that is stored, row ids included.
   std::vector<std::string> everything() {
-    return query("SELECT * FROM SONGS; SELECT * FROM ARTISTS; SELECT * FROM ALBUMS;"
-                 "SELECT * FROM GENRES; SELECT * FROM COMPOSERS; SELECT * FROM DIRECTORIES;"
-                 "SELECT * FROM PLAYLISTS;");
+    return query(
+        "SELECT * FROM SONGS; SELECT * FROM ARTISTS; SELECT * FROM ALBUMS;"
+        "SELECT * FROM GENRES; SELECT * FROM COMPOSERS; SELECT * FROM DIRECTORIES;"
+        "SELECT * FROM PLAYLISTS;");
   }
 
   const std::string song = stick + "/Music/A/s.mp3";
@@ -63,9 +64,8 @@ TEST_F(RunByRunTest, UnchangedStickChangesNothing) {
   index("dev1", stick);
   EXPECT_EQ(everything(), before);
   EXPECT_EQ(status(), "OK");
-  EXPECT_THAT(takeSignals(),
-              ElementsAre("databaseExists dev1 " + stick, "crawlingFinished " + stick,
-                          "indexingFinished " + stick));
+  EXPECT_THAT(takeSignals(), ElementsAre("databaseExists dev1 " + stick,
+                                         "crawlingFinished " + stick, "indexingFinished " + stick));
   EXPECT_EQ(progress().songs.unchanged, 1U);
   EXPECT_EQ(progress().songs.added, 0U);
 }

@@ -10,7 +10,9 @@ namespace orvel::test {
 
 namespace {
 
-TagLib::String unicode(const std::string& utf8) { return {utf8, TagLib::String::UTF8}; }
+TagLib::String unicode(const std::string& utf8) {
+  return {utf8, TagLib::String::UTF8};
+}
 
 }  // namespace
 

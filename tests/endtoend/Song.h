@@ -12,7 +12,8 @@ struct SongTexts {
   std::string genre = "Genre";
 };
 
-/// Writes a song with real audio, of the container that the extension of `path` names, and real tags.
+/// Writes a song with real audio, of the container that the extension of `path` names, and real
+/// tags.
 void writeSong(const std::string& path, const SongTexts& texts);
 
 }  // namespace orvel::test
