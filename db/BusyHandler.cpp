@@ -10,25 +10,26 @@
 namespace sqlstl {
 
 namespace {
-constexpr int kSleepMs = 5;
+constexpr std::chrono::milliseconds kSleep{5};
 }  // namespace
 
 void BusyHandler::install(sqlite3* connection, int timeoutMs) {
   stageStopped = orvel::stageThread::stopToken();
-  timeout = timeoutMs;
+  timeout = std::chrono::milliseconds(timeoutMs);
   sqlite3_busy_timeout(connection, timeoutMs);
   sqlite3_busy_handler(connection, &BusyHandler::wait, this);
 }
 
 int BusyHandler::wait(void* handler, int attempts) {
-  const auto& self = *static_cast<const BusyHandler*>(handler);
-  if (attempts >= self.timeout / kSleepMs) return 0;
+  auto& self = *static_cast<BusyHandler*>(handler);
+  const auto now = std::chrono::steady_clock::now();
+  if (attempts == 0) self.deadline = now + self.timeout;
+  if (now >= self.deadline) return 0;
   try {
     std::mutex mutex;
     std::condition_variable_any stopped;
     std::unique_lock lock(mutex);
-    stopped.wait_for(lock, self.stageStopped, std::chrono::milliseconds(kSleepMs),
-                     [] { return false; });
+    stopped.wait_for(lock, self.stageStopped, kSleep, [] { return false; });
   } catch (const std::exception&) {
     return 0;  // nothing may pass through SQLite's frames: give up like a time-out
   }

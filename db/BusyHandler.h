@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <stop_token>
 
 namespace sqlstl {
@@ -18,7 +19,8 @@ class BusyHandler {
   static int wait(void* handler, int attempts);
 
   std::stop_token stageStopped;
-  int timeout = 0;
+  std::chrono::milliseconds timeout{0};
+  std::chrono::steady_clock::time_point deadline;  ///< of the wait under way
 };
 
 }  // namespace sqlstl

@@ -94,8 +94,9 @@ class ORVEL_EXPORT DatabaseMgr {
   ~DatabaseMgr();
 
   static void ensureSchema(sqlite3* connection);
-  /// Makes room for a new database where the file is damaged or foreign.
-  void replaceUnusable(const std::string& deviceId, const std::string& file);
+  /// Makes room for a new database where the file is damaged or foreign. False when the file cannot
+  /// be used now: it is locked, or damaged and in use.
+  bool replaceUnusable(const std::string& deviceId, const std::string& file);
   static void enterPartition(DatabaseFile& database, const std::string& partition,
                              bool isFirstPartition);
 

@@ -60,25 +60,36 @@ TagLib::ByteVector AudioStream::readUnguarded(unsigned long length) {
   const long wanted = std::min({size - position, static_cast<long>(std::min<unsigned long>(
                                                      length, std::numeric_limits<int>::max())),
                                 static_cast<long>(bytesLeft)});
-  TagLib::ByteVector data(static_cast<unsigned int>(wanted), 0);
-  long filled = 0;
-  if (wanted > kBlockBytes) {
-    filled = readAt(position, data.data(), wanted);
-  } else {
-    while (filled < wanted) {
-      const long at = position + filled;
-      const CachedBlock& cached = block(at - at % kBlockBytes);
-      const long offset = at - cached.start;
-      const long available = std::min(cached.bytes - offset, wanted - filled);
-      if (available <= 0) break;
-      std::memcpy(data.data() + filled, cached.data.data() + offset,
-                  static_cast<std::size_t>(available));
-      filled += available;
+  TagLib::ByteVector data = wanted > kBlockBytes ? readDirectly(wanted) : readCached(wanted);
+  position += static_cast<long>(data.size());
+  bytesLeft -= data.size();
+  return data;
+}
+
+TagLib::ByteVector AudioStream::readDirectly(long length) {
+  TagLib::ByteVector data(static_cast<unsigned int>(length), 0);
+  data.resize(static_cast<unsigned int>(readAt(position, data.data(), length)));
+  return data;
+}
+
+/// At most one block's length, so that it lies in one block or two.
+TagLib::ByteVector AudioStream::readCached(long length) {
+  TagLib::ByteVector data;
+  for (long at = position; length > 0;) {
+    const CachedBlock& cached = block(at - at % kBlockBytes);
+    const long offset = at - cached.start;
+    const long available = std::min(cached.bytes - offset, length);
+    if (available <= 0) break;
+    const TagLib::ByteVector part(cached.data.data() + offset,
+                                  static_cast<unsigned int>(available));
+    if (data.isEmpty()) {
+      data = part;
+    } else {
+      data.append(part);
     }
+    at += available;
+    length -= available;
   }
-  data.resize(static_cast<unsigned int>(filled));
-  position += filled;
-  bytesLeft -= filled;
   return data;
 }
 

@@ -53,6 +53,8 @@ class AudioStream : public TagLib::IOStream {
   };
 
   TagLib::ByteVector readUnguarded(unsigned long length);
+  TagLib::ByteVector readDirectly(long length);
+  TagLib::ByteVector readCached(long length);
   bool spent();
   /// Reads up to `length` bytes at `start`; fewer at the end of the file or on an error.
   long readAt(long start, char* target, long length);

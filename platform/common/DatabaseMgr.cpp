@@ -140,7 +140,7 @@ void DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
                            bool isFirstPartition) {
   createDirectory();
   const std::string file = getDbNameFromDevId(deviceId);
-  replaceUnusable(deviceId, file);
+  if (!replaceUnusable(deviceId, file)) return;
   DatabaseFile database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   if (!database.isOpen()) return;
   using databaseSchema::Content;
@@ -148,21 +148,22 @@ void DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
   enterPartition(database, partition, isFirstPartition);
 }
 
-void DatabaseMgr::replaceUnusable(const std::string& deviceId, const std::string& file) {
-  if (!fileExists(file)) return;
-  bool usable = !isCondemned(deviceId);
-  if (usable) {
+bool DatabaseMgr::replaceUnusable(const std::string& deviceId, const std::string& file) {
+  using databaseSchema::Content;
+  if (!fileExists(file)) return true;
+  if (!isCondemned(deviceId)) {
     DatabaseFile database(file);
-    usable = !database.isOpen() ||
-             databaseSchema::probe(database) != databaseSchema::Content::Foreign;
+    if (!database.isOpen()) return false;
+    const Content content = databaseSchema::probe(database);
+    if (content != Content::Foreign) return content != Content::Unknown;
   }
-  if (usable) return;
   if (state->liveRequests(deviceId) != 0) {
     condemn(file.c_str());
-    return;
+    return false;
   }
   OV_WARN("%s is damaged or not a database of this version; it is made anew", file.c_str());
   deleteDb(deviceId);
+  return true;
 }
 
 void DatabaseMgr::enterPartition(DatabaseFile& database, const std::string& partition,

@@ -22,7 +22,7 @@ class RunLogTest : public IndexerHost {
         {std::regex(stick), "MOUNT"},
         {std::regex(temporary.path()), "TEMPORARY"},
         {std::regex("((timer|saver): |took )[0-9]+"), "$1#"},
-        {std::regex("(stop|pipe:?|pipeline:|for|on|Erasing) [0-9a-f]{4,8}\\b"), "$1 #"},
+        {std::regex("\\b(stop|pipe:?|pipeline:|for|on|Erasing) [0-9a-f]{1,8}\\b"), "$1 #"},
         // How many of the three results wait at once depends on the threads.
         {std::regex("MSDPipeline [0-3] "), "MSDPipeline # "},
     };

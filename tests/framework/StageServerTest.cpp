@@ -98,7 +98,7 @@ TEST_F(StageServer, ALastMarkSurvivesAnyFailureAndTellsOfIt) {
   stage.enqueue(filesOf(1, true, 3));   // fails on its LAST block
   stage.enqueue(filesOf(2, false, 3));  // fails before it
   stage.enqueue(filesOf(2, true));
-  stage.enqueue(filesOf(3, true));      // is not concerned
+  stage.enqueue(filesOf(3, true));  // is not concerned
   ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 4; }));
   std::vector<std::string> marks;
   for (const Operation& got : sink.received()) {

@@ -2,7 +2,9 @@
 
 namespace orvel::test {
 
-DatabaseFolderFixture::DatabaseFolderFixture() { manager.setDirectory(temporary.path("db")); }
+DatabaseFolderFixture::DatabaseFolderFixture() {
+  manager.setDirectory(temporary.path("db"));
+}
 
 std::string DatabaseFolderFixture::databaseOf(const std::string& deviceId) {
   return DatabaseMgr::instance().getDbNameFromDevId(deviceId);

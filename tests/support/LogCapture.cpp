@@ -53,9 +53,8 @@ int LogCapture::levelOf(const std::string& text) const {
 bool LogCapture::waitFor(const std::string& part, std::chrono::milliseconds timeout) const {
   std::unique_lock lock(mutex);
   return received.wait_for(lock, timeout, [&] {
-    return std::any_of(captured.begin(), captured.end(), [&](const Line& line) {
-      return line.text.find(part) != std::string::npos;
-    });
+    return std::any_of(captured.begin(), captured.end(),
+                       [&](const Line& line) { return line.text.find(part) != std::string::npos; });
   });
 }
 

@@ -8,8 +8,8 @@
 
 namespace orvel::test {
 
-/// Receives every log line of the process, of all levels, while it lives; afterwards the log is as at
-/// the start of the process. Thread-safe; one instance at a time.
+/// Receives every log line of the process, of all levels, while it lives; afterwards the log is as
+/// at the start of the process. Thread-safe; one instance at a time.
 class LogCapture {
  public:
   struct Line {

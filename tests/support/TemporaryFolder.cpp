@@ -14,7 +14,8 @@ namespace orvel::test {
 namespace fs = std::filesystem;
 
 TemporaryFolder::TemporaryFolder() : root((fs::temp_directory_path() / "orvel-XXXXXX").string()) {
-  if (mkdtemp(root.data()) == nullptr) throw std::system_error(errno, std::generic_category(), root);
+  if (mkdtemp(root.data()) == nullptr)
+    throw std::system_error(errno, std::generic_category(), root);
 }
 
 TemporaryFolder::~TemporaryFolder() {

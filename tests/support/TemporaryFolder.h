@@ -15,7 +15,9 @@ class TemporaryFolder {
 
   [[nodiscard]] const std::string& path() const { return root; }
   /// The absolute path of `relative`.
-  [[nodiscard]] std::string path(const std::string& relative) const { return root + "/" + relative; }
+  [[nodiscard]] std::string path(const std::string& relative) const {
+    return root + "/" + relative;
+  }
 
   /// Writes a file and returns its absolute path.
   std::string file(const std::string& relative, const std::string& content = "") const;

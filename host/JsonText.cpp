@@ -1,0 +1,18 @@
+#include "host/JsonText.h"
+
+#include <QJsonDocument>
+
+#include "host/DisplayText.h"
+
+namespace orvel::host {
+
+QString jsonString(std::string_view bytes) {
+  return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
+std::string jsonLine(const QJsonObject& object) {
+  // What JSON lets through stands inside strings, where the escapes of texts are JSON's own.
+  return displayText(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
+}
+
+}  // namespace orvel::host

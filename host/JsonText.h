@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+#include <string>
+#include <string_view>
+
+namespace orvel::host {
+
+/// A text from a device as a JSON value; ill-formed UTF-8 becomes U+FFFD.
+QString jsonString(std::string_view bytes);
+
+/// An object on one line, without line end. Control characters are escaped, also those that JSON
+/// lets through, so that it can be shown on a terminal.
+std::string jsonLine(const QJsonObject& object);
+
+}  // namespace orvel::host

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvel::host {
+
+enum class ListKind { Songs, Artists, Albums, Genres, Composers, Directories, Playlists };
+
+/// What to list: everything of a kind that matches all filters. Filters match exact texts, case
+/// included; a playlist and a directory match by name or path.
+struct ListQuery {
+  ListKind kind = ListKind::Songs;
+  std::optional<std::string> artist;
+  std::optional<std::string> album;
+  std::optional<std::string> genre;
+  std::optional<std::string> playlist;
+  std::optional<std::string> directory;
+};
+
+/// One column of a listing.
+struct Column {
+  enum class Kind { Text, Path, Number };
+  const char* name;
+  Kind kind;
+  bool everywhere = true;  ///< false: only where every column is wanted
+};
+
+/// A statement; the columns of its result begin with `columns`.
+struct Listing {
+  std::vector<Column> columns;
+  std::string sql;
+  std::vector<std::string> parameters;
+};
+
+/// The statement for a query on a database whose connection has the collation UTF8.
+Listing listingFor(const ListQuery& query);
+
+}  // namespace orvel::host

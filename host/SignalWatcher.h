@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QSocketNotifier>
+#include <csignal>
+#include <functional>
+#include <memory>
+
+namespace orvel::host {
+
+/// Turns the first SIGINT or SIGTERM into a call on the main loop. A second one ends the process at
+/// once, as without a watcher. To be constructed before any thread is started, since threads
+/// inherit which signals they leave alone.
+class SignalWatcher {
+ public:
+  SignalWatcher();
+  ~SignalWatcher();
+  SignalWatcher(const SignalWatcher&) = delete;
+  SignalWatcher& operator=(const SignalWatcher&) = delete;
+
+  /// Called with the signal's number, at most once.
+  std::function<void(int)> onSignal;
+
+ private:
+  void receive();
+  void giveBack();
+
+  sigset_t watched{};
+  int descriptor = -1;
+  std::unique_ptr<QSocketNotifier> notifier;
+};
+
+}  // namespace orvel::host

@@ -1,0 +1,56 @@
+#include <langinfo.h>
+
+#include <QCoreApplication>
+#include <clocale>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string_view>
+
+#include "host/CommandLine.h"
+#include "host/DisplayText.h"
+#include "host/ExitStatus.h"
+#include "host/IndexCommand.h"
+#include "host/ListCommand.h"
+#include "host/StatusCommand.h"
+
+namespace {
+
+using namespace orvel::host;
+
+/// Everything that is read and printed is UTF-8, whatever a bare system's locale says.
+void useUtf8Locale() {
+  std::setlocale(LC_ALL, "");
+  if (std::string_view(nl_langinfo(CODESET)) == "UTF-8") return;
+  setenv("LC_ALL", "C.UTF-8", 1);
+  std::setlocale(LC_ALL, "");
+}
+
+int printText(const PrintedText& printed) {
+  std::cout << printed.text << std::flush;
+  return Done;
+}
+
+struct RunCommand {
+  int operator()(const IndexOptions& options) const { return runIndex(options); }
+  int operator()(const ListOptions& options) const { return runList(options); }
+  int operator()(const StatusOptions& options) const { return runStatus(options); }
+  int operator()(const PrintedText& printed) const { return printText(printed); }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  useUtf8Locale();
+  const QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName("orvel");
+  try {
+    return std::visit(RunCommand{}, parseCommandLine(argc, argv));
+  } catch (const HostError& error) {
+    std::cerr << "orvel: " << displayText(error.what()) << std::endl;
+    return error.status;
+  } catch (const std::exception& error) {
+    std::cerr << "orvel: " << displayText(error.what()) << std::endl;
+    return CouldNotRun;
+  }
+}

@@ -1,0 +1,208 @@
+#include "db/SqlStream.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <stop_token>
+
+#include "platform/common/Log.h"
+#include "platform/common/StageThread.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/rows.h"
+
+namespace orvel::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+struct Pair {
+  const char* text;
+  long number;
+};
+
+sqlstl::basic_sqlostream<char>& operator<<(sqlstl::basic_sqlostream<char>& out, const Pair* pair) {
+  return out << pair->text << pair->number;
+}
+
+class SqlStream : public testing::Test {
+ protected:
+  SqlStream() {
+    rows(file, "PRAGMA journal_mode=WAL; CREATE TABLE T(A TEXT NOT NULL, B);");
+    out.open(file.c_str(), 1000);
+    in.open(file.c_str(), 1000);
+    log.clear();
+  }
+
+  /// The texts logged since the last call.
+  std::vector<std::string> logged() {
+    const auto texts = log.texts();
+    log.clear();
+    return texts;
+  }
+
+  TemporaryFolder folder;
+  LogCapture log;
+  std::string file = folder.path("t.db");
+  sqlstl::basic_sqlostream<char> out;
+  sqlstl::basic_sqlistream<char> in;
+};
+
+TEST_F(SqlStream, OpensConfiguredConnectionsAndFailsWithoutAWord) {
+  sqlstl::basic_sqlostream<char> stream;
+  stream.open(folder.path("no/folder/x.db").c_str(), 5);
+  EXPECT_TRUE(stream.bad());
+  EXPECT_EQ(stream.handle(), nullptr);
+  EXPECT_THAT(logged(), ElementsAre());
+  stream.query("SELECT 1;");
+  stream << "text" << 1 << sqlstl::step;
+  stream.exec("SELECT 1;");
+  EXPECT_TRUE(stream.bad());
+
+  log.clear();
+  stream.open(file.c_str(), 3600000);
+  EXPECT_TRUE(stream.good());
+  EXPECT_EQ(log.levelOf("Set timeout to 3600000 ms"), LOG_INFO);
+  int doubleQuoted = 0;
+  int trusted = 1;
+  sqlite3_db_config(stream.handle(), SQLITE_DBCONFIG_DQS_DML, -1, &doubleQuoted);
+  sqlite3_db_config(stream.handle(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, -1, &trusted);
+  EXPECT_TRUE(doubleQuoted == 1 && trusted == 0);
+}
+
+TEST_F(SqlStream, WritesRowsAndReadsThemInTheirTypes) {
+  const Pair pairs[] = {{"one", 1}, {nullptr, -5000000000}};
+  const Pair* const pointers[] = {&pairs[0], &pairs[1]};
+  out.query("INSERT INTO T VALUES(?, ?);");
+  std::copy(std::begin(pointers), std::end(pointers),
+            sqlstl::sqlostream_iterator<const Pair*>(out));
+  out << std::string("half") << 2 << sqlstl::step;
+  EXPECT_TRUE(out.good());
+  EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre("one|1", "|-5000000000", "half|2"));
+
+  in.query("SELECT A, B, B / 4.0 FROM T WHERE B > 0 ORDER BY B;");
+  std::vector<std::string> read;
+  while (in.good()) {
+    std::string text;
+    int number = 0;
+    double quarter = 0;
+    in >> text >> number >> quarter;
+    read.push_back(text + std::to_string(number) + " " + std::to_string(quarter));
+    in.step();
+  }
+  EXPECT_TRUE(in.eof() && !in.fail());
+  EXPECT_THAT(read, ElementsAre("one1 0.250000", "half2 0.500000"));
+  EXPECT_THAT(logged(), ElementsAre());
+}
+
+TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
+  out.query("INSERT INTO NOWHERE VALUES(?);");
+  EXPECT_TRUE(out.bad());
+  EXPECT_EQ(log.levelOf("exec failed: 1 no such table: NOWHERE"), LOG_ERROR);
+  log.clear();
+  out << "x" << 1 << 2L << sqlstl::step;
+  EXPECT_EQ(log.levelOf("step failed"), LOG_ERROR);
+  in.query("SELECT nonsense;");
+  in.step();
+  EXPECT_TRUE(in.bad());
+  out.query("INSERT INTO T VALUES(?, 1);");
+  out << "x" << sqlstl::step;
+  EXPECT_TRUE(out.good());
+  out.exec("DELETE FROM T; DELETE FROM NOWHERE;");
+  EXPECT_TRUE(out.bad());
+  EXPECT_THAT(logged(), ElementsAre("step failed", HasSubstr("exec failed: 1 "), "step failed",
+                                    "exec failed: 1 no such table: NOWHERE"));
+  EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre());
+}
+
+TEST_F(SqlStream, ABindFailureIsSilentAndAFailedRowDropsTheRest) {
+  out.query("INSERT INTO T VALUES(?, ?);");
+  out << "a" << 1 << "one too many"
+      << "and more";
+  EXPECT_TRUE(out.fail() && !out.bad());
+  EXPECT_THAT(logged(), ElementsAre());
+  out << sqlstl::step;
+  EXPECT_THAT(logged(), ElementsAre("step failed"));
+
+  out.query("INSERT INTO T(B) VALUES(?);");
+  out << 1 << sqlstl::step << 2 << sqlstl::step;
+  EXPECT_TRUE(out.bad());
+  EXPECT_THAT(logged(),
+              ElementsAre("exec failed: 19 NOT NULL constraint failed: T.A", "step failed"));
+  out.query("SELECT 1;");
+  out << sqlstl::step;
+  EXPECT_TRUE(out.bad());
+  EXPECT_THAT(logged(), ElementsAre(HasSubstr("exec failed: 100 ")));
+}
+
+TEST_F(SqlStream, EndOfDataAndNullEndAReadingLoop) {
+  in.query("SELECT A FROM T;");
+  EXPECT_TRUE(in.eof() && !in.fail());
+  in.query("SELECT 'x' UNION ALL SELECT NULL UNION ALL SELECT 'y';");
+  std::string text;
+  int read = 0;
+  for (; in.good() && (in >> text); in.step()) ++read;
+  EXPECT_EQ(read, 1);
+  EXPECT_EQ(text, "x");
+  EXPECT_TRUE(in.fail() && !in.bad());
+  in.step();
+  EXPECT_THAT(logged(), ElementsAre("step failed"));
+  in.query("SELECT abs(-9223372036854775808);");
+  EXPECT_TRUE(in.bad());
+  EXPECT_THAT(logged(), ElementsAre("exec failed: 1 integer overflow"));
+}
+
+TEST_F(SqlStream, CloseFinalizesAndForgetsTheHandleEvenWhenItFails) {
+  in.query("SELECT 1;");
+  in.close();
+  EXPECT_THAT(logged(), ElementsAre());
+  sqlite3* const connection = out.handle();
+  sqlite3_stmt* foreign = nullptr;
+  sqlite3_prepare_v2(connection, "SELECT 1;", -1, &foreign, nullptr);
+  out.close();
+  EXPECT_EQ(out.handle(), nullptr);
+  ASSERT_EQ(log.texts("Could not close db connection: 5 ").size(), 1U);
+  EXPECT_EQ(log.lines()[0].level, LOG_ERROR);
+  sqlite3_finalize(foreign);
+  sqlite3_close(connection);
+}
+
+TEST_F(SqlStream, AWaitForALockEndsInTimeAndOnAStopOfTheStage) {
+  sqlstl::basic_sqlostream<char> holder;
+  holder.open(file.c_str(), 0);
+  holder.exec("BEGIN IMMEDIATE;");
+  sqlstl::basic_sqlostream<char> hasty;
+  hasty.open(file.c_str(), 60);
+  const auto begin = std::chrono::steady_clock::now();
+  hasty.exec("BEGIN IMMEDIATE;");
+  const auto waited = std::chrono::steady_clock::now() - begin;
+  EXPECT_TRUE(hasty.bad() && waited >= 50ms && waited < 10s);
+
+  std::stop_source stage;
+  auto blocked = std::async(std::launch::async, [&] {
+    stageThread::enter(stage.get_token());
+    sqlstl::basic_sqlostream<char> patient;
+    patient.open(file.c_str(), 3600000);
+    patient.exec("BEGIN IMMEDIATE;");
+    return patient.bad();
+  });
+  EXPECT_EQ(blocked.wait_for(50ms), std::future_status::timeout);
+  stage.request_stop();
+  ASSERT_EQ(blocked.wait_for(1s), std::future_status::ready);
+  EXPECT_TRUE(blocked.get());
+
+  auto lucky = std::async(std::launch::async, [&] {
+    sqlstl::basic_sqlostream<char> patient;
+    patient.open(file.c_str(), 3600000);
+    patient.exec("BEGIN IMMEDIATE;");
+    return patient.good();
+  });
+  EXPECT_EQ(lucky.wait_for(20ms), std::future_status::timeout);
+  holder.exec("COMMIT;");
+  EXPECT_TRUE(lucky.get());
+}
+
+}  // namespace
+}  // namespace orvel::test

@@ -1,0 +1,181 @@
+"""`orvel index` and `orvel status`: statuses, reports, mount points, bad surroundings."""
+
+import os
+import sqlite3
+import subprocess
+import unittest
+
+from orvelHost import ORVEL, HostTestCase, writeSong
+
+
+class Runs(HostTestCase):
+    def setUp(self):
+        super().setUp()
+        writeSong(f"{self.stick}/Music/A/s.mp3", TIT2="T", TPE1="X", TALB="L", TCON="G", TCOM="C")
+        writeSong(f"{self.stick}/Music/A/t.mp3", TIT2="U", TPE1="X")
+        with open(f"{self.stick}/p.m3u", "w") as playlist:
+            playlist.write("Music/A/s.mp3\n")
+
+    def testFirstUnchangedAndChangedRun(self):
+        first = self.index()
+        partition = first["partitions"][0]
+        self.assertEqual(first["totals"], {"songs": 2, "artists": 1, "albums": 2, "genres": 2,
+                                           "composers": 2, "directories": 3, "playlists": 1})
+        self.assertEqual(partition["songs"], {"found": 2, "unchanged": 0, "new": 2, "removed": 0,
+                                              "stored": 2, "skipped": 0})
+        self.assertEqual(partition["playlists"], {"found": 1, "stored": 1})
+        self.assertEqual(partition["directories"], {"found": 3, "stored": 3})
+        self.assertEqual((first["error"], first["interrupted"], first["status"]),
+                         (None, False, "OK"))
+        self.assertLessEqual(first["first_song_seconds"], first["seconds"])
+        self.assertEqual(first["device_id"], self.stick)
+        self.assertEqual(first["database_bytes"], os.path.getsize(first["database"]))
+
+        second = self.index()["partitions"][0]
+        self.assertTrue(second["database_existed"])
+        self.assertFalse(second["content_modified"])
+        self.assertEqual((second["songs"]["unchanged"], second["songs"]["new"]), (2, 0))
+
+        os.remove(f"{self.stick}/Music/A/t.mp3")
+        writeSong(f"{self.stick}/Music/A/s.mp3", TIT2="T2", TPE1="Y")
+        os.utime(f"{self.stick}/Music/A/s.mp3", (1000, 1000))
+        third = self.index()
+        self.assertTrue(third["partitions"][0]["content_modified"])
+        self.assertEqual(third["totals"]["songs"], 1)
+        self.assertEqual([(a["name"], a["songs"]) for a in self.list("artists")], [("Y", 1)])
+
+    def testSummaryAndProgressForPeople(self):
+        out, errors = self.run_("index", self.stick)
+        self.assertIn(b"2 found: 2 new or changed", out)
+        self.assertIn(b"Status OK", out)
+        self.assertIn(b"2 songs found, 2 stored", errors)
+        self.assertNotIn(b"\x1b", errors)
+        self.assertIn(b"Nothing has changed", self.run_("index", self.stick)[0])
+        self.assertEqual(self.run_("index", "--quiet", self.stick), (b"", b""))
+        self.assertIn(b"MSDCrawler for: ", self.run_("index", "-v", self.stick)[1])
+
+    def testPartitionsOfOneDevice(self):
+        other = self.path("other")
+        writeSong(f"{other}/o.mp3", TIT2="Other")
+        both = self.index(self.stick, other, "--device-id", "dev")
+        self.assertEqual([p["mount_point"] for p in both["partitions"]], [self.stick, other])
+        self.assertEqual(both["totals"]["songs"], 3)
+        again = self.index(self.stick, other, "--device-id", "dev")
+        self.assertEqual([p["songs"]["unchanged"] for p in again["partitions"]], [2, 1])
+        status, _ = self.run_("status")
+        for text in (self.stick, other, "dev", "3 songs", "limit"):
+            self.assertIn(text.encode(), status)
+        # A new attach without the second partition forgets it once it is gone.
+        os.remove(f"{other}/o.mp3")
+        self.assertEqual(self.index("--device-id", "dev", self.stick)["totals"]["songs"], 2)
+        self.assertNotIn(other.encode(), self.run_("status")[0])
+
+    def testDamagedDatabaseIsReplaced(self):
+        database = self.index()["database"]
+        with open(database, "wb") as file:
+            file.write(b"no database" * 1000)
+        self.assertIn(b"not a database", self.run_("status")[0])
+        self.run_("list", "songs", expect=1)
+        self.assertEqual(self.index()["totals"]["songs"], 2)
+
+    def testDeviceIdNeverLeavesTheFolder(self):
+        database = self.index(self.stick, "--device-id", "../../etc/passwd")["database"]
+        self.assertEqual(os.path.dirname(database), self.databases)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["data", "stick"])
+
+
+class MountPoints(HostTestCase):
+    def testAreMadeAbsoluteAndClean(self):
+        writeSong(f"{self.stick}/a.mp3")
+        os.symlink(self.stick, self.path("link"))
+        for argument, clean in ((f"{self.stick}/", "stick"), ("./stick//../stick/.", "stick"),
+                                ("link/", "link")):
+            report = self.index(argument, cwd=self.folder)
+            self.assertEqual(report["partitions"][0]["mount_point"], self.path(clean))
+            self.assertEqual(report["totals"]["songs"], 1)
+
+    def testThatWouldMixAreRefused(self):
+        for first, second in (("usb1", "usb10"), ("usb", "usb"), ("usb/", "usb/sub"),
+                              ("USB", "usb1"), ("u_b", "usb")):
+            for pair in ((first, second), (second, first)):
+                _, errors = self.run_("index", *pair, cwd=self.folder, expect=2)
+                self.assertIn(b"cannot be indexed together", errors)
+
+    def testThatAreNotUtf8AreRefused(self):
+        bad = os.fsencode(self.path("b")) + b"\xff"
+        os.mkdir(bad)
+        _, errors = self.run_("index", bad, expect=2)
+        self.assertIn("not valid UTF-8".encode(), errors)
+        errors.decode()
+        self.run_("index", ".", cwd=bad, expect=2)
+
+    def testWithOddNamesWork(self):
+        for number, name in enumerate(("with blank", "50% #1?", "it's", "Müsik", 'quo"te')):
+            folder = self.path(str(number), name)
+            writeSong(f"{folder}/Sub/s.mp3", TIT2="T")
+            with open(f"{folder}/p.m3u", "w") as playlist:
+                playlist.write("Sub/s.mp3\n")
+            report = self.index(folder, "--device-id", str(number))
+            self.assertEqual(report["totals"]["songs"], 1, name)
+            songs = self.list("songs", "--device-id", str(number), "--playlist", "p.m3u")
+            self.assertEqual([s["path"] for s in songs], [f"{folder}/Sub/s.mp3"])
+
+
+class Refusals(HostTestCase):
+    def testWrongUsage(self):
+        for arguments in ((), ("dance",), ("index",), ("index", "--dance", "x"), ("index", ""),
+                          ("list",), ("list", "cars"), ("list", "songs", "--format", "xml"),
+                          ("list", "songs", "--db", "x", "--device-id", "y"), ("status", "x")):
+            out, errors = self.run_(*arguments, expect=2)
+            self.assertEqual(out, b"")
+            self.assertTrue(errors.startswith(b"orvel: "), arguments)
+        for arguments in (("--help",), ("index", "--help"), ("list", "-h"), ("--version",)):
+            self.assertIn(b"orvel", self.run_(*arguments)[0])
+
+    def testFoldersThatCannotBeRead(self):
+        open(self.path("file"), "w").close()
+        for folder, reason in (("nowhere", "No such file"), ("file", "Not a directory")):
+            report = self.index(self.path(folder), expect=1)
+            self.assertIn(reason, report["error"])
+            self.assertEqual((report["partitions"], report["totals"]), ([], None))
+            self.assertFalse(os.path.exists(self.databases))
+
+    def testDatabasesThatCannotBeWritten(self):
+        open(self.path("file"), "w").close()
+        for folder in (self.path("file"), self.path("file", "below")):
+            self.assertIn("--db-dir", self.index(self.stick, "--db-dir", folder, expect=1)["error"])
+        writeSong(f"{self.stick}/a.mp3")
+        database = self.index(self.stick)["database"]
+        os.remove(database)
+        os.mkdir(database)
+        report = self.index(self.stick, expect=1)
+        self.assertIn("cannot be opened", report["error"])
+        self.assertEqual(report["status"], "PROGRESS")
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
+    def testPermissionsOfAnotherUser(self):
+        asNobody = ("setpriv", "--reuid", "65534", "--clear-groups")
+        if subprocess.run([*asNobody, ORVEL, "--version"], capture_output=True).returncode != 0:
+            self.skipTest("the command cannot be run by another user")
+        os.chmod(self.folder, 0o755)
+        os.chmod(self.stick, 0o700)
+        os.mkdir(self.path("readable"))
+        os.mkdir(self.path("mine"))
+        self.assertIn("Permission denied", self.index(wrap=asNobody, expect=1)["error"])
+        self.assertIn("The database folder", self.index(
+            self.path("readable"), "--db-dir", self.path("mine"), wrap=asNobody, expect=1)["error"])
+
+    def testLoopWithoutGlib(self):
+        report = self.index(env=self.environment(QT_NO_GLIB="1"), expect=1)
+        self.assertIn("Playlists cannot be parsed", report["error"])
+
+    def testForeignDatabaseIsNotListed(self):
+        foreign = self.path("foreign.db")
+        with sqlite3.connect(foreign) as connection:
+            connection.execute("CREATE TABLE SONGS(X)")
+        _, errors = self.run_("list", "songs", "--db", foreign, expect=1)
+        self.assertIn(b"Cannot read the database", errors)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,149 @@
+"""`orvel list`: what is listed, in which order, in which form."""
+
+import json
+import os
+import re
+import sqlite3
+import unittest
+
+from orvelHost import HostTestCase, writeSong
+
+SONG_KEYS = {"path", "name", "title", "artist", "album", "genre", "composer", "track", "disc",
+             "directory", "object_id", "last_modified"}
+CONTROLS = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u2028-\u202e]")
+
+
+class Listings(HostTestCase):
+    def setUp(self):
+        super().setUp()
+        music = f"{self.stick}/Music"
+        writeSong(f"{music}/A/s.mp3", TIT2="S", TPE1="X", TALB="L", TCON="Rock", TCOM="C",
+                  TRCK="2/9", TPOS="1/2")
+        writeSong(f"{music}/A/t.mp3", TIT2="T", TPE1="x", TALB="L", TCON="Rock")
+        writeSong(f"{music}/B/u.mp3", TIT2="U", TPE1="Ärzte", TALB="M", TCON="Jazz")
+        os.mkdir(f"{self.stick}/Lists")
+        with open(f"{self.stick}/Lists/p.m3u8", "w") as playlist:
+            playlist.write("../Music/B/u.mp3\n../Music/A/s.mp3\n../Music/B/u.mp3\n"
+                           "../Music/A/missing.mp3\n../Music/A/t.mp3\n")
+        self.database = self.index()["database"]
+
+    def names(self, kind, *arguments):
+        return [row["name"] for row in self.list(kind, *arguments)]
+
+    def testSongsOfEveryColumn(self):
+        songs = self.list("songs")
+        self.assertTrue(all(set(song) == SONG_KEYS for song in songs))
+        first = songs[0]
+        self.assertEqual([first[key] for key in ("name", "title", "artist", "album", "genre",
+                                                 "composer", "track", "disc")],
+                         ["s.mp3", "S", "X", "L", "Rock", "C", 2, 1])
+        self.assertEqual(first["directory"], f"{self.stick}/Music/A")
+        self.assertEqual(first["last_modified"],
+                         int(os.stat(f"{self.stick}/Music/A/s.mp3").st_mtime))
+        self.assertEqual([song["path"] for song in songs], sorted(song["path"] for song in songs))
+
+    def testOtherKinds(self):
+        self.assertEqual([(a["name"], a["songs"]) for a in self.list("artists")],
+                         [("X", 1), ("x", 1), ("Ärzte", 1)])
+        self.assertEqual([(a["name"], a["songs"]) for a in self.list("albums")],
+                         [("L", 2), ("M", 1)])
+        self.assertEqual(self.names("genres"), ["Jazz", "Rock"])
+        self.assertEqual(set(self.list("composers")[0]), {"name", "sort", "songs"})
+        root, music, *_ = self.list("directories")
+        self.assertEqual(root, {"path": self.stick, "name": "stick", "parent": None, "songs": 0})
+        self.assertEqual((music["path"], music["parent"]), (f"{self.stick}/Music", self.stick))
+        self.assertEqual(self.names("directories"), ["stick", "Music", "A", "B"])
+        self.assertEqual(self.list("playlists"), [
+            {"name": "p.m3u8", "path": f"{self.stick}/Lists/p.m3u8", "entries": 4}])
+
+    def testFiltersMatchExactly(self):
+        self.assertEqual(self.names("songs", "--artist", "x"), ["t.mp3"])
+        self.assertEqual(self.names("songs", "--album", "L", "--artist", "X"), ["s.mp3"])
+        self.assertEqual(self.names("songs", "--artist", "' OR 1 --"), [])
+        self.assertEqual(self.names("songs", "--directory", "B"), ["u.mp3"])
+        self.assertEqual(self.names("songs", "--directory", f"{self.stick}/Music/A"),
+                         ["s.mp3", "t.mp3"])
+        self.assertEqual(self.names("artists", "--genre", "Rock"), ["X", "x"])
+        self.assertEqual(self.names("albums", "--playlist", "p.m3u8"), ["L", "M"])
+        self.assertEqual(self.names("directories", "--genre", "Jazz"), ["B"])
+        self.assertEqual(self.names("playlists", "--album", "none"), [])
+        self.assertEqual(self.list("playlists", "--artist", "Ärzte")[0]["entries"], 2)
+
+    def testPlaylistInItsOrder(self):
+        for playlist in ("p.m3u8", f"{self.stick}/Lists/p.m3u8"):
+            songs = self.list("songs", "--playlist", playlist)
+            self.assertEqual([(song["position"], song["title"]) for song in songs],
+                             [(1, "U"), (2, "S"), (3, "U"), (4, "T")])
+            self.assertEqual(set(songs[0]), SONG_KEYS | {"position"})
+        songs = self.list("songs", "--playlist", "p.m3u8", "--genre", "Rock")
+        self.assertEqual([(song["position"], song["title"]) for song in songs],
+                         [(2, "S"), (4, "T")])
+
+    def testChoiceOfDatabase(self):
+        self.assertEqual(len(self.list("songs", "--db", self.database)), 3)
+        self.assertEqual(len(self.list("songs", "--device-id", self.stick)), 3)
+        self.run_("list", "songs", "--device-id", "nobody", expect=1)
+        other = self.index(self.stick, "--device-id", "second")["database"]
+        _, errors = self.run_("list", "songs", expect=2)
+        self.assertIn(self.database.encode(), errors)
+        self.assertIn(other.encode(), errors)
+        self.run_("list", "songs", "--db-dir", self.path("empty"), expect=2)
+
+    def testReadsBesideAWriter(self):
+        writer = sqlite3.connect(self.database, isolation_level=None)
+        writer.execute("BEGIN IMMEDIATE")
+        writer.execute("DELETE FROM SONGS")
+        self.assertEqual(len(self.list("songs")), 3)
+        writer.execute("COMMIT")
+        self.assertEqual(self.list("songs"), [])
+        self.assertEqual(self.list("artists"), [])
+        writer.close()
+
+
+class HostileNames(HostTestCase):
+    """File names and tags that would steer a terminal or break a format."""
+
+    NAMES = [b"\x1b]0;pwned\x07.mp3", b"tab\tline\nend\r.mp3", b"bad\xff\xfeutf8.mp3",
+             "c1\u009b31m \u202eturned.mp3".encode(), b"back\\slash \"quoted\".mp3", b"-.mp3"]
+
+    def setUp(self):
+        super().setUp()
+        self.paths = [os.fsencode(self.stick) + b"/" + name for name in self.NAMES]
+        for path in self.paths:
+            writeSong(path, TIT2="\x1b[2J\u009b title\twith\nall", TPE1="\u2028artist\\n")
+
+    def testNeverReachAnOutputRaw(self):
+        for verbosity in ((), ("-vvv",)):
+            out, errors = self.run_("index", *verbosity, self.stick)
+            self.assertIsNone(CONTROLS.search((out + errors).decode()))
+        for kind in ("songs", "artists", "directories"):
+            self.assertIsNone(CONTROLS.search(self.run_("list", kind)[0].decode()))
+            json.loads(self.run_("list", kind, "--format", "json")[0])
+        self.assertIsNone(CONTROLS.search(self.run_("status")[0].decode()))
+
+    def testJsonKeepsEveryPath(self):
+        self.index()
+        songs = self.list("songs")
+        found = {bytes.fromhex(song["path_hex"]) if "path_hex" in song else song["path"].encode()
+                 for song in songs}
+        self.assertEqual(found, set(self.paths))
+        self.assertEqual(sum("path_hex" in song for song in songs), 1)
+
+    def testTsvCanBeReadBack(self):
+        self.index()
+        out = self.run_("list", "songs", "--format", "tsv")[0].decode()
+        self.assertIsNone(CONTROLS.search(out.replace("\t", "")))
+        header, *rows = [line.split("\t") for line in out.splitlines()]
+        self.assertEqual(header, ["path", "title", "artist", "album", "genre", "composer", "track",
+                                  "disc"])
+
+        def unescaped(text):
+            return re.sub(r"\\(u[0-9a-f]{4}|.)", lambda m: json.loads(f'"{m.group(0)}"'), text)
+
+        self.assertEqual({unescaped(row[0]) for row in rows},
+                         {path.decode(errors="replace") for path in self.paths})
+        self.assertTrue(all(len(row) == len(header) for row in rows))
+
+
+if __name__ == "__main__":
+    unittest.main()

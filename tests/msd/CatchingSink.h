@@ -1,0 +1,27 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "framework/BaseServer.h"
+
+namespace orvel::test {
+
+/// The end of a branch: keeps what is sent to it, at most 100 blocks. Has no thread.
+template <class T>
+class CatchingSink : public BaseServer<T> {
+ public:
+  CatchingSink() : BaseServer<T>("Sink") {}
+  void runLoop() override {}
+
+  /// The blocks sent since the last call.
+  std::vector<boost::shared_ptr<T>> take() {
+    const MutexLock lock(this->mutex);
+    std::vector<boost::shared_ptr<T>> blocks(this->queue.begin(), this->queue.end());
+    this->queue.clear();
+    this->count = 0;
+    return blocks;
+  }
+};
+
+}  // namespace orvel::test

@@ -1,0 +1,204 @@
+#include <gmock/gmock.h>
+#include <sys/fsuid.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <filesystem>
+
+#include "msd/MSDCrawler.h"
+#include "msd/MSDWalk.h"
+#include "msd/MediaKind.h"
+#include "platform/common/Log.h"
+#include "tests/msd/CatchingSink.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace orvel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+/// One walk over a temporary stick.
+class Crawl : public testing::Test {
+ protected:
+  void walk(const std::function<WalkGoesOn()>& ask = [] { return WalkGoesOn::Yes; }) {
+    directories.items.push_back(new Directory(stick, stick, -1));
+    MSDWalk(directories, songs, playlists, watch, progress, ask).run();
+  }
+
+  std::string relative(const std::string& path) const {
+    return path.size() > stick.size() ? path.substr(stick.size() + 1) : "";
+  }
+  std::vector<std::string> namesOf(const Block<FileInfo*>& block) const {
+    std::vector<std::string> names;
+    for (const FileInfo* file : block.items) names.push_back(relative(*file->path));
+    return names;
+  }
+  [[nodiscard]] int skippedBlocks() const {
+    return directories.operation.skipped + songs.operation.skipped + playlists.operation.skipped;
+  }
+
+  TemporaryFolder temporary;
+  std::string stick = temporary.folder("stick");
+  Operation operation{1, 0, "dev", stick, true};
+  Block<Directory*> directories{operation};
+  Block<FileInfo*> songs{operation};
+  Block<FileInfo*> playlists{operation};
+  MountPointWatch watch;
+  RequestProgress progress;
+  LogCapture log;
+};
+
+TEST(MediaKind, GoesByTheFirstOccurrenceOfTheExtension) {
+  for (const char* song :
+       {"a.mp3", "a.m4b", "a.m4a", "a.wma", "a.aac", "a.wav", "a.mpg", "a.mpeg", "a.asf", "a.m4p",
+        "a.FLAC", "a.m4r", "a.Mp4", ".mp3", "a.mp3.mp4", "\xFF.mp3", "x.m3u.mp3"}) {
+    EXPECT_EQ(mediaKindOf(song), MediaKind::Song) << song;
+  }
+  for (const char* list : {"l.m3u", "l.M3U8", "l.pls", "l.asx", "l.wpl", "l.mp3x.m3u"}) {
+    EXPECT_EQ(mediaKindOf(list), MediaKind::Playlist) << list;
+  }
+  for (const char* other : {"", "mp3", "a.ogg", "a.mp3.mp3", "x.mp3b.mp3", "a.mp3 ", "a.mp",
+                            "l.m3u8.m3u8", "a.mp3\n"}) {
+    EXPECT_EQ(mediaKindOf(other), MediaKind::Other) << other;
+  }
+}
+
+TEST_F(Crawl, FindsWhatARealTreeHolds) {
+  for (const char* file :
+       {"stick/Music/a.mp3", "stick/Music/.hidden.mp3", "stick/.Trash-1000/b.mp3",
+        "stick/.TRASH/c.mp3", "stick/$RECYCLE.BIN/d.mp3", "stick/Lists/p.m3u", "stick/Lists/.q.pls",
+        "stick/Music/e.mp3.mp3", "stick/Deep/er/f.FLAC", "stick/folder.mp3/g.wav",
+        "stick/Music/\xFF\n.mp3", "outside/h.mp3"}) {
+    temporary.file(file);
+  }
+  ASSERT_EQ(mkfifo((stick + "/Music/fifo.mp3").c_str(), 0600), 0);
+  fs::create_symlink("../outside/h.mp3", stick + "/link.mp3");
+  fs::create_symlink("nowhere.mp3", stick + "/dangling.mp3");
+  fs::create_symlink("self.mp3", stick + "/self.mp3");
+  fs::create_directory_symlink("..", stick + "/Deep/loop");
+  fs::create_directory_symlink(".", stick + "/Deep/er/self");
+  fs::create_directory_symlink("Music", stick + "/Again");
+  walk();
+  EXPECT_THAT(
+      namesOf(songs),
+      UnorderedElementsAre("Music/a.mp3", ".Trash-1000/b.mp3", "Deep/er/f.FLAC", "folder.mp3/g.wav",
+                           "Music/\xFF\n.mp3", "link.mp3", "Again/a.mp3", "Again/\xFF\n.mp3"));
+  EXPECT_THAT(namesOf(playlists), ElementsAre("Lists/p.m3u"));
+  std::vector<std::string> found;
+  for (const Directory* directory : directories.items) {
+    const int parent = directory->parentIndex;
+    EXPECT_EQ(parent < 0 ? stick : directories.items[static_cast<std::size_t>(parent)]->path,
+              parent < 0 ? directory->path : parentPath(directory->path));
+    found.push_back(relative(directory->path) + (directory->hasMusic ? "*" : ""));
+  }
+  EXPECT_THAT(found, UnorderedElementsAre("*", "Music*", ".Trash-1000*", "Lists", "Deep",
+                                          "Deep/er*", "folder.mp3*", "Again*"));
+  EXPECT_EQ(skippedBlocks(), 0);
+  EXPECT_THAT(log.texts(), ElementsAre());
+}
+
+TEST_F(Crawl, NarrowsTimesByValue) {
+  const std::pair<long long, int> times[] = {
+      {0, 0}, {1700000000, 1700000000}, {2147483648, INT_MIN}, {4294967301, 5}, {-1, -1}};
+  for (const auto& [seconds, narrowed] : times) EXPECT_EQ(narrowTime(seconds), narrowed);
+  temporary.file("stick/a.mp3");
+  temporary.touch("stick/a.mp3", 4000000000);
+  walk();
+  EXPECT_EQ(songs.items.at(0)->lastModified, static_cast<std::int32_t>(4000000000U));
+}
+
+TEST_F(Crawl, AFolderThatRefusesIsPassedOver) {
+  temporary.file("stick/Closed/a.mp3");
+  temporary.file("stick/Open/b.mp3");
+  chmod(temporary.path().c_str(), 0755);
+  chmod((stick + "/Closed").c_str(), 0);
+  const int earlier = setfsuid(65534);  // root itself is refused nothing
+  walk();
+  setfsuid(static_cast<uid_t>(earlier));
+  chmod((stick + "/Closed").c_str(), 0700);
+  EXPECT_THAT(namesOf(songs), ElementsAre("Open/b.mp3"));
+  EXPECT_EQ(log.levelOf("Error opening dir: " + stick + "/Closed"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("go on"), LOG_WARN);
+  EXPECT_EQ(skippedBlocks(), 0);
+}
+
+TEST_F(Crawl, AMountPointThatGoesEndsTheWalk) {
+  for (const char* file : {"stick/A/a.mp3", "stick/B/b.mp3", "stick/C/c.mp3"}) temporary.file(file);
+  walk([&, asked = 0]() mutable {
+    if (++asked == 7) fs::rename(stick, temporary.path("away"));
+    return WalkGoesOn::Yes;
+  });
+  const std::string line = "MOUNT POINT IS NOT PRESENT ANYMORE " + stick + ": 2";
+  EXPECT_EQ(log.levelOf(line), LOG_ERROR);
+  EXPECT_EQ(log.count(line), 1);
+  EXPECT_EQ(skippedBlocks(), 3);
+  EXPECT_LT(songs.items.size(), 3U);
+  EXPECT_THAT(progress.snapshot().leftUndone, ElementsAre("the device went away"));
+}
+
+TEST_F(Crawl, AnotherFileSystemInItsPlaceCountsAsGone) {
+  watch.remember(1, "/proc");
+  EXPECT_EQ(watch.missing(1, "/proc"), 0);
+  EXPECT_EQ(watch.missing(1, stick), ENODEV);
+  EXPECT_EQ(watch.missing(2, stick), 0) << "nothing is known of another request";
+  EXPECT_EQ(watch.missing(1, stick + "/none"), ENOENT);
+}
+
+TEST_F(Crawl, StopsAtTheLimitOfSongs) {
+  const std::string song = temporary.file("stick/A/Deep/x.mp3");
+  const std::string folders[] = {stick + "/A/", temporary.folder("stick/B") + "/"};
+  for (int i = 0; i < kMaxSongs; ++i) {
+    fs::create_hard_link(song, folders[i % 2] + std::to_string(i) + ".mp3");
+  }
+  walk();
+  EXPECT_THAT(songs.items, SizeIs(kMaxSongs));
+  EXPECT_EQ(log.levelOf("16000 track reached"), LOG_WARN);
+  EXPECT_TRUE(progress.snapshot().limitReached);
+  EXPECT_EQ(skippedBlocks(), 0) << "the rest is left out on purpose";
+}
+
+TEST_F(Crawl, APauseCutsListingsAndAStopTheWalk) {
+  for (const char* file : {"stick/A/a.mp3", "stick/A/b.mp3", "stick/B/c.mp3"}) temporary.file(file);
+  int asked = 0;
+  walk([&] { return ++asked > 4 ? WalkGoesOn::Paused : WalkGoesOn::Yes; });
+  EXPECT_EQ(skippedBlocks(), 3);
+  EXPECT_GE(asked, 6) << "each further folder is still asked for";
+  EXPECT_THAT(progress.snapshot().leftUndone, ElementsAre("the request was interrupted"));
+}
+
+TEST_F(Crawl, TheCrawlerSendsThreeLastBlocksAndTellsTheHostWhenRunning) {
+  temporary.file("stick/a.mp3");
+  temporary.file("stick/p.m3u");
+  MSDCrawler crawler("MSDCrawler");
+  CatchingSink<Block<FileInfo*>> lists;
+  CatchingSink<Block<Directory*>> folders;
+  crawler.playlistSink = &lists;
+  crawler.directorySink = &folders;
+  crawler.start();
+  const auto root = boost::make_shared<Block<Directory*>>(operation);
+  root->items.push_back(new Directory(stick, stick, -1));
+  for (const auto& input : {root, boost::make_shared<Block<Directory*>>(operation)}) {
+    const std::size_t expected = input == root ? 1 : 0;
+    const auto found = crawler.doOperation(input);
+    const auto sentLists = lists.take();
+    const auto sentFolders = folders.take();
+    ASSERT_TRUE(sentLists.size() == 1 && sentFolders.size() == 1);
+    EXPECT_TRUE(found->operation.last && sentLists[0]->operation.last &&
+                sentFolders[0]->operation.last);
+    EXPECT_THAT(found->items, SizeIs(expected));
+    EXPECT_THAT(sentLists[0]->items, SizeIs(expected));
+    EXPECT_THAT(sentFolders[0]->items, SizeIs(expected));
+  }
+  EXPECT_EQ(log.count("MSDCrawler for:  (op: 1)"), 1);
+  crawler.pause();
+  crawler.signalCompletion(operation);
+  EXPECT_EQ(log.levelOf("Skip signalCrawlingFinished"), LOG_INFO);
+}
+
+}  // namespace
+}  // namespace orvel::test

@@ -1,0 +1,74 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "msd/MSDMiner.h"
+#include "platform/common/Log.h"
+#include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/LogCapture.h"
+
+namespace orvel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::SizeIs;
+
+class Miner : public DatabaseFolderFixture {
+ protected:
+  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1,
+            bool last = false) {
+    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, last));
+    for (const auto& name : names) block->items.push_back(new FileInfo(mount + "/" + name, 0, 5));
+    return miner.doOperation(block);
+  }
+
+  LogCapture log;
+  MSDMiner miner{"MSDMiner"};
+};
+
+TEST_F(Miner, WhatCannotBeReadIsASongWithoutTexts) {
+  temporary.file("empty.m4a");
+  temporary.file("text.mp4", std::string(5000, 'x'));
+  ASSERT_EQ(mkfifo(temporary.path("fifo.mp3").c_str(), 0600), 0);
+  temporary.folder("folder.mp3");
+  const auto songs =
+      mine({"vanished.wma", "fifo.mp3", "folder.mp3", "empty.m4a"}, temporary.path());
+  ASSERT_THAT(songs->items, SizeIs(4));
+  for (const MetaDataInfo* song : songs->items) {
+    EXPECT_EQ(song->title + song->artist + song->album + song->genre + song->composer, "");
+    EXPECT_TRUE(song->lastModified == 5 && song->audioType == 1);
+  }
+  const MetaDataInfo& first = *songs->items[0];
+  EXPECT_TRUE(first.trackNumber == 1 && first.discNumber == 1 && first.name == "vanished.wma");
+  EXPECT_EQ(log.levelOf("NULL file for track: " + first.path), LOG_WARN);
+  EXPECT_EQ(log.levelOf("insert empty: " + first.path), LOG_WARN);
+  EXPECT_FALSE(songs->operation.skipped);
+}
+
+TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {
+  const std::string gone = temporary.path("gone");
+  EXPECT_TRUE(mine({"a.mp3", "b.mp3"}, gone)->operation.skipped);
+  EXPECT_EQ(log.levelOf("MOUNT POINT IS NOT PRESENT ANYMORE " + gone + ": 2"), LOG_ERROR);
+  EXPECT_THAT(log.texts("NULL file"), SizeIs(1));
+  EXPECT_THAT(log.texts("MSDMiner timer"), SizeIs(0));
+  EXPECT_TRUE(mine({}, gone, 1, true)->operation.skipped);
+  EXPECT_FALSE(mine({}, gone, 2, true)->operation.skipped);
+}
+
+TEST_F(Miner, AStopAndTheSizeLimitLeaveWorkUndone) {
+  manager.createDirectory();
+  const int descriptor = open((databaseOf("dev") + "-wal").c_str(), O_CREAT | O_WRONLY, 0600);
+  ASSERT_EQ(ftruncate(descriptor, kDatabaseSizeLimit), 0);
+  close(descriptor);
+  const auto full = mine({"a.mp3"}, temporary.path());
+  EXPECT_TRUE(full->operation.skipped && full->items.empty());
+  EXPECT_EQ(log.levelOf("MSDMiner SKIPPED db size limit reached (op: 1)"), LOG_INFO);
+  manager.deleteDb("dev");
+  miner.stop();
+  const auto stopped = mine({"a.mp3"}, temporary.path(), 2);
+  EXPECT_TRUE(stopped->operation.skipped && stopped->items.empty());
+}
+
+}  // namespace
+}  // namespace orvel::test

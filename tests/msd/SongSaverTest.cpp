@@ -1,0 +1,104 @@
+#include "msd/SongSaver.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/LogCapture.h"
+
+namespace orvel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::SizeIs;
+
+using Songs = Block<MetaDataInfo*>;
+
+MetaDataInfo* song(const std::string& path, const std::string& artist) {
+  return new MetaDataInfo(path, "/m", "T", artist, "B", "G", "C", 3, 2, 1234567890123L);
+}
+
+boost::shared_ptr<Songs> blockOf(bool last, std::vector<MetaDataInfo*> songs) {
+  auto block = boost::make_shared<Songs>(Operation(1, 0, "dev", "/m", last));
+  block->items = std::move(songs);
+  return block;
+}
+
+class SongSaverTest : public DatabaseFolderFixture {
+ protected:
+  SongSaverTest() { manager.createDb("dev", "/m", true); }
+  static std::vector<std::string> sql(const std::string& text) { return rowsOf("dev", text); }
+
+  SongSaver saver{"SongSaver"};
+};
+
+TEST_F(SongSaverTest, StoresEveryColumnWithoutNulls) {
+  const auto block = blockOf(
+      true, {song("/m/A/s.mp3", "X"),
+             new MetaDataInfo("/m/t.mp3", "/m", "T", "", "B2", "G2", "C2", 3, 2, 1234567890123L)});
+  block->items[1]->objectId = "object";
+  block->items[1]->asianFields =
+      std::make_unique<AsianFields>(std::array<std::string, 5>{"at", "aa", "ab", "ag", "ac"});
+  EXPECT_TRUE(saver.doOperation(block)->operation.last);
+  EXPECT_THAT(sql("SELECT PATH, NAME, TITLE, AUDIOTYPE, BOOKMARK, LASTMODIFIED, TRACKIND, DISCNUM, "
+                  "ASIANTITLE"
+                  " FROM SONGS;"),
+              ElementsAre("/m/A/s.mp3|s.mp3|T|1|0|1234567890123|3|2|",
+                          "/m/t.mp3|t.mp3|T|1|0|1234567890123|3|2|at"));
+  EXPECT_THAT(sql("SELECT OBJECTID, DIRECTORYID, PARTITION_ID FROM SONGS;"),
+              ElementsAre(Md5(Md5Kind::Track, "/m/A/s.mp3").text() + "|" +
+                              Md5(Md5Kind::Directory, "/m/A").text() + "|" +
+                              Md5(Md5Kind::Directory, "/m").text(),
+                          "object|" + Md5(Md5Kind::Directory, "/m").text() + "|" +
+                              Md5(Md5Kind::Directory, "/m").text()));
+  EXPECT_THAT(sql("SELECT ARTIST, ASIANARTIST, ALBUM, ASIANALBUM, GENRE, ASIANGENRE, COMPOSER,"
+                  " ASIANCOMPOSER FROM SONGS NATURAL JOIN ARTISTS NATURAL JOIN ALBUMS NATURAL JOIN"
+                  " GENRES NATURAL JOIN COMPOSERS ORDER BY PATH;"),
+              ElementsAre("X||B||G||C|", "|aa|B2|ab|G2|ag|C2|ac"));
+}
+
+TEST_F(SongSaverTest, WritesASharedNameOncePerBlockAndKeepsEveryRecord) {
+  sql("CREATE TABLE WRITES(A); CREATE TRIGGER T AFTER INSERT ON ARTISTS BEGIN INSERT INTO WRITES"
+      " VALUES(NEW.ARTIST); END;");
+  std::vector<MetaDataInfo*> songs;
+  for (int i = 0; i < 20; ++i) songs.push_back(song("/m/" + std::to_string(i), i % 2 ? "X" : "Y"));
+  // Equal texts of another source: the second writing is harmless.
+  std::thread([&] { songs.push_back(song("/m/other", "X")); }).join();
+  songs.push_back(song("/m/1", "X"));
+  saver.doOperation(blockOf(true, songs));
+  EXPECT_THAT(sql("SELECT A, COUNT(*) FROM WRITES GROUP BY A;"), ElementsAre("X|2", "Y|1"));
+  EXPECT_THAT(sql("SELECT COUNT(*), COUNT(DISTINCT PATH) FROM SONGS;"), ElementsAre("21|21"));
+}
+
+TEST_F(SongSaverTest, OnlyTheLastBlockAnswersCleansAndTellsOfEarlierOnes) {
+  sql("INSERT INTO ARTISTS VALUES('unused', 'u', ''); INSERT INTO GENRES VALUES('unused', 'u', "
+      "'');");
+  const auto first = blockOf(false, {song("/m/a", "X")});
+  first->operation.skipped = true;
+  LogCapture log;
+  EXPECT_EQ(saver.doOperation(first), nullptr);
+  EXPECT_THAT(sql("SELECT COUNT(*) FROM ARTISTS;"), ElementsAre("2"));
+  const auto result = saver.doOperation(blockOf(true, {}));
+  EXPECT_TRUE(result->operation.skipped);
+  EXPECT_THAT(sql("SELECT ARTIST FROM ARTISTS; SELECT GENRE FROM GENRES;"), ElementsAre("X", "G"));
+  EXPECT_THAT(log.texts("Set timeout"), SizeIs(2)) << "one pair of connections for the request";
+  EXPECT_EQ(log.count("SongSaver close db"), 1);
+  EXPECT_FALSE(saver.doOperation(blockOf(true, {}))->operation.skipped);
+}
+
+TEST_F(SongSaverTest, ALostRowDropsItsTableForTheBlockAndMarksTheRequest) {
+  sql("CREATE TRIGGER T BEFORE INSERT ON SONGS WHEN NEW.PATH = '/m/bad'"
+      " BEGIN SELECT RAISE(ABORT, 'no'); END;");
+  const LogCapture log;
+  saver.doOperation(blockOf(false, {song("/m/a", "1"), song("/m/bad", "2"), song("/m/b", "3")}));
+  EXPECT_THAT(log.texts("failed"), ElementsAre("exec failed: 19 no", "step failed"));
+  EXPECT_THAT(sql("SELECT PATH FROM SONGS; SELECT ARTIST FROM ARTISTS ORDER BY 1;"),
+              ElementsAre("/m/a", "1", "2", "3"));
+  EXPECT_TRUE(saver.doOperation(blockOf(true, {song("/m/c", "1")}))->operation.skipped);
+  EXPECT_THAT(sql("SELECT PATH FROM SONGS; SELECT ARTIST FROM ARTISTS;"),
+              ElementsAre("/m/a", "/m/c", "1"));
+}
+
+}  // namespace
+}  // namespace orvel::test

@@ -1,0 +1,91 @@
+#include <gmock/gmock.h>
+
+#include "orchestration/MSDPipeline.h"
+#include "platform/common/Log.h"
+#include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/LogCapture.h"
+
+namespace orvel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::SizeIs;
+
+/// A pipeline with request 5 for dev at the temporary folder, whose threads do not run.
+class PipelineTest : public DatabaseFolderFixture {
+ protected:
+  PipelineTest() {
+    OrvelOperation request;
+    request.deviceId = "dev";
+    request.mountPoint = mount;
+    request.opId = 5;
+    pipeline.enqueueNewOperation(request, true);
+    log.clear();
+  }
+  void result(int id, bool last, bool skipped = false) {
+    auto block = boost::make_shared<Block<void>>(Operation(id, 0, "dev", mount, last));
+    block->operation.skipped = skipped;
+    EXPECT_EQ(pipeline.doOperation(block), nullptr);
+  }
+
+  std::string mount = temporary.path();
+  LogCapture log;
+  MSDPipeline pipeline{nullptr};
+};
+
+TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
+  std::vector<std::string> names = {
+      "ChangeFinder-MSDSongs",    "Normalizer",       "MSDMiner",      "SongSaver",
+      "ChangeFinder-MSDPlaylist", "MSDPlaylistMiner", "PlaylistSaver", "MSDCrawler",
+      "DirectorySaver",           "MSDPipeline"};
+  pipeline.launch();
+  pipeline.stop();
+  pipeline.join();
+  std::vector<std::string> stopped;
+  for (const auto& name : names) stopped.push_back(name + " stopped");
+  EXPECT_THAT(log.texts(" stopped"), testing::ElementsAreArray(stopped));
+  std::vector<std::string> joined;
+  for (auto name = names.rbegin(); name != names.rend(); ++name)
+    joined.push_back(*name + " joined");
+  EXPECT_THAT(log.texts(" joined"), testing::ElementsAreArray(joined));
+  EXPECT_EQ(log.count("MSDCrawler stop DELETING 1"), 1) << "the root block was the crawler's";
+  log.clear();
+  pipeline.pause();
+  EXPECT_EQ(log.levelOf("pause"), LOG_INFO);
+  EXPECT_THAT(log.texts("SYSTEM is Stopping cannot be paused "), SizeIs(10));
+}
+
+TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
+  result(5, true);
+  result(5, false);
+  result(4, true);
+  result(5, true);
+  EXPECT_EQ(log.levelOf("Received a non LAST block! WE SHOULD NEVER BE HERE"), LOG_ERROR);
+  EXPECT_EQ(log.levelOf("OPERATION MISMATCH!!"), LOG_ERROR);
+  EXPECT_THAT(log.texts("Result for"), ElementsAre("Result for id 5: 1", "Result for id 5: 2"));
+  EXPECT_EQ(manager.getStatus("dev", mount), "");
+  rowsOf("dev", "INSERT INTO PLAYLISTS(PLAYPATH, TRACKID) VALUES('p', 'gone');");
+  result(5, true);
+  EXPECT_EQ(manager.getStatus("dev", mount), "OK");
+  EXPECT_THAT(rowsOf("dev", "SELECT * FROM PLAYLISTS;"), SizeIs(0));
+  EXPECT_THAT(log.texts("End operation for id 5 that took "), SizeIs(1));
+}
+
+TEST_F(PipelineTest, WorkLeftUndoneAndDamageKeepTheStatusAtProgress) {
+  result(5, true, true);
+  result(5, true);
+  result(5, true);
+  EXPECT_EQ(manager.getStatus("dev", mount), "PROGRESS");
+  EXPECT_EQ(pipeline.progress->snapshot().status, "PROGRESS");
+}
+
+TEST_F(PipelineTest, ADatabaseThatCannotBeOpenedAtTheEndFailsTheRequest) {
+  result(5, true);
+  result(5, true);
+  manager.setDirectory(temporary.file("file"));
+  EXPECT_THROW(result(5, true), std::runtime_error);
+  EXPECT_EQ(pipeline.progress->snapshot().phase, RequestPhase::Failed);
+}
+
+}  // namespace
+}  // namespace orvel::test
