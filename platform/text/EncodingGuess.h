@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "platform/text/Encoding.h"
-#include "platform/text/TextEncoding.h"
+#include "platform/text/TextRegion.h"
 
 namespace orvel {
 

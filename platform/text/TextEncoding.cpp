@@ -11,6 +11,7 @@
 
 #include "platform/common/Utf8.h"
 #include "platform/text/EncodingGuess.h"
+#include "platform/text/TextRegion.h"
 
 namespace orvel {
 namespace {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/common/Utf8.h"
+#include "platform/text/TextRegion.h"
 
 namespace orvel {
 namespace {
