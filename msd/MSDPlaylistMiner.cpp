@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <atomic>
 #include <exception>
 #include <stop_token>
 #include <utility>
@@ -15,7 +16,12 @@ namespace {
 
 using SharedWrapper = std::shared_ptr<PlaylistWrapper>;
 
+/// Orders each hand-over to the main loop where thread checkers see it: they cannot see into GLib's
+/// own locks.
+std::atomic<unsigned> handOvers{0};
+
 gboolean parseOnce(gpointer wrapper) {
+  handOvers.load(std::memory_order_acquire);
   try {
     extractPlaylist(static_cast<SharedWrapper*>(wrapper)->get());
   } catch (const std::exception& error) {
@@ -31,6 +37,7 @@ class ScheduledParse {
  public:
   explicit ScheduledParse(const SharedWrapper& wrapper) : source(g_timeout_source_new_seconds(0)) {
     g_source_set_callback(source, parseOnce, new SharedWrapper(wrapper), releaseWrapper);
+    handOvers.fetch_add(1, std::memory_order_release);
     g_source_attach(source, nullptr);
   }
   ~ScheduledParse() {
