@@ -103,6 +103,7 @@ void report(const IndexOptions& options, const IndexResult& result) {
   } else if (!result.error && !options.quiet) {
     std::cout << summary(result) << std::flush;
   }
+  if (!std::cout) throw HostError(CouldNotRun, "The result of the run cannot be written.");
 }
 
 }  // namespace
@@ -119,6 +120,8 @@ int runIndex(const IndexOptions& options) {
       index(options, line, result);
     } catch (const HostError& error) {
       if (error.status == WrongUsage) throw;
+      result.error = error.what();
+    } catch (const std::exception& error) {
       result.error = error.what();
     }
   }

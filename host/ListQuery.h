@@ -22,8 +22,8 @@ struct ListQuery {
 /// One column of a listing.
 struct Column {
   enum class Kind { Text, Path, Number };
-  const char* name;
-  Kind kind;
+  const char* name = "";
+  Kind kind = Kind::Text;
   bool everywhere = true;  ///< false: only where every column is wanted
 };
 

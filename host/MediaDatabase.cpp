@@ -17,6 +17,12 @@ namespace fs = std::filesystem;
 /// A database that is not in WAL mode keeps its readers waiting while it is written.
 constexpr int kWaitForWriterMs = 5000;
 
+std::int64_t bytesOf(const std::string& file) {
+  std::error_code error;
+  const auto size = fs::file_size(file, error);
+  return error ? 0 : static_cast<std::int64_t>(size);
+}
+
 std::string fileUri(const std::string& path, const char* mode) {
   return "file:" + QByteArray::fromStdString(path).toPercentEncoding("/").toStdString() + mode;
 }
@@ -52,12 +58,13 @@ MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
   if (!fs::is_regular_file(path, ignored)) {
     throw HostError(CouldNotRun, "There is no database " + path + ". Run 'orvel index' first.");
   }
-  // Where not even the journal's index can be made, nobody can be writing either.
   if (open(fileUri(path, "?mode=ro")) && isReadable()) return;
-  if (sqlite3_errcode(connection.get()) == SQLITE_CANTOPEN &&
-      open(fileUri(path, "?mode=ro&immutable=1")) && isReadable()) {
-    return;
-  }
+  // Reading makes an index of the journal. Where the folder does not take one, and the journal
+  // holds nothing, nobody is writing.
+  const int error = sqlite3_errcode(connection.get());
+  const bool isFixed =
+      (error == SQLITE_CANTOPEN || error == SQLITE_READONLY) && bytesOf(path + "-wal") == 0;
+  if (isFixed && open(fileUri(path, "?mode=ro&immutable=1")) && isReadable()) return;
   fail();
 }
 
@@ -145,13 +152,7 @@ std::string MediaDatabase::deviceId() const {
 }
 
 std::int64_t databaseBytes(const std::string& file) {
-  std::int64_t bytes = 0;
-  for (const char* part : {"", "-wal"}) {
-    std::error_code error;
-    const auto size = fs::file_size(file + part, error);
-    if (!error) bytes += static_cast<std::int64_t>(size);
-  }
-  return bytes;
+  return bytesOf(file) + bytesOf(file + "-wal");
 }
 
 std::vector<std::string> databasesIn(const std::string& folder) {

@@ -41,7 +41,6 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   } else if (!mineFiles(*block, *songs)) {
     return songs;
   }
-  progress->songsSkipped += static_cast<unsigned>(block->items.size() - songs->items.size());
   OV_INFO("MSDMiner timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return songs;
 }
@@ -60,6 +59,7 @@ bool MSDMiner::mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& so
       return false;
     }
   }
+  progress->songsSkipped += static_cast<unsigned>(files.items.size() - songs.items.size());
   return true;
 }
 

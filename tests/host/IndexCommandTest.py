@@ -154,9 +154,7 @@ class Refusals(HostTestCase):
 
     @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
     def testPermissionsOfAnotherUser(self):
-        asNobody = ("setpriv", "--reuid", "65534", "--clear-groups")
-        if subprocess.run([*asNobody, ORVEL, "--version"], capture_output=True).returncode != 0:
-            self.skipTest("the command cannot be run by another user")
+        asNobody = self.asNobody()
         os.chmod(self.folder, 0o755)
         os.chmod(self.stick, 0o700)
         os.mkdir(self.path("readable"))
@@ -164,6 +162,13 @@ class Refusals(HostTestCase):
         self.assertIn("Permission denied", self.index(wrap=asNobody, expect=1)["error"])
         self.assertIn("The database folder", self.index(
             self.path("readable"), "--db-dir", self.path("mine"), wrap=asNobody, expect=1)["error"])
+
+    def testReportThatCannotBeWritten(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([ORVEL, "index", self.stick], stdout=full, stderr=subprocess.PIPE,
+                                  env=self.environment())
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"cannot be written", done.stderr)
 
     def testLoopWithoutGlib(self):
         report = self.index(env=self.environment(QT_NO_GLIB="1"), expect=1)

@@ -89,6 +89,18 @@ class Listings(HostTestCase):
         self.assertIn(other.encode(), errors)
         self.run_("list", "songs", "--db-dir", self.path("empty"), expect=2)
 
+    @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
+    def testReadsWhereNothingCanBeWritten(self):
+        asNobody = self.asNobody()
+        for suffix in ("-wal", "-shm"):
+            if os.path.exists(self.database + suffix):
+                os.remove(self.database + suffix)
+        os.chmod(self.databases, 0o555)
+        os.chmod(self.database, 0o444)
+        for folder in (self.folder, self.path("data")):
+            os.chmod(folder, 0o755)
+        self.assertEqual(len(self.list("songs", "--db", self.database, wrap=asNobody)), 3)
+
     def testReadsBesideAWriter(self):
         writer = sqlite3.connect(self.database, isolation_level=None)
         writer.execute("BEGIN IMMEDIATE")

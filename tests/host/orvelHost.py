@@ -43,6 +43,13 @@ class HostTestCase(unittest.TestCase):
     def environment(self, **more):
         return {**os.environ, "XDG_DATA_HOME": self.path("data"), "LC_ALL": "C.UTF-8", **more}
 
+    def asNobody(self):
+        """What to put before a command for another user to run it; root only."""
+        wrap = ("setpriv", "--reuid", "65534", "--clear-groups")
+        if subprocess.run([*wrap, ORVEL, "--version"], capture_output=True).returncode != 0:
+            self.skipTest("the command cannot be run by another user")
+        return wrap
+
     def run_(self, *arguments, expect=0, env=None, cwd=None, wrap=()):
         """Runs the command to its end; returns (standard output, standard error) as bytes."""
         done = subprocess.run([*wrap, ORVEL, *arguments], capture_output=True, timeout=HANG_SECONDS,
