@@ -34,17 +34,17 @@ TEST(MtpDevice, KnowsOnlyWhatItWasTold) {
   const LogCapture log;
   EXPECT_FALSE(registry().isDeviceConnected(99) || registry().isDeviceReady(99));
   EXPECT_FALSE(registry().waitDeviceReady(99));
-  registry().setDeviceReady(7);
-  EXPECT_TRUE(registry().isDeviceReady(7) && !registry().isDeviceConnected(7));
-  EXPECT_FALSE(registry().waitDeviceReady(7)) << "not connected";
-  registry().setDeviceConnected(7);
-  EXPECT_TRUE(registry().isDeviceConnected(7) && !registry().isDeviceReady(7));
-  registry().setDeviceReady(7);
-  registry().disconnectDevice(7);
-  EXPECT_FALSE(registry().isDeviceConnected(7) || registry().isDeviceReady(7));
+  registry().setDeviceReady(5);
+  EXPECT_TRUE(registry().isDeviceReady(5) && !registry().isDeviceConnected(5));
+  EXPECT_FALSE(registry().waitDeviceReady(5)) << "not connected";
+  registry().setDeviceConnected(5);
+  EXPECT_TRUE(registry().isDeviceConnected(5) && !registry().isDeviceReady(5));
+  registry().setDeviceReady(5);
+  registry().disconnectDevice(5);
+  EXPECT_FALSE(registry().isDeviceConnected(5) || registry().isDeviceReady(5));
   EXPECT_THAT(log.texts(),
-              ElementsAre("setDeviceReady 7", "setDeviceReady DONE", "setDeviceConnected 7",
-                          "setDeviceConnected DONE", "setDeviceReady 7", "setDeviceReady DONE",
+              ElementsAre("setDeviceReady 5", "setDeviceReady DONE", "setDeviceConnected 5",
+                          "setDeviceConnected DONE", "setDeviceReady 5", "setDeviceReady DONE",
                           "disconnectDevice"));
 }
 
