@@ -9,7 +9,9 @@ namespace sqlstl {
 
 namespace {
 
-bool isErrorCode(int result) { return result >= 1 && result <= 26; }
+bool isErrorCode(int result) {
+  return result >= 1 && result <= 26;
+}
 
 void configure(sqlite3* connection) {
   // The LIKE patterns are double-quoted literals, which some builds of SQLite reject by default.

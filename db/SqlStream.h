@@ -9,7 +9,6 @@
 
 #include "db/BusyHandler.h"
 
-
 /// Streams over SQLite: a statement is prepared with `query`, its parameters are written with `<<`,
 /// it runs with `step`, and rows are read with `>>`. Errors are logged and turn the stream bad or
 /// failed, the ordinary stream states; nothing here throws. A stream belongs to one thread.

@@ -154,10 +154,10 @@ inline constexpr char kClearPlaylists[] =
 /// What follows the pattern of kSelectDirectoryIds.
 inline constexpr char kOrderByObjectId[] = " ORDER BY OBJECTID;";
 
-/// Completes a text that ends in "LIKE ": a double-quoted pattern of everything below `prefix`, then
-/// `tail`. The prefix is not escaped, so "_" and "%" in it match more than themselves. For a prefix
-/// with a double quote, behind which a volume label could hide SQL, the pattern is left out: SQLite
-/// refuses to prepare such a text.
+/// Completes a text that ends in "LIKE ": a double-quoted pattern of everything below `prefix`,
+/// then `tail`. The prefix is not escaped, so "_" and "%" in it match more than themselves. For a
+/// prefix with a double quote, behind which a volume label could hide SQL, the pattern is left out:
+/// SQLite refuses to prepare such a text.
 std::string withPathPattern(std::string_view sql, std::string_view prefix,
                             std::string_view tail = ";");
 

@@ -7,8 +7,8 @@
 namespace orvel {
 
 /// One transaction on the output connection of a stage. The results of its two statements are not
-/// errors of the stage, but a stage must learn whether its rows survived: SQLite rolls back by itself
-/// when the disk is full or a write fails.
+/// errors of the stage, but a stage must learn whether its rows survived: SQLite rolls back by
+/// itself when the disk is full or a write fails.
 class Transaction {
  public:
   /// Begins on `stream`, which must be open and outlive the transaction.

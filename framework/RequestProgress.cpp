@@ -31,15 +31,14 @@ void RequestProgress::songsWereStored(unsigned songs) {
   if (songs == 0) return;
   songsStored += songs;
   Clock::rep none = 0;
-  firstSongAfter.compare_exchange_strong(
-      none, std::max<Clock::rep>(1, (Clock::now() - created).count()));
+  firstSongAfter.compare_exchange_strong(none,
+                                         std::max<Clock::rep>(1, (Clock::now() - created).count()));
 }
 
 ProgressSnapshot RequestProgress::snapshot() const {
   ProgressSnapshot copy;
   copy.phase = phase;
-  copy.songs = {songsFound,   songsUnchanged, songsAdded,
-                songsRemoved, songsStored,    songsSkipped};
+  copy.songs = {songsFound, songsUnchanged, songsAdded, songsRemoved, songsStored, songsSkipped};
   copy.playlists = {playlistsFound, playlistsStored};
   copy.directories = {directoriesFound, directoriesStored};
   if (const Clock::rep ticks = firstSongAfter; ticks != 0) {

@@ -13,8 +13,8 @@
 namespace orvel {
 
 /// A stage: takes blocks from its queue one at a time, works on each and sends the result to its
-/// sink. Concrete stages supply `doOperation`, which may throw std::exception: the request then goes
-/// on with an empty block in place of the result, so that a LAST marker is never lost.
+/// sink. Concrete stages supply `doOperation`, which may throw std::exception: the request then
+/// goes on with an empty block in place of the result, so that a LAST marker is never lost.
 template <class TIN, class TOUT>
 class Server : public BaseServer<TIN> {
  public:
@@ -31,8 +31,8 @@ class Server : public BaseServer<TIN> {
   /// Where results go; not owned, null for none. Set before `launch`.
   BaseServer<TOUT>* sink = nullptr;
 
-  /// Counts what the stage does for its request. Shared by the stages of one pipeline and set before
-  /// `launch`; never null.
+  /// Counts what the stage does for its request. Shared by the stages of one pipeline and set
+  /// before `launch`; never null.
   std::shared_ptr<RequestProgress> progress = std::make_shared<RequestProgress>();
 
  private:

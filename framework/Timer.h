@@ -15,7 +15,7 @@ class Timer {
   static long milliseconds(const timeval& begin, const timeval& end) {
     const double elapsed = static_cast<double>(end.tv_sec - begin.tv_sec) * 1000.0 +
                            static_cast<double>(end.tv_usec - begin.tv_usec) / 1000.0;
-    return static_cast<long>(elapsed + 0.5);
+    return static_cast<long>(elapsed + 0.5);  // NOLINT(bugprone-incorrect-roundings)
   }
 
   static timeval now() {

@@ -32,14 +32,14 @@ AudioStream::AudioStream(const std::string& filePath, std::stop_token token)
   // Not blocking: a pipe may have taken the place of the file since it was listed.
   const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (opened < 0) return;
-  struct stat status{};
+  struct stat status {};
   if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
     close(opened);
     return;
   }
   file = opened;
-  size = static_cast<long>(
-      std::min<std::int64_t>(status.st_size, std::numeric_limits<long>::max()));
+  size =
+      static_cast<long>(std::min<std::int64_t>(status.st_size, std::numeric_limits<long>::max()));
   posix_fadvise(file, 0, 0, POSIX_FADV_RANDOM);
 }
 
@@ -57,9 +57,10 @@ TagLib::ByteVector AudioStream::readBlock(unsigned long length) {
 
 TagLib::ByteVector AudioStream::readUnguarded(unsigned long length) {
   if (position >= size || spent()) return {};
-  const long wanted = std::min({size - position, static_cast<long>(std::min<unsigned long>(
-                                                     length, std::numeric_limits<int>::max())),
-                                static_cast<long>(bytesLeft)});
+  const long wanted =
+      std::min({size - position,
+                static_cast<long>(std::min<unsigned long>(length, std::numeric_limits<int>::max())),
+                static_cast<long>(bytesLeft)});
   TagLib::ByteVector data = wanted > kBlockBytes ? readDirectly(wanted) : readCached(wanted);
   position += static_cast<long>(data.size());
   bytesLeft -= data.size();

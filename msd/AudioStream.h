@@ -11,9 +11,10 @@
 namespace orvel {
 
 /// The file that tags are read from. Opened read-only, read in blocks of 4 KiB without the kernel's
-/// read-ahead, since tags are a small part of a file, and held to a budget, since a hostile file can
-/// make a tag reader read on and on: when the budget is spent or the token is raised, the file seems
-/// to end. Compressed ID3v2 frames are kept from expanding without a bound. Used by one thread.
+/// read-ahead, since tags are a small part of a file, and held to a budget, since a hostile file
+/// can make a tag reader read on and on: when the budget is spent or the token is raised, the file
+/// seems to end. Compressed ID3v2 frames are kept from expanding without a bound. Used by one
+/// thread.
 class AudioStream : public TagLib::IOStream {
  public:
   /// Opens the regular file at `path`. A failure shows in `isOpen`.

@@ -21,7 +21,7 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
   const Operation& operation = block->operation;
   const std::size_t files = block->items.size();
   OV_INFO("ChangeFinder for: %u (op: %d)", static_cast<unsigned>(files), operation.id);
-  const auto toAdd = boost::make_shared<Block<FileInfo*>>(operation);
+  auto toAdd = boost::make_shared<Block<FileInfo*>>(operation);
   open(operation.deviceId);
   {
     const ClosingScope closing(*this);

@@ -41,7 +41,7 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   OV_INFO("DirectorySaver for: %u", static_cast<unsigned>(block->items.size()));
   const Timer timer;
   const Operation& operation = block->operation;
-  const auto result = boost::make_shared<Block<void>>(operation);
+  auto result = boost::make_shared<Block<void>>(operation);
   propagateMusicPresence(block.get());
   open(operation.deviceId);
   const ClosingScope closing(*this);

@@ -8,8 +8,8 @@
 
 namespace orvel {
 
-/// Keeps the DIRECTORIES rows of a mount point in step with the directories that hold music, directly
-/// or below. Rewrites them only when the set of such directories has changed.
+/// Keeps the DIRECTORIES rows of a mount point in step with the directories that hold music,
+/// directly or below. Rewrites them only when the set of such directories has changed.
 class DirectorySaver : public ServerDB<Block<Directory*>, Block<void>> {
  public:
   using src_block_type = Block<Directory*>;

@@ -13,8 +13,12 @@ namespace {
 
 using Key = std::tuple<const std::string&, std::int32_t>;
 
-Key keyOf(const DbObject* row) { return {row->path, row->lastModified}; }
-Key keyOf(const FileInfo* file) { return {*file->path, file->lastModified}; }
+Key keyOf(const DbObject* row) {
+  return {row->path, row->lastModified};
+}
+Key keyOf(const FileInfo* file) {
+  return {*file->path, file->lastModified};
+}
 
 template <class A, class B>
 bool less(const A* a, const B* b) {
@@ -74,8 +78,8 @@ bool DbObjectPtrComparer::operator()(const DbObject* a, const FileInfo* b) const
 }
 
 int GenericChangeFinder::findDifference(const std::string& selectSql, const std::string& deleteSql,
-                                        boost::shared_ptr<Block<FileInfo*>> found,
-                                        boost::shared_ptr<Block<FileInfo*>> toAdd) {
+                                        const boost::shared_ptr<Block<FileInfo*>>& found,
+                                        const boost::shared_ptr<Block<FileInfo*>>& toAdd) {
   const Timer timer;
   const int operationId = found->operation.id;
   const std::vector<DbObject> stored = readRows(selectSql);

@@ -35,13 +35,13 @@ class GenericChangeFinder {
                       sqlstl::basic_sqlistream<char>& input)
       : name(stageName), out(output), in(input) {}
 
-  /// Reads the rows with `selectSql`, moves every file of `found` without an equal row into `toAdd`,
-  /// sorted, and deletes every row without an equal file with `deleteSql`, by its id, in one
-  /// transaction. Rows are equal to files when path and modification time are. Returns the number of
-  /// files to add. SQL failures are logged; unreadable rows make their files look new.
+  /// Reads the rows with `selectSql`, moves every file of `found` without an equal row into
+  /// `toAdd`, sorted, and deletes every row without an equal file with `deleteSql`, by its id, in
+  /// one transaction. Rows are equal to files when path and modification time are. Returns the
+  /// number of files to add. SQL failures are logged; unreadable rows make their files look new.
   int findDifference(const std::string& selectSql, const std::string& deleteSql,
-                     boost::shared_ptr<Block<FileInfo*>> found,
-                     boost::shared_ptr<Block<FileInfo*>> toAdd);
+                     const boost::shared_ptr<Block<FileInfo*>>& found,
+                     const boost::shared_ptr<Block<FileInfo*>>& toAdd);
 
   /// Rows deleted by the last call because no file has their path any more.
   [[nodiscard]] unsigned vanished() const { return vanishedRows; }

@@ -64,7 +64,8 @@ bool expandsTooFar(Bytes data) {
 /// Walks and defuses the frames of one tag.
 class FrameWalk {
  public:
-  /// @param framesAreUnsynchronised  the reader undoes the unsynchronisation of each frame by itself
+  /// @param framesAreUnsynchronised  the reader undoes the unsynchronisation of each frame by
+  /// itself
   FrameWalk(Bytes tagFrames, unsigned int majorVersion, bool framesAreUnsynchronised)
       : frames(tagFrames), version(majorVersion), unsynchronised(framesAreUnsynchronised) {}
 
@@ -126,9 +127,9 @@ class FrameWalk {
     if (!unsynchronised && !frameUnsynchronised) {
       return orvel::expandsTooFar(frames.subspan(data + kLengthBytes));
     }
-    TagLib::ByteVector decoded = TagLib::ID3v2::SynchData::decode(
-        {reinterpret_cast<const char*>(&frames[data]),
-         static_cast<unsigned int>(frames.size() - data)});
+    TagLib::ByteVector decoded =
+        TagLib::ID3v2::SynchData::decode({reinterpret_cast<const char*>(&frames[data]),
+                                          static_cast<unsigned int>(frames.size() - data)});
     const Bytes bytes = bytesOf(decoded);
     return orvel::expandsTooFar(bytes.subspan(std::min(kLengthBytes, bytes.size())));
   }
@@ -171,7 +172,8 @@ void defuseId3v2Frames(const TagLib::ByteVector& header, TagLib::ByteVector& fra
     FrameWalk(framesOf(frames, flags), version, unsynchronised).run();
     return;
   }
-  // The reader undoes this before it parses: look at what it will see, and blank the tag if need be.
+  // The reader undoes this before it parses: look at what it will see, and blank the tag if need
+  // be.
   TagLib::ByteVector decoded = TagLib::ID3v2::SynchData::decode(frames);
   if (FrameWalk(framesOf(decoded, flags), version, false).run()) {
     const Bytes all = bytesOf(frames);

@@ -16,7 +16,7 @@ MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block
           block->items.empty() ? "" : block->items.front()->path.c_str(), block->operation.id);
   progress->phase = RequestPhase::Crawling;
   const Timer timer;
-  const auto songs = boost::make_shared<Block<FileInfo*>>(block->operation);
+  auto songs = boost::make_shared<Block<FileInfo*>>(block->operation);
   const auto playlists = boost::make_shared<Block<FileInfo*>>(block->operation);
   try {
     MSDWalk(*block, *songs, *playlists, *watch, *progress, [this] { return walkGoesOn(); }).run();

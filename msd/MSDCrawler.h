@@ -5,18 +5,17 @@
 #include "db/Directory.h"
 #include "db/FileInfo.h"
 #include "framework/Server.h"
-#include "msd/MountPointWatch.h"
 #include "msd/MSDWalk.h"
+#include "msd/MountPointWatch.h"
 
 namespace orvel {
 
-/// The first stage of the mass-storage pipeline: walks the device and sends one block of song files,
-/// one of playlist files and one of directories on. Reads listings and file status only.
+/// The first stage of the mass-storage pipeline: walks the device and sends one block of song
+/// files, one of playlist files and one of directories on. Reads listings and file status only.
 class MSDCrawler : public Server<Block<Directory*>, Block<FileInfo*>> {
  public:
-  explicit MSDCrawler(const char* stageName,
-                      std::shared_ptr<MountPointWatch> mountPointWatch =
-                          std::make_shared<MountPointWatch>());
+  explicit MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch =
+                                                 std::make_shared<MountPointWatch>());
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
   /// Tells the host that everything has been found.

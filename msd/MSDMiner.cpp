@@ -19,8 +19,8 @@ namespace orvel {
 namespace {
 
 void append(Block<MetaDataInfo*>& songs, std::unique_ptr<MetaDataInfo> song) {
-  songs.items.push_back(song.get());
-  song.release();
+  songs.items.push_back(nullptr);
+  songs.items.back() = song.release();
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mount
 
 MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
-  const auto songs = boost::make_shared<Block<MetaDataInfo*>>(operation);
+  auto songs = boost::make_shared<Block<MetaDataInfo*>>(operation);
   songs->items.reserve(block->items.size());
   if (cutOperation == operation.id) songs->operation.skipped = true;
   OV_INFO("MSDMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
@@ -48,8 +48,7 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
 /// Returns false when the mount point is gone.
 bool MSDMiner::mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs) {
   for (const FileInfo* file : files.items) {
-    const Mined mined =
-        stopping() ? Mined::Stopped : mineGuarded(*file, files.operation, songs);
+    const Mined mined = stopping() ? Mined::Stopped : mineGuarded(*file, files.operation, songs);
     if (mined == Mined::Stopped) {
       leaveUndone(songs, LeftUndone::Interrupted);
       return true;

@@ -30,7 +30,9 @@ gboolean parseOnce(gpointer wrapper) {
   return FALSE;
 }
 
-void releaseWrapper(gpointer wrapper) { delete static_cast<SharedWrapper*>(wrapper); }
+void releaseWrapper(gpointer wrapper) {
+  delete static_cast<SharedWrapper*>(wrapper);
+}
 
 /// One parse that the main loop is to run, taken back when it goes out of scope.
 class ScheduledParse {
@@ -57,7 +59,7 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
   const Operation& operation = block->operation;
   OV_INFO("MSDPlaylistMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
           operation.id);
-  const auto playlists = boost::make_shared<Block<Playlist*>>(operation);
+  auto playlists = boost::make_shared<Block<Playlist*>>(operation);
   playlists->items.reserve(block->items.size());
   const auto wrapper = std::make_shared<PlaylistWrapper>();
   for (const FileInfo* file : block->items) {
@@ -83,8 +85,8 @@ std::unique_ptr<Playlist> MSDPlaylistMiner::mine(const FileInfo& file,
     const MutexLock lock(wrapper->mutex);
     wrapper->cond.broadcast();
   });
-  // Held from before the parse is scheduled until the wait begins, so that the broadcast cannot come
-  // before the wait.
+  // Held from before the parse is scheduled until the wait begins, so that the broadcast cannot
+  // come before the wait.
   const MutexLock lock(wrapper->mutex);
   wrapper->playlist = playlist.get();
   wrapper->owner = std::move(playlist);

@@ -62,7 +62,7 @@ bool MSDWalk::listDirectory(std::size_t index) {
   const OpenDirectory folder(opendir(path.c_str()));
   if (!folder) return handleUnreadable(path, errno);
   if (index == 0) {
-    struct stat status{};
+    struct stat status {};
     if (fstat(dirfd(folder.get()), &status) == 0) {
       identities[0] = {status.st_dev, status.st_ino};
     }
@@ -88,7 +88,7 @@ bool MSDWalk::listDirectory(std::size_t index) {
 
 void MSDWalk::visit(std::size_t index, int folder, const char* name) {
   // statx has 64-bit times also where time_t has 32 bits.
-  struct statx status{};
+  struct statx status {};
   if (statx(folder, name, 0, STATX_TYPE | STATX_MTIME | STATX_INO, &status) != 0) return;
   if (S_ISDIR(status.stx_mode)) {
     addDirectory(index, name,
@@ -104,8 +104,8 @@ void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identit
                                                directories.operation.mountPoint,
                                                static_cast<std::int32_t>(index));
   identities.push_back(identity);
-  directories.items.push_back(directory.get());
-  directory.release();
+  directories.items.push_back(nullptr);
+  directories.items.back() = directory.release();
 }
 
 void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
@@ -114,8 +114,8 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
   auto file = std::make_unique<FileInfo>(directories.items[index]->path + "/" + name, 0U,
                                          narrowTime(modified));
   auto& target = kind == MediaKind::Song ? songs.items : playlists.items;
-  target.push_back(file.get());
-  file.release();
+  target.push_back(nullptr);
+  target.back() = file.release();
   if (kind == MediaKind::Playlist) {
     ++progress.playlistsFound;
     return;

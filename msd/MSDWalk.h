@@ -22,11 +22,12 @@ constexpr int kMaxSongs = 16000;
 /// What may cut a walk short.
 enum class WalkGoesOn { Yes, Paused, Stopped };
 
-/// One breadth-first walk over a device's directory tree. Knows no threads: it fills the blocks that
-/// it is given and asks before each entry whether to go on.
+/// One breadth-first walk over a device's directory tree. Knows no threads: it fills the blocks
+/// that it is given and asks before each entry whether to go on.
 class MSDWalk {
  public:
-  /// @param found      its items are walked and grow by every directory found; the first is the root
+  /// @param found      its items are walked and grow by every directory found; the first is the
+  /// root
   /// @param songFiles  receives song files, @param playlistFiles playlist files, in listing order
   /// @param ask        asked before each entry
   MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles, Block<FileInfo*>& playlistFiles,

@@ -15,12 +15,12 @@ struct Extension {
 
 /// Tried in this order.
 constexpr Extension kExtensions[] = {
-    {".mp3", MediaKind::Song},     {".m4b", MediaKind::Song},      {".m4a", MediaKind::Song},
-    {".wma", MediaKind::Song},     {".aac", MediaKind::Song},      {".wav", MediaKind::Song},
-    {".mpg", MediaKind::Song},     {".mpeg", MediaKind::Song},     {".asf", MediaKind::Song},
-    {".m4p", MediaKind::Song},     {".flac", MediaKind::Song},     {".m4r", MediaKind::Song},
-    {".mp4", MediaKind::Song},     {".m3u", MediaKind::Playlist},  {".m3u8", MediaKind::Playlist},
-    {".pls", MediaKind::Playlist}, {".asx", MediaKind::Playlist},  {".wpl", MediaKind::Playlist},
+    {".mp3", MediaKind::Song},     {".m4b", MediaKind::Song},     {".m4a", MediaKind::Song},
+    {".wma", MediaKind::Song},     {".aac", MediaKind::Song},     {".wav", MediaKind::Song},
+    {".mpg", MediaKind::Song},     {".mpeg", MediaKind::Song},    {".asf", MediaKind::Song},
+    {".m4p", MediaKind::Song},     {".flac", MediaKind::Song},    {".m4r", MediaKind::Song},
+    {".mp4", MediaKind::Song},     {".m3u", MediaKind::Playlist}, {".m3u8", MediaKind::Playlist},
+    {".pls", MediaKind::Playlist}, {".asx", MediaKind::Playlist}, {".wpl", MediaKind::Playlist},
 };
 
 bool matches(const char* name, const char* extension) {

@@ -7,7 +7,7 @@
 namespace orvel {
 
 void MountPointWatch::remember(int operationId, const std::string& mountPoint) {
-  struct stat status{};
+  struct stat status {};
   const bool present = stat(mountPoint.c_str(), &status) == 0;
   const MutexLock lock(mutex);
   mounted.reset();
@@ -15,7 +15,7 @@ void MountPointWatch::remember(int operationId, const std::string& mountPoint) {
 }
 
 int MountPointWatch::missing(int operationId, const std::string& mountPoint) const {
-  struct stat status{};
+  struct stat status {};
   if (stat(mountPoint.c_str(), &status) != 0) return errno;
   const MutexLock lock(mutex);
   const bool known = mounted && mounted->operationId == operationId;

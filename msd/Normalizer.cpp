@@ -18,14 +18,14 @@ Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block
     batch->operation.last = false;
     if (sink != nullptr) sink->enqueue(batch);
   }
-  const auto finalBatch = takeBatch(*block, begin);
+  auto finalBatch = takeBatch(*block, begin);
   finalBatch->operation.last = true;
   OV_INFO("Normalizer timer: %ld (op: %d)", timer.elapsedMs(), block->operation.id);
   return finalBatch;
 }
 
-/// Moves the files from `begin` on into a block of their own. Each slot is nulled as it is taken, so
-/// that every file has exactly one owner whatever fails.
+/// Moves the files from `begin` on into a block of their own. Each slot is nulled as it is taken,
+/// so that every file has exactly one owner whatever fails.
 Normalizer::sink_block_type_ptr Normalizer::takeBatch(Block<FileInfo*>& block, std::size_t begin) {
   const std::size_t end = std::min(begin + kBatchSize, block.items.size());
   auto batch = boost::make_shared<Block<FileInfo*>>(block.operation);

@@ -11,7 +11,7 @@ PlaylistSaver::sink_block_type_ptr PlaylistSaver::doOperation(src_block_type_ptr
   const Operation& operation = block->operation;
   OV_INFO("PlaylistSaver for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
           operation.id);
-  const auto result = boost::make_shared<Block<void>>(operation);
+  auto result = boost::make_shared<Block<void>>(operation);
   open(operation.deviceId);
   const ClosingScope closing(*this);
   const Timer timer;

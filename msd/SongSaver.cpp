@@ -85,10 +85,10 @@ SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) 
 /// Returns true when every row is committed.
 bool SongSaver::save(Block<MetaDataInfo*>& block) {
   static constexpr Dimension kDimensions[] = {
-      {sortOnGenre, uniqueOnGenre, sql::kReplaceGenre, &MetaDataInfo::genreId,
-       &MetaDataInfo::genre, AsianField::Genre},
-      {sortOnAlbum, uniqueOnAlbum, sql::kReplaceAlbum, &MetaDataInfo::albumId,
-       &MetaDataInfo::album, AsianField::Album},
+      {sortOnGenre, uniqueOnGenre, sql::kReplaceGenre, &MetaDataInfo::genreId, &MetaDataInfo::genre,
+       AsianField::Genre},
+      {sortOnAlbum, uniqueOnAlbum, sql::kReplaceAlbum, &MetaDataInfo::albumId, &MetaDataInfo::album,
+       AsianField::Album},
       {sortOnArtist, uniqueOnArtist, sql::kReplaceArtist, &MetaDataInfo::artistId,
        &MetaDataInfo::artist, AsianField::Artist},
       {sortOnComposer, uniqueOnComposer, sql::kReplaceComposer, &MetaDataInfo::composerId,
@@ -136,7 +136,7 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   out.clear();
   out.exec(sql::kCleanNames);
   Transaction::settle(out.handle());
-  const auto result = boost::make_shared<Block<void>>(operation);
+  auto result = boost::make_shared<Block<void>>(operation);
   result->operation.skipped = anySkipped;
   anySkipped = false;
   OV_INFO("SongSaver close db");

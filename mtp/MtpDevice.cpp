@@ -19,13 +19,17 @@ const pthread_condattr_t& monotonic(pthread_condattr_t& attributes) {
   return attributes;
 }
 
-unsigned int keyOf(std::size_t handle) { return static_cast<unsigned int>(handle); }
+unsigned int keyOf(std::size_t handle) {
+  return static_cast<unsigned int>(handle);
+}
 
 }  // namespace
 
 MtpDevice::MtpDevice() : attributes(), cond(monotonic(attributes)) {}
 
-MtpDevice::~MtpDevice() { pthread_condattr_destroy(&attributes); }
+MtpDevice::~MtpDevice() {
+  pthread_condattr_destroy(&attributes);
+}
 
 MtpDevice& MtpDevice::instance() {
   // Never destroyed: stage threads may still ask while the process ends.

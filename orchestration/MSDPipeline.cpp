@@ -18,17 +18,17 @@ MSDPipeline::MSDPipeline(Orvel* owner)
   auto crawlerOwner = std::make_unique<MSDCrawler>("MSDCrawler", watch);
   auto directorySaver = std::make_unique<DirectorySaver>("DirectorySaver");
 
-  auto* songFinder = add(std::make_unique<ChangeFinder>(
-      "ChangeFinder-MSDSongs", ChangeFinder::Content::Songs, sql::kSelectSongs, sql::kDeleteSong,
-      false));
+  auto* songFinder =
+      add(std::make_unique<ChangeFinder>("ChangeFinder-MSDSongs", ChangeFinder::Content::Songs,
+                                         sql::kSelectSongs, sql::kDeleteSong, false));
   auto* normalizer = add(std::make_unique<Normalizer>("Normalizer"));
   auto* miner = add(std::make_unique<MSDMiner>("MSDMiner", watch));
   auto* songSaver = add(std::make_unique<SongSaver>("SongSaver"));
 
   auto playlistMinerOwner = std::make_unique<MSDPlaylistMiner>("MSDPlaylistMiner");
-  auto* playlistFinder = add(std::make_unique<ChangeFinder>(
-      "ChangeFinder-MSDPlaylist", ChangeFinder::Content::Playlists, sql::kSelectPlaylists,
-      sql::kDeletePlaylist, false));
+  auto* playlistFinder = add(
+      std::make_unique<ChangeFinder>("ChangeFinder-MSDPlaylist", ChangeFinder::Content::Playlists,
+                                     sql::kSelectPlaylists, sql::kDeletePlaylist, false));
   auto* playlistMiner = add(std::move(playlistMinerOwner));
   auto* playlistSaver = add(std::make_unique<PlaylistSaver>("PlaylistSaver"));
 

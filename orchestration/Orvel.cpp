@@ -49,17 +49,16 @@ Orvel::~Orvel() {
   pipelines.clear();
 }
 
-void Orvel::enqueueNewOperation(OperationType type, const std::string& deviceId,
-                                std::size_t handle, const std::string& mountPoint,
-                                bool isFirstPartition) {
+void Orvel::enqueueNewOperation(OperationType type, const std::string& deviceId, std::size_t handle,
+                                const std::string& mountPoint, bool isFirstPartition) {
   accept({HostCall::Start, type, deviceId, static_cast<unsigned int>(handle), mountPoint,
           isFirstPartition});
 }
 
-void Orvel::prioritizeOperation(OperationType type, const std::string& deviceId,
-                                std::size_t handle, const std::string& mountPoint) {
-  accept({HostCall::Prioritize, type, deviceId, static_cast<unsigned int>(handle), mountPoint,
-          false});
+void Orvel::prioritizeOperation(OperationType type, const std::string& deviceId, std::size_t handle,
+                                const std::string& mountPoint) {
+  accept(
+      {HostCall::Prioritize, type, deviceId, static_cast<unsigned int>(handle), mountPoint, false});
 }
 
 // Touches `postponed` without locking where this thread is known to hold the lock.
@@ -115,8 +114,8 @@ void Orvel::startOperation(const HostCall& call) {
   request.mountPoint = call.mountPoint;
   request.startTime = Timer::now();
   request.opId = id;
-  pipelines[request] = pipeline;
-  created.release();
+  SongDirectoryPipeline*& entry = pipelines[request];
+  entry = created.release();
   pipeline->launch();
   if (first) {
     OV_INFO("START IT");
@@ -148,8 +147,7 @@ void Orvel::supersede(const HostCall& call) {
       continue;
     }
     OV_INFO("Stopping %s type %d handle %u mp %s pipe %x", call.deviceId.c_str(),
-            static_cast<int>(call.type), call.handle, call.mountPoint.c_str(),
-            addressOf(pipeline));
+            static_cast<int>(call.type), call.handle, call.mountPoint.c_str(), addressOf(pipeline));
     superseded.push_back(entry);
     pipeline->stop();
     pipeline->join();

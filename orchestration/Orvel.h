@@ -19,9 +19,9 @@ namespace orvel {
 class SongDirectoryPipeline;
 
 /// The controller: accepts indexing requests, makes a pipeline for each, runs one at a time and
-/// deletes it when it has finished or a newer request for the same device and mount point supersedes
-/// it. The host owns it, launches and starts it, attaches it to the facade, and at shutdown stops,
-/// joins and destroys it.
+/// deletes it when it has finished or a newer request for the same device and mount point
+/// supersedes it. The host owns it, launches and starts it, attaches it to the facade, and at
+/// shutdown stops, joins and destroys it.
 ///
 /// Among waiting requests the first in the order of handle, device id, mount point and age runs
 /// next. Requests and priorities may be given from any thread; they wait for one another, and for a

@@ -13,8 +13,8 @@ namespace orvel {
 class Orvel;
 
 /// Runs one indexing request through its stages: makes the root block for the crawler, collects the
-/// three LAST blocks that the terminal stages send back, finishes the request in the database, tells
-/// the host, and hands the result to the controller. Runs exactly one request in its life.
+/// three LAST blocks that the terminal stages send back, finishes the request in the database,
+/// tells the host, and hands the result to the controller. Runs exactly one request in its life.
 class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
  public:
   /// @param owner  receives the result; not owned, may be null

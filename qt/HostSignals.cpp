@@ -54,7 +54,9 @@ class Emission {
   OrvelQTProxy* target = nullptr;
 };
 
-QString text(const std::string& bytes) { return QString::fromStdString(bytes); }
+QString text(const std::string& bytes) {
+  return QString::fromStdString(bytes);
+}
 
 template <class Emit>
 void emitOnFacade(Emit emitSignal) noexcept {

@@ -11,9 +11,13 @@
 
 namespace {
 
-std::string bytesOf(const QString& text) { return text.toUtf8().toStdString(); }
+std::string bytesOf(const QString& text) {
+  return text.toUtf8().toStdString();
+}
 
-std::string mtpMountPoint(const std::string& deviceId) { return "mtp-folder://" + deviceId; }
+std::string mtpMountPoint(const std::string& deviceId) {
+  return "mtp-folder://" + deviceId;
+}
 
 /// Carries `call` out, here or, when a receiver calls back on one of Orvel's own threads, later on
 /// the facade's thread: the call could otherwise stop and join the very thread that it runs on.
@@ -33,23 +37,28 @@ OrvelQTProxy& OrvelQTProxy::instance() {
   return proxy;
 }
 
-OrvelQTProxy::OrvelQTProxy(QObject* parent) : QObject(parent) { orvel::facadeLife::began(this); }
+OrvelQTProxy::OrvelQTProxy(QObject* parent) : QObject(parent) {
+  orvel::facadeLife::began(this);
+}
 
-OrvelQTProxy::~OrvelQTProxy() { orvel::facadeLife::ended(this); }
+OrvelQTProxy::~OrvelQTProxy() {
+  orvel::facadeLife::ended(this);
+}
 
-void OrvelQTProxy::startIndexing(QString device_id, QString mount_point, bool isFirstPartition) {
+void OrvelQTProxy::startIndexing(const QString& device_id, const QString& mount_point,
+                                 bool isFirstPartition) {
   outsideStageThreads(*this, [this, device_id, mount_point, isFirstPartition] {
     controller->enqueueNewOperation(orvel::MSD_OPERATION, bytesOf(device_id), 0,
                                     bytesOf(mount_point), isFirstPartition);
   });
 }
 
-void OrvelQTProxy::startMtpIndexing(QString device_id, t_device_handle handle,
+void OrvelQTProxy::startMtpIndexing(const QString& device_id, t_device_handle handle,
                                     bool isFirstPartition) {
   outsideStageThreads(*this, [this, device_id, handle, isFirstPartition] {
     const std::string deviceId = bytesOf(device_id);
-    controller->enqueueNewOperation(orvel::MTP_OPERATION, deviceId, handle,
-                                    mtpMountPoint(deviceId), isFirstPartition);
+    controller->enqueueNewOperation(orvel::MTP_OPERATION, deviceId, handle, mtpMountPoint(deviceId),
+                                    isFirstPartition);
   });
 }
 
@@ -58,20 +67,22 @@ void OrvelQTProxy::setDeviceReady(t_device_handle handle) {
   orvel::MtpDevice::instance().setDeviceReady(handle);
 }
 
-int OrvelQTProxy::indexingProgress(QString /*mount_point*/) { return 0; }
+int OrvelQTProxy::indexingProgress(const QString& /*mount_point*/) {
+  return 0;
+}
 
-void OrvelQTProxy::prioritizeMsdDevice(QString device_id, QString mount_point) {
-  outsideStageThreads(*this, [this, device_id, mount_point] {
-    const std::string deviceId = bytesOf(device_id);
-    OV_INFO("%s", deviceId.c_str());
-    controller->prioritizeOperation(orvel::MSD_OPERATION, deviceId, 0, bytesOf(mount_point));
+void OrvelQTProxy::prioritizeMsdDevice(const QString& device_id, const QString& mount_point) {
+  const std::string deviceId = bytesOf(device_id);
+  OV_INFO("%s", deviceId.c_str());
+  outsideStageThreads(*this, [this, deviceId, mountPoint = bytesOf(mount_point)] {
+    controller->prioritizeOperation(orvel::MSD_OPERATION, deviceId, 0, mountPoint);
   });
 }
 
-void OrvelQTProxy::prioritizeMtpDevice(QString device_id, t_device_handle handle) {
-  outsideStageThreads(*this, [this, device_id, handle] {
-    const std::string deviceId = bytesOf(device_id);
-    OV_INFO("%s", deviceId.c_str());
+void OrvelQTProxy::prioritizeMtpDevice(const QString& device_id, t_device_handle handle) {
+  const std::string deviceId = bytesOf(device_id);
+  OV_INFO("%s", deviceId.c_str());
+  outsideStageThreads(*this, [this, deviceId, handle] {
     controller->prioritizeOperation(orvel::MTP_OPERATION, deviceId, handle,
                                     mtpMountPoint(deviceId));
   });

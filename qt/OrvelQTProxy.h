@@ -47,16 +47,16 @@ class ORVEL_EXPORT OrvelQTProxy : public QObject {
  public Q_SLOTS:
   /// Indexes the mass-storage device mounted at `mount_point`. `isFirstPartition` begins a new
   /// attach of the device; its further partitions follow with false.
-  void startIndexing(QString device_id, QString mount_point, bool isFirstPartition);
+  void startIndexing(const QString& device_id, const QString& mount_point, bool isFirstPartition);
   /// Indexes the MTP device of `handle`. `setDeviceReady` must follow.
-  void startMtpIndexing(QString device_id, t_device_handle handle, bool isFirstPartition);
+  void startMtpIndexing(const QString& device_id, t_device_handle handle, bool isFirstPartition);
   /// Tells that the MTP device can be read.
   void setDeviceReady(t_device_handle handle);
   /// Always 0; `orvel::Orvel::progress` tells how far a request is.
-  int indexingProgress(QString mount_point);
+  int indexingProgress(const QString& mount_point);
   /// Runs the requests of this device and mount point and parks all others.
-  void prioritizeMsdDevice(QString device_id, QString mount_point);
-  void prioritizeMtpDevice(QString device_id, t_device_handle handle);
+  void prioritizeMsdDevice(const QString& device_id, const QString& mount_point);
+  void prioritizeMtpDevice(const QString& device_id, t_device_handle handle);
 
  private:
   orvel::Orvel* controller = nullptr;

@@ -28,12 +28,12 @@ constexpr long kSizeReserve = 4L << 20;
 constexpr const char* kJournals[] = {"-wal", "-shm", "-journal"};
 
 long fileSize(const std::string& path) {
-  struct stat status{};
+  struct stat status {};
   return stat(path.c_str(), &status) == 0 ? static_cast<long>(status.st_size) : 0;
 }
 
 bool fileExists(const std::string& path) {
-  struct stat status{};
+  struct stat status {};
   return stat(path.c_str(), &status) == 0;
 }
 
@@ -78,16 +78,14 @@ struct DatabaseMgr::State {
 
   std::size_t liveRequests(const std::string& deviceId) ORVEL_EXCLUDES(mutex) {
     const MutexLock lock(mutex);
-    return static_cast<std::size_t>(
-        std::count_if(live.begin(), live.end(),
-                      [&](const auto& request) { return request.first == deviceId; }));
+    return static_cast<std::size_t>(std::count_if(
+        live.begin(), live.end(), [&](const auto& request) { return request.first == deviceId; }));
   }
 
   bool isLive(const std::string& deviceId, const std::string& partition) ORVEL_EXCLUDES(mutex) {
     const MutexLock lock(mutex);
     return live.count({deviceId, partition}) != 0;
   }
-
 };
 
 DatabaseMgr::DatabaseMgr() : state(std::make_unique<State>()) {}
@@ -113,15 +111,21 @@ DatabaseMgr::Lease::~Lease() {
   if (found != state.live.end()) state.live.erase(found);
 }
 
-void DatabaseMgr::setDirectory(const std::string& directory) { state->folder.set(directory); }
+void DatabaseMgr::setDirectory(const std::string& directory) {
+  state->folder.set(directory);
+}
 
-std::string DatabaseMgr::directory() const { return state->folder.get(); }
+std::string DatabaseMgr::directory() const {
+  return state->folder.get();
+}
 
 std::string DatabaseMgr::getDbNameFromDevId(const std::string& deviceId) const {
   return state->folder.fileFor(deviceId);
 }
 
-void DatabaseMgr::createDirectory() { state->folder.create(); }
+void DatabaseMgr::createDirectory() {
+  state->folder.create();
+}
 
 void DatabaseMgr::ensureSchema(sqlite3* connection) {
   sqlite3_stmt* version = nullptr;
@@ -144,7 +148,8 @@ void DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
   DatabaseFile database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   if (!database.isOpen()) return;
   using databaseSchema::Content;
-  if (databaseSchema::probe(database) == Content::Empty && !databaseSchema::create(database)) return;
+  if (databaseSchema::probe(database) == Content::Empty && !databaseSchema::create(database))
+    return;
   enterPartition(database, partition, isFirstPartition);
 }
 
@@ -171,14 +176,16 @@ void DatabaseMgr::enterPartition(DatabaseFile& database, const std::string& part
   const std::string id = partitionIdOf(partition);
   if (!database.exec("BEGIN IMMEDIATE;")) return;
   const bool entered =
-      database.run("INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, GENERATION) VALUES (?1, ?2,"
-                   " (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS) + ?3)"
-                   " ON CONFLICT(PARTITION_ID) DO UPDATE SET GENERATION = excluded.GENERATION;",
-                   {id, partition, isFirstPartition ? "1" : "0"}) &&
+      database.run(
+          "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, GENERATION) VALUES (?1, ?2,"
+          " (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS) + ?3)"
+          " ON CONFLICT(PARTITION_ID) DO UPDATE SET GENERATION = excluded.GENERATION;",
+          {id, partition, isFirstPartition ? "1" : "0"}) &&
       // Entries of playlists were cleaned up while their songs were missing: read them again.
-      database.run("UPDATE PLAYLISTS SET LASTMODIFIED = -1 WHERE PARTITION_ID = ?1 AND EXISTS"
-                   " (SELECT 1 FROM PARTITIONS WHERE PARTITION_ID = ?1 AND STATUS = 'PROGRESS');",
-                   {id});
+      database.run(
+          "UPDATE PLAYLISTS SET LASTMODIFIED = -1 WHERE PARTITION_ID = ?1 AND EXISTS"
+          " (SELECT 1 FROM PARTITIONS WHERE PARTITION_ID = ?1 AND STATUS = 'PROGRESS');",
+          {id});
   database.exec(entered ? "COMMIT;" : "ROLLBACK;");
 }
 
@@ -194,10 +201,11 @@ std::string DatabaseMgr::getStatus(const std::string& deviceId, const std::strin
 void DatabaseMgr::insertStatus(const std::string& deviceId, const std::string& partition,
                                const std::string& status) {
   DatabaseFile database(getDbNameFromDevId(deviceId));
-  database.run("INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
-               " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
-               " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
-               {partitionIdOf(partition), partition, status});
+  database.run(
+      "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
+      " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
+      " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
+      {partitionIdOf(partition), partition, status});
 }
 
 void DatabaseMgr::removeDanglingPartitions(const std::string& deviceId,
@@ -236,9 +244,10 @@ void DatabaseMgr::checkAndDelete(const std::string& deviceId, long limit) {
     return;
   }
   DatabaseFile database(file);
-  database.exec("BEGIN IMMEDIATE; DELETE FROM SONGS; DELETE FROM ARTISTS; DELETE FROM ALBUMS;"
-                " DELETE FROM GENRES; DELETE FROM COMPOSERS; DELETE FROM DIRECTORIES;"
-                " DELETE FROM PLAYLISTS; UPDATE PARTITIONS SET STATUS = ''; COMMIT;");
+  database.exec(
+      "BEGIN IMMEDIATE; DELETE FROM SONGS; DELETE FROM ARTISTS; DELETE FROM ALBUMS;"
+      " DELETE FROM GENRES; DELETE FROM COMPOSERS; DELETE FROM DIRECTORIES;"
+      " DELETE FROM PLAYLISTS; UPDATE PARTITIONS SET STATUS = ''; COMMIT;");
   if (sqlite3_get_autocommit(database.handle()) == 0) database.exec("ROLLBACK;");
   database.exec("PRAGMA incremental_vacuum;");
   database.checkpoint();

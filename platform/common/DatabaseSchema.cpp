@@ -80,7 +80,8 @@ COMMIT;
 /// The definition of everything in the database, in one text.
 std::string definition(DatabaseFile& database) {
   const auto parts = database.texts(
-      "SELECT type || ' ' || name || ' ' || sql FROM sqlite_schema WHERE sql IS NOT NULL AND name NOT"
+      "SELECT type || ' ' || name || ' ' || sql FROM sqlite_schema WHERE sql IS NOT NULL AND name "
+      "NOT"
       " LIKE 'sqlite%' ORDER BY name;",
       {});
   std::string all;

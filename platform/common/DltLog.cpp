@@ -34,7 +34,9 @@ LogSink openDltSink(const char* applicationId) noexcept {
 
 #else
 
-LogSink openDltSink(const char* /*applicationId*/) noexcept { return nullptr; }
+LogSink openDltSink(const char* /*applicationId*/) noexcept {
+  return nullptr;
+}
 
 #endif
 

@@ -57,7 +57,9 @@ void dispatch(int level, const char* function, int line, const char* text) {
 
 }  // namespace
 
-void setLogThreshold(int level) noexcept { threshold.store(level, std::memory_order_relaxed); }
+void setLogThreshold(int level) noexcept {
+  threshold.store(level, std::memory_order_relaxed);
+}
 
 void setLogSink(LogSink sink, void* user) noexcept {
   SinkHolder& holder = sinkHolder();

@@ -35,11 +35,11 @@ ORVEL_EXPORT void implOVLog(int reserved, int level, const char* function, int l
 
 }  // namespace orvel
 
-#define OV_LOG(level, ...)                                                                \
-  ::orvel::implOVLog(0, (level),                                                          \
-                     ::orvel::ovPrettyFunction.load(std::memory_order_relaxed)            \
-                         ? static_cast<const char*>(__PRETTY_FUNCTION__)                  \
-                         : static_cast<const char*>(__func__),                            \
+#define OV_LOG(level, ...)                                                     \
+  ::orvel::implOVLog(0, (level),                                               \
+                     ::orvel::ovPrettyFunction.load(std::memory_order_relaxed) \
+                         ? static_cast<const char*>(__PRETTY_FUNCTION__)       \
+                         : static_cast<const char*>(__func__),                 \
                      __LINE__, "", __VA_ARGS__)
 #define OV_ERROR(...) OV_LOG(::orvel::LOG_ERROR, __VA_ARGS__)
 #define OV_WARN(...) OV_LOG(::orvel::LOG_WARN, __VA_ARGS__)

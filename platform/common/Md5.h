@@ -7,8 +7,8 @@
 
 namespace orvel {
 
-/// What an identifier identifies. The kind is the first character of the identifier's text, so equal
-/// texts of different kinds never share an identifier.
+/// What an identifier identifies. The kind is the first character of the identifier's text, so
+/// equal texts of different kinds never share an identifier.
 enum class Md5Kind : std::uint32_t {
   Track = 0,
   Directory = 1,  ///< also partitions

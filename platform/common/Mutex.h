@@ -42,7 +42,9 @@ class Condition {
  public:
   Condition() { pthread_cond_init(&cond, nullptr); }
   /// Builds the condition with attributes of the caller's, for example the monotonic clock.
-  explicit Condition(const pthread_condattr_t& attributes) { pthread_cond_init(&cond, &attributes); }
+  explicit Condition(const pthread_condattr_t& attributes) {
+    pthread_cond_init(&cond, &attributes);
+  }
   ~Condition() { pthread_cond_destroy(&cond); }
   Condition(const Condition&) = delete;
   Condition& operator=(const Condition&) = delete;

@@ -14,8 +14,12 @@ void enter(std::stop_token token) noexcept {
   isStage = true;
 }
 
-bool isCurrent() noexcept { return isStage; }
+bool isCurrent() noexcept {
+  return isStage;
+}
 
-const std::stop_token& stopToken() noexcept { return currentToken; }
+const std::stop_token& stopToken() noexcept {
+  return currentToken;
+}
 
 }  // namespace orvel::stageThread
