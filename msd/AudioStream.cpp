@@ -10,6 +10,7 @@
 #include <limits>
 #include <utility>
 
+#include "msd/Id3v2Frames.h"
 #include "msd/Id3v2Guard.h"
 
 namespace orvel {
@@ -19,7 +20,8 @@ namespace {
 constexpr std::int64_t kByteBudget = 32LL << 20;
 constexpr std::chrono::seconds kTimeBudget{5};
 constexpr int kReadBudget = 20000;
-constexpr unsigned int kId3v2HeaderBytes = 10;
+/// Smaller tags are read in one piece.
+constexpr unsigned long kLargeTagBytes = 16384;
 
 }  // namespace
 
@@ -48,11 +50,48 @@ AudioStream::~AudioStream() {
 }
 
 TagLib::ByteVector AudioStream::readBlock(unsigned long length) {
-  TagLib::ByteVector data = readUnguarded(length);
   // The tag reader takes an ID3v2 tag, wherever it lies, as ten bytes and then the whole rest.
-  if (!lastRead.isEmpty() && id3v2Size(lastRead) == length) defuseId3v2Frames(lastRead, data);
-  lastRead = data.size() == kId3v2HeaderBytes ? data : TagLib::ByteVector();
+  const bool isTag = !lastRead.isEmpty() && id3v2::tagSize(lastRead) == length;
+  const bool isPlainTag = isTag && (lastRead[3] == 3 || lastRead[3] == 4) && lastRead[5] == 0;
+  TagLib::ByteVector data = isPlainTag && length > kLargeTagBytes
+                                ? readWithoutPictures(length, static_cast<unsigned>(lastRead[3]))
+                                : readUnguarded(length);
+  if (isTag) defuseId3v2Frames(lastRead, data);
+  lastRead = data.size() == id3v2::kTagHeaderBytes ? data : TagLib::ByteVector();
   return data;
+}
+
+/// The frames of a tag without its large pictures, which are most of what a tag reader would fetch
+/// from a slow stick: the tag only seems shorter. `length` is that of the tag.
+TagLib::ByteVector AudioStream::readWithoutPictures(unsigned long length, unsigned int version) {
+  const std::int64_t end =
+      std::min<std::int64_t>(size, position + static_cast<std::int64_t>(length));
+  std::int64_t at = position;
+  const auto readAtOffset = [&](std::int64_t offset, std::int64_t bytes) {
+    position = static_cast<long>(std::min(offset, end));
+    return readUnguarded(
+        static_cast<unsigned long>(std::clamp<std::int64_t>(end - offset, 0, bytes)));
+  };
+  TagLib::ByteVector frames;
+  while (true) {
+    const TagLib::ByteVector header = readAtOffset(at, id3v2::kFrameHeaderBytes);
+    const id3v2::Bytes bytes = id3v2::bytesOf(header);
+    if (bytes.size() < id3v2::kFrameHeaderBytes || !id3v2::isFrameId(bytes)) break;
+    const std::int64_t data = at + std::int64_t{id3v2::kFrameHeaderBytes};
+    const auto dataSize =
+        static_cast<std::int64_t>(id3v2::frameSize(bytes, version, [&](std::size_t next) {
+          return id3v2::isFrameId(
+              id3v2::bytesOf(readAtOffset(data + static_cast<std::int64_t>(next), 4)));
+        }));
+    const bool isPlain = bytes[8] == 0 && bytes[9] == 0;
+    if (!header.startsWith("APIC") || !isPlain || dataSize <= kBlockBytes) {
+      frames.append(header);
+      frames.append(readAtOffset(data, dataSize));
+    }
+    at = data + dataSize;
+  }
+  position = static_cast<long>(end);
+  return frames;
 }
 
 TagLib::ByteVector AudioStream::readUnguarded(unsigned long length) {

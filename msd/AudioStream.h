@@ -53,6 +53,7 @@ class AudioStream : public TagLib::IOStream {
     std::array<char, kBlockBytes> data;
   };
 
+  TagLib::ByteVector readWithoutPictures(unsigned long length, unsigned int version);
   TagLib::ByteVector readUnguarded(unsigned long length);
   TagLib::ByteVector readDirectly(long length);
   TagLib::ByteVector readCached(long length);

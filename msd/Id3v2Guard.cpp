@@ -9,14 +9,16 @@
 #include <span>
 #include <string_view>
 
+#include "msd/Id3v2Frames.h"
+
 namespace orvel {
 
 namespace {
 
+using id3v2::isFrameId;
+using id3v2::kFrameHeaderBytes;
 using Bytes = std::span<unsigned char>;
 
-constexpr std::size_t kTagHeaderBytes = 10;
-constexpr std::size_t kFrameHeaderBytes = 10;
 constexpr std::size_t kLengthBytes = 4;  ///< in front of the data of a compressed frame
 constexpr std::size_t kExpandedLimit = std::size_t{4} << 20;
 constexpr int kMostFrames = 20000;
@@ -25,22 +27,6 @@ constexpr unsigned char kTagHasExtendedHeader = 0x40;
 
 Bytes bytesOf(TagLib::ByteVector& data) {
   return {reinterpret_cast<unsigned char*>(data.data()), data.size()};
-}
-
-std::uint32_t bigEndian(Bytes bytes) {
-  return std::uint32_t{bytes[0]} << 24U | std::uint32_t{bytes[1]} << 16U |
-         std::uint32_t{bytes[2]} << 8U | std::uint32_t{bytes[3]};
-}
-
-std::uint32_t synchsafe(Bytes bytes) {
-  return std::uint32_t{bytes[0] & 0x7FU} << 21U | std::uint32_t{bytes[1] & 0x7FU} << 14U |
-         std::uint32_t{bytes[2] & 0x7FU} << 7U | std::uint32_t{bytes[3] & 0x7FU};
-}
-
-bool isFrameId(Bytes bytes) {
-  return bytes.size() >= 4 && std::all_of(bytes.begin(), bytes.begin() + 4, [](unsigned char c) {
-           return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-         });
 }
 
 /// True when inflating `data` gives more than the limit, whatever lengths the tag states.
@@ -96,13 +82,9 @@ class FrameWalk {
     return id == "CHAP" || id == "CTOC";
   }
 
-  /// As the tag reader takes it: some writers of 2.4 tags store plain instead of synchsafe sizes.
   [[nodiscard]] std::size_t frameSize(std::size_t at) const {
-    const std::size_t plain = bigEndian(frames.subspan(at + 4, 4));
-    if (version == 3) return plain;
-    const std::size_t safe = synchsafe(frames.subspan(at + 4, 4));
-    if (safe > 127 && !frameFollows(at, safe) && frameFollows(at, plain)) return plain;
-    return safe;
+    return id3v2::frameSize(frames.subspan(at, kFrameHeaderBytes), version,
+                            [&](std::size_t size) { return frameFollows(at, size); });
   }
 
   [[nodiscard]] bool frameFollows(std::size_t at, std::size_t size) const {
@@ -152,16 +134,11 @@ class FrameWalk {
 Bytes framesOf(TagLib::ByteVector& data, unsigned char tagFlags) {
   const Bytes all = bytesOf(data);
   if ((tagFlags & kTagHasExtendedHeader) == 0 || all.size() < 4) return all;
-  const std::size_t extended = synchsafe(all);
+  const std::size_t extended = id3v2::synchsafe(all);
   return extended <= all.size() ? all.subspan(extended) : all;
 }
 
 }  // namespace
-
-unsigned int id3v2Size(const TagLib::ByteVector& header) {
-  if (header.size() != kTagHeaderBytes || !header.startsWith("ID3")) return 0;
-  return TagLib::ID3v2::SynchData::toUInt(header.mid(6, 4));
-}
 
 void defuseId3v2Frames(const TagLib::ByteVector& header, TagLib::ByteVector& frames) {
   const unsigned int version = static_cast<unsigned char>(header[3]);

@@ -14,7 +14,4 @@ namespace orvel {
 /// @param frames  what follows the header
 void defuseId3v2Frames(const TagLib::ByteVector& header, TagLib::ByteVector& frames);
 
-/// The size of what follows an ID3v2 header of ten bytes; 0 when `header` is none.
-unsigned int id3v2Size(const TagLib::ByteVector& header);
-
 }  // namespace orvel

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <taglib/attachedpictureframe.h>
 #include <taglib/fileref.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/mpegfile.h>
@@ -75,6 +76,30 @@ TEST_F(TagSourcesTest, TheStreamGivesWhatOpeningByPathGivesForEveryContainer) {
   }
   EXPECT_GE(files, 9);
   EXPECT_EQ(openedByStream(stick + "/missing.mp3"), "null");
+}
+
+TEST_F(TagSourcesTest, PicturesArePassedOverWithoutATrace) {
+  const std::string path = stick + "/cover.mp3";
+  for (const auto version : {TagLib::ID3v2::v3, TagLib::ID3v2::v4}) {
+    writeSong(path, {"Title", "Artist"});
+    TagLib::MPEG::File file(path.c_str());
+    for (const unsigned bytes : {3000U, 60000U, 200000U}) {
+      auto* picture = new TagLib::ID3v2::AttachedPictureFrame;
+      picture->setMimeType("image/jpeg");
+      picture->setPicture(TagLib::ByteVector(bytes, 'A'));
+      file.ID3v2Tag()->addFrame(picture);
+    }
+    auto* composer = new TagLib::ID3v2::TextIdentificationFrame("TCOM", TagLib::String::UTF16);
+    composer->setText("Behind the pictures");
+    file.ID3v2Tag()->addFrame(composer);
+    file.save(TagLib::MPEG::File::AllTags, TagLib::File::StripOthers, version);
+    EXPECT_EQ(openedByStream(path), openedByPath(path));
+    EXPECT_THAT(openedByStream(path), testing::HasSubstr("Behind the pictures"));
+    for (const int kept : {100000, 30000, 5000, 15}) {
+      std::filesystem::resize_file(path, static_cast<std::uintmax_t>(kept));
+      EXPECT_EQ(openedByStream(path), openedByPath(path)) << "cut to " << kept;
+    }
+  }
 }
 
 TEST_F(TagSourcesTest, AFilesOwnSortFormIsTakenForAsianTextsOnly) {
