@@ -72,7 +72,8 @@ class AudioStream : public TagLib::IOStream {
   int readsLeft;
   bool wasInterrupted = false;
   bool hadReadError = false;
-  TagLib::ByteVector lastRead;  ///< when it may have been the header of an ID3v2 tag
+  TagLib::ByteVector lastRead;  ///< the last ten bytes that were read in one piece
+  bool readHeaderLast = false;  ///< they were read last, and may be the header of an ID3v2 tag
   std::size_t nextVictim = 0;
   std::array<CachedBlock, kCachedBlocks> cache;
 };

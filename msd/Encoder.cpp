@@ -22,23 +22,15 @@ namespace {
 constexpr char kLatin1[] = "ISO-8859-1";
 constexpr char kUtf8[] = "UTF-8";
 
-/// One text of a tag and its UTF-8 form. Kept until the conversion is done, since C strings of the
-/// text are handed out.
-struct RawText {
-  explicit RawText(const TagLib::String& tagText) : text(tagText), utf8(tagText.to8Bit(true)) {}
-
-  TagLib::String text;
-  std::string utf8;
-};
-
 using Setter = void (*)(TrackRecord*, const char*, unsigned, const char*);
 
-void store(TrackRecord& track, Setter set, const RawText& raw) {
-  if (raw.text.isEmpty()) return;
-  if (raw.text.isLatin1()) {
-    set(&track, raw.text.toCString(false), raw.text.size(), kLatin1);
+void store(TrackRecord& track, Setter set, const TagLib::String& text) {
+  if (text.isEmpty()) return;
+  if (text.isLatin1()) {
+    set(&track, text.toCString(false), text.size(), kLatin1);
   } else {
-    set(&track, raw.utf8.c_str(), static_cast<unsigned>(std::strlen(raw.utf8.c_str())), kUtf8);
+    const std::string utf8 = text.to8Bit(true);
+    set(&track, utf8.c_str(), static_cast<unsigned>(std::strlen(utf8.c_str())), kUtf8);
   }
 }
 
@@ -47,7 +39,9 @@ StrippedValue stripped(const TrackText& converted) {
   return StrippedValue(trim(converted.bytes, converted.length));
 }
 
-std::string withoutBlanks(const std::string& text) {
+/// The UTF-8 form of a text without the blanks around it.
+std::string withoutBlanks(const TagLib::String& raw) {
+  const std::string text = raw.to8Bit(true);
   const std::size_t first = text.find_first_not_of(' ');
   if (first == std::string::npos) return {};
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
@@ -95,11 +89,11 @@ Encoder& Encoder::instance() {
 MetaDataInfo* Encoder::guessAndConvert(const std::string& path, const std::string& mountPoint,
                                        long lastModified, const TagLib::Tag* tag) const {
   const auto* songTag = dynamic_cast<const SongTag*>(tag);
-  const RawText title(tag->title());
-  const RawText album(tag->album());
-  const RawText artist(tag->artist());
-  const RawText composer(songTag != nullptr ? songTag->composer() : TagLib::String());
-  const RawText genre(tag->genre());
+  const TagLib::String title = tag->title();
+  const TagLib::String album = tag->album();
+  const TagLib::String artist = tag->artist();
+  const TagLib::String composer = songTag != nullptr ? songTag->composer() : TagLib::String();
+  const TagLib::String genre = tag->genre();
   const int trackNumber = static_cast<int>(std::min<unsigned>(tag->track(), INT_MAX));
   const int discNumber = songTag != nullptr ? songTag->disc() : 0;
 
@@ -113,10 +107,9 @@ MetaDataInfo* Encoder::guessAndConvert(const std::string& path, const std::strin
       guess_and_convert_by_prio(&working.track, kLatin1));
   std::unique_ptr<MetaDataInfo> song;
   if (converted == nullptr) {
-    song = std::make_unique<MetaDataInfo>(path, mountPoint, withoutBlanks(title.utf8),
-                                          withoutBlanks(artist.utf8), withoutBlanks(album.utf8),
-                                          withoutBlanks(genre.utf8), withoutBlanks(composer.utf8),
-                                          trackNumber, discNumber, lastModified);
+    song = std::make_unique<MetaDataInfo>(
+        path, mountPoint, withoutBlanks(title), withoutBlanks(artist), withoutBlanks(album),
+        withoutBlanks(genre), withoutBlanks(composer), trackNumber, discNumber, lastModified);
   } else {
     song = std::make_unique<MetaDataInfo>(path, mountPoint, stripped(converted->title),
                                           stripped(converted->artist), stripped(converted->album),

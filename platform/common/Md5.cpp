@@ -65,6 +65,12 @@ std::string foldUnicode(const std::string& text) {
   return checked(g_utf8_normalize(folded.get(), -1, G_NORMALIZE_NFC)).get();
 }
 
+std::string fold(std::string text) {
+  if (!isAscii(text)) return foldUnicode(text);
+  for (char& c : text) c = g_ascii_tolower(c);
+  return text;
+}
+
 boost::shared_ptr<const std::string> digest(Md5Kind kind, std::string_view bytes) {
   return boost::make_shared<const std::string>(
       std::to_string(static_cast<std::uint32_t>(kind)).append(md5Hex(bytes)));
@@ -127,10 +133,24 @@ std::string md5Hex(std::string_view bytes) {
 }
 
 std::string trackKey(std::string_view path) {
-  std::string key = resolveLexically(path);
-  if (!isAscii(key)) return foldUnicode(key);
-  for (char& c : key) c = g_ascii_tolower(c);
-  return key;
+  // Neighbouring songs lie in one folder, and folding is costly: what the last folder came to is
+  // kept. A "/" neither composes with what stands beside it nor changes case.
+  static thread_local std::string lastFolder;
+  static thread_local std::string lastFolderKey;
+  const std::size_t slash = path.rfind('/');
+  const std::string_view name = path.substr(slash == std::string_view::npos ? 0 : slash + 1);
+  if (slash == std::string_view::npos || name.empty() || name == "." || name == "..") {
+    return fold(resolveLexically(path));
+  }
+  const std::string_view folder = path.substr(0, slash);
+  if (folder != lastFolder) {
+    std::string key = fold(resolveLexically(folder));
+    lastFolder.clear();  // a failing allocation below must not leave a pair that lies
+    lastFolderKey = std::move(key);
+    lastFolder = folder;
+  }
+  const std::string nameKey = fold(std::string(name));
+  return lastFolderKey.empty() ? nameKey : lastFolderKey + "/" + nameKey;
 }
 
 }  // namespace orvel
