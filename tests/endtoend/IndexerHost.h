@@ -25,7 +25,7 @@ class IndexerHost : public DatabaseFolderFixture {
   void index(const std::string& device, const std::string& mountPoint, bool isFirst = true);
   void start(const std::string& device, const std::string& mountPoint, bool isFirst = true);
   /// False when requests are still alive after `seconds`.
-  bool waitUntilIdle(int seconds = 30);
+  bool waitUntilIdle(int seconds = 120);
 
   /// The signals since the last call, in the order of their arrival, as "name argument...".
   std::vector<std::string> takeSignals();
