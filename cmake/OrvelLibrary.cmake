@@ -1,5 +1,5 @@
 set(ORVEL_PARTS orvel_db orvel_framework orvel_msd orvel_mtp orvel_orchestration orvel_qt
-    ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
+    orvel_platform_tags ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
 
 # The library as hosts link it: only what carries ORVEL_EXPORT is visible.
 add_library(orvel SHARED)

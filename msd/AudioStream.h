@@ -1,21 +1,14 @@
 #pragma once
 
-#include <taglib/tiostream.h>
-
-#include <array>
-#include <chrono>
-#include <cstdint>
 #include <stop_token>
 #include <string>
 
+#include "platform/tags/TagStream.h"
+
 namespace orvel {
 
-/// The file that tags are read from. Opened read-only, read in blocks of 4 KiB without the kernel's
-/// read-ahead, since tags are a small part of a file, and held to a budget, since a hostile file
-/// can make a tag reader read on and on: when the budget is spent or the token is raised, the file
-/// seems to end. Compressed ID3v2 frames are kept from expanding without a bound. Used by one
-/// thread.
-class AudioStream : public TagLib::IOStream {
+/// The tags of a file, opened read-only and read without the kernel's read-ahead.
+class AudioStream : public TagStream {
  public:
   /// Opens the regular file at `path`. A failure shows in `isOpen`.
   AudioStream(const std::string& path, std::stop_token token);
@@ -23,59 +16,12 @@ class AudioStream : public TagLib::IOStream {
   AudioStream(const AudioStream&) = delete;
   AudioStream& operator=(const AudioStream&) = delete;
 
-  /// True when the token ended the reading: what was read is not the whole truth.
-  [[nodiscard]] bool interrupted() const { return wasInterrupted; }
-  /// True when the device failed to deliver data of the open file.
-  [[nodiscard]] bool readFailed() const { return hadReadError; }
-
-  TagLib::FileName name() const override { return path.c_str(); }
-  TagLib::ByteVector readBlock(unsigned long length) override;
-  bool readOnly() const override { return true; }
   bool isOpen() const override { return file >= 0; }
-  void seek(long offset, Position from) override;
-  long tell() const override { return position; }
-  long length() override { return size; }
-
-  // A tag reader has no reason to change the file: these do nothing.
-  void writeBlock(const TagLib::ByteVector& /*data*/) override {}
-  void insert(const TagLib::ByteVector& /*data*/, unsigned long /*start*/,
-              unsigned long /*replace*/) override {}
-  void removeBlock(unsigned long /*start*/, unsigned long /*length*/) override {}
-  void truncate(long /*length*/) override {}
 
  private:
-  static constexpr long kBlockBytes = 4096;
-  static constexpr std::size_t kCachedBlocks = 8;
+  long readAt(long start, char* target, long length) override;
 
-  struct CachedBlock {
-    long start = -1;
-    long bytes = 0;
-    std::array<char, kBlockBytes> data;
-  };
-
-  TagLib::ByteVector readWithoutPictures(unsigned long length, unsigned int version);
-  TagLib::ByteVector readUnguarded(unsigned long length);
-  TagLib::ByteVector readDirectly(long length);
-  TagLib::ByteVector readCached(long length);
-  bool spent();
-  /// Reads up to `length` bytes at `start`; fewer at the end of the file or on an error.
-  long readAt(long start, char* target, long length);
-  const CachedBlock& block(long start);
-
-  std::string path;
-  std::stop_token stopped;
-  std::chrono::steady_clock::time_point deadline;
   int file = -1;
-  long size = 0;
-  long position = 0;
-  std::int64_t bytesLeft;
-  int readsLeft;
-  bool wasInterrupted = false;
-  bool hadReadError = false;
-  TagLib::ByteVector lastRead;  ///< the last ten bytes that were read in one piece
-  bool readHeaderLast = false;  ///< they were read last, and may be the header of an ID3v2 tag
-  std::size_t nextVictim = 0;
-  std::array<CachedBlock, kCachedBlocks> cache;
 };
 
 }  // namespace orvel

@@ -10,7 +10,7 @@
 #include "framework/Timer.h"
 #include "msd/AudioStream.h"
 #include "msd/Encoder.h"
-#include "msd/SongTag.h"
+#include "platform/tags/SongTag.h"
 #include "msd/StandardErrorSilence.h"
 #include "platform/common/Log.h"
 

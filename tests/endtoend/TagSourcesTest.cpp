@@ -11,7 +11,7 @@
 #include <filesystem>
 
 #include "msd/AudioStream.h"
-#include "msd/SongTag.h"
+#include "platform/tags/SongTag.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 

@@ -1,4 +1,4 @@
-#include "msd/SongTag.h"
+#include "platform/tags/SongTag.h"
 
 #include <taglib/apetag.h>
 #include <taglib/asffile.h>

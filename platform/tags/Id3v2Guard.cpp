@@ -1,4 +1,4 @@
-#include "msd/Id3v2Guard.h"
+#include "platform/tags/Id3v2Guard.h"
 
 #include <taglib/id3v2synchdata.h>
 #include <zlib.h>
@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-#include "msd/Id3v2Frames.h"
+#include "platform/tags/Id3v2Frames.h"
 
 namespace orvel {
 

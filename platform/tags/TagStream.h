@@ -1,0 +1,84 @@
+#pragma once
+
+#include <taglib/tiostream.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <stop_token>
+#include <string>
+
+namespace orvel {
+
+/// What tags are read from, wherever the bytes lie. Read in blocks of 4 KiB, since tags are a small
+/// part of a file, and held to a budget, since a hostile file can make a tag reader read on and on:
+/// when the budget is spent or the token is raised, the file seems to end. Large pictures are
+/// passed over, and compressed ID3v2 frames are kept from expanding without a bound. Used by one
+/// thread.
+class TagStream : public TagLib::IOStream {
+ public:
+  TagStream(const TagStream&) = delete;
+  TagStream& operator=(const TagStream&) = delete;
+
+  /// True when the token ended the reading: what was read is not the whole truth.
+  [[nodiscard]] bool interrupted() const { return wasInterrupted; }
+  /// True when the device failed to deliver data of the open file.
+  [[nodiscard]] bool readFailed() const { return hadReadError; }
+
+  TagLib::FileName name() const override { return fileName.c_str(); }
+  TagLib::ByteVector readBlock(unsigned long length) override;
+  bool readOnly() const override { return true; }
+  void seek(long offset, Position from) override;
+  long tell() const override { return position; }
+  long length() override { return size; }
+
+  // A tag reader has no reason to change the file: these do nothing.
+  void writeBlock(const TagLib::ByteVector& /*data*/) override {}
+  void insert(const TagLib::ByteVector& /*data*/, unsigned long /*start*/,
+              unsigned long /*replace*/) override {}
+  void removeBlock(unsigned long /*start*/, unsigned long /*length*/) override {}
+  void truncate(long /*length*/) override {}
+
+ protected:
+  /// @param streamName  its ending tells the format
+  TagStream(std::string streamName, std::stop_token token);
+
+  void setSize(std::int64_t bytes);
+  /// Reads up to `length` bytes at `start` into `target` and returns how many; fewer at the end of
+  /// the file or after an error, which is reported by `noteReadError`.
+  virtual long readAt(long start, char* target, long length) = 0;
+  void noteReadError() { hadReadError = true; }
+
+ private:
+  static constexpr long kBlockBytes = 4096;
+  static constexpr std::size_t kCachedBlocks = 8;
+
+  struct CachedBlock {
+    long start = -1;
+    long bytes = 0;
+    std::array<char, kBlockBytes> data;
+  };
+
+  TagLib::ByteVector readWithoutPictures(unsigned long length, unsigned int version);
+  TagLib::ByteVector readUnguarded(unsigned long length);
+  TagLib::ByteVector readDirectly(long length);
+  TagLib::ByteVector readCached(long length);
+  bool spent();
+  const CachedBlock& block(long start);
+
+  std::string fileName;
+  std::stop_token stopped;
+  std::chrono::steady_clock::time_point deadline;
+  long size = 0;
+  long position = 0;
+  std::int64_t bytesLeft;
+  int readsLeft;
+  bool wasInterrupted = false;
+  bool hadReadError = false;
+  TagLib::ByteVector lastRead;  ///< the last ten bytes that were read in one piece
+  bool readHeaderLast = false;  ///< they were read last, and may be the header of an ID3v2 tag
+  std::size_t nextVictim = 0;
+  std::array<CachedBlock, kCachedBlocks> cache;
+};
+
+}  // namespace orvel
