@@ -43,7 +43,6 @@ t_status ScriptedSession::open(DeviceDescription& description) {
 
 t_status ScriptedSession::listStorages(std::vector<DeviceStorage>& storages) {
   storages.clear();
-  listedPlaylists.clear();
   const LiveDevice::Outcome outcome = device->perform("listStorages", std::nullopt);
   if (outcome.status != STATUS_OK) return outcome.status;
   storages = device->media()->device().storages;
@@ -61,10 +60,7 @@ t_status ScriptedSession::listFolder(std::uint32_t storage, t_track_id folder,
   if (found == nullptr) return STATUS_NOT_OK;
   children = *found;
   cut(children, outcome);
-  for (const DeviceObject& child : children) {
-    if (media->members(child.id) == nullptr) continue;
-    listedPlaylists.push_back({child.id, ScriptedPath(media->pathOf(child.id)).name});
-  }
+  listedFolders.emplace(storage, folder);
   return STATUS_OK;
 }
 
@@ -102,7 +98,15 @@ t_status ScriptedSession::listPlaylists(std::vector<DevicePlaylist>& playlists) 
   playlists.clear();
   const LiveDevice::Outcome outcome = device->perform("listPlaylists", std::nullopt);
   if (outcome.status != STATUS_OK) return outcome.status;
-  playlists = listedPlaylists;
+  const auto media = device->media();
+  for (const auto& [storage, folder] : listedFolders) {
+    const auto* const children = media->children(storage, folder);
+    if (children == nullptr) continue;
+    for (const DeviceObject& child : *children) {
+      if (media->members(child.id) == nullptr) continue;
+      playlists.push_back({child.id, ScriptedPath(media->pathOf(child.id)).name});
+    }
+  }
   cut(playlists, outcome);
   return STATUS_OK;
 }

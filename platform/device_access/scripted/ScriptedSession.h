@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,7 +34,9 @@ class ScriptedSession : public DeviceSession {
 
  private:
   std::shared_ptr<LiveDevice> device;
-  std::vector<DevicePlaylist> listedPlaylists;  ///< seen since the storages were listed
+  /// The folders that were listed, by storage and id. A host may ask for the storages while a walk
+  /// is under way, so that this does not begin them anew.
+  std::set<std::pair<std::uint32_t, t_track_id>> listedFolders;
 };
 
 }  // namespace orvel::scripted
