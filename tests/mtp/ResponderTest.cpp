@@ -111,7 +111,7 @@ TEST_F(ResponderTest, ShowsWhatItsMediaSay) {
 // place: 500 and 1012 bytes make 512 and 1024 with their head.
 TEST_F(ResponderTest, SendsPartsOfFilesOfAnySize) {
   std::string content;
-  for (int i = 0; i < 70'000; ++i) content += static_cast<char>(i * i >> 3);
+  for (unsigned i = 0; i < 70'000; ++i) content += static_cast<char>(i * i >> 3);
   std::uint32_t file = 0;
   device->responder.edit(
       [&](Media& media) { file = media.addFile(card, "/long.mp3", fileContent(content)); });
