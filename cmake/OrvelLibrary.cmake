@@ -1,5 +1,13 @@
 set(ORVEL_PARTS orvel_db orvel_framework orvel_msd orvel_mtp orvel_orchestration orvel_qt
-    orvel_platform_tags ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
+    orvel_device_access orvel_platform_tags ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
+
+# Tests link the implementation of device access that they need.
+if(NOT ORVEL_DEVICE_ACCESS)
+  set(ORVEL_DEVICE_ACCESS scripted)
+  if(TARGET orvel_device_access_libmtp)
+    set(ORVEL_DEVICE_ACCESS libmtp)
+  endif()
+endif()
 
 # The library as hosts link it: only what carries ORVEL_EXPORT is visible.
 add_library(orvel SHARED)

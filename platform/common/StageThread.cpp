@@ -1,5 +1,7 @@
 #include "platform/common/StageThread.h"
 
+#include <condition_variable>
+#include <mutex>
 #include <utility>
 
 namespace orvel::stageThread {
@@ -20,6 +22,14 @@ bool isCurrent() noexcept {
 
 const std::stop_token& stopToken() noexcept {
   return currentToken;
+}
+
+bool sleep(std::chrono::milliseconds time) {
+  std::mutex mutex;
+  std::condition_variable_any never;
+  std::unique_lock lock(mutex);
+  const auto stopped = [] { return currentToken.stop_requested(); };
+  return !never.wait_for(lock, currentToken, time, stopped);
 }
 
 }  // namespace orvel::stageThread

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <stop_token>
 
 namespace orvel {
@@ -19,6 +20,9 @@ bool isCurrent() noexcept;
 
 /// The token of the current thread's server; on foreign threads one that is never raised.
 const std::stop_token& stopToken() noexcept;
+
+/// Sleeps; returns false, at once, when the current thread's server is stopped.
+bool sleep(std::chrono::milliseconds time);
 
 }  // namespace stageThread
 }  // namespace orvel

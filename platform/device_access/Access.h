@@ -7,8 +7,8 @@
 
 /// The calls of the device-access library. Any thread; calls for one device are carried out one
 /// after the other. Only GetNumItems, GetItems, GetTrackFileName and GetTrackTitle answer
-/// STATUS_BUSY; all others wait until the device is free. A call made on a stage's thread returns at
-/// once with STATUS_NOT_OK_GENERIC_PLUGIN_ERROR when the stage is stopped, and what it was doing
+/// STATUS_BUSY; all others wait until the device is free. A call made on a stage's thread returns
+/// at once with STATUS_NOT_OK_GENERIC_PLUGIN_ERROR when the stage is stopped, and what it was doing
 /// ends behind it. Once a device is gone every call answers STATUS_NOT_OK_BAD_HANDLE without
 /// touching it.
 namespace orvel {
@@ -17,8 +17,8 @@ namespace orvel {
 /// end with NUL; the empty text is written on failure.
 inline constexpr std::size_t kAccessTextBytes = 256;
 
-/// How many storages the device has (CONTAINER_DEVICE, TYPE_STORAGE; this begins a new walk), or how
-/// many objects a folder holds (CONTAINER_FOLDER, TYPE_OBJECT; this lists the folder anew).
+/// How many storages the device has (CONTAINER_DEVICE, TYPE_STORAGE; this begins a new walk), or
+/// how many objects a folder holds (CONTAINER_FOLDER, TYPE_OBJECT; this lists the folder anew).
 t_status Access_GetNumItems(t_handle handle, const t_mtp_container& container,
                             const t_mtp_item_type& type, std::uint32_t& count);
 /// At most `count` of these items from `start` on. CONTAINER_WALK_DONE with TYPE_WALK_DONE ends a

@@ -26,8 +26,8 @@ struct AttachedDevice {
   std::string maker;
   std::string model;
   std::string serial;  ///< empty where the device has none
-  /// Names the device wherever and whenever it is attached: "vendor:product:serial", the ids as four
-  /// hex digits; the bus path in place of an empty serial.
+  /// Names the device wherever and whenever it is attached: "vendor:product:serial", the ids as
+  /// four hex digits; the bus path in place of an empty serial.
   std::string deviceId;
   std::vector<DeviceStorage> storages;  ///< none when the device is locked
   std::string error;                    ///< for people: why it could not be opened; else empty
@@ -60,8 +60,8 @@ using RemovalListener = void (*)(t_handle handle);
 /// Replaces the listener; null for none.
 ORVEL_EXPORT void setRemovalListener(RemovalListener listener);
 
-/// Ends the session with every open device, as a host does before it ends; waits at most two seconds
-/// for devices that are in a call.
+/// Ends the session with every open device, as a host does before it ends; waits at most two
+/// seconds for devices that are in a call.
 ORVEL_EXPORT void releaseDevices();
 
 /// Attaches the devices that a text file describes (docs/mtp.md). Throws std::runtime_error with a

@@ -7,8 +7,9 @@
 
 #include "platform/device_access/DeviceSession.h"
 
-/// Where devices are attached. Declared once and defined by each implementation of device access, of
-/// which a program links one: `libmtp/` for real devices, `scripted/` for described ones. Any thread.
+/// Where devices are attached. Declared once and defined by each implementation of device access,
+/// of which a program links one: `libmtp/` for real devices, `scripted/` for described ones. Any
+/// thread.
 namespace orvel::deviceBus {
 
 struct BusDevice {

@@ -48,8 +48,8 @@ struct DevicePlaylist {
 /// otherwise every call, the destructor included, is made on one thread of the device's own and may
 /// block there. Calls answer STATUS_OK; STATUS_NOT_OK for what is unknown or refused;
 /// STATUS_NOT_SUPPORTED; STATUS_BUSY; STATUS_NOT_OK_BAD_HANDLE when the device is gone, after which
-/// no further call is made; STATUS_NOT_OK_GENERIC_PLUGIN_ERROR for any other failure. What they fill
-/// is empty on failure.
+/// no further call is made; STATUS_NOT_OK_GENERIC_PLUGIN_ERROR for any other failure. What they
+/// fill is empty on failure.
 class DeviceSession {
  public:
   DeviceSession() = default;

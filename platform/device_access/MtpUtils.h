@@ -36,8 +36,8 @@ class CTrackInfo {
 class MtpUtils {
  public:
   /// The path of an object from the root of the device, as "/Music/A/x.mp3"; "" when it is unknown.
-  /// Objects of a storage other than the one with the lowest id lie below "/" and the description of
-  /// their storage.
+  /// Objects of a storage other than the one with the lowest id lie below "/" and the description
+  /// of their storage.
   static std::string getRawPathForMtpObject(t_handle handle, t_track_id id);
 
   /// An identifier that stays the same when the device is attached again: a digest of device id,

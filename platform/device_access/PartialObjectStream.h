@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <stop_token>
+#include <string>
+
+#include "platform/device_access/Device.h"
+#include "platform/tags/TagStream.h"
+
+namespace orvel {
+
+/// The tags of a track on a device, read in few and larger pieces, since each request costs
+/// milliseconds and three operations. Used by one thread.
+class PartialObjectStream : public TagStream {
+ public:
+  PartialObjectStream(std::shared_ptr<Device> readDevice, DeviceObject readTrack,
+                      std::stop_token token);
+
+  bool isOpen() const override { return true; }
+
+ private:
+  long readAt(long start, char* target, long length) override;
+  /// Has the piece that holds `start` in `piece`; false on a failure.
+  bool fetch(long start, long length);
+
+  std::shared_ptr<Device> device;
+  DeviceObject track;
+  std::string piece;
+  long pieceStart = 0;
+};
+
+}  // namespace orvel
