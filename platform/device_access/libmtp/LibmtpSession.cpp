@@ -178,11 +178,12 @@ t_status LibmtpSession::listStorages(std::vector<DeviceStorage>& storages) {
   listed.clear();
   wholeFile = {};
   knownStorage = kAllStorages;
-  takeErrors(device.get());
-  if (LIBMTP_Get_Storage(device.get(), LIBMTP_STORAGE_SORTBY_NOTSORTED) < 0) {
-    const NotedErrors errors = takeErrors(device.get());
-    return errors.transportFailed ? failureOfTransport() : probe({kAllStorages, kRoot});
-  }
+  const t_status status = carryOut({kAllStorages, kRoot}, [&] {
+    return LIBMTP_Get_Storage(device.get(), LIBMTP_STORAGE_SORTBY_NOTSORTED) >= 0;
+  });
+  // A device that is free and still shows none is locked.
+  if (status == STATUS_NOT_OK) return STATUS_OK;
+  if (status != STATUS_OK) return status;
   for (const auto* storage = device->storage; storage != nullptr; storage = storage->next) {
     storages.push_back(storageOf(*storage));
   }
