@@ -420,7 +420,7 @@ TEST_F(LibmtpSessionTest, SaysWhyADeviceCannotBeOpened) {
 // Answers of any wrong length, to each question: statuses may be any, but nothing may break, and
 // the session must go on.
 TEST_F(LibmtpSessionTest, OutlivesWrongAnswers) {
-  openAndWalk();
+  const DeviceObject one = openAndWalk().at("Phone/Music/Album/one.mp3");
   for (const auto operation :
        {ptp::kGetStorageIds, ptp::kGetStorageInfo, ptp::kGetObjectHandles, ptp::kGetObjectInfo,
         ptp::kGetObjectPropsSupported, ptp::kGetObjectPropValue, ptp::kGetObjectReferences,
@@ -439,11 +439,13 @@ TEST_F(LibmtpSessionTest, OutlivesWrongAnswers) {
       std::string bytes;
       std::vector<DevicePlaylist> playlists;
       std::vector<t_track_id> members;
-      session->readTags({.id = song, .storage = phone, .format = 2, .size = 5000}, tags);
-      session->readBytes({.id = song, .storage = phone, .size = 5000}, 10, 100, bytes);
+      session->readTags(one, tags);
+      session->readBytes(one, 10, 100, bytes);
       session->listPlaylists(playlists);
       session->playlistMembers(best, members);
       device->responder.clearFaults();
+      EXPECT_EQ(walk(*session, found), STATUS_OK) << std::hex << operation;
+      ASSERT_EQ(open(), STATUS_OK);  // libmtp keeps what it was told of objects
       EXPECT_EQ(askEverything(), STATUS_OK) << std::hex << operation;
     }
   }
