@@ -118,7 +118,7 @@ class LibmtpAccessTest : public testing::Test {
 TEST_F(LibmtpAccessTest, AsksForLittleOnAFullDevice) {
   Media media;
   const std::uint32_t phone = media.addStorage("Phone");
-  constexpr int kTracks = 16'000, kTracksOfAlbum = 10, kAlbumsOfArtist = 10;
+  constexpr int kTracks = 16'000, kTracksOfAlbum = 40, kAlbumsOfArtist = 10;
   for (int i = 0; i < kTracks; ++i) {
     const int album = i / kTracksOfAlbum;
     const std::string path = "/Music/Artist " + std::to_string(album / kAlbumsOfArtist) +

@@ -11,14 +11,15 @@ const char* deviceBus::libraryName() {
 }
 
 std::vector<deviceBus::BusDevice> deviceBus::scan() {
-  usbBus::requireUsable();
+  const UsbBus bus;
   const MutexLock lock(libmtp::libraryMutex());
   const libmtp::RawDevices attached = libmtp::detectDevices();
   std::vector<BusDevice> devices;
   for (int i = 0; i < attached.count; ++i) {
     const LIBMTP_raw_device_t& raw = attached.first.get()[i];
-    devices.push_back({UsbAddress{raw.bus_location, raw.devnum}.path(), raw.device_entry.vendor_id,
-                       raw.device_entry.product_id});
+    const UsbAddress address{raw.bus_location, raw.devnum};
+    if (!bus.has(address)) continue;
+    devices.push_back({address.path(), raw.device_entry.vendor_id, raw.device_entry.product_id});
   }
   return devices;
 }
@@ -31,7 +32,11 @@ std::unique_ptr<DeviceSession> deviceBus::connect(const BusDevice& device) {
 
 bool deviceBus::isPresent(const std::string& path) {
   const auto address = UsbAddress::parse(path);
-  return address && usbBus::isPresent(*address);
+  try {
+    return address && UsbBus().has(*address);
+  } catch (const std::runtime_error&) {
+    return true;  // as long as the bus cannot be looked at, nobody knows better
+  }
 }
 
 void deviceBus::attachScripted(const std::string& file) {

@@ -25,7 +25,7 @@ constexpr std::uint64_t kMaxWholeFile = 32U << 20U;
 
 /// How long the system may take to note that a device is gone which the last transfer did not
 /// reach.
-constexpr int kAbsenceChecks = 10;
+constexpr int kAbsenceChecks = 25;
 constexpr std::chrono::milliseconds kAbsenceCheckPause{20};
 
 /// Lists of libmtp, which are chained and freed one by one.
@@ -101,10 +101,12 @@ std::uint16_t receive(void* /*device*/, void* into, std::uint32_t count, unsigne
 t_status LibmtpSession::open(DeviceDescription& description) {
   const MutexLock lock(libmtp::libraryMutex());
   const PrintedLines lines;
-  description.error = usbBus::obstacle(address);
+  {
+    const UsbBus bus;
+    description.error = bus.obstacle(address);
+  }
   if (!description.error.empty()) {
-    return usbBus::isPresent(address) ? STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED
-                                      : STATUS_NOT_OK_BAD_HANDLE;
+    return UsbBus().has(address) ? STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED : STATUS_NOT_OK_BAD_HANDLE;
   }
   device = libmtp::openDevice(address);
   if (device == nullptr) {
@@ -147,7 +149,7 @@ t_status LibmtpSession::probe(const Place& place) {
 
 t_status LibmtpSession::failureOfTransport() {
   for (int check = 0; check < kAbsenceChecks; ++check) {
-    if (!usbBus::isPresent(address)) return STATUS_NOT_OK_BAD_HANDLE;
+    if (!UsbBus().has(address)) return STATUS_NOT_OK_BAD_HANDLE;
     std::this_thread::sleep_for(kAbsenceCheckPause);
   }
   return STATUS_NOT_OK_GENERIC_PLUGIN_ERROR;

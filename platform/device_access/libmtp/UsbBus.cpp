@@ -1,7 +1,6 @@
 #include "platform/device_access/libmtp/UsbBus.h"
 
 #include <libusb-1.0/libusb.h>
-#include <sys/types.h>
 
 #include <algorithm>
 #include <array>
@@ -28,17 +27,6 @@ std::optional<UsbAddress> UsbAddress::parse(const std::string& path) {
 
 namespace {
 
-/// A context of its own, so that nobody waits for libmtp. Lives as long as the process.
-struct Context {
-  libusb_context* context = nullptr;
-  int error = libusb_init(&context);
-};
-
-const Context& usb() {
-  static const Context shared;
-  return shared;
-}
-
 struct Close {
   void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
 };
@@ -48,33 +36,6 @@ struct FreeConfig {
   void operator()(libusb_config_descriptor* config) const { libusb_free_config_descriptor(config); }
 };
 using Config = std::unique_ptr<libusb_config_descriptor, FreeConfig>;
-
-/// The devices on the bus; what it points to lives as long.
-class DeviceList {
- public:
-  DeviceList() : count(libusb_get_device_list(usb().context, &devices)) {}
-  ~DeviceList() {
-    if (readable()) libusb_free_device_list(devices, 1);
-  }
-  DeviceList(const DeviceList&) = delete;
-  DeviceList& operator=(const DeviceList&) = delete;
-
-  [[nodiscard]] bool readable() const { return count >= 0; }
-  /// Null when there is none.
-  [[nodiscard]] libusb_device* find(const UsbAddress& address) const {
-    if (!readable()) return nullptr;
-    const std::span all(devices, static_cast<std::size_t>(count));
-    const auto found = std::find_if(all.begin(), all.end(), [&](libusb_device* device) {
-      return libusb_get_bus_number(device) == address.bus &&
-             libusb_get_device_address(device) == address.device;
-    });
-    return found == all.end() ? nullptr : *found;
-  }
-
- private:
-  libusb_device** devices = nullptr;
-  ssize_t count;
-};
 
 bool carriesMedia(const libusb_interface_descriptor& setting) {
   // Two bulk endpoints and one that tells of events.
@@ -138,24 +99,38 @@ std::string claimObstacle(libusb_device_handle* handle, int interface) {
   return {};
 }
 
+std::runtime_error noUsb(int error) {
+  return std::runtime_error("This system gives no access to USB devices (libusb error " +
+                            std::to_string(error) + "). Is /dev/bus/usb there?");
+}
+
 }  // namespace
 
-void usbBus::requireUsable() {
-  const int error = usb().error;
-  if (error == LIBUSB_SUCCESS) return;
-  throw std::runtime_error("This system gives no access to USB devices (libusb error " +
-                           std::to_string(error) + "). Is /dev/bus/usb there?");
+UsbBus::UsbBus() {
+  const int error = libusb_init(&context);
+  if (error != LIBUSB_SUCCESS) throw noUsb(error);
+  count = libusb_get_device_list(context, &devices);
+  if (count >= 0) return;
+  libusb_exit(context);
+  throw noUsb(static_cast<int>(count));
 }
 
-bool usbBus::isPresent(const UsbAddress& address) {
-  if (usb().error != LIBUSB_SUCCESS) return false;
-  const DeviceList list;
-  return !list.readable() || list.find(address) != nullptr;
+UsbBus::~UsbBus() {
+  libusb_free_device_list(devices, 1);
+  libusb_exit(context);
 }
 
-std::string usbBus::obstacle(const UsbAddress& address) {
-  const DeviceList list;
-  libusb_device* const device = list.find(address);
+libusb_device* UsbBus::find(const UsbAddress& address) const {
+  const std::span all(devices, static_cast<std::size_t>(count));
+  const auto found = std::find_if(all.begin(), all.end(), [&](libusb_device* device) {
+    return libusb_get_bus_number(device) == address.bus &&
+           libusb_get_device_address(device) == address.device;
+  });
+  return found == all.end() ? nullptr : *found;
+}
+
+std::string UsbBus::obstacle(const UsbAddress& address) const {
+  libusb_device* const device = find(address);
   if (device == nullptr) return "The device is no longer attached.";
   const auto interface = mediaInterface(device);
   if (!interface) {
