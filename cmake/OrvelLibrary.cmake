@@ -12,7 +12,7 @@ endif()
 # The library as hosts link it: only what carries ORVEL_EXPORT is visible.
 add_library(orvel SHARED)
 add_library(Orvel::orvel ALIAS orvel)
-target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_options
+target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_device_access_${ORVEL_DEVICE_ACCESS} orvel_options
                       PUBLIC Qt${QT_VERSION_MAJOR}::Core Boost::headers SQLite::SQLite3)
 target_include_directories(orvel INTERFACE
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>

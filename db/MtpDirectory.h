@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "db/SqlStream.h"
 #include "platform/common/Md5.h"
 
 namespace orvel {
@@ -16,5 +17,9 @@ struct MtpDirectory {
   Md5 parentId;            ///< of `parentPath`
   bool parentIsRoot = false;
 };
+
+/// Binds the values of the directory's row to the prepared insert.
+sqlstl::basic_sqlostream<char>& operator<<(sqlstl::basic_sqlostream<char>& out,
+                                           const MtpDirectory* directory);
 
 }  // namespace orvel

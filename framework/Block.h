@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,12 @@ class Block<T*> {
   }
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
+
+  /// Appends an item; nothing is lost when memory runs out.
+  void add(std::unique_ptr<T> item) {
+    items.push_back(nullptr);
+    items.back() = item.release();
+  }
 
   std::vector<T*> items;
   Operation operation;

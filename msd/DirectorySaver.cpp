@@ -1,9 +1,9 @@
 #include "msd/DirectorySaver.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "db/SqlTexts.h"
+#include "db/StoredDirectories.h"
 #include "db/Transaction.h"
 #include "framework/HostSignals.h"
 #include "framework/Timer.h"
@@ -28,13 +28,6 @@ std::vector<std::string> idsOfMusicDirectories(const Block<Directory*>& block) {
   return ids;
 }
 
-std::size_t countDifferences(const std::vector<std::string>& a, const std::vector<std::string>& b) {
-  std::vector<std::string> differences;
-  std::set_symmetric_difference(a.begin(), a.end(), b.begin(), b.end(),
-                                std::back_inserter(differences));
-  return differences.size();
-}
-
 }  // namespace
 
 DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_ptr block) {
@@ -46,7 +39,7 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   open(operation.deviceId);
   const ClosingScope closing(*this);
   const std::vector<std::string> ids = idsOfMusicDirectories(*block);
-  const std::size_t differences = countDifferences(storedIds(operation.mountPoint), ids);
+  const std::size_t differences = countDifferences(in, operation.mountPoint, ids);
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
     progress->directoriesStored = static_cast<unsigned>(ids.size());
@@ -70,16 +63,6 @@ void DirectorySaver::propagateMusicPresence(src_block_type* block) const {
     }
   }
   OV_INFO("timer directory saver: %ld ", timer.elapsedMs());
-}
-
-std::vector<std::string> DirectorySaver::storedIds(const std::string& mountPoint) {
-  std::vector<std::string> ids;
-  in.query(
-      sql::withPathPattern(sql::kSelectDirectoryIds, mountPoint, sql::kOrderByObjectId).c_str());
-  std::string id;
-  for (; in.good() && (in >> id); in.step()) ids.push_back(id);
-  in.finalize();
-  return ids;
 }
 
 void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {

@@ -22,7 +22,6 @@ class DirectorySaver : public ServerDB<Block<Directory*>, Block<void>> {
   void propagateMusicPresence(src_block_type* block) const;
 
  private:
-  std::vector<std::string> storedIds(const std::string& mountPoint);
   void rewrite(const src_block_type& block, Operation& result);
 };
 

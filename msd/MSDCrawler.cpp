@@ -2,14 +2,13 @@
 
 #include <utility>
 
-#include "framework/HostSignals.h"
 #include "framework/Timer.h"
 #include "platform/common/Log.h"
 
 namespace orvel {
 
 MSDCrawler::MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch)
-    : Server(stageName), watch(std::move(mountPointWatch)) {}
+    : Crawler(stageName), watch(std::move(mountPointWatch)) {}
 
 MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block) {
   OV_INFO("MSDCrawler for: %s (op: %d)",
@@ -32,22 +31,6 @@ MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block
   OV_INFO("MSDCrawler timer: %ld (op: %d) found %u", timer.elapsedMs(), songs->operation.id,
           static_cast<unsigned>(songs->items.size()));
   return songs;
-}
-
-void MSDCrawler::sendBranches(const src_block_type_ptr& directories,
-                              const sink_block_type_ptr& playlists) {
-  playlists->operation.last = true;
-  if (playlistSink != nullptr) playlistSink->enqueue(playlists);
-  directories->operation.last = true;
-  if (directorySink != nullptr) directorySink->enqueue(directories);
-}
-
-void MSDCrawler::signalCompletion(const Operation& operation) {
-  if (running()) {
-    hostSignals::crawlingFinished(operation.mountPoint);
-  } else {
-    OV_INFO("Skip signalCrawlingFinished");
-  }
 }
 
 WalkGoesOn MSDCrawler::walkGoesOn() const {

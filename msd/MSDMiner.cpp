@@ -10,20 +10,11 @@
 #include "framework/Timer.h"
 #include "msd/AudioStream.h"
 #include "msd/Encoder.h"
-#include "platform/tags/SongTag.h"
 #include "msd/StandardErrorSilence.h"
 #include "platform/common/Log.h"
+#include "platform/tags/SongTag.h"
 
 namespace orvel {
-
-namespace {
-
-void append(Block<MetaDataInfo*>& songs, std::unique_ptr<MetaDataInfo> song) {
-  songs.items.push_back(nullptr);
-  songs.items.back() = song.release();
-}
-
-}  // namespace
 
 MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch)
     : Server(stageName, kMiningStackBytes), watch(std::move(mountPointWatch)) {}
@@ -88,7 +79,7 @@ MSDMiner::Mined MSDMiner::mine(const FileInfo& file, const Operation& operation,
     return Mined::Done;
   }
   song->setAsianFields();
-  append(songs, std::move(song));
+  songs.add(std::move(song));
   return Mined::Done;
 }
 
@@ -102,8 +93,8 @@ MSDMiner::Mined MSDMiner::mineUnreadable(const FileInfo& file, const Operation& 
   }
   OV_WARN("insert empty: %s", file.path->c_str());
   const std::string none;
-  append(songs, std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none,
-                                               none, none, 1, 1, file.lastModified));
+  songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none, none,
+                                           none, 1, 1, file.lastModified));
   return Mined::Done;
 }
 

@@ -69,7 +69,7 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
       progress->leaveUndone(LeftUndone::Interrupted);
       break;
     }
-    playlists->items.push_back(playlist.release());
+    playlists->add(std::move(playlist));
   }
   OV_INFO("MSDPlaylistMiner done (op: %d)", operation.id);
   return playlists;

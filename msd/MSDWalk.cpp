@@ -104,8 +104,7 @@ void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identit
                                                directories.operation.mountPoint,
                                                static_cast<std::int32_t>(index));
   identities.push_back(identity);
-  directories.items.push_back(nullptr);
-  directories.items.back() = directory.release();
+  directories.add(std::move(directory));
 }
 
 void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
@@ -113,9 +112,7 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
   if (kind == MediaKind::Other) return;
   auto file = std::make_unique<FileInfo>(directories.items[index]->path + "/" + name, 0U,
                                          narrowTime(modified));
-  auto& target = kind == MediaKind::Song ? songs.items : playlists.items;
-  target.push_back(nullptr);
-  target.back() = file.release();
+  (kind == MediaKind::Song ? songs : playlists).add(std::move(file));
   if (kind == MediaKind::Playlist) {
     ++progress.playlistsFound;
     return;

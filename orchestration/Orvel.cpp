@@ -6,6 +6,7 @@
 
 #include "framework/Timer.h"
 #include "orchestration/MSDPipeline.h"
+#include "orchestration/MtpPipeline.h"
 #include "platform/common/Log.h"
 
 namespace orvel {
@@ -98,13 +99,9 @@ void Orvel::startOperation(const HostCall& call) {
     OV_WARN("SYSTEM is Stopping cannot start it again %s", name);
     return;
   }
-  if (call.type != MSD_OPERATION) {
-    OV_ERROR("cannot index device %s: this build has no MTP pipeline", call.deviceId.c_str());
-    return;
-  }
   supersede(call);
   const int id = ++lastOpId;
-  auto created = std::make_unique<MSDPipeline>(this);
+  std::unique_ptr<SongDirectoryPipeline> created = makePipeline(call.type);
   SongDirectoryPipeline* const pipeline = created.get();
   remember(call.mountPoint, pipeline->progress);
   const bool first = pipelines.empty();
@@ -134,6 +131,11 @@ void Orvel::startOperation(const HostCall& call) {
     pipelines.erase(key);
     throw;
   }
+}
+
+std::unique_ptr<SongDirectoryPipeline> Orvel::makePipeline(OperationType type) {
+  if (type == MSD_OPERATION) return std::make_unique<MSDPipeline>(this);
+  return std::make_unique<MtpPipeline>(this);
 }
 
 void Orvel::supersede(const HostCall& call) {

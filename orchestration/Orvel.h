@@ -70,6 +70,7 @@ class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
   void accept(HostCall call) ORVEL_EXCLUDES(lock);
   void carryOut(const HostCall& call) ORVEL_REQUIRES(lock);
   void startOperation(const HostCall& call) ORVEL_REQUIRES(lock);
+  std::unique_ptr<SongDirectoryPipeline> makePipeline(OperationType type);
   void supersede(const HostCall& call) ORVEL_REQUIRES(lock);
   void prioritize(const HostCall& call) ORVEL_REQUIRES(lock);
   void remember(const std::string& mountPoint, std::shared_ptr<RequestProgress> newest)

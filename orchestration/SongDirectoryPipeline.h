@@ -1,11 +1,17 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "db/DatabaseMgr.h"
 #include "db/Directory.h"
 #include "framework/OrvelOperation.h"
+#include "msd/ChangeFinder.h"
+#include "msd/Normalizer.h"
+#include "msd/PlaylistSaver.h"
+#include "msd/SongSaver.h"
 #include "orchestration/Pipeline.h"
 
 namespace orvel {
@@ -31,6 +37,27 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   sink_block_type_ptr doOperation(src_block_type_ptr result) override;
 
  protected:
+  /// Registers and connects the nine stages, the four that all devices share included; returns the
+  /// crawler.
+  template <class Crawler, class DirectorySaver, class SongMiner, class PlaylistMiner>
+  Crawler* assemble(std::unique_ptr<Crawler> crawler,
+                    std::unique_ptr<DirectorySaver> directorySaver,
+                    std::unique_ptr<ChangeFinder> songFinder, std::unique_ptr<SongMiner> songMiner,
+                    std::unique_ptr<PlaylistMiner> playlistMiner,
+                    std::unique_ptr<ChangeFinder> playlistFinder) {
+    crawler->songSink = songFinder.get();
+    crawler->playlistSink = playlistFinder.get();
+    crawler->directorySink = directorySaver.get();
+    directorySaver->sink = this;
+    addBranch(std::move(songFinder), std::make_unique<Normalizer>("Normalizer"),
+              std::move(songMiner), std::make_unique<SongSaver>("SongSaver"));
+    addBranch(std::move(playlistFinder), std::move(playlistMiner),
+              std::make_unique<PlaylistSaver>("PlaylistSaver"));
+    auto* const root = add(std::move(crawler));
+    add(std::move(directorySaver));
+    return root;
+  }
+
   OrvelOperation operation;
   Orvel* controller;
   OperationType type;
@@ -39,6 +66,18 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   void enqueueOperation(OrvelOperation& request);
   void finish(const src_block_type_ptr& result);
   void clearPlaylists();
+
+  /// Registers stages that feed one another; the last one reports to the pipeline.
+  template <class Stage, class... Rest>
+  Stage* addBranch(std::unique_ptr<Stage> stage, Rest... rest) {
+    auto* const added = add(std::move(stage));
+    if constexpr (sizeof...(rest) == 0) {
+      added->sink = this;
+    } else {
+      added->sink = addBranch(std::move(rest)...);
+    }
+    return added;
+  }
 
   std::optional<DatabaseMgr::Lease> lease;
 };

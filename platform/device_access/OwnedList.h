@@ -29,6 +29,7 @@ class OwnedList {
   }
   List& get() { return list; }
   [[nodiscard]] std::uint32_t size() const { return list.items == nullptr ? 0 : list.count; }
+  const auto& operator[](std::uint32_t index) const { return list.items[index]; }
   auto* begin() const { return list.items; }
   auto* end() const { return list.items + size(); }
 

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "db/Directory.h"
+#include "db/FileInfo.h"
+#include "framework/HostSignals.h"
+#include "framework/Server.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+/// The first stage of a pipeline: finds what a device holds and sends it down three branches, songs
+/// as its own result, playlists and directories directly.
+template <class DIRECTORY>
+class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
+ public:
+  using Server::Server;
+
+  /// Tells the host that everything has been found.
+  void signalCompletion(const Operation& operation) override {
+    if (this->running()) {
+      hostSignals::crawlingFinished(operation.mountPoint);
+    } else {
+      OV_INFO("Skip signalCrawlingFinished");
+    }
+  }
+
+  // Not owned; null feeds nobody.
+  BaseServer<Block<FileInfo*>>*& songSink = sink;  ///< the ordinary sink under its own name
+  BaseServer<Block<FileInfo*>>* playlistSink = nullptr;
+  BaseServer<Block<DIRECTORY>>* directorySink = nullptr;
+
+ protected:
+  /// Sends the LAST blocks of the two branches beside the songs.
+  void sendBranches(const boost::shared_ptr<Block<DIRECTORY>>& directories,
+                    const sink_block_type_ptr& playlists) {
+    playlists->operation.last = true;
+    if (playlistSink != nullptr) playlistSink->enqueue(playlists);
+    directories->operation.last = true;
+    if (directorySink != nullptr) directorySink->enqueue(directories);
+  }
+};
+
+}  // namespace orvel

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <ctime>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/device_access/DeviceTypes.h"
+
+namespace orvel {
+
+struct MetaDataInfo;
+struct MtpDirectory;
+struct Playlist;
+
+/// The way of the MTP stages to one device. Made by a stage for one batch and used by that stage's
+/// thread only. No operation throws for a device failure: each logs one line and returns a default.
+class MtpConnection {
+ public:
+  /// @param handle    0 for no device
+  /// @param deviceId  not copied: it must outlive the connection
+  MtpConnection(t_handle handle, const std::string& deviceId);
+  ~MtpConnection();
+  MtpConnection(const MtpConnection&) = delete;
+  MtpConnection& operator=(const MtpConnection&) = delete;
+
+  /// The path of a track from the root of the device; "" when it is unknown.
+  std::string getTrackFilePath(t_track_id id);
+  /// Loads the lists of tracks, 16000 at most, and of playlists; the caller frees them. False when
+  /// the device is gone or does not answer.
+  bool loadDeviceData(t_playlist_items_list& tracks, t_playlist_items_list& playlists);
+  /// Seconds since the epoch.
+  std::int32_t getTrackDateModifiedEpoch(t_track_id id);
+  /// @param deviceKey  the device's mount point
+  /// @param rootName   what stands for the parent of a top folder
+  std::unique_ptr<MtpDirectory> generateDirectory(const std::string& path,
+                                                  const std::string& deviceKey,
+                                                  const std::string& rootName);
+  /// The record of a track; null for a hidden or excluded one and when the device is gone.
+  /// @param key       the device's mount point
+  /// @param modified  seconds since the epoch
+  std::unique_ptr<MetaDataInfo> generateTrack(const std::string& path, const std::string& key,
+                                              t_track_id id, std::time_t modified);
+  /// The playlist with object id `index` and its entries; null when it has none.
+  /// @param owner  the device's identifier
+  /// @param key    the device's mount point
+  std::unique_ptr<Playlist> generatePlaylist(const std::string& owner, const std::string& key,
+                                             std::size_t index);
+  /// Has the device-access library list every folder that is not black-listed, so that it can
+  /// answer for paths afterwards. True when the whole device was walked.
+  bool crawlMtpDevice();
+  /// Appends the folders of the tracks and their ancestors to `dirs`, each once, in the order of
+  /// their discovery; the root of the device is the empty path.
+  void MTPCreateDirCache(std::vector<std::string>& dirs, t_playlist_items_list& tracks);
+
+  /// False when a folder or a list of this connection could not be had in full.
+  [[nodiscard]] bool isComplete() const;
+  /// True when the device has more tracks than are loaded.
+  [[nodiscard]] bool limitReached() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl;
+};
+
+}  // namespace orvel

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mtp/MtpConnection.h"
+#include "platform/device_access/Access.h"
+#include "platform/device_access/MtpUtils.h"
+#include "platform/device_access/OwnedList.h"
+
+namespace orvel {
+
+/// What `MtpConnection` forwards to, under the same names. In three files: access to the device and
+/// its lists (MtpConnectionImpl.cpp), the walk (MtpFileTree.cpp) and the records (MtpRecords.cpp).
+class MtpConnection::Impl {
+ public:
+  Impl(t_handle deviceHandle, const std::string& device);
+
+  std::string getTrackFilePath(t_track_id id);
+  bool loadDeviceData(t_playlist_items_list& tracks, t_playlist_items_list& playlists);
+  std::int32_t getTrackDateModifiedEpoch(t_track_id id);
+  std::unique_ptr<MtpDirectory> generateDirectory(const std::string& path,
+                                                  const std::string& deviceKey,
+                                                  const std::string& rootName);
+  std::unique_ptr<MetaDataInfo> generateTrack(const std::string& path, const std::string& key,
+                                              t_track_id id, std::time_t modified);
+  std::unique_ptr<Playlist> generatePlaylist(const std::string& owner, const std::string& key,
+                                             std::size_t index);
+  bool crawlMtpDevice();
+  void MTPCreateDirCache(std::vector<std::string>& dirs, t_playlist_items_list& tracks);
+
+  /// Logs why a call of the library failed.
+  static void checkStatus(const std::string& method, t_status status);
+
+  std::size_t getNumElements(t_content_categories category);
+  t_playlist_items_list getPlaylistElements(t_content_categories category, int count);
+  t_playlist_items_list getPlaylistContent(unsigned index);
+  std::string getMTPTrackId(unsigned id, const std::string& device);
+
+  /// "THU JAN 1 00:00:00 1970" when unknown.
+  std::string getTrackDateModified(t_track_id id);
+  std::string getTrackTitle(t_track_id id);
+  std::string getTrackArtist(t_track_id id);
+  std::string getTrackAlbum(t_track_id id);
+  std::string getTrackGenre(t_track_id id);
+  std::string getTrackComposer(t_track_id id);
+  std::string getTrackFileName(t_track_id id);
+  std::uint16_t getTrackNumber(t_track_id id);
+  /// In bytes.
+  std::uint64_t getTrackFileSize(t_track_id id);
+
+  // Repeat the call while the device is busy, about 81 seconds at most.
+  t_status SafeGetNumItems(t_handle device, const t_mtp_container& container,
+                           const t_mtp_item_type& type, std::uint32_t& count);
+  t_status SafeGetItems(t_handle device, const t_mtp_container& container,
+                        const t_mtp_item_type& type, const std::uint32_t& start,
+                        const std::uint32_t& count, t_mtp_item_list& items);
+
+  [[nodiscard]] bool isComplete() const { return complete; }
+  [[nodiscard]] bool limitReached() const { return reachedLimit; }
+
+  static bool isHiddenFile(std::string path);
+  static bool isExcludedFile(const std::string& name);
+  static bool isDirectoryBlacklisted(std::string folderName);
+
+ private:
+  /// How a folder's walk goes on after one page.
+  enum class Page { Next, FolderDone, WalkFailed };
+  struct FolderWalk;
+  using TextCall = t_status (*)(t_handle, t_track_id, char*);
+
+  bool MTPFileTree(int device, const int& storageId, const int& folderId, bool isRoot);
+  Page nextPage(FolderWalk& walk);
+  void recount(FolderWalk& walk);
+  bool visit(const FolderWalk& walk, const t_mtp_item& item);
+  Page giveUp(const FolderWalk& walk);
+  CTrackInfo readTexts(t_track_id id);
+
+  std::string getText(TextCall call, const char* method, t_track_id id, const char* otherwise);
+  /// Strips the text that a call wrote; `otherwise` when it failed or nothing is left.
+  static std::string textOr(t_status status, const char* method, const char* text,
+                            const char* otherwise);
+  /// Whether the loops must end: the device is gone, or the calling stage was stopped.
+  [[nodiscard]] bool isGone() const;
+
+  t_handle handle;
+  const std::string& deviceId;
+  std::vector<int> ancestors;  ///< the folders that the walk is in
+  bool complete = true;
+  bool reachedLimit = false;
+};
+
+}  // namespace orvel

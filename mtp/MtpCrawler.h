@@ -1,0 +1,30 @@
+#pragma once
+
+#include "db/MtpDirectory.h"
+#include "framework/Crawler.h"
+#include "platform/device_access/OwnedList.h"
+
+namespace orvel {
+
+class MtpConnection;
+
+/// The first stage of the MTP pipeline: walks the device, waits until it is ready, and sends one
+/// block of tracks, one of playlists and one of directories on. Reads no file content.
+class MtpCrawler : public Crawler<MtpDirectory*> {
+ public:
+  using Crawler::Crawler;
+
+  sink_block_type_ptr doOperation(src_block_type_ptr block) override;
+
+ private:
+  struct Found;
+
+  void crawl(Found& found);
+  void addTracks(Found& found, MtpConnection& connection, const OwnedElements& tracks);
+  void addPlaylists(Found& found, const OwnedElements& playlists);
+  void addDirectories(Found& found, MtpConnection& connection, OwnedElements& tracks);
+  /// False when the device is gone or the stage was stopped.
+  [[nodiscard]] bool goesOn(const Operation& operation) const;
+};
+
+}  // namespace orvel

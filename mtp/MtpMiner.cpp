@@ -1,0 +1,59 @@
+#include "mtp/MtpMiner.h"
+
+#include <exception>
+#include <memory>
+#include <utility>
+
+#include "db/DatabaseMgr.h"
+#include "framework/Timer.h"
+#include "mtp/MtpConnection.h"
+#include "mtp/MtpDevice.h"
+#include "platform/common/Log.h"
+
+namespace orvel {
+
+MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
+  const Operation& operation = block->operation;
+  OV_INFO("MtpMiner for: %u (op: %d) MP: %s", static_cast<unsigned>(block->items.size()),
+          operation.id, operation.mountPoint.c_str());
+  const Timer timer;
+  auto songs = boost::make_shared<Block<MetaDataInfo*>>(operation);
+  songs->items.reserve(block->items.size());
+  if (DatabaseMgr::instance().dbSizeHasReachLimit(operation.deviceId)) {
+    OV_INFO("MtpMiner SKIPPED db size limit reached (op: %d)", operation.id);
+    progress->leaveUndone(LeftUndone::SizeLimit);
+  } else {
+    mineTracks(*block, *songs);
+  }
+  OV_INFO("MtpMiner timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
+  return songs;
+}
+
+void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& songs) {
+  const Operation& operation = tracks.operation;
+  MtpConnection connection(operation.handle, operation.deviceId);
+  const auto goesOn = [&] {
+    return MtpDevice::instance().isDeviceConnected(operation.handle) && !stopping();
+  };
+  for (const FileInfo* track : tracks.items) {
+    if (!goesOn()) break;
+    try {
+      std::unique_ptr<MetaDataInfo> song = connection.generateTrack(
+          *track->path, operation.mountPoint, track->auxWord, track->lastModified);
+      if (song == nullptr) continue;
+      song->setAsianFields();
+      songs.add(std::move(song));
+    } catch (const std::exception& error) {
+      OV_ERROR("exception from taglib for track: %s what %s", track->path->c_str(), error.what());
+    }
+  }
+  const auto missing = static_cast<unsigned>(tracks.items.size() - songs.items.size());
+  if (goesOn() || missing == 0) {
+    progress->songsSkipped += missing;
+    return;
+  }
+  songs.operation.skipped = true;
+  progress->leaveUndone(stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
+}
+
+}  // namespace orvel

@@ -1,0 +1,118 @@
+// The records that are made of what a device holds.
+
+#include <algorithm>
+#include <array>
+
+#include "db/MetaDataInfo.h"
+#include "db/MtpDirectory.h"
+#include "db/Playlist.h"
+#include "mtp/MtpConnectionImpl.h"
+#include "platform/common/Log.h"
+#include "platform/device_access/MtpUtils.h"
+
+namespace orvel {
+
+namespace {
+
+/// Without its first line feed, and without spaces at both ends.
+std::string tidied(std::string text) {
+  const std::size_t lineFeed = text.find('\n');
+  if (lineFeed != std::string::npos) text.erase(lineFeed, 1);
+  text.erase(text.find_last_not_of(' ') + 1);
+  text.erase(0, text.find_first_not_of(' '));
+  return text;
+}
+
+}  // namespace
+
+std::unique_ptr<MtpDirectory> MtpConnection::Impl::generateDirectory(const std::string& path,
+                                                                     const std::string& deviceKey,
+                                                                     const std::string& rootName) {
+  auto directory = std::make_unique<MtpDirectory>();
+  std::string parent = parentPath(path);
+  directory->parentIsRoot = parent.empty() || parent == "/";
+  if (directory->parentIsRoot) parent = rootName;
+  directory->path = path;
+  directory->name = lastComponent(path);
+  directory->partitionId = Md5(Md5Kind::Directory, deviceKey);
+  directory->objectId = Md5(Md5Kind::Directory, path);
+  directory->parentId = Md5(Md5Kind::Directory, parent);
+  directory->parentPath = std::move(parent);
+  return directory;
+}
+
+/// The five texts of a track, from the device or else from the track's own bytes.
+CTrackInfo MtpConnection::Impl::readTexts(t_track_id id) {
+  if (MtpUtils::deviceHasMetadata(id, handle)) {
+    // One after the other, in this order.
+    std::string title = getTrackTitle(id);
+    std::string artist = getTrackArtist(id);
+    std::string album = getTrackAlbum(id);
+    std::string genre = getTrackGenre(id);
+    std::string composer = getTrackComposer(id);
+    return {std::move(title), std::move(artist), std::move(album), std::move(genre),
+            std::move(composer)};
+  }
+  OV_INFO("Track with ID %d is unsupported. Device handle: %d", static_cast<int>(id),
+          static_cast<int>(handle));
+  CTrackInfo texts;
+  if (!MtpUtils::getMetadataFromMTPFile(id, texts, handle)) {
+    OV_INFO("Couldn't get metadata using Taglib for trackID %d", static_cast<int>(id));
+  }
+  return texts;
+}
+
+std::unique_ptr<MetaDataInfo> MtpConnection::Impl::generateTrack(const std::string& /*path*/,
+                                                                 const std::string& key,
+                                                                 t_track_id id,
+                                                                 std::time_t modified) {
+  const std::string path = MtpUtils::getRawPathForMtpObject(handle, id);
+  if (isHiddenFile(path)) {
+    OV_INFO("[KORU] Excluding hidden file");
+    return nullptr;
+  }
+  if (isExcludedFile(path)) {
+    OV_INFO("[KORU] Excluding file with unsupported extension");
+    return nullptr;
+  }
+  const CTrackInfo texts = readTexts(id);
+  const std::uint16_t number = getTrackNumber(id);
+  if (isGone()) {
+    OV_INFO("Indexing of track stopped or device removed");
+    return nullptr;
+  }
+  constexpr int kDisc = 1;
+  return std::make_unique<MetaDataInfo>(
+      path, key, tidied(texts.getTitle()), tidied(texts.getArtist()), tidied(texts.getAlbum()),
+      tidied(texts.getGenre()), tidied(texts.getComposer()), number, kDisc,
+      static_cast<long>(modified), getMTPTrackId(id, deviceId));
+}
+
+std::unique_ptr<Playlist> MtpConnection::Impl::generatePlaylist(const std::string& owner,
+                                                                const std::string& key,
+                                                                std::size_t index) {
+  const auto id = static_cast<t_track_id>(index);
+  const int shownIndex = static_cast<int>(index);
+  OV_INFO("[KORU] Playlist %d", shownIndex);
+  std::array<char, kAccessTextBytes> name{};
+  Access_GetTrackTitle(handle, id, name.data());
+  const std::string uri = "mtp-playlist://" + std::to_string(index) + "/" + name.data();
+  auto playlist = std::make_unique<Playlist>(uri, key, 0);
+  OwnedElements members;
+  members.out() = getPlaylistContent(id);
+  playlist->entries.reserve(members.size());
+  for (const t_playlist_item& member : members) {
+    if (isGone()) break;
+    std::string objectId = getMTPTrackId(member.id, owner);
+    const Md5 trackId(Md5Kind::Track, objectId);
+    playlist->entries.push_back({std::move(objectId), trackId, true});
+  }
+  if (members.size() == 0) {
+    OV_INFO("[KORU] Empty playlist or device error (playlist size %d)", 0);
+    return nullptr;
+  }
+  OV_INFO("[KORU] Saving playlist %d: %s", shownIndex, uri.c_str());
+  return playlist;
+}
+
+}  // namespace orvel

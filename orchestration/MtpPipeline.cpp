@@ -1,0 +1,28 @@
+#include "orchestration/MtpPipeline.h"
+
+#include "db/SqlTexts.h"
+#include "mtp/MtpDevice.h"
+#include "mtp/MtpDirectorySaver.h"
+#include "mtp/MtpMiner.h"
+#include "mtp/MtpPlaylistMiner.h"
+#include "platform/device_access/AttachedDevices.h"
+
+namespace orvel {
+
+MtpPipeline::MtpPipeline(Orvel* owner)
+    : SongDirectoryPipeline("MtpPipeline", owner, MTP_OPERATION) {
+  using Content = ChangeFinder::Content;
+  // A pulled cable ends every loop at its next item, also before the host has noticed.
+  setRemovalListener([](t_handle handle) { MtpDevice::instance().disconnectDevice(handle); });
+  crawlerStage = assemble(
+      std::make_unique<MtpCrawler>("MtpCrawler"),
+      std::make_unique<MtpDirectorySaver>("MtpDirectorySaver"),
+      std::make_unique<ChangeFinder>("ChangeFinder-MtpSong", Content::Songs, sql::kSelectAllSongs,
+                                     sql::kDeleteSong, true),
+      std::make_unique<MtpMiner>("MtpMiner"),
+      std::make_unique<MtpPlaylistMiner>("MtpPlaylistMiner"),
+      std::make_unique<ChangeFinder>("ChangeFinder-MtpPlaylist", Content::Playlists,
+                                     sql::kSelectAllPlaylists, sql::kDeletePlaylist, true));
+}
+
+}  // namespace orvel
