@@ -79,9 +79,12 @@ TEST_F(MtpStagesTest, ADeviceThatIsNotReadyGivesEmptyBlocksMarkedSkipped) {
   phone.plugIn();
   std::jthread unplug([&] {
     log.waitFor("waitDeviceReady");
-    // Another device's readiness ends the wait, too.
     MtpDevice::instance().disconnectDevice(phone.handle);
-    MtpDevice::instance().setDeviceReady(phone.handle + 1);
+    // Another device's readiness ends the wait, too, once it has begun.
+    while (log.count("wait returned false") == 0) {
+      MtpDevice::instance().setDeviceReady(phone.handle + 1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
   });
   const auto tracks = crawl();
   EXPECT_THAT(tracks->items, IsEmpty());
