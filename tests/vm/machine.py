@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import shlex
 import shutil
 import socket
@@ -10,8 +11,8 @@ import tempfile
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-BOOT_SECONDS = 90
-JOB_SECONDS = 60
+BOOT_SECONDS = 120
+JOB_SECONDS = 120
 
 
 class Timeout(Exception):
@@ -36,13 +37,19 @@ def makeInitialDisk(kernel, target):
             os.mkdir(f"{root}/{folder}")
         shutil.copy("/bin/busybox", f"{root}/bin/busybox")
         shutil.copytree(f"{kernel}/modules", f"{root}/modules")
-        for script, place in (("init", "init"), ("player", "bin/player")):
+        for script, place in (("init", "init"), ("player", "bin/player"),
+                              ("hold", "bin/hold")):
             shutil.copy(f"{HERE}/guest/{script}", f"{root}/{place}")
             os.chmod(f"{root}/{place}", 0o755)
         with open(target, "wb") as file:
             names = subprocess.run(["find", "."], cwd=root, stdout=subprocess.PIPE, check=True)
             subprocess.run(["cpio", "--quiet", "-o", "-H", "newc"], cwd=root, input=names.stdout,
                            stdout=file, check=True)
+
+
+def hostCommand(command):
+    settings = ("PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin", "HOME=/tmp", "LC_ALL=C.UTF-8")
+    return ("chroot", "/root", "env", "-i", *settings, *command)
 
 
 class Job:
@@ -52,8 +59,12 @@ class Job:
         self.machine, self.base = machine, base
 
     def text(self, kind):
-        with open(f"{self.base}.{kind}", encoding="utf-8", errors="replace") as file:
-            return file.read()
+        """What is there by now of one of its files."""
+        try:
+            with open(f"{self.base}.{kind}", encoding="utf-8", errors="replace") as file:
+                return file.read()
+        except FileNotFoundError:
+            return ""
 
     def ended(self):
         return os.path.exists(f"{self.base}.done")
@@ -72,11 +83,11 @@ class Job:
 
 
 class Machine:
-    """Runs from construction to `stop`. QEMU's own MTP device, which shows the folder `media`, is
-    plugged in and out with `plug` and `unplug`."""
+    """Runs from construction to `stop`. `folder` is its own; `programs` are those of the project."""
 
-    def __init__(self, kernel, folder, media, localeLibrary):
-        self.folder, self.media = folder, media
+    def __init__(self, kernel, folder, programs):
+        self.began = time.monotonic()
+        self.folder, self.programs = folder, programs
         self.jobs, self.jobCount = f"{folder}/jobs", 0
         os.makedirs(self.jobs)
         self.sockets = tempfile.mkdtemp(prefix="orvel-vm-")  # their paths must be short
@@ -84,7 +95,7 @@ class Machine:
         with open(f"{folder}/qemu.log", "wb") as log:
             self.process = subprocess.Popen(
                 self.command(kernel), stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                env={**os.environ, "LD_PRELOAD": localeLibrary})
+                env={**os.environ, "LD_PRELOAD": f"{programs}/tests/vm/liborvel_vm_locale.so"})
         try:
             self.monitor = self.connect("monitor").makefile("rw", encoding="utf-8")
             self.monitor.readline()  # a greeting
@@ -105,7 +116,7 @@ class Machine:
                 "-append", "console=ttyS0 quiet panic=-1 mitigations=off",
                 "-virtfs", share.format("/", "host", ",readonly=on"),
                 "-virtfs", share.format(self.jobs, "jobs", ""),
-                "-device", "qemu-xhci,id=usb",
+                "-device", "qemu-xhci,id=usb", "-trace", "usb_mtp_op_get_partial_object",
                 "-qmp", f"unix:{self.sockets}/monitor,server=on,wait=off",
                 "-serial", f"file:{self.folder}/console.log",
                 "-serial", f"unix:{self.sockets}/jobs,server=on,wait=off"]
@@ -144,25 +155,52 @@ class Machine:
 
     def start(self, *command):
         """Runs a command on the host's files, at its paths."""
-        settings = ("PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin", "HOME=/tmp", "LC_ALL=C.UTF-8")
-        return self.begin(shlex.join(("exec", "chroot", "/root", "env", "-i", *settings, *command)))
+        return self.begin("exec " + shlex.join(hostCommand(command)))
+
+    def startHeld(self, text, times, *command):
+        """As `start`, and returns once the command is stopped after it printed `text` so often as a
+        diagnostic: the job, and the number of the process."""
+        job = self.begin(shlex.join(("hold", text, str(times), *hostCommand(command))))
+        waitFor(lambda: "held " in job.text("err") or job.ended(), JOB_SECONDS, text)
+        held = re.search(r"^held (\d+)$", job.text("err"), re.M)
+        if not held:
+            raise RuntimeError(f"{text} was not printed {times} times: {job.text('err')}")
+        return job, held[1]
+
+    def resume(self, process):
+        self.begin(f"kill -CONT {process}").output()
 
     def run(self, *command):
         """Runs a command that must succeed, and returns its standard output."""
         return self.start(*command).output()
 
-    def player(self, *arguments):
-        """Plugs a player into the machine's own port; see guest/player."""
-        self.begin(shlex.join(("player", *arguments))).output()
+    def fetch(self, folder):
+        """Copies a folder of the machine's memory; returns where it is on this machine."""
+        target = tempfile.mkdtemp(dir=self.jobs)
+        self.begin(f"cp -r /root{folder}/. /jobs/{os.path.basename(target)}").output()
+        return target
 
-    def plug(self):
-        self.tell("device_add", driver="usb-mtp", id="player", bus="usb.0", rootdir=self.media,
+    def player(self, *arguments):
+        """A player on the machine's own port; see guest/player."""
+        return self.begin(shlex.join(("player", *arguments))).output()
+
+    def plugMtp(self, folder):
+        """QEMU's own device, which shows the files of a folder."""
+        self.tell("device_add", driver="usb-mtp", id="player", bus="usb.0", rootdir=folder,
                   desc="PHONE")
         self.player("await", "46f4")
 
-    def unplug(self):
+    def unplugMtp(self):
         self.tell("device_del", id="player")
         self.player("await-no", "46f4")
+
+    def qemuLog(self):
+        with open(f"{self.folder}/qemu.log", encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    def age(self):
+        """Seconds since it was begun."""
+        return time.monotonic() - self.began
 
     def stop(self):
         if self.process.poll() is None:

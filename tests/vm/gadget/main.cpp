@@ -61,6 +61,15 @@ void send(const MessageFile& toHost, std::string_view container) {
   if (full) toHost.write({});
 }
 
+void print(const std::string& message) {
+  const std::optional<Container> command = Container::parse(message);
+  if (!command) return;
+  std::cout << std::hex << command->code;
+  for (std::size_t i = 0; 4 * i < command->payload.size(); ++i)
+    std::cout << " " << command->parameter(i);
+  std::cout << std::endl;
+}
+
 struct CableFall {
   std::size_t commands = std::numeric_limits<std::size_t>::max();
   std::string udc;
@@ -70,6 +79,7 @@ void serveCommands(const FunctionFs& usb, Responder& responder, const CableFall&
   for (std::size_t commands = 0;;) {
     try {
       const std::string command = usb.fromHost.read(kLongestTransfer);
+      print(command);
       if (++commands == fall.commands) std::ofstream(fall.udc) << "\n";
       for (const std::string& container : responder.answer(command)) send(usb.toHost, container);
     } catch (const std::system_error& error) {
