@@ -229,7 +229,8 @@ t_status Device::selectPlaylist(t_track_id playlist) {
   if (status != STATUS_OK) return status;
   const MutexLock lock(mutex);
   // A member that is no track of the device could never be played.
-  std::erase_if(members, [&](t_track_id id) { return objects.find(id) == nullptr; });
+  const ObjectTable& known = objects;
+  std::erase_if(members, [&known](t_track_id id) { return known.find(id) == nullptr; });
   selections[std::this_thread::get_id()] = std::move(members);
   return STATUS_OK;
 }

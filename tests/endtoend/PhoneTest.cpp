@@ -5,6 +5,7 @@
 
 #include "platform/common/Md5.h"
 #include "tests/endtoend/IndexerHost.h"
+#include "tests/endtoend/Song.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
 #include "tests/support/waitUntil.h"
@@ -167,6 +168,40 @@ TEST_F(PhoneTest, StoppingNeverWaitsForReadinessNorForABusyDevice) {
               controller->join();
             }),
             1.0);
+}
+
+TEST_F(PhoneTest, SticksComeBeforePhonesAndPrioritiesBeforeBoth) {
+  writeSong(stick + "/s.mp3", {"Stick", "X"});
+  ScriptedPhone second;
+  second.device.serial = "phone2";
+  const Readiness readiness(phone.plugIn());
+  const Readiness secondReadiness(second.plugIn());
+  phone.device.addFault("listFolder", Effect::Block);
+  phone.update();
+  OrvelQTProxy& facade = OrvelQTProxy::instance();
+  startPhone(phone.handle);
+  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  facade.startMtpIndexing("phone2", second.handle, true);
+  start("dev1", stick);
+  scripted::release(phone.path);
+  ASSERT_TRUE(waitUntilIdle());
+  std::vector<std::string> finished;
+  for (const std::string& signal : takeSignals()) {
+    if (signal.rfind("indexingFinished ", 0) == 0) finished.push_back(signal.substr(17));
+  }
+  EXPECT_THAT(finished, ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
+
+  phone.update();
+  startPhone(phone.handle);
+  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  facade.startMtpIndexing("phone2", second.handle, true);
+  facade.prioritizeMtpDevice("phone2", second.handle);
+  ASSERT_TRUE(waitUntil([&] {
+    return controller->progressOf("mtp-folder://phone2")->phase == RequestPhase::Finished;
+  })) << "the one that is parked does not hold the other up";
+  scripted::release(phone.path);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), "OK") << "it goes on when the other one has ended";
 }
 
 TEST_F(PhoneTest, StrangeDevicesAreIndexedAndStayAsTheyAre) {
