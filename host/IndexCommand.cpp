@@ -27,6 +27,7 @@ int logThreshold(const IndexOptions& options) {
 /// One object for a device that was named, an array for those that were found.
 void printJson(const IndexOptions& options, const std::vector<IndexResult>& results) {
   std::vector<std::string> reports;
+  reports.reserve(results.size());
   for (const IndexResult& result : results) reports.push_back(jsonReport(result));
   const bool isArray = options.isPhone && !options.serial;
   std::cout << (isArray ? jsonArray(reports) : reports.front()) << std::endl;

@@ -59,6 +59,7 @@ int runMtpList(const MtpListOptions& options) {
   const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
   if (options.json) {
     std::vector<std::string> objects;
+    objects.reserve(phones.size());
     for (const AttachedDevice& phone : phones) objects.push_back(jsonLine(jsonOf(phone)));
     std::cout << jsonArray(objects) << "\n";
   } else {

@@ -60,8 +60,8 @@ using RemovalListener = void (*)(t_handle handle);
 /// Replaces the listener; null for none.
 ORVEL_EXPORT void setRemovalListener(RemovalListener listener);
 
-/// Ends the session with every open device, as a host does before it ends; waits at most two
-/// seconds for devices that are in a call.
+/// Ends the session with every open device, as a host does before it ends; waits at most half a
+/// second for devices that are in a call.
 ORVEL_EXPORT void releaseDevices();
 
 /// Attaches the devices that a text file describes (docs/mtp.md). Throws std::runtime_error with a

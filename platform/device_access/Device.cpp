@@ -24,6 +24,11 @@ std::string deviceIdOf(const deviceBus::BusDevice& bus, const std::string& seria
   return ids.data() + (serial.empty() ? bus.path : serial);
 }
 
+/// A member that is no track of the device could never be played.
+void dropUnknown(std::vector<t_track_id>& members, const ObjectTable& objects) {
+  std::erase_if(members, [&](t_track_id id) { return objects.find(id) == nullptr; });
+}
+
 }  // namespace
 
 Device::Device(t_handle deviceHandle, deviceBus::BusDevice busDevice)
@@ -228,9 +233,7 @@ t_status Device::selectPlaylist(t_track_id playlist) {
       members, WhenBusy::Wait);
   if (status != STATUS_OK) return status;
   const MutexLock lock(mutex);
-  // A member that is no track of the device could never be played.
-  const ObjectTable& known = objects;
-  std::erase_if(members, [&known](t_track_id id) { return known.find(id) == nullptr; });
+  dropUnknown(members, objects);
   selections[std::this_thread::get_id()] = std::move(members);
   return STATUS_OK;
 }

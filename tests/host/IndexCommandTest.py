@@ -173,6 +173,12 @@ class Refusals(HostTestCase):
         self.assertEqual(done.returncode, 1)
         self.assertIn(b"cannot be written", done.stderr)
 
+    def testDescribedPhonesNeedABuildForThem(self):
+        for verb in (("mtp", "list"), ("index", "--mtp")):
+            out, errors = self.run_(*verb, "--scripted", self.path("nowhere"), expect=1)
+            self.assertEqual(out, b"")
+            self.assertRegex(errors, b"real devices|No such file")
+
     def testLoopWithoutGlib(self):
         report = self.index(env=self.environment(QT_NO_GLIB="1"), expect=1)
         self.assertIn("Playlists cannot be parsed", report["error"])

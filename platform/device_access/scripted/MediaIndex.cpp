@@ -45,6 +45,7 @@ class Occurrences {
 
 void ObjectIds::assign(const std::vector<ScriptedObject>& objects) {
   std::vector<Key> keys;
+  keys.reserve(objects.size());
   Occurrences occurrences;
   for (const ScriptedObject& object : objects) {
     keys.emplace_back(object.storage, object.path, occurrences.next(object));
