@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <set>
 #include <span>
 #include <thread>
 #include <utility>
@@ -82,6 +83,17 @@ DeviceStorage storageOf(const LIBMTP_devicestorage_t& storage) {
           storage.FreeSpaceInBytes};
 }
 
+constexpr char kDoesNotAnswer[] =
+    "The device does not answer. Unlock it, choose file transfer (MTP) in its USB settings, and "
+    "attach it again.";
+
+/// The devices that libmtp could not open. It goes on holding some of them, which then look as if
+/// another program used them. Guarded by the library's mutex.
+std::set<std::string>& unopened() {
+  static auto* const paths = new std::set<std::string>;
+  return *paths;
+}
+
 bool hasNoErrors(LIBMTP_mtpdevice_t* device) {
   return LIBMTP_Get_Errorstack(device) == nullptr;
 }
@@ -101,21 +113,16 @@ std::uint16_t receive(void* /*device*/, void* into, std::uint32_t count, unsigne
 t_status LibmtpSession::open(DeviceDescription& description) {
   const MutexLock lock(libmtp::libraryMutex());
   const PrintedLines lines;
-  {
-    const UsbBus bus;
-    description.error = bus.obstacle(address);
+  description.error = UsbBus().obstacle(address);
+  if (description.error.empty()) {
+    device = libmtp::openDevice(address);
+    if (device == nullptr) unopened().insert(address.path());
   }
-  if (!description.error.empty()) {
+  if (device == nullptr) {
+    if (unopened().count(address.path()) != 0) description.error = kDoesNotAnswer;
     return UsbBus().has(address) ? STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED : STATUS_NOT_OK_BAD_HANDLE;
   }
-  device = libmtp::openDevice(address);
-  if (device == nullptr) {
-    description.error =
-        "The device does not answer. Unlock it, choose file transfer (MTP) in its USB settings, "
-        "and attach it again.";
-    return failureOfTransport() == STATUS_NOT_OK_BAD_HANDLE ? STATUS_NOT_OK_BAD_HANDLE
-                                                            : STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
-  }
+  unopened().erase(address.path());
   description.maker = takeText(LIBMTP_Get_Manufacturername(device.get()));
   description.model = takeText(LIBMTP_Get_Modelname(device.get()));
   description.serial = takeText(LIBMTP_Get_Serialnumber(device.get()));
