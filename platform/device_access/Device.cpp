@@ -24,9 +24,17 @@ std::string deviceIdOf(const deviceBus::BusDevice& bus, const std::string& seria
   return ids.data() + (serial.empty() ? bus.path : serial);
 }
 
-/// A member that is no track of the device could never be played.
-void dropUnknown(std::vector<t_track_id>& members, const ObjectTable& objects) {
-  std::erase_if(members, [&](t_track_id id) { return objects.find(id) == nullptr; });
+t_track_id idOf(t_track_id id) {
+  return id;
+}
+t_track_id idOf(const DevicePlaylist& playlist) {
+  return playlist.id;
+}
+
+/// Playlists of earlier walks, and members that are no objects of the device, are of no use.
+template <class T>
+void dropUnknown(std::vector<T>& listed, const ObjectTable& objects) {
+  std::erase_if(listed, [&](const T& one) { return objects.find(idOf(one)) == nullptr; });
 }
 
 }  // namespace
@@ -218,13 +226,15 @@ t_status Device::countPlaylists(std::uint32_t& count) {
       [](DeviceSession& opened, auto& found) { return opened.listPlaylists(found); }, listed,
       WhenBusy::Wait);
   if (status != STATUS_OK && status != STATUS_NOT_SUPPORTED) return status;
-  count = static_cast<std::uint32_t>(listed.size());
   const MutexLock lock(mutex);
+  dropUnknown(listed, objects);
+  count = static_cast<std::uint32_t>(listed.size());
   knownPlaylists = std::move(listed);
   return STATUS_OK;
 }
 
 t_status Device::selectPlaylist(t_track_id playlist) {
+  if (!playlistName(playlist)) return STATUS_NOT_OK;
   std::vector<t_track_id> members;
   const t_status status = ask<std::vector<t_track_id>>(
       [playlist](DeviceSession& opened, auto& found) {

@@ -316,6 +316,14 @@ TEST_F(LibmtpAccessTest, SelectsPlaylistsOfTheDevice) {
   EXPECT_EQ(Command_SelectCategory(handle, CATEGORY_PLAYLISTS, one), STATUS_NOT_OK);
   ASSERT_EQ(Command_ResetCategory(handle), STATUS_OK);
   EXPECT_THAT(tracks(handle), ElementsAre(one, two));
+
+  device->responder.clearCounters();
+  EXPECT_EQ(Command_SelectCategory(handle, CATEGORY_PLAYLISTS, 4711), STATUS_NOT_OK);
+  EXPECT_EQ(operations(), 0U) << "it was asked for what it never showed";
+  device->responder.edit([&](Media& changed) { changed.remove(best); });
+  ASSERT_EQ(walk(handle), STATUS_OK);
+  ASSERT_EQ(Access_GetNumElements(handle, CATEGORY_PLAYLISTS, count), STATUS_OK);
+  EXPECT_EQ(count, 1U) << "libmtp remembers those of earlier walks";
 }
 
 TEST_F(LibmtpAccessTest, EndsAtAnyTransferWithoutTheDevice) {

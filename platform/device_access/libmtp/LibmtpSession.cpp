@@ -184,7 +184,6 @@ t_status LibmtpSession::carryOut(const Place& place, Request request) {
 t_status LibmtpSession::listStorages(std::vector<DeviceStorage>& storages) {
   const PrintedLines lines;
   storages.clear();
-  listed.clear();
   wholeFile = {};
   knownStorage = kAllStorages;
   const t_status status = carryOut({kAllStorages, kRoot}, [&] {
@@ -211,7 +210,6 @@ t_status LibmtpSession::listFolder(std::uint32_t storage, t_track_id folder,
   if (status == STATUS_OK) status = probe(place);
   if (status == STATUS_OK && children.empty()) status = carryOut(place, request);
   if (status != STATUS_OK) children.clear();
-  for (const DeviceObject& child : children) listed.insert(child.id);
   return status;
 }
 
@@ -304,8 +302,6 @@ t_status LibmtpSession::listPlaylists(std::vector<DevicePlaylist>& playlists) {
     const Playlists found(LIBMTP_Get_Playlist_List(device.get()));
     playlists.clear();
     for (const auto* playlist = found.head(); playlist != nullptr; playlist = playlist->next) {
-      // libmtp remembers those of earlier walks as well.
-      if (listed.count(playlist->playlist_id) == 0) continue;
       playlists.push_back({playlist->playlist_id, textOf(playlist->name)});
     }
     return found.head() != nullptr || hasNoErrors(device.get());
@@ -317,7 +313,6 @@ t_status LibmtpSession::listPlaylists(std::vector<DevicePlaylist>& playlists) {
 t_status LibmtpSession::playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) {
   const PrintedLines lines;
   members.clear();
-  if (listed.count(playlist) == 0) return STATUS_NOT_OK;
   const t_status status = carryOut({knownStorage, kRoot}, [&] {
     const Playlists found(LIBMTP_Get_Playlist(device.get(), playlist));
     if (found.head() == nullptr) return false;

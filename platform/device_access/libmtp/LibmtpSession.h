@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "platform/device_access/DeviceSession.h"
@@ -58,7 +57,6 @@ class LibmtpSession : public DeviceSession {
   bool refusesProperties = false;
   /// Of this walk; all of them before it begins.
   std::uint32_t knownStorage = std::numeric_limits<std::uint32_t>::max();
-  std::unordered_set<t_track_id> listed;  ///< in this walk
   struct {
     t_track_id id = 0;
     std::string bytes;
