@@ -91,10 +91,17 @@ void Device::dropSession() {
 }
 
 void Device::markGone() {
-  if (gone.exchange(true)) return;
-  OV_INFO("device %s with handle %u is gone", bus.path.c_str(), handle);
-  close([] {});
-  DeviceList::instance().remove(handle);
+  std::call_once(removal, [this] {
+    gone = true;
+    OV_INFO("device %s with handle %u is gone", bus.path.c_str(), handle);
+    DeviceList::instance().remove(handle);
+    close([] {});
+  });
+}
+
+t_status Device::answerGone() {
+  markGone();
+  return STATUS_NOT_OK_BAD_HANDLE;
 }
 
 std::shared_ptr<DeviceSession> Device::openSession() {
@@ -103,7 +110,7 @@ std::shared_ptr<DeviceSession> Device::openSession() {
 }
 
 t_status Device::enterCall(const char* call) {
-  if (gone) return STATUS_NOT_OK_BAD_HANDLE;
+  if (gone) return answerGone();
   const auto opened = openSession();
   if (opened == nullptr) return STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
   const t_status status = opened->enterCall(call);
@@ -145,7 +152,7 @@ t_status Device::askOnce(const Question<Value>& question, Value& value,
 
 /// On the device's thread.
 t_status Device::answerTo(const std::function<t_status(DeviceSession&)>& question) {
-  if (gone) return STATUS_NOT_OK_BAD_HANDLE;
+  if (gone) return answerGone();
   const auto opened = openSession();
   if (opened == nullptr) return STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
   try {
