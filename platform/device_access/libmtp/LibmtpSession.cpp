@@ -112,7 +112,6 @@ std::uint16_t receive(void* /*device*/, void* into, std::uint32_t count, unsigne
 
 t_status LibmtpSession::open(DeviceDescription& description) {
   const MutexLock lock(libmtp::libraryMutex());
-  const PrintedLines lines;
   description.error = UsbBus().obstacle(address);
   if (description.error.empty()) {
     device = libmtp::openDevice(address);
