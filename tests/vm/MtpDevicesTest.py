@@ -49,10 +49,8 @@ class MachineTestCase(unittest.TestCase):
 
     def lists(self, tables, *options):
         """These lists of the database as it is now."""
-        databases = self.machine.fetch(self.databases)
-        return {table: media.call(self.orvel, "list", *table, "--format", "tsv", "--db-dir", databases,
-                                  *options)
-                for table in tables}
+        options = ("--format", "tsv", "--db-dir", self.machine.fetch(self.databases), *options)
+        return {table: media.call(self.orvel, "list", *table, *options) for table in tables}
 
 
 class FilesAlone:
