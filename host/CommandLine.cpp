@@ -14,7 +14,8 @@ namespace orvel::host {
 namespace {
 
 constexpr char kSynopsis[] =
-    "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--json] [--quiet] [-v]\n"
+    "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--in-process]\n"
+    "                   [--json] [--quiet] [-v]\n"
     "       orvel list KIND [filters] [--device-id ID | --db FILE] [--db-dir DIR] [--format F]\n"
     "       orvel status [--db-dir DIR]\n"
     "\n"
@@ -95,6 +96,8 @@ Command parseIndex(const QStringList& arguments) {
                                    "MOUNT_POINT...");
   verb.get().addOptions(
       {{"device-id", "Name of the device; default: the UUID of the file system or the path.", "ID"},
+       {"in-process",
+        "Read tags in this process instead of one of its own: a file can make the run crash."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
        {"v", "Print what the indexer does; -vv and -vvv print more."}});
@@ -104,6 +107,7 @@ Command parseIndex(const QStringList& arguments) {
   if (options.mountPoints.empty()) verb.fail("No mount point was named.");
   options.deviceId = verb.value("device-id");
   options.databaseFolder = verb.databaseFolder();
+  options.inProcess = verb.isSet("in-process");
   options.json = verb.isSet("json");
   options.quiet = verb.isSet("quiet");
   options.verbosity = static_cast<int>(verb.get().optionNames().count("v"));

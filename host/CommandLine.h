@@ -14,6 +14,7 @@ struct IndexOptions {
   std::vector<std::string> mountPoints;  ///< as given
   std::optional<std::string> deviceId;
   std::string databaseFolder;
+  bool inProcess = false;  ///< tags are read in this process
   bool json = false;
   bool quiet = false;
   int verbosity = 0;  ///< how often -v was given

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -23,6 +24,7 @@
 #include "host/SignalWatcher.h"
 #include "host/Summary.h"
 #include "platform/common/Log.h"
+#include "platform/tags/TagReading.h"
 
 namespace orvel::host {
 
@@ -68,6 +70,18 @@ void prepareDatabase(const IndexOptions& options, IndexResult& result) {
   }
 }
 
+/// Where the tag reader is beside this program: in its build folder, or where both were installed
+/// together. Empty: where it was to be installed.
+std::string tagReaderNearby() {
+  namespace fs = std::filesystem;
+  const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
+  for (const fs::path where : {".", ORVEL_LIBEXEC_FROM_BIN}) {
+    const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
+    if (access(program.c_str(), X_OK) == 0) return program;
+  }
+  return {};
+}
+
 void readTotals(IndexResult& result) {
   result.databaseBytes = databaseBytes(result.database);
   if (result.databaseBytes == 0) return;
@@ -82,6 +96,7 @@ void index(const IndexOptions& options, ProgressLine& line, IndexResult& result)
   const std::vector<std::string> mountPoints = mountPointsFrom(options.mountPoints);
   result.deviceId = options.deviceId ? *options.deviceId : defaultDeviceId(mountPoints.front());
   for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
+  if (!options.inProcess) setTagReading(TagReading::Isolated, tagReaderNearby());
   prepareDatabase(options, result);
   requireGlibLoop();
   for (const std::string& mountPoint : mountPoints)
