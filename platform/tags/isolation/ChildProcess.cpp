@@ -33,16 +33,22 @@ void require(int error, const char* what) {
 /// Which descriptors the child has.
 class FileActions {
  public:
-  FileActions(int connection, int childConnection) {
+  explicit FileActions(const std::vector<int>& descriptors) {
     require(posix_spawn_file_actions_init(&actions), "posix_spawn_file_actions_init");
-    require(posix_spawn_file_actions_adddup2(&actions, connection, childConnection), "adddup2");
+    const int end = kFirst + static_cast<int>(descriptors.size());
+    for (const int descriptor : descriptors) {
+      // Out of the way of the numbers that are given out.
+      sources.emplace_back(fcntl(descriptor, F_DUPFD_CLOEXEC, end));
+      require(sources.back() ? 0 : errno, "fcntl");
+      const int number = kFirst + static_cast<int>(sources.size()) - 1;
+      require(posix_spawn_file_actions_adddup2(&actions, sources.back().get(), number), "adddup2");
+    }
     addNull(STDIN_FILENO, O_RDONLY);
     addNull(STDOUT_FILENO, O_WRONLY);
 #ifndef ORVEL_SANITIZED
     addNull(STDERR_FILENO, O_WRONLY);
 #endif
-    require(posix_spawn_file_actions_addclosefrom_np(&actions, childConnection + 1),
-            "addclosefrom_np");
+    require(posix_spawn_file_actions_addclosefrom_np(&actions, end), "addclosefrom_np");
   }
   ~FileActions() {
     posix_spawn_file_actions_destroy(&actions);
@@ -53,10 +59,14 @@ class FileActions {
   posix_spawn_file_actions_t actions{};
 
  private:
+  static constexpr int kFirst = STDERR_FILENO + 1;
+
   void addNull(int descriptor, int flags) {
     require(posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", flags, 0),
             "addopen");
   }
+
+  std::vector<Descriptor> sources;
 };
 
 /// Signals at their defaults, none blocked; what the terminal sends is not for the child.
@@ -117,9 +127,9 @@ struct ChildProcess::Graveyard {
   std::vector<Handle> dying ORVEL_GUARDED_BY(mutex);
 };
 
-ChildProcess::ChildProcess(const std::string& program, int connection, int childConnection) {
+ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors) {
   buryEarlier();
-  const FileActions files(connection, childConnection);
+  const FileActions files(descriptors);
   const Attributes attributes;
   std::string name = program;
   std::array<char*, 2> arguments = {name.data(), nullptr};

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/common/Descriptor.h"
 
@@ -17,9 +18,8 @@ class ChildProcess {
   /// Starts `program`, an absolute path, in a process group of its own, with signals at their
   /// defaults, without the host's descriptors and nearly without its environment. Safe in a process
   /// with threads. Throws std::system_error.
-  /// @param connection  becomes the child's descriptor `childConnection`, its only one beside the
-  ///                    standard ones
-  ChildProcess(const std::string& program, int connection, int childConnection);
+  /// @param descriptors  become the child's from 3 on, the only ones beside the standard ones
+  ChildProcess(const std::string& program, const std::vector<int>& descriptors);
   /// Kills the child. One that the kernel holds back, in a read that does not return, is buried
   /// later.
   ~ChildProcess();

@@ -2,11 +2,11 @@
 
 #include <sys/socket.h>
 
-#include <array>
 #include <chrono>
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/common/Descriptor.h"
@@ -49,26 +49,36 @@ class ReaderConnection {
   std::string end();
 
  private:
-  struct Pair {
-    Descriptor ours;
-    Descriptor theirs;
+  using Clock = std::chrono::steady_clock;
+  /// The library's ends and the reader's ends.
+  struct Channels {
+    Channels();
+    Descriptor control;
+    Descriptor results;
+    Descriptor readersControl;
+    Descriptor readersResults;
   };
   struct Shutdown {
     int socket;
     void operator()() const noexcept { shutdown(socket, SHUT_RDWR); }
   };
-  static Pair makePair();
-  ReaderConnection(std::stop_token token, const std::string& program, Pair pair);
+  ReaderConnection(std::stop_token token, const std::string& program, Channels channels);
 
-  std::optional<std::string_view> receiveMessage(std::chrono::milliseconds& patience);
+  std::optional<std::string_view> takeResult();
+  bool readMore();
+  bool waitUntil(Clock::time_point deadline);
 
-  Descriptor socket;
+  Descriptor control;
+  Descriptor results;
   ChildProcess process;
+  std::stop_token stopped;
   std::stop_callback<Shutdown> onStop;
   std::size_t answers = 0;
-  std::string fault;   ///< what was wrong with the reader while it was still there
-  std::string pieces;  ///< of a long result, as far as they have come
-  std::array<char, tagMessages::kMostBytes> buffer;
+  std::string fault;         ///< what was wrong with the reader while it was still there
+  std::string received;      ///< what has come through the pipe
+  std::size_t taken = 0;     ///< how much of it is done with
+  bool isOpen = true;        ///< more may come through the pipe
+  bool isAnnouncing = true;  ///< messages tell of what has come
 };
 
 }  // namespace orvel

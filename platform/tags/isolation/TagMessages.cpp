@@ -86,6 +86,13 @@ void forEachText(Values& values, Action action) {
   for (auto& text : values.sort) action(text);
 }
 
+/// Fills in the length that was left open at the beginning.
+std::string withLength(std::string message) {
+  const auto length = static_cast<ResultLength>(message.size() - sizeof(ResultLength));
+  std::memcpy(message.data(), &length, sizeof length);
+  return message;
+}
+
 }  // namespace
 
 std::string encodeRequests(const std::vector<FileRequest>& files) {
@@ -113,7 +120,6 @@ std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message)
 
 std::string encodeGreeting(Confinement confinement) {
   Writer writer;
-  writer.number(static_cast<char>(Kind::Greeting));
   writer.number(kVersion);
   writer.number(confinement.systemCalls);
   writer.number(confinement.files);
@@ -122,29 +128,30 @@ std::string encodeGreeting(Confinement confinement) {
 
 std::optional<Confinement> decodeGreeting(std::string_view message) {
   Parser parser(message);
-  const bool isGreeting = parser.number<char>() == static_cast<char>(Kind::Greeting) &&
-                          parser.number<std::uint32_t>() == kVersion;
+  const bool isVersion = parser.number<std::uint32_t>() == kVersion;
   Confinement confinement;
   confinement.systemCalls = parser.number<std::uint8_t>() != 0;
   confinement.files = parser.number<std::uint8_t>() != 0;
-  if (!isGreeting || !parser.isDone()) return std::nullopt;
+  if (!isVersion || !parser.isDone()) return std::nullopt;
   return confinement;
 }
 
 std::string encodeResult(const TagResult& result) {
   Writer writer;
+  writer.number(ResultLength{0});
   writer.number(static_cast<std::uint8_t>(result.outcome));
   writer.number(std::uint32_t{result.values.track});
   writer.number(std::int32_t{result.values.disc});
   forEachText(result.values, [&](const TagLib::String& text) { writer.text(text); });
-  return std::move(writer.message);
+  return withLength(std::move(writer.message));
 }
 
 std::string encodeError(std::string_view error) {
   Writer writer;
+  writer.number(ResultLength{0});
   writer.number(kThrown);
   writer.bytes(error);
-  return std::move(writer.message);
+  return withLength(std::move(writer.message));
 }
 
 std::optional<Result> decodeResult(std::string_view message) {

@@ -8,20 +8,27 @@
 
 #include "platform/tags/TagResult.h"
 
-/// What the library and the tag reader's process tell each other over a socket that keeps messages
-/// apart. Both run on one machine and are built together: numbers are in its own byte order.
+/// What the library and the tag reader's process tell each other. Both run on one machine and are
+/// built together: numbers are in its own byte order.
+///
+/// A socket that keeps messages apart carries the greeting, then requests one way and, for each
+/// that is done with, `kRequestDone` the other way. Results go through a pipe, each as soon as it
+/// is there: the library knows at which file a reader ended, and yet need not wake up for every
+/// one.
 namespace orvel::tagMessages {
 
-/// The socket's descriptor in the reader's process.
-constexpr int kReaderSocket = 3;
+/// Descriptors in the reader's process.
+constexpr int kControlSocket = 3;
+constexpr int kResultPipe = 4;
 /// Changes with every message: the two may come from different builds.
 constexpr std::uint32_t kVersion = 1;
 /// How many files one request hands over at most.
 constexpr std::size_t kMostFiles = 16;
-/// Longer messages are sent in pieces.
-constexpr std::size_t kMostBytes = 32768;
-/// A result is at most so long, with all its texts.
+/// How long a message over the socket is at most.
+constexpr std::size_t kMostMessageBytes = 4096;
+/// How long a result is at most, with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{32} << 20;
+constexpr char kRequestDone = 'D';
 
 /// How the reader's process ends by itself.
 enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
@@ -30,13 +37,6 @@ enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoCo
 struct Confinement {
   bool systemCalls = false;  ///< no other system call than those that reading takes
   bool files = false;        ///< no way to any file by name
-};
-
-/// The first byte of a message from the reader.
-enum class Kind : char {
-  Greeting = 'G',  ///< the first message
-  Piece = 'P',     ///< a part of a result; more follow
-  Result = 'R'     ///< the last part of a result
 };
 
 /// A file that a request hands over; its descriptor goes along in the same place.
@@ -53,7 +53,9 @@ struct Result {
 
 std::string encodeRequests(const std::vector<FileRequest>& files);
 std::string encodeGreeting(Confinement confinement);
-/// Without the kind.
+/// What stands before each result in the pipe: its length.
+using ResultLength = std::uint32_t;
+/// With the length before it.
 std::string encodeResult(const TagResult& result);
 std::string encodeError(std::string_view error);
 
@@ -61,6 +63,7 @@ std::string encodeError(std::string_view error);
 // the file that it reads.
 std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message);
 std::optional<Confinement> decodeGreeting(std::string_view message);
+/// Without the length.
 std::optional<Result> decodeResult(std::string_view message);
 
 }  // namespace orvel::tagMessages

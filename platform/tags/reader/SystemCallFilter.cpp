@@ -36,6 +36,7 @@ constexpr std::uint32_t kArchitecture = AUDIT_ARCH_RISCV64;
 /// What the loop of the reader, the parser's memory and the end of the process take.
 constexpr std::uint32_t kAllowed[] = {
     __NR_pread64,
+    __NR_write,
     __NR_recvmsg,
     __NR_sendmsg,
     __NR_close,
@@ -53,7 +54,6 @@ constexpr std::uint32_t kAllowed[] = {
     __NR_exit_group,
 #ifdef ORVEL_SANITIZED
     // What the sanitizers do on the side, reports included.
-    __NR_write,
     __NR_openat,
     __NR_read,
     __NR_readlinkat,

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -38,7 +39,7 @@ struct Request {
 
 bool isStartedByLibrary() {
   struct stat status {};
-  return fstat(kReaderSocket, &status) == 0 && S_ISSOCK(status.st_mode);
+  return fstat(kControlSocket, &status) == 0 && S_ISSOCK(status.st_mode);
 }
 
 std::vector<Descriptor> takeDescriptors(msghdr& message) {
@@ -55,7 +56,7 @@ std::vector<Descriptor> takeDescriptors(msghdr& message) {
 
 /// Nothing when the library is gone.
 std::optional<Request> receive() {
-  std::array<char, kMostBytes> text;
+  std::array<char, kMostMessageBytes> text;
   alignas(cmsghdr) std::array<char, CMSG_SPACE(kMostFiles * sizeof(int))> control{};
   iovec part{text.data(), text.size()};
   msghdr message{};
@@ -65,7 +66,7 @@ std::optional<Request> receive() {
   message.msg_controllen = control.size();
   ssize_t got = -1;
   do {
-    got = recvmsg(kReaderSocket, &message, MSG_CMSG_CLOEXEC);
+    got = recvmsg(kControlSocket, &message, MSG_CMSG_CLOEXEC);
   } while (got < 0 && errno == EINTR);
   if (got <= 0) return std::nullopt;
   Request request;
@@ -77,23 +78,22 @@ std::optional<Request> receive() {
 }
 
 /// Returns false when the library is gone.
-bool send(std::string_view kind, std::string_view text) {
-  std::array<iovec, 2> parts = {iovec{const_cast<char*>(kind.data()), kind.size()},
-                                iovec{const_cast<char*>(text.data()), text.size()}};
+bool tell(std::string_view text) {
+  iovec part{const_cast<char*>(text.data()), text.size()};
   msghdr message{};
-  message.msg_iov = parts.data();
-  message.msg_iovlen = parts.size();
-  return sendmsg(kReaderSocket, &message, MSG_NOSIGNAL) >= 0;
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  return sendmsg(kControlSocket, &message, MSG_NOSIGNAL) >= 0;
 }
 
-bool sendResult(std::string_view text) {
-  constexpr char kPiece = static_cast<char>(Kind::Piece);
-  constexpr char kResult = static_cast<char>(Kind::Result);
-  constexpr std::size_t kMostText = kMostBytes - sizeof(Kind);
-  for (; text.size() > kMostText; text.remove_prefix(kMostText)) {
-    if (!send({&kPiece, 1}, text.substr(0, kMostText))) return false;
+/// The same for a result.
+bool writeResult(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(kResultPipe, text.data(), text.size());
+    if (written < 0 && errno != EINTR) return false;
+    text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
   }
-  return send({&kResult, 1}, text);
+  return true;
 }
 
 std::string resultOf(AudioStream& stream, TagResult (*read)(TagStream&)) {
@@ -114,14 +114,15 @@ int serveTags(TagResult (*read)(TagStream& stream)) {
   // A parser without memory is not asked to go on: a fresh process has all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
   const Confinement confinement = confineProcess();
-  if (!send(encodeGreeting(confinement), {})) return NoConnection;
+  if (!tell(encodeGreeting(confinement))) return NoConnection;
   while (auto request = receive()) {
     for (std::size_t i = 0; i < request->files.size(); ++i) {
       FileRequest& file = request->files[i];
       AudioStream stream({std::move(request->descriptors[i]), file.bytes}, std::move(file.ending),
                          {}, kReadTime);
-      if (!sendResult(resultOf(stream, read))) return NoConnection;
+      if (!writeResult(resultOf(stream, read))) return NoConnection;
     }
+    if (!tell({&kRequestDone, 1})) return NoConnection;
   }
   return Done;
 }
