@@ -136,7 +136,7 @@ bool IsolatedTagReader::readerEnded(std::chrono::milliseconds patience) {
   const bool isToBlame = patience.count() <= 0 || reader->isFresh();
   const std::string how = reader->end();
   reader.reset();
-  handedOver = current;
+  handedOver = isToBlame ? current + 1 : current;
   if (isToBlame) OV_WARN("tag reader %s for track: %s", how.c_str(), files[current].path.c_str());
   return isToBlame;
 }
