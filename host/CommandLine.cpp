@@ -16,12 +16,16 @@ namespace {
 constexpr char kSynopsis[] =
     "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--in-process]\n"
     "                   [--json] [--quiet] [-v]\n"
+    "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR] [--json]\n"
+    "                   [--quiet] [-v]\n"
+    "       orvel mtp list [--json]\n"
     "       orvel list KIND [filters] [--device-id ID | --db FILE] [--db-dir DIR] [--format F]\n"
     "       orvel status [--db-dir DIR]\n"
     "\n"
-    "Indexes the music on USB sticks and shows what was found.\n"
+    "Indexes the music on USB sticks and phones and shows what was found.\n"
     "\n"
-    "  index   read the songs, playlists and folders below the mount points\n"
+    "  index   read the songs, playlists and folders below the mount points or of phones\n"
+    "  mtp     'mtp list' prints the attached phones and players\n"
     "  list    print songs, artists, albums, genres, composers, directories or playlists\n"
     "  status  print what is known about every indexed device\n"
     "\n"
@@ -90,21 +94,59 @@ class VerbParser {
   QCommandLineParser parser;
 };
 
+QCommandLineOption scriptedOption() {
+  return {"scripted", "Attach the devices that this file describes, in builds that can.", "FILE"};
+}
+
+void parseWait(const VerbParser& verb, IndexOptions& options) {
+  const auto text = verb.value("wait");
+  if (!text) return;
+  bool isNumber = false;
+  options.storageWait = std::chrono::seconds(QString::fromStdString(*text).toUShort(&isNumber));
+  if (!isNumber) verb.fail("'" + *text + "' is no number of seconds up to 65535.");
+}
+
+/// What is meant by the words behind `index`.
+void parseOperands(const VerbParser& verb, IndexOptions& options) {
+  options.isPhone = verb.isSet("mtp");
+  if (!options.isPhone) {
+    for (const char* option : {"wait", "scripted"}) {
+      if (verb.isSet(option)) verb.fail(std::string("--") + option + " goes with --mtp.");
+    }
+    options.mountPoints = verb.operands();
+    if (options.mountPoints.empty()) verb.fail("No mount point was named.");
+    return;
+  }
+  const std::vector<std::string> operands = verb.operands();
+  if (operands.size() > 1) verb.fail("Give one serial number, or none for all attached devices.");
+  if (!operands.empty()) options.serial = operands.front();
+}
+
 Command parseIndex(const QStringList& arguments) {
-  VerbParser verb("index", "Reads the songs, playlists and folders of one device.");
-  verb.get().addPositionalArgument("MOUNT_POINT", "Where its partitions are mounted.",
-                                   "MOUNT_POINT...");
+  VerbParser verb("index", "Reads the songs, playlists and folders of a stick or of phones.");
+  verb.get().addPositionalArgument("MOUNT_POINT",
+                                   "Where its partitions are mounted; with --mtp the"
+                                   " serial number of a phone.",
+                                   "MOUNT_POINT... | --mtp [SERIAL]");
   verb.get().addOptions(
-      {{"device-id", "Name of the device; default: the UUID of the file system or the path.", "ID"},
+      {{"mtp", "Index the attached phone with this serial number, or all attached phones."},
+       {"wait", "How long a locked phone is waited for; default: 60.", "SECONDS"},
+       scriptedOption(),
+       {"device-id",
+        "Name of the device; default: the UUID of the file system or the path; for a phone its"
+        " vendor, product and serial number.",
+        "ID"},
        {"in-process",
-        "Read tags in this process instead of one of its own: a file can make the run crash."},
+        "Read a stick's tags in this process, where a broken file can end the run, instead of one"
+        " of its own."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
        {"v", "Print what the indexer does; -vv and -vvv print more."}});
   if (!verb.parse(arguments)) return verb.help();
   IndexOptions options;
-  options.mountPoints = verb.operands();
-  if (options.mountPoints.empty()) verb.fail("No mount point was named.");
+  parseOperands(verb, options);
+  parseWait(verb, options);
+  options.scriptedFile = verb.value("scripted");
   options.deviceId = verb.value("device-id");
   options.databaseFolder = verb.databaseFolder();
   options.inProcess = verb.isSet("in-process");
@@ -155,6 +197,15 @@ Command parseList(const QStringList& arguments) {
   return options;
 }
 
+Command parseMtp(const QStringList& arguments) {
+  VerbParser verb("mtp list", "Prints the attached phones and players.");
+  verb.get().addOptions(
+      {{"json", "Print one JSON array with an object for each."}, scriptedOption()});
+  if (!verb.parse(arguments)) return verb.help();
+  if (verb.operands() != std::vector<std::string>{"list"}) verb.fail("Say 'orvel mtp list'.");
+  return MtpListOptions{verb.isSet("json"), verb.value("scripted")};
+}
+
 Command parseStatus(const QStringList& arguments) {
   VerbParser verb("status", "Prints what is known about every indexed device.");
   if (!verb.parse(arguments)) return verb.help();
@@ -175,6 +226,7 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
   }
   const QString verb = texts.value(1);
   if (verb == "index") return parseIndex(texts);
+  if (verb == "mtp") return parseMtp(texts);
   if (verb == "list") return parseList(texts);
   if (verb == "status") return parseStatus(texts);
   if (verb == "--help" || verb == "-h" || verb == "help") return PrintedText{kSynopsis};
@@ -182,7 +234,7 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
   throw HostError(WrongUsage,
                   (verb.isEmpty() ? std::string("No command was given.")
                                   : "'" + verb.toStdString() + "' is no command.") +
-                      " The commands are index, list and status; 'orvel --help' shows more.");
+                      " The commands are index, mtp, list and status; 'orvel --help' shows more.");
 }
 
 }  // namespace orvel::host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <variant>
@@ -11,13 +12,23 @@ namespace orvel::host {
 
 /// `orvel index`.
 struct IndexOptions {
-  std::vector<std::string> mountPoints;  ///< as given
+  std::vector<std::string> mountPoints;  ///< as given; none for phones
+  bool isPhone = false;
+  std::optional<std::string> serial;  ///< of the phone; without it all that are attached
+  std::optional<std::string> scriptedFile;
+  std::chrono::seconds storageWait{60};  ///< how long a locked phone is waited for
   std::optional<std::string> deviceId;
   std::string databaseFolder;
   bool inProcess = false;  ///< tags are read in this process
   bool json = false;
   bool quiet = false;
   int verbosity = 0;  ///< how often -v was given
+};
+
+/// `orvel mtp list`.
+struct MtpListOptions {
+  bool json = false;
+  std::optional<std::string> scriptedFile;
 };
 
 /// `orvel list`.
@@ -41,7 +52,7 @@ struct PrintedText {
   std::string text;
 };
 
-using Command = std::variant<IndexOptions, ListOptions, StatusOptions, PrintedText>;
+using Command = std::variant<IndexOptions, MtpListOptions, ListOptions, StatusOptions, PrintedText>;
 
 /// Reads the command line; an application object must exist. Throws HostError (WrongUsage).
 Command parseCommandLine(int argumentCount, const char* const* arguments);

@@ -6,6 +6,13 @@
 
 namespace orvel::host {
 
+namespace {
+
+/// Is added to the number of the signal that ended a run.
+constexpr int kSignalStatus = 128;
+
+}  // namespace
+
 bool IndexResult::ok() const {
   return std::all_of(partitions.begin(), partitions.end(),
                      [](const PartitionResult& partition) { return partition.ok(); });
@@ -18,8 +25,18 @@ const char* IndexResult::status() const {
 
 int IndexResult::exitStatus() const {
   if (error) return CouldNotRun;
-  if (signal != 0) return 128 + signal;
+  if (signal != 0) return kSignalStatus + signal;
   return ok() ? Done : LeftWorkUndone;
+}
+
+int exitStatusOf(const std::vector<IndexResult>& results) {
+  int worst = Done;
+  for (const IndexResult& result : results) {
+    const int status = result.exitStatus();
+    if (status > kSignalStatus) return status;
+    if (worst != CouldNotRun && status != Done) worst = status;
+  }
+  return worst;
 }
 
 }  // namespace orvel::host

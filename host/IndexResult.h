@@ -40,4 +40,7 @@ struct IndexResult {
   [[nodiscard]] int exitStatus() const;
 };
 
+/// The exit status of a run over several devices: that of the worst.
+int exitStatusOf(const std::vector<IndexResult>& results);
+
 }  // namespace orvel::host

@@ -1,7 +1,6 @@
 #include "host/IndexSession.h"
 
 #include <QObject>
-#include <QString>
 
 #include "qt/OrvelQTProxy.h"
 
@@ -12,11 +11,12 @@ namespace {
 constexpr int kProgressMs = 50;
 /// After `indexingFinished` only the flush of the database is awaited.
 constexpr int kEndMs = 1;
+constexpr int kAttendMs = 100;
 
 }  // namespace
 
-IndexSession::IndexSession(IndexResult& runResult, ProgressLine& progressLine)
-    : result(runResult), line(progressLine) {
+IndexSession::IndexSession(IndexSource& device, IndexResult& runResult, ProgressLine& progressLine)
+    : source(device), result(runResult), line(progressLine) {
   OrvelQTProxy& facade = OrvelQTProxy::instance();
   controller.launch();
   controller.start();
@@ -25,6 +25,7 @@ IndexSession::IndexSession(IndexResult& runResult, ProgressLine& progressLine)
                    [this] { endTimer.start(kEndMs); });
   QObject::connect(&progressTimer, &QTimer::timeout, &loop, [this] { look(); });
   QObject::connect(&endTimer, &QTimer::timeout, &loop, [this] { look(); });
+  QObject::connect(&attendTimer, &QTimer::timeout, &loop, [this] { attend(); });
 }
 
 IndexSession::~IndexSession() {
@@ -34,6 +35,7 @@ IndexSession::~IndexSession() {
 void IndexSession::run() {
   begin(0);
   progressTimer.start(kProgressMs);
+  attendTimer.start(kAttendMs);
   loop.exec();
   shutDown();
   explainRest();
@@ -43,9 +45,7 @@ void IndexSession::begin(std::size_t index) {
   current = index;
   begunAfter = std::chrono::duration<double>(Clock::now() - started).count();
   line.begin(partition().mountPoint);
-  OrvelQTProxy::instance().startIndexing(QString::fromStdString(result.deviceId),
-                                         QString::fromStdString(partition().mountPoint),
-                                         index == 0);
+  source.start(result.deviceId, partition().mountPoint, index == 0);
 }
 
 /// Tells how far the partition is and goes on when it has ended.
@@ -57,6 +57,10 @@ void IndexSession::look() {
       controller.progressOf(partition().mountPoint).value_or(ProgressSnapshot{});
   line.show(snapshot);
   if (isGone || snapshot.phase == RequestPhase::Failed) finishPartition(snapshot);
+}
+
+void IndexSession::attend() {
+  if (!isDown && controller.liveRequests() != 0) source.attend();
 }
 
 void IndexSession::finishPartition(const ProgressSnapshot& snapshot) {
@@ -82,9 +86,8 @@ void IndexSession::takeSnapshot(const ProgressSnapshot& snapshot) {
   }
 }
 
-void IndexSession::interrupt(int signal) {
+void IndexSession::interrupt() {
   if (isDown) return;
-  result.signal = signal;
   shutDown();
   if (const auto snapshot = controller.progressOf(partition().mountPoint)) takeSnapshot(*snapshot);
   loop.quit();
@@ -105,6 +108,7 @@ void IndexSession::shutDown() {
   isDown = true;
   progressTimer.stop();
   endTimer.stop();
+  attendTimer.stop();
   controller.stop();
   controller.join();
   OrvelQTProxy::instance().setController(nullptr);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/IndexResult.h"
+#include "host/IndexSource.h"
 #include "host/ProgressLine.h"
 #include "orchestration/Orvel.h"
 
@@ -18,7 +19,7 @@ namespace orvel::host {
 class IndexSession {
  public:
   /// `runResult` names the device, its database and the partitions, and takes what becomes of them.
-  IndexSession(IndexResult& runResult, ProgressLine& progressLine);
+  IndexSession(IndexSource& device, IndexResult& runResult, ProgressLine& progressLine);
   /// Stops what is still running.
   ~IndexSession();
   IndexSession(const IndexSession&) = delete;
@@ -29,19 +30,21 @@ class IndexSession {
   void run();
 
   /// Stops in order and ends `run`.
-  void interrupt(int signal);
+  void interrupt();
 
  private:
   using Clock = std::chrono::steady_clock;
 
   void begin(std::size_t index);
   void look();
+  void attend();
   void finishPartition(const ProgressSnapshot& snapshot);
   void takeSnapshot(const ProgressSnapshot& snapshot);
   void explainRest();
   void shutDown();
   PartitionResult& partition() { return result.partitions[current]; }
 
+  IndexSource& source;
   IndexResult& result;
   ProgressLine& line;
   const Clock::time_point started = Clock::now();
@@ -52,6 +55,7 @@ class IndexSession {
   QEventLoop loop;
   QTimer progressTimer;
   QTimer endTimer;
+  QTimer attendTimer;
 };
 
 }  // namespace orvel::host

@@ -1,6 +1,7 @@
 #include "host/JsonText.h"
 
 #include <QJsonDocument>
+#include <boost/algorithm/string/join.hpp>
 
 #include "host/DisplayText.h"
 
@@ -13,6 +14,10 @@ QString jsonString(std::string_view bytes) {
 std::string jsonLine(const QJsonObject& object) {
   // What JSON lets through stands inside strings, where the escapes of texts are JSON's own.
   return displayText(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
+}
+
+std::string jsonArray(const std::vector<std::string>& lines) {
+  return "[" + boost::algorithm::join(lines, ",") + "]";
 }
 
 }  // namespace orvel::host

@@ -4,6 +4,7 @@
 #include <QString>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orvel::host {
 
@@ -13,5 +14,8 @@ QString jsonString(std::string_view bytes);
 /// An object on one line, without line end. Control characters are escaped, also those that JSON
 /// lets through, so that it can be shown on a terminal.
 std::string jsonLine(const QJsonObject& object);
+
+/// An array of objects that are lines of `jsonLine`, on one line, too.
+std::string jsonArray(const std::vector<std::string>& lines);
 
 }  // namespace orvel::host

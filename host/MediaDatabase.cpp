@@ -144,9 +144,9 @@ std::vector<StoredPartition> MediaDatabase::partitions() const {
 }
 
 std::string MediaDatabase::deviceId() const {
-  // The parent of a partition's root is the device.
+  // The parent of a root is the device: of a stick's partition, or of a phone, whose path is empty.
   std::string device;
-  query("SELECT PARENT_ID FROM DIRECTORIES WHERE OBJECTID = PARTITION_ID LIMIT 1;", {},
+  query("SELECT PARENT_ID FROM DIRECTORIES WHERE OBJECTID = PARTITION_ID OR PATH = '' LIMIT 1;", {},
         [&](const Row& row) { device = textOf(row[0]); });
   return device;
 }

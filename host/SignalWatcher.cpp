@@ -28,7 +28,8 @@ void SignalWatcher::receive() {
   if (read(descriptor, &arrived, sizeof arrived) != sizeof arrived) return;
   notifier->setEnabled(false);
   giveBack();
-  if (onSignal) onSignal(static_cast<int>(arrived.ssi_signo));
+  number = static_cast<int>(arrived.ssi_signo);
+  if (onSignal) onSignal();
 }
 
 void SignalWatcher::giveBack() {

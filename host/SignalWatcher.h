@@ -17,8 +17,10 @@ class SignalWatcher {
   SignalWatcher(const SignalWatcher&) = delete;
   SignalWatcher& operator=(const SignalWatcher&) = delete;
 
-  /// Called with the signal's number, at most once.
-  std::function<void(int)> onSignal;
+  /// Called at most once.
+  std::function<void()> onSignal;
+  /// The number of the signal that came, 0 for none.
+  [[nodiscard]] int received() const { return number; }
 
  private:
   void receive();
@@ -26,6 +28,7 @@ class SignalWatcher {
 
   sigset_t watched{};
   int descriptor = -1;
+  int number = 0;
   std::unique_ptr<QSocketNotifier> notifier;
 };
 

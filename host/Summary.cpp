@@ -70,11 +70,16 @@ std::string readableSize(std::int64_t bytes) {
   std::ostringstream text;
   text.setf(std::ios::fixed);
   const double kilobytes = static_cast<double>(bytes) / kKilobyte;
+  const double megabytes = kilobytes / kKilobyte;
   if (kilobytes < kKilobyte) {
     text << static_cast<std::int64_t>(std::ceil(kilobytes)) << " KB";
+    return text.str();
+  }
+  text.precision(1);
+  if (megabytes < kKilobyte) {
+    text << megabytes << " MB";
   } else {
-    text.precision(1);
-    text << kilobytes / kKilobyte << " MB";
+    text << megabytes / kKilobyte << " GB";
   }
   return text.str();
 }
@@ -92,6 +97,11 @@ std::string readableTotals(const Totals& totals) {
 std::string summary(const IndexResult& result) {
   std::ostringstream out;
   for (const PartitionResult& partition : result.partitions) describePartition(out, partition);
+  if (result.partitions.empty()) {
+    out << displayText(result.deviceId) << (result.deviceId.empty() ? "" : ": ")
+        << "Interrupted before indexing began.\n";
+    return out.str();
+  }
   out << "Database " << displayText(result.database) << ", " << readableSize(result.databaseBytes)
       << "\n";
   if (result.totals) out << "  " << readableTotals(*result.totals) << "\n";

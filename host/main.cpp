@@ -12,6 +12,7 @@
 #include "host/ExitStatus.h"
 #include "host/IndexCommand.h"
 #include "host/ListCommand.h"
+#include "host/MtpListCommand.h"
 #include "host/StatusCommand.h"
 
 namespace {
@@ -33,6 +34,7 @@ int printText(const PrintedText& printed) {
 
 struct RunCommand {
   int operator()(const IndexOptions& options) const { return runIndex(options); }
+  int operator()(const MtpListOptions& options) const { return runMtpList(options); }
   int operator()(const ListOptions& options) const { return runList(options); }
   int operator()(const StatusOptions& options) const { return runStatus(options); }
   int operator()(const PrintedText& printed) const { return printText(printed); }

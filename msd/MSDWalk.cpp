@@ -10,8 +10,8 @@
 #include <string_view>
 #include <utility>
 
-#include "msd/MediaKind.h"
 #include "platform/common/Log.h"
+#include "platform/tags/MediaKind.h"
 
 namespace orvel {
 

@@ -280,7 +280,7 @@ bool MtpConnection::Impl::loadDeviceData(t_playlist_items_list& tracks,
   return true;
 }
 
-bool MtpConnection::Impl::isHiddenFile(std::string path) {
+bool MtpConnection::Impl::isHiddenFile(const std::string& path) {
   return isHiddenPath(path);
 }
 

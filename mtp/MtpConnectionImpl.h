@@ -62,7 +62,7 @@ class MtpConnection::Impl {
   [[nodiscard]] bool isComplete() const { return complete; }
   [[nodiscard]] bool limitReached() const { return reachedLimit; }
 
-  static bool isHiddenFile(std::string path);
+  static bool isHiddenFile(const std::string& path);
   static bool isExcludedFile(const std::string& name);
   static bool isDirectoryBlacklisted(std::string folderName);
 

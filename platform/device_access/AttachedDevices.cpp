@@ -10,7 +10,7 @@ namespace orvel {
 
 namespace {
 
-constexpr std::chrono::seconds kReleaseTime{2};
+constexpr std::chrono::milliseconds kReleaseTime{500};
 
 }  // namespace
 

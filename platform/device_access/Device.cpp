@@ -24,6 +24,19 @@ std::string deviceIdOf(const deviceBus::BusDevice& bus, const std::string& seria
   return ids.data() + (serial.empty() ? bus.path : serial);
 }
 
+t_track_id idOf(t_track_id id) {
+  return id;
+}
+t_track_id idOf(const DevicePlaylist& playlist) {
+  return playlist.id;
+}
+
+/// Playlists of earlier walks, and members that are no objects of the device, are of no use.
+template <class T>
+void dropUnknown(std::vector<T>& listed, const ObjectTable& objects) {
+  std::erase_if(listed, [&](const T& one) { return objects.find(idOf(one)) == nullptr; });
+}
+
 }  // namespace
 
 Device::Device(t_handle deviceHandle, deviceBus::BusDevice busDevice)
@@ -78,10 +91,17 @@ void Device::dropSession() {
 }
 
 void Device::markGone() {
-  if (gone.exchange(true)) return;
-  OV_INFO("device %s with handle %u is gone", bus.path.c_str(), handle);
-  close([] {});
-  DeviceList::instance().remove(handle);
+  std::call_once(removal, [this] {
+    gone = true;
+    OV_INFO("device %s with handle %u is gone", bus.path.c_str(), handle);
+    DeviceList::instance().remove(handle);
+    close([] {});
+  });
+}
+
+t_status Device::answerGone() {
+  markGone();
+  return STATUS_NOT_OK_BAD_HANDLE;
 }
 
 std::shared_ptr<DeviceSession> Device::openSession() {
@@ -90,7 +110,7 @@ std::shared_ptr<DeviceSession> Device::openSession() {
 }
 
 t_status Device::enterCall(const char* call) {
-  if (gone) return STATUS_NOT_OK_BAD_HANDLE;
+  if (gone) return answerGone();
   const auto opened = openSession();
   if (opened == nullptr) return STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
   const t_status status = opened->enterCall(call);
@@ -132,7 +152,7 @@ t_status Device::askOnce(const Question<Value>& question, Value& value,
 
 /// On the device's thread.
 t_status Device::answerTo(const std::function<t_status(DeviceSession&)>& question) {
-  if (gone) return STATUS_NOT_OK_BAD_HANDLE;
+  if (gone) return answerGone();
   const auto opened = openSession();
   if (opened == nullptr) return STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
   try {
@@ -213,13 +233,15 @@ t_status Device::countPlaylists(std::uint32_t& count) {
       [](DeviceSession& opened, auto& found) { return opened.listPlaylists(found); }, listed,
       WhenBusy::Wait);
   if (status != STATUS_OK && status != STATUS_NOT_SUPPORTED) return status;
-  count = static_cast<std::uint32_t>(listed.size());
   const MutexLock lock(mutex);
+  dropUnknown(listed, objects);
+  count = static_cast<std::uint32_t>(listed.size());
   knownPlaylists = std::move(listed);
   return STATUS_OK;
 }
 
 t_status Device::selectPlaylist(t_track_id playlist) {
+  if (!playlistName(playlist)) return STATUS_NOT_OK;
   std::vector<t_track_id> members;
   const t_status status = ask<std::vector<t_track_id>>(
       [playlist](DeviceSession& opened, auto& found) {
@@ -228,8 +250,7 @@ t_status Device::selectPlaylist(t_track_id playlist) {
       members, WhenBusy::Wait);
   if (status != STATUS_OK) return status;
   const MutexLock lock(mutex);
-  // A member that is no track of the device could never be played.
-  std::erase_if(members, [&](t_track_id id) { return objects.find(id) == nullptr; });
+  dropUnknown(members, objects);
   selections[std::this_thread::get_id()] = std::move(members);
   return STATUS_OK;
 }

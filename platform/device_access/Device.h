@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -82,6 +83,8 @@ class Device : public std::enable_shared_from_this<Device> {
   t_status ask(Question<Value> question, Value& value, WhenBusy whenBusy);
   template <class Value>
   t_status askOnce(const Question<Value>& question, Value& value, DeviceThread::Patience patience);
+  /// That the device is gone; nobody is told before the removal listener was.
+  t_status answerGone();
   t_status answerTo(const std::function<t_status(DeviceSession&)>& question);
   void open();
   void dropSession();
@@ -91,6 +94,7 @@ class Device : public std::enable_shared_from_this<Device> {
   const t_handle handle;
   const deviceBus::BusDevice bus;
   std::atomic<bool> gone{false};
+  std::once_flag removal;
   DeviceThread thread;
 
   Mutex mutex;

@@ -42,16 +42,14 @@ void DeviceList::add(const deviceBus::BusDevice& bus) {
 }
 
 void DeviceList::remove(t_handle handle) {
-  std::shared_ptr<Device> removed;
-  {
-    const MutexLock lock(mutex);
-    const auto found = devices.find(handle);
-    if (found == devices.end()) return;
-    removed = std::move(found->second);
-    devices.erase(found);
-    std::erase_if(deviceIds, [&](const auto& entry) { return entry.second == handle; });
-  }
   if (const RemovalListener told = listener; told != nullptr) told(handle);
+  std::shared_ptr<Device> removed;
+  const MutexLock lock(mutex);
+  const auto found = devices.find(handle);
+  if (found == devices.end()) return;
+  removed = std::move(found->second);
+  devices.erase(found);
+  std::erase_if(deviceIds, [&](const auto& entry) { return entry.second == handle; });
 }
 
 void DeviceList::setDeviceId(t_handle handle, const std::string& deviceId) {

@@ -24,7 +24,8 @@ class DeviceList {
   std::vector<std::shared_ptr<Device>> all();
   /// Enters a device of the bus unless it is there already.
   void add(const deviceBus::BusDevice& bus);
-  /// Takes a device out that is gone, and tells the listener.
+  /// Tells the listener of a device that is gone, and then takes it out: who learns from the list
+  /// that there is no such device learns it no sooner than the listener.
   void remove(t_handle handle);
 
   void setDeviceId(t_handle handle, const std::string& deviceId);

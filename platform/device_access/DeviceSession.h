@@ -69,7 +69,7 @@ class DeviceSession {
   /// Up to `length` bytes of a track from `offset` on; fewer at its end.
   virtual t_status readBytes(const DeviceObject& track, std::uint64_t offset, std::uint32_t length,
                              std::string& bytes) = 0;
-  /// The playlists among the objects that were listed since `listStorages`.
+  /// The playlists among the objects that were ever listed.
   virtual t_status listPlaylists(std::vector<DevicePlaylist>& playlists) = 0;
   virtual t_status playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) = 0;
 

@@ -70,7 +70,7 @@ void DeviceThread::post(std::function<void()> work) {
 }
 
 DeviceThread::End DeviceThread::run(std::function<void()> work, Patience patience) {
-  const std::stop_token stopped = stageThread::stopToken();
+  const std::stop_token& stopped = stageThread::stopToken();
   std::unique_lock lock(state->mutex);
   const std::shared_ptr<Task> task = append(std::move(work));
   const auto withdraw = [&] {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "tests/support/ScriptedPhone.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -45,6 +46,23 @@ void IndexerHost::index(const std::string& device, const std::string& mountPoint
 void IndexerHost::start(const std::string& device, const std::string& mountPoint, bool isFirst) {
   OrvelQTProxy::instance().startIndexing(QString::fromStdString(device),
                                          QString::fromStdString(mountPoint), isFirst);
+}
+
+void IndexerHost::indexPhone(t_handle handle) {
+  const Readiness readiness(handle);
+  startPhone(handle);
+  ASSERT_TRUE(waitUntilIdle());
+}
+
+void IndexerHost::startPhone(t_handle handle) {
+  OrvelQTProxy::instance().startMtpIndexing("phone1", handle, true);
+}
+
+std::vector<std::string> IndexerHost::everything(const std::string& device) {
+  return rowsOf(device,
+                "SELECT * FROM SONGS; SELECT * FROM ARTISTS; SELECT * FROM ALBUMS;"
+                "SELECT * FROM GENRES; SELECT * FROM COMPOSERS; SELECT * FROM DIRECTORIES;"
+                "SELECT * FROM PLAYLISTS;");
 }
 
 bool IndexerHost::waitUntilIdle(int seconds) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orchestration/Orvel.h"
+#include "platform/device_access/DeviceTypes.h"
 #include "qt/OrvelQTProxy.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/MainLoopThread.h"
@@ -24,11 +25,17 @@ class IndexerHost : public DatabaseFolderFixture {
   /// Starts a request and waits until none is alive.
   void index(const std::string& device, const std::string& mountPoint, bool isFirst = true);
   void start(const std::string& device, const std::string& mountPoint, bool isFirst = true);
+  /// The same for a phone, with the device id "phone1".
+  void indexPhone(t_handle handle);
+  void startPhone(t_handle handle);
   /// False when requests are still alive after `seconds`.
   bool waitUntilIdle(int seconds = 120);
 
   /// The signals since the last call, in the order of their arrival, as "name argument...".
   std::vector<std::string> takeSignals();
+
+  /// Everything that the database of a device holds, row ids included.
+  static std::vector<std::string> everything(const std::string& device);
 
   ProgressSnapshot progress() const { return *controller->progressOf(stick); }
 

@@ -125,11 +125,14 @@ class Refusals(HostTestCase):
     def testWrongUsage(self):
         for arguments in ((), ("dance",), ("index",), ("index", "--dance", "x"), ("index", ""),
                           ("list",), ("list", "cars"), ("list", "songs", "--format", "xml"),
-                          ("list", "songs", "--db", "x", "--device-id", "y"), ("status", "x")):
+                          ("list", "songs", "--db", "x", "--device-id", "y"), ("status", "x"),
+                          ("mtp",), ("mtp", "dance"), ("index", "--mtp", "a", "b"),
+                          ("index", "--mtp", "--wait", "soon"), ("index", "--wait", "1", "/"),
+                          ("index", "--scripted", "x", "/")):
             out, errors = self.run_(*arguments, expect=2)
             self.assertEqual(out, b"")
             self.assertTrue(errors.startswith(b"orvel: "), arguments)
-        for arguments in (("--help",), ("index", "--help"), ("list", "-h"), ("--version",)):
+        for arguments in (("--help",), ("index", "--help"), ("list", "-h"), ("mtp", "-h"), ("--version",)):
             self.assertIn(b"orvel", self.run_(*arguments)[0])
 
     def testFoldersThatCannotBeRead(self):
@@ -169,6 +172,12 @@ class Refusals(HostTestCase):
                                   env=self.environment())
         self.assertEqual(done.returncode, 1)
         self.assertIn(b"cannot be written", done.stderr)
+
+    def testDescribedPhonesNeedABuildForThem(self):
+        for verb in (("mtp", "list"), ("index", "--mtp")):
+            out, errors = self.run_(*verb, "--scripted", self.path("nowhere"), expect=1)
+            self.assertEqual(out, b"")
+            self.assertRegex(errors, b"real devices|No such file")
 
     def testLoopWithoutGlib(self):
         report = self.index(env=self.environment(QT_NO_GLIB="1"), expect=1)

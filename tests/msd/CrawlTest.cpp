@@ -8,8 +8,8 @@
 
 #include "msd/MSDCrawler.h"
 #include "msd/MSDWalk.h"
-#include "msd/MediaKind.h"
 #include "platform/common/Log.h"
+#include "platform/tags/MediaKind.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "orchestration/MSDPipeline.h"
+#include "orchestration/MtpPipeline.h"
 #include "platform/common/Log.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
@@ -53,6 +54,18 @@ TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
   pipeline.pause();
   EXPECT_EQ(log.levelOf("pause"), LOG_INFO);
   EXPECT_THAT(log.texts("SYSTEM is Stopping cannot be paused "), SizeIs(10));
+}
+
+TEST(MtpPipeline, HasTheStagesOfAPhoneInTheirOrder) {
+  const LogCapture log;
+  MtpPipeline pipeline(nullptr);
+  EXPECT_NE(dynamic_cast<MtpCrawler*>(pipeline.crawler()), nullptr);
+  pipeline.stop();
+  EXPECT_THAT(log.texts(" stopped"),
+              ElementsAre("ChangeFinder-MtpSong stopped", "Normalizer stopped", "MtpMiner stopped",
+                          "SongSaver stopped", "ChangeFinder-MtpPlaylist stopped",
+                          "MtpPlaylistMiner stopped", "PlaylistSaver stopped", "MtpCrawler stopped",
+                          "MtpDirectorySaver stopped", "MtpPipeline stopped"));
 }
 
 TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {

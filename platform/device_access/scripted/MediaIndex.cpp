@@ -45,6 +45,7 @@ class Occurrences {
 
 void ObjectIds::assign(const std::vector<ScriptedObject>& objects) {
   std::vector<Key> keys;
+  keys.reserve(objects.size());
   Occurrences occurrences;
   for (const ScriptedObject& object : objects) {
     keys.emplace_back(object.storage, object.path, occurrences.next(object));
@@ -75,14 +76,22 @@ MediaIndex::MediaIndex(ScriptedDevice description, ObjectIds& ids)
     if (object->kind != ScriptedObject::Kind::Playlist) continue;
     std::vector<t_track_id>& members = playlists[id];
     for (const std::string& path : object->members) {
-      members.push_back(ids.of(object->storage, path));
+      members.push_back(ids.of(storageOf(path, object->storage), path));
     }
   }
+}
+
+/// The storage that holds `path`: the preferred one, else the first that does.
+std::uint32_t MediaIndex::storageOf(const std::string& path, std::uint32_t preferred) const {
+  const auto found = storages.find(path);
+  const bool isElsewhere = found != storages.end() && found->second.count(preferred) == 0;
+  return isElsewhere ? *found->second.begin() : preferred;
 }
 
 void MediaIndex::add(const ScriptedObject& object, t_track_id id, t_track_id parent) {
   folders[{object.storage, parent}].push_back(listed(object, id));
   if (object.kind == ScriptedObject::Kind::Folder) folders[{object.storage, id}];
+  storages[object.path].insert(object.storage);
   if (object.target.empty()) objects.insert_or_assign(id, &object);
 }
 

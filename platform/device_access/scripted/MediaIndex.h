@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -54,11 +55,13 @@ class MediaIndex {
  private:
   using Folder = std::pair<std::uint32_t, t_track_id>;  ///< storage and id
 
+  [[nodiscard]] std::uint32_t storageOf(const std::string& path, std::uint32_t preferred) const;
   void add(const ScriptedObject& object, t_track_id id, t_track_id parent);
 
   const ScriptedDevice described;
   std::map<Folder, std::vector<DeviceObject>> folders;
   std::map<t_track_id, const ScriptedObject*> objects;
+  std::map<std::string, std::set<std::uint32_t>> storages;  ///< that hold a path
   std::map<t_track_id, std::vector<t_track_id>> playlists;
 };
 

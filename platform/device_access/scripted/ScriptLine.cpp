@@ -95,8 +95,7 @@ bool ScriptLine::takes(const std::string& expected) {
 }
 
 std::vector<std::string> ScriptLine::words() {
-  const std::vector<std::string> all(plain.begin() + static_cast<std::ptrdiff_t>(next),
-                                     plain.end());
+  std::vector<std::string> all(plain.begin() + static_cast<std::ptrdiff_t>(next), plain.end());
   next = plain.size();
   return all;
 }

@@ -22,10 +22,11 @@ struct ScriptedObject {
   std::string target;      ///< of a folder: the path of the folder that it is in truth
   std::uint64_t size = 0;  ///< in bytes; that of the content where this is larger
   std::time_t modified = 0;
-  std::optional<DeviceTags> tags;    ///< what the device itself tells about a track
-  std::string content;               ///< a track's bytes
-  std::string file;                  ///< the file that holds a track's bytes; empty: `content` does
-  std::vector<std::string> members;  ///< of a playlist: paths, also of tracks that are not there
+  std::optional<DeviceTags> tags;  ///< what the device itself tells about a track
+  std::string content;             ///< a track's bytes
+  std::string file;                ///< the file that holds a track's bytes; empty: `content` does
+  /// Of a playlist: paths, on its own storage first, also of tracks that are not there.
+  std::vector<std::string> members;
 };
 
 inline constexpr unsigned kForEver = std::numeric_limits<unsigned>::max();

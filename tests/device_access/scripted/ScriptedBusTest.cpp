@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <future>
 
 #include "platform/device_access/DeviceBus.h"
@@ -41,6 +42,7 @@ class ScriptedBusTest : public testing::Test {
 
 std::vector<std::string> namesOf(const std::vector<DeviceObject>& objects) {
   std::vector<std::string> names;
+  names.reserve(objects.size());
   for (const DeviceObject& object : objects) names.push_back(object.name);
   return names;
 }
@@ -104,8 +106,8 @@ TEST_F(ScriptedBusTest, FaultsHappenAtTheirCalls) {
   phone.addFault(kAtAnyCall, Fault::Effect::Remove).from = 6;
   const std::string path = attach(phone);
   const auto session = open(path);
-  std::vector<t_status> statuses;
-  for (int i = 0; i < 4; ++i) statuses.push_back(session->enterCall("Access_GetItems"));
+  std::array<t_status, 4> statuses{};
+  for (t_status& status : statuses) status = session->enterCall("Access_GetItems");
   EXPECT_THAT(statuses, ElementsAre(STATUS_OK, STATUS_BUSY, STATUS_BUSY, STATUS_OK));
   EXPECT_EQ(list(*session, 0).size(), 2U);
   EXPECT_EQ(list(*session, idOf(path, "/Music")).size(), 1U);

@@ -6,6 +6,7 @@
 namespace orvel::test::ptp {
 
 enum Operation : std::uint16_t {
+  kAnyOperation = 0,  ///< of a fault
   kGetDeviceInfo = 0x1001,
   kOpenSession = 0x1002,
   kCloseSession = 0x1003,

@@ -121,7 +121,8 @@ std::uint32_t Responder::subjectOf(const Container& command) {
 Fault* Responder::faultOf(const Container& command) {
   const std::uint32_t subject = subjectOf(command);
   for (Fault& fault : faults) {
-    if (fault.operation != command.code || fault.subject.value_or(subject) != subject) continue;
+    const bool isMeant = fault.operation == ptp::kAnyOperation || fault.operation == command.code;
+    if (!isMeant || fault.subject.value_or(subject) != subject) continue;
     if (fault.after > 0) {
       --fault.after;
     } else if (fault.times > 0) {

@@ -1,4 +1,4 @@
-#include "msd/MediaKind.h"
+#include "platform/tags/MediaKind.h"
 
 #include <strings.h>
 

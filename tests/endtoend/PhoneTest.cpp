@@ -1,0 +1,305 @@
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <functional>
+
+#include "platform/common/Md5.h"
+#include "tests/endtoend/IndexerHost.h"
+#include "tests/endtoend/Song.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ScriptedPhone.h"
+#include "tests/support/waitUntil.h"
+
+namespace orvel::test {
+namespace {
+
+using scripted::Fault;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::UnorderedElementsAre;
+using Effect = Fault::Effect;
+
+constexpr char kMountPoint[] = "mtp-folder://phone1";
+
+class PhoneTest : public IndexerHost {
+ protected:
+  static std::vector<std::string> query(const std::string& sql) { return rowsOf("phone1", sql); }
+  std::string status() { return manager.getStatus("phone1", kMountPoint); }
+  ProgressSnapshot phoneProgress() const { return *controller->progressOf(kMountPoint); }
+  /// The rows that matter to a head unit, whatever their ids.
+  static std::vector<std::string> contents() {
+    return query(
+        "SELECT PATH, OBJECTID, TITLE, ARTIST, TRACKIND FROM SONGS JOIN ARTISTS USING (ARTISTID)"
+        " ORDER BY PATH; SELECT PATH, PARENT_ID FROM DIRECTORIES ORDER BY PATH;"
+        "SELECT PLAYPATH, TRACKID FROM PLAYLISTS ORDER BY PLAYPATH, TRACKID;");
+  }
+
+  ScriptedPhone phone;
+};
+
+TEST_F(PhoneTest, FirstRunStoresAndJoinsEverything) {
+  indexPhone(phone.plugIn());
+  EXPECT_EQ(status(), "OK");
+  EXPECT_THAT(query("SELECT PATH, PARENT_ID FROM DIRECTORIES ORDER BY PATH"),
+              ElementsAre("|phone1", "/Music|phone1",
+                          "/Music/A|" + Md5(Md5Kind::Directory, "/Music").text()));
+  EXPECT_THAT(query("SELECT S.PATH, S.NAME, TITLE, ARTIST, ALBUM, GENRE, COMPOSER, TRACKIND,"
+                    " DISCNUM, LASTMODIFIED, D.PATH FROM SONGS S JOIN ARTISTS USING (ARTISTID)"
+                    " JOIN ALBUMS USING (ALBUMID) JOIN GENRES USING (GENREID)"
+                    " JOIN COMPOSERS USING (COMPOSERID)"
+                    " JOIN DIRECTORIES D ON D.OBJECTID = S.DIRECTORYID"
+                    " AND D.PARTITION_ID = S.PARTITION_ID"),
+              ElementsAre("/Music/A/s.mp3|s.mp3|T|X|Album|Genre|Composer|3|1|0|/Music/A"));
+  const std::string list = "mtp-playlist://" + std::to_string(phone.idOf("/Best")) + "/Best";
+  EXPECT_THAT(query("SELECT PLAYPATH, PLAYNAME, TRACKPATH = TRACKID FROM PLAYLISTS"
+                    " JOIN SONGS ON TRACKID = OBJECTID"),
+              ElementsAre(list + "|Best|1", list + "|Best|1"));
+  EXPECT_THAT(takeSignals(),
+              testing::AllOf(Contains("crawlingFinished " + std::string(kMountPoint)).Times(1),
+                             Contains("indexingFinished " + std::string(kMountPoint)).Times(1),
+                             Not(Contains(testing::StartsWith("databaseExists")))));
+}
+
+TEST_F(PhoneTest, AnUnchangedPhoneChangesNothingAlsoUnderOtherObjectIds) {
+  phone.device.renumbers = true;
+  indexPhone(phone.plugIn());
+  const auto before = everything("phone1");
+  takeSignals();
+  indexPhone(phone.handle);
+  EXPECT_EQ(everything("phone1"), before);
+  EXPECT_EQ(phone.count("readTags"), 1U) << "nothing is read twice";
+  EXPECT_THAT(takeSignals(), Not(Contains("contentModified " + std::string(kMountPoint))));
+  const auto song = query("SELECT * FROM SONGS");
+
+  phone.path = scripted::replug(phone.path);
+  phone.handle = attachedDevices().back().handle;
+  indexPhone(phone.handle);
+  EXPECT_EQ(query("SELECT * FROM SONGS"), song);
+  EXPECT_EQ(phone.count("readTags"), 0U);
+  EXPECT_THAT(query("SELECT PLAYPATH FROM PLAYLISTS JOIN SONGS ON TRACKID = OBJECTID"),
+              ElementsAre(testing::_, testing::_))
+      << "playlists that are read again still meet their songs";
+  EXPECT_EQ(findObject("phone1", query("SELECT OBJECTID FROM SONGS")[0]),
+            phone.idOf("/Music/A/s.mp3"));
+}
+
+TEST_F(PhoneTest, WhatIsAddedAndRemovedIsFound) {
+  phone.device.addTrack("/Music/B/old.mp3").tags = tags("Old", "Y");
+  indexPhone(phone.plugIn());
+  phone.device.remove("/Music/B");
+  phone.device.addTrack("/Music/C/new.mp3").tags = tags("New", "Z");
+  phone.update();
+  indexPhone(phone.handle);
+  EXPECT_EQ(status(), "OK");
+  EXPECT_THAT(query("SELECT TITLE FROM SONGS; SELECT ARTIST FROM ARTISTS;"
+                    "SELECT PATH FROM DIRECTORIES"),
+              UnorderedElementsAre("T", "New", "X", "Z", "", "/Music", "/Music/A", "/Music/C"));
+  EXPECT_EQ(phone.count("readTags"), 3U);
+}
+
+/// Seconds until no request is alive.
+double secondsUntil(const std::function<void()>& ended) {
+  const auto begin = std::chrono::steady_clock::now();
+  ended();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+TEST_F(PhoneTest, RemovalAtAnyCallEndsTheRunAndTheNextOneRepairs) {
+  phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
+  phone.device.addPlaylist("/Worst", {"/Music/B/t.mp3", "/Music/A/s.mp3"});
+  indexPhone(phone.plugIn());
+  const auto complete = contents();
+  const unsigned calls = scripted::journal(phone.path).calls;
+  ASSERT_GT(calls, 30U);
+  for (unsigned call = 1; call <= calls; ++call) {
+    SCOPED_TRACE("removed at call " + std::to_string(call));
+    manager.deleteDb("phone1");
+    Fault& removal = phone.device.addFault(scripted::kAtAnyCall, Effect::Remove);
+    removal.from = call;
+    indexPhone(phone.plugIn());
+    EXPECT_TRUE(status() == "PROGRESS" || contents() == complete);
+    phone.device.faults.clear();
+    for (int run = 0; run < 2; ++run) {
+      indexPhone(phone.plugIn());
+      EXPECT_EQ(contents(), complete);
+      EXPECT_EQ(status(), "OK");
+    }
+    scripted::clear();
+  }
+}
+
+TEST_F(PhoneTest, StoppingNeverWaitsForTheDevice) {
+  for (const char* at : {"listStorages", "listFolder", "readTags", "listPlaylists",
+                         "playlistMembers", "readBytes"}) {
+    SCOPED_TRACE(at);
+    manager.deleteDb("phone1");
+    ScriptedPhone slow;
+    if (std::string(at) == "readBytes") {
+      slow.device.find("/Music/A/s.mp3")->tags.reset();
+      slow.device.find("/Music/A/s.mp3")->content = "no song";
+    }
+    slow.device.addFault(at, Effect::Block);
+    // The host's own question for the storages comes first.
+    slow.device.faults[0].from = std::string(at) == "listStorages" ? 2 : 1;
+    const Readiness readiness(slow.plugIn());
+    startPhone(slow.handle);
+    ASSERT_TRUE(waitUntil([&] { return scripted::blocked(slow.path) == 1; }));
+    // A newer request for the same device stops the one that waits.
+    EXPECT_LT(secondsUntil([&] { startPhone(slow.handle); }), 1.0);
+    scripted::release(slow.path);
+    ASSERT_TRUE(waitUntilIdle());
+    EXPECT_EQ(status(), "OK");
+  }
+}
+
+TEST_F(PhoneTest, StoppingNeverWaitsForReadinessNorForABusyDevice) {
+  const LogCapture log;
+  startPhone(phone.plugIn());
+  ASSERT_TRUE(log.waitFor("waitDeviceReady"));
+  phone.device.addFault("Access_GetItems", Effect::Answer).status = STATUS_BUSY;
+  phone.device.faults[0].times = scripted::kForEver;
+  phone.update();
+  EXPECT_LT(secondsUntil([&] { startPhone(phone.handle); }), 1.0);
+  ASSERT_TRUE(log.waitFor(" Processing from portix API. count = 1"));
+  EXPECT_LT(secondsUntil([&] {
+              controller->stop();
+              controller->join();
+            }),
+            1.0);
+}
+
+TEST_F(PhoneTest, SticksComeBeforePhonesAndPrioritiesBeforeBoth) {
+  writeSong(stick + "/s.mp3", {"Stick", "X"});
+  ScriptedPhone second;
+  second.device.serial = "phone2";
+  const Readiness readiness(phone.plugIn());
+  const Readiness secondReadiness(second.plugIn());
+  phone.device.addFault("listFolder", Effect::Block);
+  phone.update();
+  OrvelQTProxy& facade = OrvelQTProxy::instance();
+  startPhone(phone.handle);
+  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  facade.startMtpIndexing("phone2", second.handle, true);
+  start("dev1", stick);
+  scripted::release(phone.path);
+  ASSERT_TRUE(waitUntilIdle());
+  std::vector<std::string> finished;
+  for (const std::string& signal : takeSignals()) {
+    if (signal.rfind("indexingFinished ", 0) == 0) finished.push_back(signal.substr(17));
+  }
+  EXPECT_THAT(finished, ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
+
+  phone.update();
+  startPhone(phone.handle);
+  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  facade.startMtpIndexing("phone2", second.handle, true);
+  facade.prioritizeMtpDevice("phone2", second.handle);
+  ASSERT_TRUE(waitUntil([&] {
+    return controller->progressOf("mtp-folder://phone2")->phase == RequestPhase::Finished;
+  })) << "the one that is parked does not hold the other up";
+  scripted::release(phone.path);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), "OK") << "it goes on when the other one has ended";
+}
+
+TEST_F(PhoneTest, StrangeDevicesAreIndexedAndStayAsTheyAre) {
+  scripted::ScriptedDevice& device = phone.device;
+  device.addTrack("/Music/AC//DC.mp3").tags = tags("Slash", "X");
+  device.addTrack("/Music/bad \xff\xfe name.mp3").tags = tags("Ill \xff formed", "X");
+  device.addTrack("/Music/" + std::string(300, 'n') + ".mp3");
+  device.addTrack("/Music/" + std::string(300, 'u') + "\xc3\xa4.mp3").tags =
+      tags(std::string(254, 't') + "\xc3\xa4", "");
+  device.addTrack("/Music/twice.mp3").modified = -5;
+  device.addTrack("/Music/twice.mp3");
+  device.addTrack("/Music/x.OGG");
+  device.addTrack("/Music/.hidden/x.mp3");
+  device.addTrack("/DCIM/x.mp3");
+  device.addTrack("/Music/Android/kept.mp3");
+  device.addFolder("/Music/Again").target = "/Music";
+  device.addPlaylist("/Gone", {"/Music/nowhere.mp3"});
+  device.addPlaylist("/Empty", {});
+  device.addStorage("Card");
+  device.addTrack("/Music/A/s.mp3").tags = tags("On the card", "X");
+  device.addStorage("Card");
+  device.addTrack("/Music/A/s.mp3").tags = tags("On the other card", "X");
+  indexPhone(phone.plugIn());
+  EXPECT_EQ(status(), "OK");
+  const std::string longName(300, 'n');
+  EXPECT_THAT(query("SELECT PATH FROM SONGS"),
+              testing::IsSupersetOf(std::vector<std::string>{
+                  "/Music/A/s.mp3", "/Music/AC_DC.mp3", "/Music/bad \xff\xfe name.mp3",
+                  "/Music/" + longName + ".mp3", "/Music/twice.mp3", "/Music/Android/kept.mp3"}));
+  EXPECT_THAT(query("SELECT COUNT(*), COUNT(DISTINCT OBJECTID), COUNT(DISTINCT PATH) FROM SONGS"),
+              ElementsAre("9|9|9"));
+  EXPECT_THAT(query("SELECT PATH FROM SONGS WHERE TITLE LIKE 'On the%'"),
+              testing::Each(testing::MatchesRegex("/Card [0-9a-f]{8}/Music/A/s.mp3")));
+  EXPECT_THAT(query("SELECT COUNT(*) FROM SONGS WHERE TITLE = '" + std::string(254, 't') +
+                    "' OR TITLE = 'Ill \xef\xbf\xbd formed'"),
+              ElementsAre("2"));
+  EXPECT_THAT(query("SELECT DISTINCT PLAYNAME FROM PLAYLISTS"), ElementsAre("Best"));
+  EXPECT_THAT(query("SELECT PATH FROM DIRECTORIES WHERE PATH LIKE '%DCIM%' OR PATH LIKE '%/.%'"),
+              IsEmpty());
+  const auto before = everything("phone1");
+  indexPhone(phone.handle);
+  EXPECT_EQ(everything("phone1"), before);
+}
+
+TEST_F(PhoneTest, MoreTracksThanTheLimitAreCutAndTold) {
+  phone.device.objects.clear();
+  for (int i = 0; i < 16001; ++i) {
+    phone.device.addTrack("/Music/" + std::to_string(100000 + i) + ".mp3").tags =
+        tags("T" + std::to_string(i), "X");
+  }
+  indexPhone(phone.plugIn());
+  EXPECT_EQ(status(), "OK");
+  EXPECT_THAT(query("SELECT COUNT(*), MAX(PATH) FROM SONGS"),
+              ElementsAre("16000|/Music/115999.mp3"));
+  EXPECT_TRUE(phoneProgress().limitReached);
+  EXPECT_EQ(phone.count("listFolder"), 2U);
+  EXPECT_EQ(phone.count("readTags"), 16000U);
+}
+
+TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
+  phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
+  indexPhone(phone.plugIn());
+  const auto complete = contents();
+  const auto failsWith = [&](const char* at, Effect effect, t_status failure, const char* path) {
+    SCOPED_TRACE(std::string(at) + " " + path);
+    Fault& fault = phone.device.addFault(at, effect);
+    fault.status = failure;
+    fault.path = path;
+    fault.times = scripted::kForEver;
+    phone.update();
+    manager.deleteDb("phone1");
+    indexPhone(phone.handle);
+    EXPECT_EQ(status(), "PROGRESS");
+    phone.device.faults.clear();
+    phone.update();
+    indexPhone(phone.handle);
+    EXPECT_EQ(status(), "OK");
+    EXPECT_EQ(contents(), complete);
+  };
+  failsWith("Access_GetNumElements", Effect::Answer, STATUS_NOT_OK_GENERIC_PLUGIN_ERROR, "");
+  failsWith("Access_GetPlaylistElements", Effect::Answer, STATUS_NOT_OK, "");
+  failsWith("Access_GetItems", Effect::Answer, STATUS_NOT_OK, "");
+  failsWith(scripted::kAtPage, Effect::Items, STATUS_OK, "/Music");
+  failsWith(scripted::kAtCount, Effect::Items, STATUS_OK, "");
+  failsWith("Command_SelectCategory", Effect::Answer, STATUS_NOT_OK, "");
+}
+
+TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
+  phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
+  indexPhone(phone.plugIn());
+  const auto before = everything("phone1");
+  Fault& refusal = phone.device.addFault("listFolder", Effect::Answer);
+  refusal.path = "/Music/B";
+  refusal.times = scripted::kForEver;
+  phone.update();
+  indexPhone(phone.handle);
+  EXPECT_EQ(everything("phone1"), before);
+}
+
+}  // namespace
+}  // namespace orvel::test

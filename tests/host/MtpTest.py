@@ -1,0 +1,239 @@
+"""`orvel mtp list` and `orvel index --mtp` on described phones."""
+
+import json
+import os
+import re
+import signal
+import subprocess
+import time
+import unittest
+
+from orvelHost import HANG_SECONDS, ORVEL, HostTestCase, writeSong
+
+PHONE = """device serial=A1 maker=Maker model="Blue phone"
+storage Internal capacity=64000000000 free=12000000000
+track /Music/A/s.mp3 title=S artist=X album=L genre=G composer=C number=3
+track /Music/t.mp3 file=t.mp3
+storage Card
+track /Music/A/s.mp3 title=Card artist=Y
+playlist /Best = /Music/t.mp3 /gone.mp3 /Music/A/s.mp3
+"""
+OTHER = "device serial=B2 model=Other\ntrack /o.mp3 title=O\n"
+LOCKED = "device serial=L3 model=Locked\ntrack /l.mp3 title=L\nfault listStorages items=0 always\n"
+CONTROLS = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u2028-\u202e]")
+
+
+class MtpTestCase(HostTestCase):
+    def setUp(self):
+        super().setUp()
+        writeSong(self.path("t.mp3"), TIT2="From the bytes", TPE1="X")
+
+    def script(self, text):
+        file = self.path("phones.txt")
+        with open(file, "w") as script:
+            script.write(text)
+        return file
+
+    def phones(self, text, *arguments, **more):
+        """Indexes what `text` describes; returns the JSON report of a named phone or the array."""
+        out, _ = self.run_("index", "--mtp", "--json", "--scripted", self.script(text), *arguments,
+                           **more)
+        self.assertEqual(out.count(b"\n"), 1)
+        return json.loads(out)
+
+    def titles(self, *arguments):
+        return [song["title"] for song in self.list("songs", *arguments)]
+
+
+class Listing(MtpTestCase):
+    def testDescribesEveryDevice(self):
+        closed = "device vendor=1 product=a\nfault open answer=closed always\n"
+        file = self.script(PHONE + LOCKED + closed)
+        phone, locked, unopened = json.loads(
+            self.run_("mtp", "list", "--json", "--scripted", file)[0])
+        storages = phone.pop("storages")
+        self.assertEqual(phone, {"handle": 1, "maker": "Maker", "model": "Blue phone",
+                                 "serial": "A1", "device_id": "18d1:4ee1:A1", "error": None})
+        self.assertEqual([(s["description"], s["capacity_bytes"], s["free_bytes"])
+                          for s in storages][0], ("Internal", 64000000000, 12000000000))
+        self.assertEqual(len({s["id"] for s in storages}), 2)
+        self.assertEqual((locked["storages"], locked["error"]), ([], None))
+        self.assertIn("Unlock it", unopened["error"])
+        self.assertTrue(unopened["device_id"].startswith("0001:000a:"))
+
+        out, errors = self.run_("mtp", "list", "--scripted", file)
+        for text in (b"Maker Blue phone (A1)", b"18d1:4ee1:A1", b"Internal, 11.2 GB free of 59.6",
+                     b"Locked: it shows no storage. Unlock", b"Cannot be read: It refuses"):
+            self.assertIn(text, out)
+        self.assertEqual(errors, b"")
+
+    def testWithoutADevice(self):
+        gone = self.script("device\nfault open remove\n")
+        out, _ = self.run_("mtp", "list", "--scripted", gone)
+        self.assertIn(b"No phone or player is attached", out)
+        self.assertEqual(self.run_("mtp", "list", "--json", "--scripted", gone)[0], b"[]\n")
+        self.assertIn(b"has no libmtp", self.run_("mtp", "list", expect=1)[1])
+        report, = self.phones("device\nfault open remove\n", expect=1)
+        self.assertIn("No phone or player is attached", report["error"])
+
+    def testHostileNamesNeverReachATerminal(self):
+        hostile = "\x1b]0;pwned\x07 \u009b31m \u202e \"quoted\""
+        file = self.script("device serial=\"\x1b[2J\" model=\"" + hostile.replace('"', '\\"') + "\"\n"
+                           "storage \"Card\x1b[1m\"\ntrack \"/\x1b[3m.mp3\" title=\"\x1b[4m\"\n")
+        listed = json.loads(self.run_("mtp", "list", "--json", "--scripted", file)[0])
+        self.assertEqual(listed[0]["model"], hostile)
+        for verb in (("mtp", "list"), ("index", "--mtp", "-v"), ("index", "--mtp", "nobody")):
+            status = 1 if "nobody" in verb else 0
+            out, errors = self.run_(*verb, "--scripted", file, expect=status)
+            self.assertIsNone(CONTROLS.search((out + errors).decode()), verb)
+
+    def testFaultyScriptNamesItsLine(self):
+        file = self.script("device\n\ntrak /a.mp3\n")
+        for verb in (("mtp", "list"), ("index", "--mtp")):
+            _, errors = self.run_(*verb, "--scripted", file, expect=1)
+            self.assertIn(f"{file}:3: 'trak' is no keyword".encode(), errors)
+        self.assertIn(b"No such file", self.run_("mtp", "list", "--scripted", self.path("nowhere"),
+                                                 expect=1)[1])
+
+
+class Runs(MtpTestCase):
+    def testFirstUnchangedAndChangedRun(self):
+        first = self.phones(PHONE, "A1")
+        partition = first["partitions"][0]
+        self.assertEqual((first["exit"], first["status"], first["device_id"]),
+                         (0, "OK", "18d1:4ee1:A1"))
+        self.assertEqual(partition["mount_point"], "mtp-folder://18d1:4ee1:A1")
+        self.assertEqual(partition["songs"], {"found": 3, "unchanged": 0, "new": 3, "removed": 0,
+                                              "stored": 3, "skipped": 0})
+        self.assertEqual(first["totals"]["playlists"], 1)
+        self.assertEqual([(s["path"], s["title"], s["artist"]) for s in self.list("songs")],
+                         [("/Card/Music/A/s.mp3", "Card", "Y"), ("/Music/A/s.mp3", "S", "X"),
+                          ("/Music/t.mp3", "From the bytes", "X")])
+        self.assertEqual(self.titles("--playlist", "Best"), ["From the bytes", "Card"])
+        self.assertIn(b"Device     18d1:4ee1:A1", self.run_("status")[0])
+
+        second = self.phones(PHONE, "A1")["partitions"][0]
+        self.assertEqual((second["songs"]["unchanged"], second["songs"]["new"]), (3, 0))
+        self.assertFalse(second["content_modified"])
+
+        text = PHONE.replace("track /Music/t.mp3 file=t.mp3", "track /Music/u.mp3 title=U")
+        third = self.phones(text, "A1")
+        self.assertEqual((third["partitions"][0]["songs"]["new"],
+                          third["partitions"][0]["songs"]["removed"]), (1, 1))
+        self.assertEqual(self.titles(), ["Card", "S", "U"])
+
+    def testSummaryAndProgressForPeople(self):
+        out, errors = self.run_("index", "--mtp", "--scripted", self.script(PHONE))
+        self.assertIn(b"3 found: 3 new or changed", out)
+        self.assertIn(b"Status OK", out)
+        self.assertIn(b"3 songs found, 3 stored", errors)
+        quiet = self.run_("index", "--mtp", "-q", "--scripted", self.script(PHONE))
+        self.assertEqual(quiet, (b"", b""))
+
+    def testRemovalInTheMiddleAndTheNextRun(self):
+        for fault in ("readTags path=/Music/A/s.mp3 remove", "listFolder path=/Music/A remove",
+                      "Access_GetNumElements remove", "Command_SelectCategory remove"):
+            report = self.phones(f"{PHONE}fault {fault}\n", "A1", "--device-id", fault, expect=3)
+            self.assertEqual((report["status"], report["partitions"][0]["status"]),
+                             ("PROGRESS", "PROGRESS"), fault)
+            self.assertTrue(report["partitions"][0]["left_undone"], fault)
+            after = self.phones(PHONE, "A1", "--device-id", fault)
+            self.assertEqual((after["status"], after["totals"]["songs"]), ("OK", 3), fault)
+            self.assertEqual(len(self.titles("--device-id", fault, "--playlist", "Best")), 2, fault)
+
+    def testSeveralDevices(self):
+        reports = self.phones(LOCKED + PHONE + OTHER, "--wait", "0", expect=1)
+        self.assertEqual([(r["device_id"], r["exit"]) for r in reports],
+                         [("18d1:4ee1:A1", 0), ("18d1:4ee1:B2", 0), ("18d1:4ee1:L3", 1)])
+        self.assertEqual(self.titles("--device-id", "18d1:4ee1:B2"), ["O"])
+        removed = self.phones(PHONE + "fault any from=9 remove\n" + OTHER, expect=3)
+        self.assertEqual([r["exit"] for r in removed], [3, 0])
+        # Two that call themselves the same must not share a database.
+        twins = self.phones(OTHER + OTHER, expect=1)
+        self.assertEqual([r["exit"] for r in twins], [0, 1])
+        self.assertIn("Unplug one", twins[1]["error"])
+
+    def testChoiceOfDeviceAndId(self):
+        self.assertEqual(self.phones(PHONE + OTHER, "B2")["totals"]["songs"], 1)
+        self.assertEqual(self.phones(PHONE, "18d1:4ee1:A1", "--device-id", "x")["device_id"], "x")
+        self.assertEqual(self.phones(OTHER, "--device-id", "y")[0]["device_id"], "y")
+        unknown = self.phones(PHONE + OTHER, "nobody", expect=1)
+        for text in ("nobody", "Maker Blue phone (A1)", "18d1:4ee1:B2"):
+            self.assertIn(text, unknown["error"])
+        _, errors = self.run_("index", "--mtp", "--device-id", "z", "--scripted",
+                              self.script(PHONE + OTHER), expect=2)
+        self.assertIn(b"--mtp SERIAL", errors)
+
+
+class Waiting(MtpTestCase):
+    """Phones that do not answer, or not yet."""
+
+    def testLockedPhoneIsLeftAsItWas(self):
+        unlocked = LOCKED.replace("always", "times=0")
+        database = self.phones(unlocked, "L3")["database"]
+        with open(database, "rb") as file:
+            before = file.read()
+        report = self.phones(LOCKED, "L3", "--wait", "1", expect=1)
+        self.assertIn("Unlock it", report["error"])
+        self.assertEqual((report["partitions"], report["status"]), ([], None))
+        with open(database, "rb") as file:
+            self.assertEqual(file.read(), before)
+        self.assertEqual(self.titles(), ["L"])
+
+    def testPhoneThatIsUnlockedOrPulledOutMeanwhile(self):
+        report = self.phones(LOCKED.replace("always", "times=2"), "L3")
+        self.assertEqual((report["status"], report["totals"]["songs"]), ("OK", 1))
+        gone = LOCKED.replace("always", "times=2") + "fault listStorages from=3 remove\n"
+        self.assertIn("was unplugged", self.phones(gone, "L3", expect=1)["error"])
+
+    def start(self, text):
+        running = subprocess.Popen(
+            [ORVEL, "index", "--mtp", "--json", "--scripted", self.script(text)],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=self.environment())
+        self.addCleanup(running.stderr.close)
+        self.addCleanup(running.stdout.close)
+        self.addCleanup(running.kill)
+        return running
+
+    def interrupt(self, running):
+        """Presses Ctrl-C; returns the array of reports."""
+        running.send_signal(signal.SIGINT)
+        out, errors = running.communicate(timeout=HANG_SECONDS)
+        self.assertIn(b"Interrupted", errors)
+        self.assertEqual(running.returncode, 130)
+        return json.loads(out)
+
+    def testInterruptionWhileADeviceHangs(self):
+        for fault in ("listFolder path=/Music", "readTags", "readBytes"):
+            running = self.start(f"{PHONE}fault {fault} block=60000\n{OTHER}")
+            while b"Searching" not in running.stderr.readline():
+                pass
+            time.sleep(0.3)  # the device hangs by then
+            first, second = self.interrupt(running)
+            self.assertEqual((first["status"], first["exit"]), ("PROGRESS", 130), fault)
+            self.assertEqual((second["status"], second["exit"]), (None, 130), fault)
+            self.assertEqual(second["partitions"], [])
+
+    def testInterruptionBeforeARequestIsMade(self):
+        running = self.start(LOCKED)
+        while b"shows no storage" not in running.stderr.readline():
+            pass
+        reports = self.interrupt(running)
+        running = self.start(LOCKED + "fault open block=60000\n")
+        while "MtpDevice\n" not in self.threadsOf(running):
+            time.sleep(0.01)
+        reports += self.interrupt(running)
+        self.assertEqual([(r["interrupted"], r["partitions"]) for r in reports], 2 * [(True, [])])
+        self.assertFalse(os.path.exists(self.databases))
+
+    @staticmethod
+    def threadsOf(running):
+        names = []
+        for task in os.listdir(f"/proc/{running.pid}/task"):
+            with open(f"/proc/{running.pid}/task/{task}/comm") as name:
+                names.append(name.read())
+        return names
+
+
+if __name__ == "__main__":
+    unittest.main()
