@@ -76,7 +76,10 @@ void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
     operation.skipped = true;
   }
   const char* status = operation.skipped ? "PROGRESS" : "OK";
-  databases.insertStatus(operation.deviceId, operation.mountPoint, status);
+  if (!databases.insertStatus(operation.deviceId, operation.mountPoint, status)) {
+    progress->leaveUndone(LeftUndone::RowsLost);
+    status = "PROGRESS";
+  }
   progress->status = status;
   databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint);
   hostSignals::indexingFinished(operation.mountPoint);
@@ -91,7 +94,10 @@ void SongDirectoryPipeline::clearPlaylists() {
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
   out.exec(sql::kClearPlaylists);
-  Transaction::settle(out.handle());
+  if (!Transaction::settle(out.handle()) || !out.good()) {
+    progress->leaveUndone(LeftUndone::RowsLost);
+    operation.skipped = true;
+  }
   out.close();
 }
 
