@@ -7,15 +7,22 @@
 #include <cerrno>
 #include <utility>
 
+#include "msd/ReadError.h"
+
 namespace orvel {
 
 AudioStream::AudioStream(const std::string& path, std::stop_token token)
     : TagStream(path, std::move(token)) {
   // Not blocking: a pipe may have taken the place of the file since it was listed.
   const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (opened < 0) return;
+  if (opened < 0) {
+    if (!isOrdinaryRefusal(errno)) noteReadError();
+    return;
+  }
   struct stat status {};
-  if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
+  const bool known = fstat(opened, &status) == 0;
+  if (!known || !S_ISREG(status.st_mode)) {
+    if (!known) noteReadError();
     close(opened);
     return;
   }

@@ -10,7 +10,8 @@ namespace orvel {
 /// The tags of a file, opened read-only and read without the kernel's read-ahead.
 class AudioStream : public TagStream {
  public:
-  /// Opens the regular file at `path`. A failure shows in `isOpen`.
+  /// Opens the regular file at `path`. A failure shows in `isOpen`, one of the device in
+  /// `readFailed`, too.
   AudioStream(const std::string& path, std::stop_token token);
   ~AudioStream() override;
   AudioStream(const AudioStream&) = delete;

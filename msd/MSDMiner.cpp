@@ -2,7 +2,9 @@
 
 #include <taglib/fileref.h>
 
+#include <cstdint>
 #include <exception>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -15,6 +17,11 @@
 #include "platform/tags/SongTag.h"
 
 namespace orvel {
+
+namespace {
+/// The modification time of a song that no file has.
+constexpr std::int32_t kNeverRead = -1;
+}  // namespace
 
 MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch)
     : Server(stageName, kMiningStackBytes), watch(std::move(mountPointWatch)) {}
@@ -57,7 +64,12 @@ MSDMiner::Mined MSDMiner::mineGuarded(const FileInfo& file, const Operation& ope
                                       Block<MetaDataInfo*>& songs) {
   const StandardErrorSilence silence;
   try {
-    return mine(file, operation, songs);
+    // A file that asks for too much memory fails again, one that met a shortage does not.
+    try {
+      return mine(file, operation, songs);
+    } catch (const std::bad_alloc&) {
+      return mine(file, operation, songs);
+    }
   } catch (const std::exception& error) {
     OV_ERROR("exception from taglib for track: %s what %s", file.path->c_str(), error.what());
     return Mined::Done;
@@ -69,7 +81,9 @@ MSDMiner::Mined MSDMiner::mine(const FileInfo& file, const Operation& operation,
   AudioStream stream(*file.path, cancellation.get_token());
   const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
   if (stream.interrupted()) return Mined::Stopped;
-  if (reference.isNull() || stream.readFailed()) return mineUnreadable(file, operation, songs);
+  if (reference.isNull() || stream.readFailed()) {
+    return mineUnreadable(file, operation, stream.readFailed(), songs);
+  }
   if (reference.tag() == nullptr) return Mined::Done;
   const SongTag tag(*reference.file());
   std::unique_ptr<MetaDataInfo> song(Encoder::instance().guessAndConvert(
@@ -84,7 +98,7 @@ MSDMiner::Mined MSDMiner::mine(const FileInfo& file, const Operation& operation,
 }
 
 MSDMiner::Mined MSDMiner::mineUnreadable(const FileInfo& file, const Operation& operation,
-                                         Block<MetaDataInfo*>& songs) {
+                                         bool deviceFailed, Block<MetaDataInfo*>& songs) {
   OV_WARN("NULL file for track: %s", file.path->c_str());
   const int missing = watch->missing(operation.id, operation.mountPoint);
   if (missing != 0) {
@@ -94,7 +108,9 @@ MSDMiner::Mined MSDMiner::mineUnreadable(const FileInfo& file, const Operation& 
   OV_WARN("insert empty: %s", file.path->c_str());
   const std::string none;
   songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none, none,
-                                           none, 1, 1, file.lastModified));
+                                           none, 1, 1,
+                                           deviceFailed ? kNeverRead : file.lastModified));
+  if (deviceFailed) leaveUndone(songs, LeftUndone::ReadError);
   return Mined::Done;
 }
 

@@ -11,7 +11,8 @@
 namespace orvel {
 
 /// Reads the tags of new and changed songs of a mass-storage device. A file whose tags cannot be
-/// read still becomes a song, with empty texts.
+/// read still becomes a song, with empty texts. When the device was the reason the song has the
+/// modification time -1, so that the next request reads it again.
 class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
   explicit MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch =
@@ -25,7 +26,7 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
   bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
   Mined mineGuarded(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
   Mined mine(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
-  Mined mineUnreadable(const FileInfo& file, const Operation& operation,
+  Mined mineUnreadable(const FileInfo& file, const Operation& operation, bool deviceFailed,
                        Block<MetaDataInfo*>& songs);
   void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
 

@@ -121,7 +121,11 @@ DatabaseMgr::Lease::Lease(std::string device, std::string mountPoint)
 DatabaseMgr::Lease::~Lease() {
   State& state = *instance().state;
   const MutexLock lock(state.mutex);
-  const auto found = state.live.find({deviceId, partition});
+  // Without a key of its own: a destructor must not fail for want of memory.
+  const auto found =
+      std::find_if(state.live.begin(), state.live.end(), [this](const auto& request) {
+        return request.first == deviceId && request.second == partition;
+      });
   if (found != state.live.end()) state.live.erase(found);
 }
 
@@ -235,11 +239,10 @@ bool DatabaseMgr::storeStatus(const std::string& file, const std::string& partit
   {
     DatabaseFile database(file);
     if (!database.isOpen()) return false;
-    if (database.run(
-            "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
-            " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
-            " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
-            {id, partition, status})) {
+    if (database.run("INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
+                     " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
+                     " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
+                     {id, partition, status})) {
       return true;
     }
   }

@@ -16,8 +16,8 @@ enum class Fault {
 /// Makes this VFS the default.
 void install();
 
-/// Lets the n-th operation that `fault` applies to fail, counted from now; the later ones, too, when
-/// `persistent`. An `n` of 0 only counts.
+/// Lets the n-th operation that `fault` applies to fail, counted from now; the later ones, too,
+/// when `persistent`. An `n` of 0 only counts.
 void arm(Fault fault, long n, bool persistent);
 
 /// Fails nothing any more; returns how many operations were counted.
