@@ -19,6 +19,7 @@ enum class LeftUndone : unsigned {
   RowsLost = 1U << 4,         ///< the database did not take all rows
   DatabaseDamaged = 1U << 5,  ///< the database is damaged and waits to be replaced
   ReadError = 1U << 6,        ///< the device could not be read in places
+  ReaderLost = 1U << 7,       ///< the process that reads tags could not be started again
 };
 
 /// Where a request is.
@@ -43,6 +44,8 @@ struct ProgressSnapshot {
   std::optional<double> firstSongSeconds;
   bool databaseExisted = false;  ///< the last status was "OK" when the request was made
   bool contentModified = false;
+  /// The host chose isolated tag reading, and tags were read in its own process all the same.
+  bool isolationFailed = false;
   bool limitReached = false;            ///< more than 16000 songs: the rest was not looked at
   std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
   /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.
@@ -67,8 +70,13 @@ class RequestProgress {
   std::atomic<bool> databaseExisted{false};
   std::atomic<bool> contentModified{false};
   std::atomic<bool> limitReached{false};
-  std::atomic<RequestPhase> phase{RequestPhase::Waiting};
+  std::atomic<bool> isolationFailed{false};
   std::atomic<const char*> status{""};  ///< a string literal
+
+  /// Enters a phase; a request that has failed can only finish all the same.
+  void enter(RequestPhase next);
+  /// The request cannot come to its end by itself.
+  void fail() { enter(RequestPhase::Failed); }
 
   /// Adds a reason why work was left undone.
   void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
@@ -81,6 +89,7 @@ class RequestProgress {
  private:
   using Clock = std::chrono::steady_clock;
 
+  std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<unsigned> undone{0};
   const Clock::time_point created = Clock::now();
   std::atomic<Clock::rep> firstSongAfter{0};  ///< in ticks of the clock; 0: no song yet

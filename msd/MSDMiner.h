@@ -7,29 +7,36 @@
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
+#include "platform/tags/TagReader.h"
 
 namespace orvel {
 
 /// Reads the tags of new and changed songs of a mass-storage device. A file whose tags cannot be
-/// read still becomes a song, with empty texts.
+/// read still becomes a song, with empty texts. When the device was the reason the song has the
+/// modification time -1, so that the next request reads it again.
 class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
-  explicit MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch =
-                                               std::make_shared<MountPointWatch>());
+  explicit MSDMiner(
+      const char* stageName,
+      std::shared_ptr<MountPointWatch> mountPointWatch = std::make_shared<MountPointWatch>(),
+      TagReaderFactory makeReader = makeTagReader);
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  private:
-  enum class Mined { Done, MountPointGone, Stopped };
-
+  void expect(const Block<FileInfo*>& files);
   bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
-  Mined mineGuarded(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
-  Mined mine(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
-  Mined mineUnreadable(const FileInfo& file, const Operation& operation,
-                       Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mineGuarded(const FileInfo& file, const Operation& operation,
+                                        Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mine(const FileInfo& file, const Operation& operation,
+                                 Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mineUnreadable(const FileInfo& file, const Operation& operation,
+                                           bool deviceFailed, Block<MetaDataInfo*>& songs);
   void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;
+  TagReaderFactory makeReader;
+  std::unique_ptr<TagReader> reader;  ///< from the first file of a request to its last
   /// The operation whose block was cut before; its later blocks say so, too. Own thread only.
   std::optional<int> cutOperation;
 };
