@@ -4,21 +4,10 @@
 #include <stop_token>
 #include <string>
 
-#include "platform/common/Descriptor.h"
+#include "platform/tags/AudioFile.h"
 #include "platform/tags/TagStream.h"
 
 namespace orvel {
-
-/// An audio file that is open for reading.
-struct AudioFile {
-  /// Opens the regular file at `path` read-only and without the kernel's read-ahead; a failure
-  /// leaves the descriptor empty.
-  static AudioFile open(const std::string& path);
-
-  Descriptor descriptor;
-  std::int64_t bytes = 0;
-  bool deviceFailed = false;  ///< why it is not open
-};
 
 /// The tags of a file.
 class AudioStream : public TagStream {

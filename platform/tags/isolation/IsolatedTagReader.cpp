@@ -37,7 +37,7 @@ void IsolatedTagReader::expect(std::vector<std::string> paths) {
   // What the reader still has in hand would be taken for results of the new files.
   if (handedOver > current) reader.reset();
   files.clear();
-  for (std::string& path : paths) files.push_back({std::move(path)});
+  for (std::string& path : paths) files.push_back({std::move(path), {}});
   current = handedOver = 0;
 }
 

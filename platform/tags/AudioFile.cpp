@@ -1,0 +1,23 @@
+#include "platform/tags/AudioFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/common/ReadError.h"
+
+namespace orvel {
+
+AudioFile AudioFile::open(const std::string& path) {
+  // Not blocking: a pipe may have taken the place of the file since it was listed.
+  Descriptor opened(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  if (!opened || fstat(opened.get(), &status) != 0) return {{}, 0, !isOrdinaryRefusal(errno)};
+  if (!S_ISREG(status.st_mode)) return {};
+  posix_fadvise(opened.get(), 0, 0, POSIX_FADV_RANDOM);
+  return {std::move(opened), status.st_size, false};
+}
+
+}  // namespace orvel
