@@ -4,9 +4,10 @@
 
 namespace orvel {
 
-TagResult readTags(TagStream& stream) {
+TagResult readTags(TagStream& stream, ReadingDepth depth) {
   using Outcome = TagResult::Outcome;
-  const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
+  const TagLib::FileRef reference(&stream, depth == ReadingDepth::TagAndAudio,
+                                  TagLib::AudioProperties::Average);
   if (stream.interrupted()) return {Outcome::Interrupted};
   if (reference.isNull() || stream.readFailed()) return {Outcome::Unreadable};
   if (reference.tag() == nullptr) return {Outcome::Untagged};
