@@ -9,8 +9,12 @@
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
 #include "platform/common/Log.h"
+#include "platform/tags/TagReaderScope.h"
 
 namespace orvel {
+
+MtpMiner::MtpMiner(const char* stageName, TagReaderFactory readerFactory)
+    : Server(stageName, kMiningStackBytes), makeReader(std::move(readerFactory)) {}
 
 MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
@@ -23,14 +27,18 @@ MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
     OV_INFO("MtpMiner SKIPPED db size limit reached (op: %d)", operation.id);
     progress->leaveUndone(LeftUndone::SizeLimit);
   } else {
+    if (reader == nullptr) reader = makeReader(cancellation.get_token());
     mineTracks(*block, *songs);
+    if (reader->isolationFailed()) progress->isolationFailed = true;
   }
+  if (operation.last) reader.reset();
   OV_INFO("MtpMiner timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return songs;
 }
 
 void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& songs) {
   const Operation& operation = tracks.operation;
+  const TagReaderScope scope(*reader);
   MtpConnection connection(operation.handle, operation.deviceId);
   const auto goesOn = [&] {
     return MtpDevice::instance().isDeviceConnected(operation.handle) && !stopping();

@@ -1,7 +1,5 @@
 #include "platform/device_access/MtpUtils.h"
 
-#include <taglib/fileref.h>
-
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -11,6 +9,7 @@
 #include "platform/device_access/DeviceList.h"
 #include "platform/device_access/PartialObjectStream.h"
 #include "platform/tags/SongTag.h"
+#include "platform/tags/TagReaderScope.h"
 #include "platform/tags/TagTexts.h"
 
 namespace orvel {
@@ -69,10 +68,9 @@ bool MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& info, t_handle 
   if (!track) return false;
   device->keepTrackNumber(id, 0);
   PartialObjectStream stream(device, *track, stageThread::stopToken());
-  const TagLib::FileRef reference(&stream, false);
-  if (reference.isNull() || stream.readFailed() || stream.interrupted()) return false;
-  if (reference.tag() == nullptr) return false;
-  const SongTag tag(tagValuesOf(*reference.file()));
+  TagResult read = TagReaderScope::read(stream);
+  if (read.outcome != TagResult::Outcome::Tagged) return false;
+  const SongTag tag(std::move(read.values));
   TagTexts texts = convertTexts(tag);
   device->keepTrackNumber(id, trackNumberOf(tag));
   info = CTrackInfo(std::move(texts.title), std::move(texts.artist), std::move(texts.album),

@@ -17,9 +17,9 @@ class PartialObjectStream : public TagStream {
                       std::stop_token token);
 
   bool isOpen() const override { return true; }
+  long readAt(long start, char* target, long length) override;
 
  private:
-  long readAt(long start, char* target, long length) override;
   /// Has the piece that holds `start` in `piece`; false on a failure.
   bool fetch(long start, long length);
 

@@ -19,10 +19,9 @@ class AudioStream : public TagStream {
               std::chrono::milliseconds timeBudget = kTimeBudget);
 
   bool isOpen() const override { return static_cast<bool>(file.descriptor); }
-
- private:
   long readAt(long start, char* target, long length) override;
 
+ private:
   AudioFile file;
 };
 

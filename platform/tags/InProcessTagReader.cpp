@@ -15,7 +15,11 @@ void InProcessTagReader::expect(std::vector<std::string> paths) {
 TagResult InProcessTagReader::next() {
   const std::string& path = files.at(current++);
   AudioStream stream(AudioFile::open(path), path, stopped);
-  return readTags(stream);
+  return readTags(stream, ReadingDepth::TagAndAudio);
+}
+
+TagResult InProcessTagReader::read(TagStream& stream) {
+  return readTags(stream, ReadingDepth::Tag);
 }
 
 }  // namespace orvel

@@ -11,6 +11,7 @@ class InProcessTagReader : public TagReader {
 
   void expect(std::vector<std::string> paths) override;
   TagResult next() override;
+  TagResult read(TagStream& stream) override;
 
  private:
   const std::stop_token stopped;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/tags/TagResult.h"
+#include "platform/tags/TagStream.h"
 
 namespace orvel {
 
@@ -25,6 +26,10 @@ class TagReader {
   /// The tag of the next expected file; there must be one. Throws std::exception when the parser
   /// did.
   virtual TagResult next() = 0;
+
+  /// The tag of what lies behind `stream`, on a device that is slow and only the host can reach;
+  /// forgets what was expected. Throws std::exception when the parser did.
+  virtual TagResult read(TagStream& stream) = 0;
 
   /// True when the host chose isolation and it was not to be had.
   [[nodiscard]] virtual bool isolationFailed() const { return false; }

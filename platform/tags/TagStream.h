@@ -25,6 +25,10 @@ class TagStream : public TagLib::IOStream {
   /// True when the device failed to deliver the file or data of it.
   [[nodiscard]] bool readFailed() const { return hadReadError; }
 
+  /// Reads up to `length` bytes at `start` into `target`, past cache and budget, and returns how
+  /// many; fewer at the end of the file or after an error, which shows in `readFailed`.
+  virtual long readAt(long start, char* target, long length) = 0;
+
   TagLib::FileName name() const override { return fileName.c_str(); }
   TagLib::ByteVector readBlock(unsigned long length) override;
   bool readOnly() const override { return true; }
@@ -47,9 +51,7 @@ class TagStream : public TagLib::IOStream {
             std::chrono::milliseconds timeBudget = kTimeBudget);
 
   void setSize(std::int64_t bytes);
-  /// Reads up to `length` bytes at `start` into `target` and returns how many; fewer at the end of
-  /// the file or after an error, which is reported by `noteReadError`.
-  virtual long readAt(long start, char* target, long length) = 0;
+  /// For `readAt`.
   void noteReadError() { hadReadError = true; }
 
  private:

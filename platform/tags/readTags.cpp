@@ -4,9 +4,10 @@
 
 namespace orvel {
 
-TagResult readTags(TagStream& stream) {
+TagResult readTags(TagStream& stream, ReadingDepth depth) {
   using Outcome = TagResult::Outcome;
-  const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
+  const TagLib::FileRef reference(&stream, depth == ReadingDepth::TagAndAudio,
+                                  TagLib::AudioProperties::Average);
   if (stream.interrupted()) return {Outcome::Interrupted};
   if (stream.readFailed()) return {Outcome::DeviceFailed};
   if (reference.isNull()) return {Outcome::Unreadable};

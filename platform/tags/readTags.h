@@ -5,8 +5,14 @@
 
 namespace orvel {
 
-/// Reads the tag of the file behind `stream` on this thread. Throws std::exception when the tag
-/// reader does.
-TagResult readTags(TagStream& stream);
+/// How much of a file is looked at.
+enum class ReadingDepth : bool {
+  Tag,
+  TagAndAudio  ///< the audio's properties, too: a file without any is no audio file
+};
+
+/// Reads the tag of the file behind `stream` on this thread. Throws std::exception when the parser
+/// does.
+TagResult readTags(TagStream& stream, ReadingDepth depth);
 
 }  // namespace orvel

@@ -50,9 +50,9 @@ class HostTestCase(unittest.TestCase):
             self.skipTest("the command cannot be run by another user")
         return wrap
 
-    def run_(self, *arguments, expect=0, env=None, cwd=None, wrap=()):
+    def run_(self, *arguments, expect=0, env=None, cwd=None, wrap=(), command=ORVEL):
         """Runs the command to its end; returns (standard output, standard error) as bytes."""
-        done = subprocess.run([*wrap, ORVEL, *arguments], capture_output=True, timeout=HANG_SECONDS,
+        done = subprocess.run([*wrap, command, *arguments], capture_output=True, timeout=HANG_SECONDS,
                               env=env or self.environment(), cwd=cwd, stdin=subprocess.DEVNULL)
         self.assertEqual(done.returncode, expect, done.stderr.decode(errors="replace"))
         return done.stdout, done.stderr

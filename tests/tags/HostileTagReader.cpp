@@ -37,6 +37,17 @@ void answerWith(const std::string& bytes) {
   if (write(orvel::tagMessages::kResultPipe, bytes.data(), bytes.size()) > 0) hang();
 }
 
+/// Asks for all that there is, again and again, without taking an answer.
+void ask() {
+  const std::string question =
+      orvel::tagMessages::encodeQuestion({0, orvel::tagMessages::kMostAskedBytes});
+  iovec part{const_cast<char*>(question.data()), question.size()};
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  while (true) sendmsg(orvel::tagMessages::kControlSocket, &message, MSG_NOSIGNAL);
+}
+
 /// What a parser in the hands of a file may do: the file begins with "!" and one of these.
 const std::map<std::string, void (*)()> kDeeds = {
     {"crash", crash},
@@ -47,6 +58,7 @@ const std::map<std::string, void (*)()> kDeeds = {
     {"nonsense", [] { answerWith(std::string("\3\0\0\0???", 7)); }},
     {"flood", [] { answerWith(std::string(4, '\x7F')); }},
     {"half", [] { answerWith(std::string("\x40\0\0\0half", 8)); }},
+    {"ask", ask},
     {"deaf",
      [] {
        close(orvel::tagMessages::kControlSocket);
@@ -64,14 +76,14 @@ const std::map<std::string, void (*)()> kDeeds = {
     {"map", [] { mmap(nullptr, 4096, PROT_READ, MAP_SHARED, 5, 0); }},
 };
 
-orvel::TagResult readHostile(orvel::TagStream& stream) {
+orvel::TagResult readHostile(orvel::TagStream& stream, orvel::ReadingDepth depth) {
   const TagLib::ByteVector head = stream.readBlock(16);
   stream.seek(0, TagLib::IOStream::Beginning);
   if (head.startsWith("!")) {
     const std::string deed(head.data() + 1, head.size() - 1);
     kDeeds.at(deed.substr(0, deed.find('.')))();
   }
-  return orvel::readTags(stream);
+  return orvel::readTags(stream, depth);
 }
 
 }  // namespace

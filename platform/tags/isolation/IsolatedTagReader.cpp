@@ -61,19 +61,50 @@ TagResult IsolatedTagReader::next() {
 
 tagMessages::Result IsolatedTagReader::answerForCurrent() {
   std::chrono::milliseconds patience = timeLimit;
-  while (isReady()) {
+  while (isReady() && handOver()) {
     if (files[current].refusal) return {{*files[current].refusal}, {}};
     if (auto answer = reader->receive(patience)) return std::move(*answer);
     if (stopped.stop_requested()) break;
-    if (readerEnded(patience)) return {{Outcome::Unreadable}, {}};
+    if (readerEnded(patience, files[current].path)) return {{Outcome::Unreadable}, {}};
   }
+  return notRead();
+}
+
+TagResult IsolatedTagReader::read(TagStream& stream) {
+  expect({});
+  tagMessages::Result answer;
+  try {
+    answer = answerFor(stream);
+  } catch (const std::exception&) {
+    reader.reset();
+    throw;
+  }
+  if (answer.result.outcome == Outcome::ReaderLost && inProcess != nullptr) {
+    return inProcess->read(stream);
+  }
+  if (answer.error) throw std::runtime_error(*answer.error);
+  return std::move(answer.result);
+}
+
+tagMessages::Result IsolatedTagReader::answerFor(TagStream& stream) {
+  std::chrono::milliseconds patience = timeLimit;
+  const tagMessages::FileRequest request{stream.length(), endingOf(stream.name()), true};
+  while (isReady() && reader->send({request}, {}) == ReaderConnection::Sent::Yes) {
+    if (auto answer = reader->receive(patience, &stream)) return std::move(*answer);
+    if (stopped.stop_requested()) break;
+    if (readerEnded(patience, stream.name())) return {{Outcome::Unreadable}, {}};
+  }
+  return notRead();
+}
+
+tagMessages::Result IsolatedTagReader::notRead() {
   reader.reset();
   return {{stopped.stop_requested() ? Outcome::Interrupted : Outcome::ReaderLost}, {}};
 }
 
-/// True when a reader is up that has the current file.
+/// True when a reader is up.
 bool IsolatedTagReader::isReady() {
-  return inProcess == nullptr && !stopped.stop_requested() && (reader || start()) && handOver();
+  return inProcess == nullptr && !stopped.stop_requested() && (reader || start());
 }
 
 bool IsolatedTagReader::start() {
@@ -116,30 +147,33 @@ void IsolatedTagReader::giveUp(const std::string& reason) {
 /// Keeps the reader busy; returns false when it cannot be handed a file.
 bool IsolatedTagReader::handOver() {
   if (handedOver > current + kFilesAhead) return true;
-  std::vector<ReaderConnection::HandedFile> batch;
+  std::vector<tagMessages::FileRequest> requests;
+  std::vector<Descriptor> descriptors;
   std::size_t end = handedOver;
-  for (; end < files.size() && batch.size() < tagMessages::kMostFiles; ++end) {
+  for (; end < files.size() && requests.size() < tagMessages::kMostFiles; ++end) {
     AudioFile file = AudioFile::open(files[end].path);
     if (!file.descriptor) {
       files[end].refusal = file.deviceFailed ? Outcome::DeviceFailed : Outcome::Unreadable;
       continue;
     }
-    batch.push_back({std::move(file.descriptor), {file.bytes, endingOf(files[end].path)}});
+    descriptors.push_back(std::move(file.descriptor));
+    requests.push_back({file.bytes, endingOf(files[end].path)});
   }
-  const auto sent = batch.empty() ? ReaderConnection::Sent::Yes : reader->send(batch);
-  if (sent == ReaderConnection::Sent::Yes) handedOver = end;
-  return sent != ReaderConnection::Sent::Never;
+  using Sent = ReaderConnection::Sent;
+  const Sent sent = requests.empty() ? Sent::Yes : reader->send(requests, descriptors);
+  if (sent == Sent::Yes) handedOver = end;
+  return sent != Sent::Never;
 }
 
 /// Takes leave of a reader that gives no result for the current file. Returns true when the file is
 /// to blame: it had all the time there is, or a fresh reader for itself. A worn reader may have
 /// ended for what earlier files left behind in it.
-bool IsolatedTagReader::readerEnded(std::chrono::milliseconds patience) {
+bool IsolatedTagReader::readerEnded(std::chrono::milliseconds patience, const std::string& path) {
   const bool isToBlame = patience.count() <= 0 || reader->isFresh();
   const std::string how = reader->end();
   reader.reset();
   handedOver = isToBlame ? current + 1 : current;
-  if (isToBlame) OV_WARN("tag reader %s for track: %s", how.c_str(), files[current].path.c_str());
+  if (isToBlame) OV_WARN("tag reader %s for track: %s", how.c_str(), path.c_str());
   return isToBlame;
 }
 

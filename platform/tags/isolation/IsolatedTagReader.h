@@ -26,6 +26,7 @@ class IsolatedTagReader : public TagReader {
 
   void expect(std::vector<std::string> paths) override;
   TagResult next() override;
+  TagResult read(TagStream& stream) override;
   [[nodiscard]] bool isolationFailed() const override { return inProcess != nullptr; }
 
  private:
@@ -36,11 +37,13 @@ class IsolatedTagReader : public TagReader {
   };
 
   tagMessages::Result answerForCurrent();
-  bool isReady();
+  tagMessages::Result answerFor(TagStream& stream);
+  [[nodiscard]] bool isReady();
   bool start();
   void giveUp(const std::string& reason);
   bool handOver();
-  bool readerEnded(std::chrono::milliseconds patience);
+  tagMessages::Result notRead();
+  bool readerEnded(std::chrono::milliseconds patience, const std::string& path);
 
   const std::stop_token stopped;
   const std::string program;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -56,31 +57,34 @@ ReaderConnection::ReaderConnection(std::stop_token token, const std::string& pro
       stopped(std::move(token)),
       onStop(stopped, Shutdown{control.get()}) {}
 
-ReaderConnection::Sent ReaderConnection::send(const std::vector<HandedFile>& files) const {
-  std::vector<tagMessages::FileRequest> requests;
-  std::array<int, tagMessages::kMostFiles> descriptors{};
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    requests.push_back(files[i].request);
-    descriptors.at(i) = files[i].descriptor.get();
-  }
-  std::string text = tagMessages::encodeRequests(requests);
-  iovec part{text.data(), text.size()};
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof descriptors)> rights{};
-  const std::size_t descriptorBytes = files.size() * sizeof(int);
-  msghdr message{};
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  message.msg_control = rights.data();
-  message.msg_controllen = CMSG_SPACE(descriptorBytes);
-  cmsghdr* header = CMSG_FIRSTHDR(&message);
-  header->cmsg_level = SOL_SOCKET;
-  header->cmsg_type = SCM_RIGHTS;
-  header->cmsg_len = CMSG_LEN(descriptorBytes);
-  std::memcpy(CMSG_DATA(header), descriptors.data(), descriptorBytes);
-  if (sendmsg(control.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) return Sent::Yes;
+ReaderConnection::Sent ReaderConnection::send(const std::vector<tagMessages::FileRequest>& files,
+                                              const std::vector<Descriptor>& descriptors) const {
+  if (tell(tagMessages::encodeRequests(files), descriptors)) return Sent::Yes;
   if (errno == EAGAIN) return Sent::Later;
   // A reader that has just ended is found out by the next `receive`.
   return errno == EPIPE || errno == ECONNRESET ? Sent::Yes : Sent::Never;
+}
+
+/// Sends without waiting; returns false, with errno set, when that cannot be.
+bool ReaderConnection::tell(std::string text, const std::vector<Descriptor>& descriptors) const {
+  iovec part{text.data(), text.size()};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(tagMessages::kMostFiles * sizeof(int))> rights{};
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  if (!descriptors.empty()) {
+    const std::size_t bytes = descriptors.size() * sizeof(int);
+    message.msg_control = rights.data();
+    message.msg_controllen = CMSG_SPACE(bytes);
+    cmsghdr* header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(bytes);
+    std::vector<int> numbers;
+    for (const Descriptor& descriptor : descriptors) numbers.push_back(descriptor.get());
+    std::memcpy(CMSG_DATA(header), numbers.data(), bytes);
+  }
+  return sendmsg(control.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
 std::optional<tagMessages::Confinement> ReaderConnection::receiveGreeting(milliseconds patience) {
@@ -102,7 +106,8 @@ std::optional<tagMessages::Confinement> ReaderConnection::receiveGreeting(millis
   return confinement;
 }
 
-std::optional<tagMessages::Result> ReaderConnection::receive(milliseconds& patience) {
+std::optional<tagMessages::Result> ReaderConnection::receive(milliseconds& patience,
+                                                             TagStream* source) {
   const Clock::time_point deadline = Clock::now() + patience;
   while (true) {
     if (const auto text = takeResult()) {
@@ -114,7 +119,7 @@ std::optional<tagMessages::Result> ReaderConnection::receive(milliseconds& patie
       }
       return result;
     }
-    if (!fault.empty() || (!readMore() && (!isOpen || !waitUntil(deadline)))) {
+    if (!fault.empty() || (!readMore() && (!isOpen || !waitUntil(deadline, source)))) {
       patience = milliseconds(millisecondsUntil(deadline));
       return std::nullopt;
     }
@@ -149,7 +154,7 @@ bool ReaderConnection::readMore() {
 /// Waits until it is worth looking into the pipe; returns false when nothing more is to be expected
 /// in time. The pipe itself is watched only for its end, or for the rest of a long result: waking
 /// up for each result costs as much as parsing a small file.
-bool ReaderConnection::waitUntil(Clock::time_point deadline) {
+bool ReaderConnection::waitUntil(Clock::time_point deadline, TagStream* source) {
   const int left = millisecondsUntil(deadline);
   if (left == 0) fault = "gave no answer in time";
   if (left == 0 || stopped.stop_requested()) return false;
@@ -158,11 +163,36 @@ bool ReaderConnection::waitUntil(Clock::time_point deadline) {
       pollfd{isAnnouncing ? control.get() : -1, POLLIN, 0},
       pollfd{results.get(), static_cast<short>(wantsAll ? POLLIN : 0), 0}};
   poll(watched.data(), watched.size(), std::min(left, static_cast<int>(kLookAgain.count())));
-  if (watched[0].revents != 0) {
-    std::array<char, tagMessages::kMostMessageBytes> announcement;
-    isAnnouncing = recv(control.get(), announcement.data(), announcement.size(), MSG_DONTWAIT) > 0;
-  }
+  if (watched[0].revents != 0) hear(source);
   return true;
+}
+
+/// Takes a message: a question, or word that a request is done with.
+void ReaderConnection::hear(TagStream* source) {
+  std::array<char, tagMessages::kMostMessageBytes> message;
+  const ssize_t got = recv(control.get(), message.data(), message.size(), MSG_DONTWAIT);
+  isAnnouncing = got > 0;
+  if (got <= 0 || source == nullptr) return;
+  const auto range = tagMessages::decodeQuestion({message.data(), static_cast<std::size_t>(got)});
+  if (range) answer(*range, *source);
+}
+
+/// Hands the bytes over in a file in memory: they may be many.
+void ReaderConnection::answer(const tagMessages::ByteRange& range, TagStream& source) {
+  const std::int64_t there = std::max<std::int64_t>(source.length() - range.start, 0);
+  std::string bytes(static_cast<std::size_t>(std::min(range.length, there)), '\0');
+  std::int64_t count =
+      source.readAt(static_cast<long>(range.start), bytes.data(), static_cast<long>(bytes.size()));
+  std::vector<Descriptor> memory;
+  if (count > 0) {
+    memory.emplace_back(memfd_create("orvel-track", MFD_CLOEXEC));
+    if (pwrite(memory[0].get(), bytes.data(), static_cast<std::size_t>(count), 0) != count) {
+      count = -1;
+    }
+  }
+  if (source.readFailed()) count = -1;
+  // A reader that cannot be told has ended.
+  isAnnouncing = tell(tagMessages::encodeAnswer(count), memory);
 }
 
 std::string ReaderConnection::end() {

@@ -24,23 +24,22 @@ class ReaderConnection {
   /// std::system_error.
   ReaderConnection(std::stop_token token, const std::string& program);
 
-  /// A file to hand over.
-  struct HandedFile {
-    Descriptor descriptor;
-    tagMessages::FileRequest request;
-  };
   enum class Sent { Yes, Later, Never };
 
   /// Hands over at most `kMostFiles` files; they are read in this order. Does not wait: while the
   /// reader has enough to do they can only be sent later.
-  Sent send(const std::vector<HandedFile>& files) const;
+  /// @param descriptors  one for each file, but for those that are asked for
+  [[nodiscard]] Sent send(const std::vector<tagMessages::FileRequest>& files,
+                          const std::vector<Descriptor>& descriptors) const;
 
   /// Waits for the greeting; nothing when the process is not, or not the right, tag reader.
   std::optional<tagMessages::Confinement> receiveGreeting(std::chrono::milliseconds patience);
 
   /// Waits for the next result and takes the time off `patience`; nothing when the reader has
   /// ended, has sent what is no result, or has run out of time.
-  std::optional<tagMessages::Result> receive(std::chrono::milliseconds& patience);
+  /// @param source  answers what the reader asks meanwhile; null for no file that is asked for
+  std::optional<tagMessages::Result> receive(std::chrono::milliseconds& patience,
+                                             TagStream* source = nullptr);
 
   /// True when it has read no file to the end yet.
   [[nodiscard]] bool isFresh() const { return answers == 0; }
@@ -66,7 +65,10 @@ class ReaderConnection {
 
   std::optional<std::string_view> takeResult();
   bool readMore();
-  bool waitUntil(Clock::time_point deadline);
+  bool waitUntil(Clock::time_point deadline, TagStream* source);
+  void hear(TagStream* source);
+  void answer(const tagMessages::ByteRange& range, TagStream& source);
+  [[nodiscard]] bool tell(std::string text, const std::vector<Descriptor>& descriptors) const;
 
   Descriptor control;
   Descriptor results;

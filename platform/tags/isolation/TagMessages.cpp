@@ -8,6 +8,7 @@ namespace orvel::tagMessages {
 
 namespace {
 
+constexpr char kQuestion = 'Q';
 constexpr auto kThrown = static_cast<std::uint8_t>(0xFF);
 constexpr auto kLastOutcome = static_cast<std::uint8_t>(TagResult::Outcome::DeviceFailed);
 
@@ -101,6 +102,7 @@ std::string encodeRequests(const std::vector<FileRequest>& files) {
   for (const FileRequest& file : files) {
     writer.number(file.bytes);
     writer.bytes(file.ending);
+    writer.number(file.isAskedFor);
   }
   return std::move(writer.message);
 }
@@ -113,6 +115,7 @@ std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message)
   for (FileRequest& file : files) {
     file.bytes = parser.number<std::int64_t>();
     file.ending = parser.bytes();
+    file.isAskedFor = parser.number<std::uint8_t>() != 0;
   }
   if (!parser.isDone()) return std::nullopt;
   return files;
@@ -134,6 +137,37 @@ std::optional<Confinement> decodeGreeting(std::string_view message) {
   confinement.files = parser.number<std::uint8_t>() != 0;
   if (!isVersion || !parser.isDone()) return std::nullopt;
   return confinement;
+}
+
+std::string encodeQuestion(const ByteRange& range) {
+  Writer writer;
+  writer.number(kQuestion);
+  writer.number(range.start);
+  writer.number(range.length);
+  return std::move(writer.message);
+}
+
+std::optional<ByteRange> decodeQuestion(std::string_view message) {
+  Parser parser(message);
+  const bool isQuestion = parser.number<char>() == kQuestion;
+  const auto start = parser.number<std::int64_t>();
+  const auto length = parser.number<std::int64_t>();
+  const bool isSound = start >= 0 && length >= 0 && length <= kMostAskedBytes;
+  if (!isQuestion || !parser.isDone() || !isSound) return std::nullopt;
+  return ByteRange{start, length};
+}
+
+std::string encodeAnswer(std::int64_t count) {
+  Writer writer;
+  writer.number(count);
+  return std::move(writer.message);
+}
+
+std::optional<std::int64_t> decodeAnswer(std::string_view message) {
+  Parser parser(message);
+  const auto count = parser.number<std::int64_t>();
+  if (!parser.isDone()) return std::nullopt;
+  return count;
 }
 
 std::string encodeResult(const TagResult& result) {

@@ -12,7 +12,8 @@
 /// built together: numbers are in its own byte order.
 ///
 /// A socket that keeps messages apart carries the greeting, then requests one way and, for each
-/// that is done with, `kRequestDone` the other way. Results go through a pipe, each as soon as it
+/// that is done with, `kRequestDone` the other way; for a file without a descriptor also questions
+/// and answers about its bytes. Results go through a pipe, each as soon as it
 /// is there: the library knows at which file a reader ended, and yet need not wake up for every
 /// one.
 namespace orvel::tagMessages {
@@ -28,6 +29,8 @@ constexpr std::size_t kMostFiles = 16;
 constexpr std::size_t kMostMessageBytes = 4096;
 /// How long a result is at most, with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{32} << 20;
+/// How many bytes a question may ask for: what a file may cost in all.
+constexpr std::int64_t kMostAskedBytes = 32LL << 20;
 constexpr char kRequestDone = 'D';
 
 /// How the reader's process ends by itself.
@@ -39,10 +42,17 @@ struct Confinement {
   bool files = false;        ///< no way to any file by name
 };
 
-/// A file that a request hands over; its descriptor goes along in the same place.
+/// A file that a request hands over.
 struct FileRequest {
   std::int64_t bytes = 0;
-  std::string ending;  ///< of the file's name, with the dot
+  std::string ending;       ///< of the file's name, with the dot
+  bool isAskedFor = false;  ///< no descriptor goes along: each byte must be asked for
+};
+
+/// A part of the file that is asked for.
+struct ByteRange {
+  std::int64_t start = 0;
+  std::int64_t length = 0;
 };
 
 /// A result, or what the parser threw.
@@ -53,6 +63,10 @@ struct Result {
 
 std::string encodeRequests(const std::vector<FileRequest>& files);
 std::string encodeGreeting(Confinement confinement);
+std::string encodeQuestion(const ByteRange& range);
+/// @param count  how many bytes lie in the file whose descriptor goes along; negative after an
+/// error
+std::string encodeAnswer(std::int64_t count);
 /// What stands before each result in the pipe: its length.
 using ResultLength = std::uint32_t;
 /// With the length before it.
@@ -63,6 +77,8 @@ std::string encodeError(std::string_view error);
 // the file that it reads.
 std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message);
 std::optional<Confinement> decodeGreeting(std::string_view message);
+std::optional<ByteRange> decodeQuestion(std::string_view message);
+std::optional<std::int64_t> decodeAnswer(std::string_view message);
 /// Without the length.
 std::optional<Result> decodeResult(std::string_view message);
 

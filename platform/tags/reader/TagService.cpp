@@ -31,10 +31,10 @@ using namespace tagMessages;
 /// Shorter than the library's: what a slow device gave in time is better than nothing.
 constexpr std::chrono::milliseconds kReadTime{4000};
 
-/// Files that were handed over.
-struct Request {
-  std::vector<FileRequest> files;
-  std::vector<Descriptor> descriptors;  ///< one for each
+/// What the library says.
+struct Message {
+  std::string text;
+  std::vector<Descriptor> descriptors;
 };
 
 bool isStartedByLibrary() {
@@ -55,30 +55,25 @@ std::vector<Descriptor> takeDescriptors(msghdr& message) {
 }
 
 /// Nothing when the library is gone.
-std::optional<Request> receive() {
+std::optional<Message> receiveMessage() {
   std::array<char, kMostMessageBytes> text;
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(kMostFiles * sizeof(int))> control{};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(kMostFiles * sizeof(int))> rights{};
   iovec part{text.data(), text.size()};
   msghdr message{};
   message.msg_iov = &part;
   message.msg_iovlen = 1;
-  message.msg_control = control.data();
-  message.msg_controllen = control.size();
+  message.msg_control = rights.data();
+  message.msg_controllen = rights.size();
   ssize_t got = -1;
   do {
     got = recvmsg(kControlSocket, &message, MSG_CMSG_CLOEXEC);
   } while (got < 0 && errno == EINTR);
   if (got <= 0) return std::nullopt;
-  Request request;
-  request.descriptors = takeDescriptors(message);
-  auto files = decodeRequests({text.data(), static_cast<std::size_t>(got)});
-  if (!files || files->size() != request.descriptors.size()) return std::nullopt;
-  request.files = std::move(*files);
-  return request;
+  return Message{{text.data(), static_cast<std::size_t>(got)}, takeDescriptors(message)};
 }
 
 /// Returns false when the library is gone.
-bool tell(std::string_view text) {
+bool sendMessage(std::string_view text) {
   iovec part{const_cast<char*>(text.data()), text.size()};
   msghdr message{};
   message.msg_iov = &part;
@@ -96,33 +91,70 @@ bool writeResult(std::string_view text) {
   return true;
 }
 
-std::string resultOf(AudioStream& stream, TagResult (*read)(TagStream&)) {
+/// A file that only the library can read.
+class AskedStream : public TagStream {
+ public:
+  explicit AskedStream(const FileRequest& file) : TagStream(file.ending, {}, kReadTime) {
+    setSize(file.bytes);
+  }
+
+  bool isOpen() const override { return true; }
+
+  long readAt(long start, char* target, long length) override {
+    const ByteRange range{start, std::min<std::int64_t>(length, kMostAskedBytes)};
+    const auto answer = sendMessage(encodeQuestion(range)) ? receiveMessage() : std::nullopt;
+    const auto count = answer ? decodeAnswer(answer->text) : std::nullopt;
+    if (!count) _exit(NoConnection);
+    if (*count < 0) noteReadError();
+    if (*count <= 0 || answer->descriptors.empty()) return 0;
+    const ssize_t got = pread(answer->descriptors.front().get(), target,
+                              static_cast<std::size_t>(std::min(*count, range.length)), 0);
+    return static_cast<long>(std::max<ssize_t>(got, 0));
+  }
+};
+
+std::string resultOf(TagStream& stream, ReadingDepth depth, ReadTags read) {
   try {
-    return encodeResult(read(stream));
+    return encodeResult(read(stream, depth));
   } catch (const std::exception& error) {
     return encodeError(error.what());
   }
 }
 
+std::string resultOf(const FileRequest& file, Descriptor descriptor, ReadTags read) {
+  if (file.isAskedFor) {
+    AskedStream stream(file);
+    return resultOf(stream, ReadingDepth::Tag, read);
+  }
+  AudioStream stream({std::move(descriptor), file.bytes}, file.ending, {}, kReadTime);
+  return resultOf(stream, ReadingDepth::TagAndAudio, read);
+}
+
+/// Returns false when the library is gone, or says what cannot be understood.
+bool serve(Message request, ReadTags read) {
+  const auto files = decodeRequests(request.text);
+  if (!files) return false;
+  auto next = request.descriptors.begin();
+  for (const FileRequest& file : *files) {
+    const bool hasDescriptor = !file.isAskedFor && next != request.descriptors.end();
+    Descriptor descriptor = hasDescriptor ? std::move(*next++) : Descriptor();
+    if (!writeResult(resultOf(file, std::move(descriptor), read))) return false;
+  }
+  return sendMessage({&kRequestDone, 1});
+}
+
 }  // namespace
 
-int serveTags(TagResult (*read)(TagStream& stream)) {
+int serveTags(ReadTags read) {
   if (!isStartedByLibrary()) {
     std::cerr << "orvel-tag-reader is started by Orvel itself and of no use by hand.\n";
     return NotStartedByLibrary;
   }
   // A parser without memory is not asked to go on: a fresh process has all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
-  const Confinement confinement = confineProcess();
-  if (!tell(encodeGreeting(confinement))) return NoConnection;
-  while (auto request = receive()) {
-    for (std::size_t i = 0; i < request->files.size(); ++i) {
-      FileRequest& file = request->files[i];
-      AudioStream stream({std::move(request->descriptors[i]), file.bytes}, std::move(file.ending),
-                         {}, kReadTime);
-      if (!writeResult(resultOf(stream, read))) return NoConnection;
-    }
-    if (!tell({&kRequestDone, 1})) return NoConnection;
+  if (!sendMessage(encodeGreeting(confineProcess()))) return NoConnection;
+  while (auto request = receiveMessage()) {
+    if (!serve(std::move(*request), read)) return NoConnection;
   }
   return Done;
 }
