@@ -1,0 +1,71 @@
+#!/bin/bash
+# Unpacks the libraries that an armhf build needs: makeSysroot.sh FOLDER PACKAGE...
+#
+# No emulated maintainer scripts run, and the packages of the machine itself stay as they are. Exit
+# status 77: it cannot be made here, the last line says why.
+set -uo pipefail
+folder=$1
+shift
+making=$folder.making
+
+say() { printf '%s\n' "$*" >&2; }
+
+skip() {
+  say "Skipped: $*"
+  exit 77
+}
+
+# The mirror that this machine installs from. The security suite is left out: its armhf packages often
+# lag behind, and libraries of different versions do not install together.
+sources() {
+  local mirror
+  # shellcheck disable=SC2016
+  mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Codename: bookworm' |
+    head -n 1)
+  for suite in bookworm bookworm-updates; do
+    echo "deb ${mirror:-http://deb.debian.org/debian} $suite main"
+  done
+}
+
+download() { # PACKAGE...: writes a tar archive
+  local options include
+  options=$(mktemp) || return
+  # How this machine reaches its mirror.
+  apt-config dump | grep -E '^Acquire::(https?|Retries|Check)' >"$options"
+  include=$(IFS=, && echo "$*")
+  sources | mmdebstrap --variant=extract --architectures=armhf --format=tar --aptopt="$options" \
+    --include="$include" bookworm - -
+  local status=$?
+  rm -f "$options"
+  return $status
+}
+
+# What the emulator finds here hides what the machine has under the same path.
+unpack() {
+  tar --extract --directory "$making" --no-same-owner --exclude=./usr/share/doc \
+    --exclude=./usr/share/man --exclude=./usr/share/locale \
+    $(printf -- '--exclude=./%s ' boot dev home media mnt opt proc root run srv sys tmp var)
+}
+
+# Absolute links would lead to the machine's own libraries.
+make_links_relative() {
+  find "$making" -type l -lname '/*' | while read -r link; do
+    local parent
+    parent=$(dirname "${link#"$making"}")
+    # Resolved without the file system, which is laid out differently here.
+    ln -sfn "$(realpath -ms --relative-to="$parent" "$(readlink "$link")")" "$link"
+  done
+}
+
+command -v mmdebstrap >/dev/null || skip "mmdebstrap is not installed"
+say "Unpacking armhf packages into $folder, about 1 minute"
+rm -rf "$making"
+mkdir -p "$making" || exit
+download "$@" | unpack || {
+  rm -rf "$making"
+  skip "the armhf packages cannot be downloaded or unpacked (mmdebstrap says why above; it needs root, or" \
+    "user namespaces and the package uidmap)"
+}
+make_links_relative
+update-mime-database "$making/usr/share/mime" || exit
+mv "$making" "$folder"
