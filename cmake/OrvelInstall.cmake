@@ -11,7 +11,7 @@ set(ORVEL_PUBLIC_HEADERS
     platform/common/Export.h platform/common/Log.h platform/common/Mutex.h
     platform/common/StageThread.h platform/common/ThreadAnnotations.h
     platform/device_access/AttachedDevices.h platform/device_access/DeviceTypes.h
-    platform/text/TextRegion.h qt/OrvelQTProxy.h)
+    platform/tags/TagReading.h platform/text/TextRegion.h qt/OrvelQTProxy.h)
 foreach(header IN LISTS ORVEL_PUBLIC_HEADERS)
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvel/${folder})

@@ -1,5 +1,5 @@
 set(ORVEL_PARTS orvel_db orvel_framework orvel_msd orvel_mtp orvel_orchestration orvel_qt
-    orvel_device_access orvel_platform_tags ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
+    orvel_device_access orvel_platform_tags orvel_tag_parsing ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
 
 # Tests link the implementation of device access that they need.
 if(NOT ORVEL_DEVICE_ACCESS)

@@ -14,6 +14,7 @@ endif()
 if(ORVEL_SANITIZE)
   target_compile_options(orvel_options INTERFACE -fsanitize=${ORVEL_SANITIZE} -fno-sanitize-recover=all
                          -fno-omit-frame-pointer)
+  target_compile_definitions(orvel_options INTERFACE ORVEL_SANITIZED)
   target_link_options(orvel_options INTERFACE -fsanitize=${ORVEL_SANITIZE})
 endif()
 

@@ -15,6 +15,7 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::RowsLost, "the database did not take all rows; is the disk full?"},
     {LeftUndone::DatabaseDamaged, "the database is damaged and is replaced by the next run"},
     {LeftUndone::ReadError, "the device has folders that cannot be read"},
+    {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
 };
 
 std::vector<std::string> texts(unsigned reasons) {
@@ -47,6 +48,7 @@ ProgressSnapshot RequestProgress::snapshot() const {
   copy.databaseExisted = databaseExisted;
   copy.contentModified = contentModified;
   copy.limitReached = limitReached;
+  copy.isolationFailed = isolationFailed;
   copy.leftUndone = texts(undone);
   copy.status = status.load();
   return copy;

@@ -19,6 +19,7 @@ enum class LeftUndone : unsigned {
   RowsLost = 1U << 4,         ///< the database did not take all rows
   DatabaseDamaged = 1U << 5,  ///< the database is damaged and waits to be replaced
   ReadError = 1U << 6,        ///< the device could not be read in places
+  ReaderLost = 1U << 7,       ///< the process that reads tags could not be started again
 };
 
 /// Where a request is.
@@ -43,6 +44,8 @@ struct ProgressSnapshot {
   std::optional<double> firstSongSeconds;
   bool databaseExisted = false;  ///< the last status was "OK" when the request was made
   bool contentModified = false;
+  /// The host chose isolated tag reading, and tags were read in its own process all the same.
+  bool isolationFailed = false;
   bool limitReached = false;            ///< more than 16000 songs: the rest was not looked at
   std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
   /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.
@@ -67,6 +70,7 @@ class RequestProgress {
   std::atomic<bool> databaseExisted{false};
   std::atomic<bool> contentModified{false};
   std::atomic<bool> limitReached{false};
+  std::atomic<bool> isolationFailed{false};
   std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<const char*> status{""};  ///< a string literal
 

@@ -14,7 +14,8 @@ namespace orvel::host {
 namespace {
 
 constexpr char kSynopsis[] =
-    "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--json] [--quiet] [-v]\n"
+    "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--in-process]\n"
+    "                   [--json] [--quiet] [-v]\n"
     "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR] [--json]\n"
     "                   [--quiet] [-v]\n"
     "       orvel mtp list [--json]\n"
@@ -135,6 +136,9 @@ Command parseIndex(const QStringList& arguments) {
         "Name of the device; default: the UUID of the file system or the path; for a phone its"
         " vendor, product and serial number.",
         "ID"},
+       {"in-process",
+        "Read a stick's tags in this process, where a broken file can end the run, instead of one"
+        " of its own."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
        {"v", "Print what the indexer does; -vv and -vvv print more."}});
@@ -145,6 +149,7 @@ Command parseIndex(const QStringList& arguments) {
   options.scriptedFile = verb.value("scripted");
   options.deviceId = verb.value("device-id");
   options.databaseFolder = verb.databaseFolder();
+  options.inProcess = verb.isSet("in-process");
   options.json = verb.isSet("json");
   options.quiet = verb.isSet("quiet");
   options.verbosity = static_cast<int>(verb.get().optionNames().count("v"));

@@ -19,6 +19,7 @@ struct IndexOptions {
   std::chrono::seconds storageWait{60};  ///< how long a locked phone is waited for
   std::optional<std::string> deviceId;
   std::string databaseFolder;
+  bool inProcess = false;  ///< tags are read in this process
   bool json = false;
   bool quiet = false;
   int verbosity = 0;  ///< how often -v was given

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -19,6 +20,7 @@
 #include "host/IndexSession.h"
 #include "host/MountPoint.h"
 #include "platform/common/Log.h"
+#include "platform/tags/TagReading.h"
 
 namespace orvel::host {
 
@@ -45,6 +47,18 @@ void requireAccess(const std::string& path, int mode, const std::string& what) {
                                    " --db-dir.");
 }
 
+/// Where the tag reader is beside this program: in its build folder, or where both were installed
+/// together. Empty: where it was to be installed.
+std::string tagReaderNearby() {
+  namespace fs = std::filesystem;
+  const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
+  for (const char* where : {".", ORVEL_LIBEXEC_FROM_BIN}) {
+    const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
+    if (access(program.c_str(), X_OK) == 0) return program;
+  }
+  return {};
+}
+
 void readTotals(IndexResult& result) {
   result.databaseBytes = databaseBytes(result.database);
   if (result.databaseBytes == 0) return;
@@ -60,6 +74,7 @@ void readTotals(IndexResult& result) {
 IndexRun::IndexRun(const IndexOptions& indexOptions, ProgressLine& progressLine)
     : options(indexOptions), line(progressLine) {
   DatabaseMgr::instance().setDirectory(options.databaseFolder);
+  if (!options.inProcess) setTagReading(TagReading::Isolated, tagReaderNearby());
   signals.onSignal = [this] { interrupt(); };
 }
 

@@ -44,6 +44,7 @@ QJsonObject partition(const PartitionResult& result) {
           {"content_modified", progress.contentModified},
           {"left_undone", texts(result.leftUndone)},
           {"limit_reached", progress.limitReached},
+          {"isolation_failed", progress.isolationFailed},
           {"songs", songs(progress.songs)},
           {"playlists", files(progress.playlists)},
           {"directories", files(progress.directories)}};

@@ -40,6 +40,9 @@ void describePartition(std::ostream& out, const PartitionResult& partition) {
   if (progress.limitReached) {
     out << "  The limit of 16000 songs is reached: further songs are not looked at.\n";
   }
+  if (progress.isolationFailed) {
+    out << "  Tags were read without isolation: the tag reader could not be started.\n";
+  }
   for (const std::string& reason : partition.leftUndone) {
     out << "  Left undone: " << displayText(reason) << "\n";
   }

@@ -19,7 +19,7 @@ namespace {
 
 /// The file's own sort forms, cleaned; null when it gives none.
 std::unique_ptr<const std::array<std::string, 5>> sortFormsOf(const SongTag& tag) {
-  const SongTag::SortTexts& texts = tag.sortTexts();
+  const TagValues::SortTexts& texts = tag.sortTexts();
   if (std::all_of(texts.begin(), texts.end(), [](const auto& text) { return text.isEmpty(); })) {
     return nullptr;
   }

@@ -1,14 +1,11 @@
 #include "msd/MSDMiner.h"
 
-#include <taglib/fileref.h>
-
 #include <exception>
 #include <optional>
 #include <utility>
 
 #include "db/DatabaseMgr.h"
 #include "framework/Timer.h"
-#include "msd/AudioStream.h"
 #include "msd/Encoder.h"
 #include "msd/StandardErrorSilence.h"
 #include "platform/common/Log.h"
@@ -16,8 +13,11 @@
 
 namespace orvel {
 
-MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch)
-    : Server(stageName, kMiningStackBytes), watch(std::move(mountPointWatch)) {}
+MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch,
+                   TagReaderFactory readerFactory)
+    : Server(stageName, kMiningStackBytes),
+      watch(std::move(mountPointWatch)),
+      makeReader(std::move(readerFactory)) {}
 
 MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
@@ -29,73 +29,85 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   if (DatabaseMgr::instance().dbSizeHasReachLimit(operation.deviceId)) {
     OV_INFO("MSDMiner SKIPPED db size limit reached (op: %d)", operation.id);
     leaveUndone(*songs, LeftUndone::SizeLimit);
-  } else if (!mineFiles(*block, *songs)) {
-    return songs;
+  } else {
+    const bool isDevicePresent = mineFiles(*block, *songs);
+    if (operation.last) reader.reset();
+    if (!isDevicePresent) return songs;
   }
   OV_INFO("MSDMiner timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return songs;
 }
 
+/// Tells the reader which files come, before the first of them is needed.
+void MSDMiner::expect(const Block<FileInfo*>& files) {
+  if (files.items.empty()) return;
+  if (reader == nullptr) reader = makeReader(cancellation.get_token());
+  std::vector<std::string> paths;
+  paths.reserve(files.items.size());
+  for (const FileInfo* file : files.items) paths.push_back(*file->path);
+  reader->expect(std::move(paths));
+}
+
 /// Returns false when the mount point is gone.
 bool MSDMiner::mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs) {
+  expect(files);
   for (const FileInfo* file : files.items) {
-    const Mined mined = stopping() ? Mined::Stopped : mineGuarded(*file, files.operation, songs);
-    if (mined == Mined::Stopped) {
-      leaveUndone(songs, LeftUndone::Interrupted);
-      return true;
-    }
-    if (mined == Mined::MountPointGone) {
-      leaveUndone(songs, LeftUndone::MountPointGone);
-      return false;
-    }
+    const std::optional<LeftUndone> cut =
+        stopping() ? LeftUndone::Interrupted : mineGuarded(*file, files.operation, songs);
+    if (!cut) continue;
+    leaveUndone(songs, *cut);
+    return cut != LeftUndone::MountPointGone;
   }
   progress->songsSkipped += static_cast<unsigned>(files.items.size() - songs.items.size());
   return true;
 }
 
-MSDMiner::Mined MSDMiner::mineGuarded(const FileInfo& file, const Operation& operation,
-                                      Block<MetaDataInfo*>& songs) {
+/// Returns why the block is to be cut before this file, if it is.
+std::optional<LeftUndone> MSDMiner::mineGuarded(const FileInfo& file, const Operation& operation,
+                                                Block<MetaDataInfo*>& songs) {
   const StandardErrorSilence silence;
   try {
     return mine(file, operation, songs);
   } catch (const std::exception& error) {
     OV_ERROR("exception from taglib for track: %s what %s", file.path->c_str(), error.what());
-    return Mined::Done;
+    return std::nullopt;
   }
 }
 
-MSDMiner::Mined MSDMiner::mine(const FileInfo& file, const Operation& operation,
-                               Block<MetaDataInfo*>& songs) {
-  AudioStream stream(*file.path, cancellation.get_token());
-  const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
-  if (stream.interrupted()) return Mined::Stopped;
-  if (reference.isNull() || stream.readFailed()) return mineUnreadable(file, operation, songs);
-  if (reference.tag() == nullptr) return Mined::Done;
-  const SongTag tag(*reference.file());
+std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& operation,
+                                         Block<MetaDataInfo*>& songs) {
+  using Outcome = TagResult::Outcome;
+  TagResult read = reader->next();
+  if (reader->isolationFailed()) progress->isolationFailed = true;
+  if (read.outcome == Outcome::Interrupted) return LeftUndone::Interrupted;
+  if (read.outcome == Outcome::ReaderLost) return LeftUndone::ReaderLost;
+  if (read.outcome == Outcome::Unreadable) return mineUnreadable(file, operation, songs);
+  if (read.outcome == Outcome::Untagged) return std::nullopt;
+  const SongTag tag(std::move(read.values));
   std::unique_ptr<MetaDataInfo> song(Encoder::instance().guessAndConvert(
       *file.path, operation.mountPoint, file.lastModified, &tag));
   if (song == nullptr) {
     OV_ERROR("invalid encoding");
-    return Mined::Done;
+    return std::nullopt;
   }
   song->setAsianFields();
   songs.add(std::move(song));
-  return Mined::Done;
+  return std::nullopt;
 }
 
-MSDMiner::Mined MSDMiner::mineUnreadable(const FileInfo& file, const Operation& operation,
-                                         Block<MetaDataInfo*>& songs) {
+std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const Operation& operation,
+                                                   Block<MetaDataInfo*>& songs) {
   OV_WARN("NULL file for track: %s", file.path->c_str());
   const int missing = watch->missing(operation.id, operation.mountPoint);
   if (missing != 0) {
     OV_ERROR("MOUNT POINT IS NOT PRESENT ANYMORE %s: %d", operation.mountPoint.c_str(), missing);
-    return Mined::MountPointGone;
+    return LeftUndone::MountPointGone;
   }
   OV_WARN("insert empty: %s", file.path->c_str());
   const std::string none;
   songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none, none,
                                            none, 1, 1, file.lastModified));
-  return Mined::Done;
+  return std::nullopt;
 }
 
 void MSDMiner::leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason) {

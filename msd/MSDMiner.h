@@ -7,6 +7,7 @@
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
+#include "platform/tags/TagReader.h"
 
 namespace orvel {
 
@@ -14,22 +15,27 @@ namespace orvel {
 /// read still becomes a song, with empty texts.
 class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
-  explicit MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch =
-                                               std::make_shared<MountPointWatch>());
+  explicit MSDMiner(
+      const char* stageName,
+      std::shared_ptr<MountPointWatch> mountPointWatch = std::make_shared<MountPointWatch>(),
+      TagReaderFactory makeReader = makeTagReader);
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  private:
-  enum class Mined { Done, MountPointGone, Stopped };
-
+  void expect(const Block<FileInfo*>& files);
   bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
-  Mined mineGuarded(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
-  Mined mine(const FileInfo& file, const Operation& operation, Block<MetaDataInfo*>& songs);
-  Mined mineUnreadable(const FileInfo& file, const Operation& operation,
-                       Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mineGuarded(const FileInfo& file, const Operation& operation,
+                                        Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mine(const FileInfo& file, const Operation& operation,
+                                 Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mineUnreadable(const FileInfo& file, const Operation& operation,
+                                           Block<MetaDataInfo*>& songs);
   void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;
+  TagReaderFactory makeReader;
+  std::unique_ptr<TagReader> reader;  ///< from the first file of a request to its last
   /// The operation whose block was cut before; its later blocks say so, too. Own thread only.
   std::optional<int> cutOperation;
 };

@@ -72,7 +72,7 @@ bool MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& info, t_handle 
   const TagLib::FileRef reference(&stream, false);
   if (reference.isNull() || stream.readFailed() || stream.interrupted()) return false;
   if (reference.tag() == nullptr) return false;
-  const SongTag tag(*reference.file());
+  const SongTag tag(tagValuesOf(*reference.file()));
   TagTexts texts = convertTexts(tag);
   device->keepTrackNumber(id, trackNumberOf(tag));
   info = CTrackInfo(std::move(texts.title), std::move(texts.artist), std::move(texts.album),

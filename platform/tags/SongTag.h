@@ -1,37 +1,33 @@
 #pragma once
 
 #include <taglib/tag.h>
-#include <taglib/tfile.h>
-#include <taglib/tstring.h>
 
-#include <array>
+#include <utility>
+
+#include "platform/tags/TagValues.h"
 
 namespace orvel {
 
-/// A file's tag with what TagLib's tag interface lacks: composer, disc number and sort forms.
-/// Forwards the ordinary getters to the file's own tag, which must outlive it.
+/// The values of a song's tag behind TagLib's tag interface, with what that interface lacks:
+/// composer, disc number and sort forms.
 class SongTag : public TagLib::Tag {
  public:
-  /// The sort forms of title, artist, album, genre and composer, in this order.
-  using SortTexts = std::array<TagLib::String, 5>;
+  explicit SongTag(TagValues tagValues) : values(std::move(tagValues)) {}
 
-  /// Takes what it adds from the format's own tag where the format is known, otherwise from the
-  /// file's properties. The file must have a tag.
-  explicit SongTag(const TagLib::File& file);
-
-  [[nodiscard]] TagLib::String composer() const { return composerText; }
+  [[nodiscard]] TagLib::String composer() const { return values.composer; }
   /// 0 when unknown.
-  [[nodiscard]] int disc() const { return discNumber; }
-  /// Empty where the file gives none.
-  [[nodiscard]] const SortTexts& sortTexts() const { return sort; }
+  [[nodiscard]] int disc() const { return values.disc; }
+  [[nodiscard]] const TagValues::SortTexts& sortTexts() const { return values.sort; }
 
-  TagLib::String title() const override { return tag.title(); }
-  TagLib::String artist() const override { return tag.artist(); }
-  TagLib::String album() const override { return tag.album(); }
-  TagLib::String comment() const override { return tag.comment(); }
-  TagLib::String genre() const override { return tag.genre(); }
-  unsigned int year() const override { return tag.year(); }
-  unsigned int track() const override { return tag.track(); }
+  TagLib::String title() const override { return values.title; }
+  TagLib::String artist() const override { return values.artist; }
+  TagLib::String album() const override { return values.album; }
+  TagLib::String genre() const override { return values.genre; }
+  unsigned int track() const override { return values.track; }
+
+  // Not stored, hence not read.
+  TagLib::String comment() const override { return {}; }
+  unsigned int year() const override { return 0; }
 
   // Tags are only read here: these do nothing.
   void setTitle(const TagLib::String& /*text*/) override {}
@@ -43,10 +39,7 @@ class SongTag : public TagLib::Tag {
   void setTrack(unsigned int /*number*/) override {}
 
  private:
-  const TagLib::Tag& tag;
-  TagLib::String composerText;
-  int discNumber = 0;
-  SortTexts sort;
+  TagValues values;
 };
 
 }  // namespace orvel

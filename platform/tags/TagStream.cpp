@@ -13,7 +13,6 @@ namespace orvel {
 namespace {
 
 constexpr std::int64_t kByteBudget = 32LL << 20;
-constexpr std::chrono::seconds kTimeBudget{5};
 constexpr int kReadBudget = 20000;
 constexpr int kReadsPerClock = 16;
 /// Smaller tags are read in one piece.
@@ -21,10 +20,11 @@ constexpr unsigned long kLargeTagBytes = 16384;
 
 }  // namespace
 
-TagStream::TagStream(std::string streamName, std::stop_token token)
+TagStream::TagStream(std::string streamName, std::stop_token token,
+                     std::chrono::milliseconds timeBudget)
     : fileName(std::move(streamName)),
       stopped(std::move(token)),
-      deadline(std::chrono::steady_clock::now() + kTimeBudget),
+      deadline(std::chrono::steady_clock::now() + timeBudget),
       bytesLeft(kByteBudget),
       readsLeft(kReadBudget) {}
 

@@ -40,8 +40,11 @@ class TagStream : public TagLib::IOStream {
   void truncate(long /*length*/) override {}
 
  protected:
+  static constexpr std::chrono::milliseconds kTimeBudget{5000};
+
   /// @param streamName  its ending tells the format
-  TagStream(std::string streamName, std::stop_token token);
+  TagStream(std::string streamName, std::stop_token token,
+            std::chrono::milliseconds timeBudget = kTimeBudget);
 
   void setSize(std::int64_t bytes);
   /// Reads up to `length` bytes at `start` into `target` and returns how many; fewer at the end of

@@ -10,8 +10,8 @@
 
 #include <filesystem>
 
-#include "msd/AudioStream.h"
-#include "platform/tags/SongTag.h"
+#include "platform/tags/AudioStream.h"
+#include "platform/tags/TagValues.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 
@@ -41,11 +41,11 @@ std::string openedByPath(const std::string& path) {
 }
 
 std::string openedByStream(const std::string& path) {
-  AudioStream stream(path, {});
+  AudioStream stream(AudioFile::open(path), path, {});
   const TagLib::FileRef file(&stream, true, TagLib::AudioProperties::Average);
   if (file.isNull()) return "null";
-  const SongTag tag(*file.file());
-  return valuesOf(file, tag.composer(), tag.disc());
+  const TagValues tag = tagValuesOf(*file.file());
+  return valuesOf(file, tag.composer, tag.disc);
 }
 
 /// The stream, its cache and the shortcuts to composer and disc must not show in any value.

@@ -13,6 +13,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 BOOT_SECONDS = 120
 JOB_SECONDS = 120
+LIFE_SECONDS = 1800  # of a machine that nobody stops
 
 
 class Timeout(Exception):
@@ -90,12 +91,13 @@ class Machine:
         self.folder, self.programs = folder, programs
         self.jobs, self.jobCount = f"{folder}/jobs", 0
         os.makedirs(self.jobs)
-        self.sockets = tempfile.mkdtemp(prefix="orvel-vm-")  # their paths must be short
+        self.sockets = tempfile.mkdtemp(prefix="orvel-vm-")  # their paths must be short and plain
         makeInitialDisk(kernel, f"{folder}/initrd")
+        preloaded = shutil.copy(f"{programs}/tests/vm/liborvel_vm_locale.so", self.sockets)
         with open(f"{folder}/qemu.log", "wb") as log:
             self.process = subprocess.Popen(
                 self.command(kernel), stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                env={**os.environ, "LD_PRELOAD": f"{programs}/tests/vm/liborvel_vm_locale.so"})
+                env={**os.environ, "LD_PRELOAD": preloaded})
         try:
             self.monitor = self.connect("monitor").makefile("rw", encoding="utf-8")
             self.monitor.readline()  # a greeting
@@ -110,12 +112,13 @@ class Machine:
 
     def command(self, kernel):
         share = "local,path={},mount_tag={},security_model=none,multidevs=remap{}"
-        return ["qemu-system-x86_64", "-accel", "tcg,thread=multi", "-machine", "q35", "-cpu", "max",
+        jobs = self.jobs.replace(",", ",,")  # a comma ends an option
+        return ["timeout", str(LIFE_SECONDS), "qemu-system-x86_64", "-accel", "tcg,thread=multi", "-machine", "q35", "-cpu", "max",
                 "-smp", "2", "-m", "512", "-nodefaults", "-no-reboot", "-display", "none",
                 "-kernel", f"{kernel}/vmlinuz", "-initrd", f"{self.folder}/initrd",
                 "-append", "console=ttyS0 quiet panic=-1 mitigations=off",
                 "-virtfs", share.format("/", "host", ",readonly=on"),
-                "-virtfs", share.format(self.jobs, "jobs", ""),
+                "-virtfs", share.format(jobs, "jobs", ""),
                 "-device", "qemu-xhci,id=usb", "-trace", "usb_mtp_op_get_partial_object",
                 "-qmp", f"unix:{self.sockets}/monitor,server=on,wait=off",
                 "-serial", f"file:{self.folder}/console.log",

@@ -1,7 +1,7 @@
 """What the devices of the virtual machine hold, and the rows that a host gets from it."""
 
+import json
 import os
-import shlex
 import shutil
 import subprocess
 
@@ -45,7 +45,7 @@ def makePlayer(folder, song):
     os.mkdir(folder)
     script = f"{folder}/player.txt"
     with open(script, "w", encoding="utf-8") as file:
-        file.write(PLAYER.format(bytes=shlex.quote(song).replace("'", '"')))
+        file.write(PLAYER.format(bytes=json.dumps(song, ensure_ascii=False)))
     return script
 
 

@@ -1,4 +1,4 @@
-#include "platform/tags/SongTag.h"
+#include "platform/tags/TagValues.h"
 
 #include <taglib/apetag.h>
 #include <taglib/asffile.h>
@@ -22,7 +22,7 @@ namespace {
 struct Extras {
   TagLib::String composer;
   TagLib::String disc;
-  SongTag::SortTexts sort;
+  TagValues::SortTexts sort;
 };
 
 /// Collects the extras under the names that a format gives them; no format sorts genres.
@@ -143,11 +143,17 @@ Extras extrasOf(const TagLib::File& file) {
 
 }  // namespace
 
-SongTag::SongTag(const TagLib::File& file) : tag(tagWithTexts(file)) {
+TagValues tagValuesOf(const TagLib::File& file) {
+  const TagLib::Tag& tag = tagWithTexts(file);
   const Extras extras = extrasOf(file);
-  composerText = extras.composer;
-  sort = extras.sort;
-  discNumber = std::max(0, extras.disc.toInt());
+  return {tag.title(),
+          tag.artist(),
+          tag.album(),
+          tag.genre(),
+          extras.composer,
+          tag.track(),
+          std::max(0, extras.disc.toInt()),
+          extras.sort};
 }
 
 }  // namespace orvel

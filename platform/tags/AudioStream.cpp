@@ -1,0 +1,40 @@
+#include "platform/tags/AudioStream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace orvel {
+
+AudioFile AudioFile::open(const std::string& path) {
+  // Not blocking: a pipe may have taken the place of the file since it was listed.
+  Descriptor opened(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  if (!opened || fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  posix_fadvise(opened.get(), 0, 0, POSIX_FADV_RANDOM);
+  return {std::move(opened), status.st_size};
+}
+
+AudioStream::AudioStream(AudioFile audioFile, std::string streamName, std::stop_token token,
+                         std::chrono::milliseconds timeBudget)
+    : TagStream(std::move(streamName), std::move(token), timeBudget), file(std::move(audioFile)) {
+  setSize(file.bytes);
+}
+
+long AudioStream::readAt(long start, char* target, long length) {
+  long filled = 0;
+  while (filled < length) {
+    const ssize_t got = pread(file.descriptor.get(), target + filled,
+                              static_cast<std::size_t>(length - filled), start + filled);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) noteReadError();
+    if (got <= 0) break;
+    filled += got;
+  }
+  return filled;
+}
+
+}  // namespace orvel

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/tags/TagReader.h"
+#include "platform/tags/isolation/ReaderConnection.h"
+
+namespace orvel {
+
+/// Has files parsed by a process that may do nothing else, so that a file that makes the parser
+/// crash, hang or bloat costs itself only: it is unreadable. The process is started for the first
+/// file, and anew after each that ended it. Files are opened here and handed over ahead.
+class IsolatedTagReader : public TagReader {
+ public:
+  static constexpr std::chrono::milliseconds kTimeLimit{5000};
+
+  /// @param program    absolute path of the reader's program
+  /// @param timeLimit  for one file
+  IsolatedTagReader(std::stop_token token, std::string program,
+                    std::chrono::milliseconds timeLimit = kTimeLimit);
+  ~IsolatedTagReader() override;
+
+  void expect(std::vector<std::string> paths) override;
+  TagResult next() override;
+  [[nodiscard]] bool isolationFailed() const override { return inProcess != nullptr; }
+
+ private:
+  struct File {
+    std::string path;
+    bool isOpen = false;  ///< known as soon as it was handed over
+  };
+
+  tagMessages::Result answerForCurrent();
+  bool isReady();
+  bool start();
+  void giveUp(const std::string& reason);
+  bool handOver();
+  bool readerEnded(std::chrono::milliseconds patience);
+
+  const std::stop_token stopped;
+  const std::string program;
+  const std::chrono::milliseconds timeLimit;
+  std::unique_ptr<TagReader> inProcess;  ///< stands in when the process cannot be started
+  std::optional<ReaderConnection> reader;
+  bool hasWorked = false;  ///< a reader's process has been up before
+  std::vector<File> files;
+  std::size_t current = 0;
+  std::size_t handedOver = 0;  ///< where the files begin that are still to be handed over
+};
+
+}  // namespace orvel

@@ -1,0 +1,173 @@
+#include "platform/tags/isolation/ReaderConnection.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// How often the library looks for results that no message has announced.
+constexpr milliseconds kLookAgain{10};
+constexpr std::size_t kReadBytes = 16384;
+constexpr char kNonsense[] = "sent what is no result";
+
+void require(bool isDone, const char* what) {
+  if (!isDone) throw std::system_error(errno, std::generic_category(), what);
+}
+
+int millisecondsUntil(std::chrono::steady_clock::time_point deadline) {
+  const auto left = deadline - std::chrono::steady_clock::now();
+  return static_cast<int>(std::max(std::chrono::ceil<milliseconds>(left), milliseconds(0)).count());
+}
+
+}  // namespace
+
+ReaderConnection::Channels::Channels() {
+  std::array<int, 2> ends{};
+  require(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0, "socketpair");
+  control = Descriptor(ends[0]);
+  readersControl = Descriptor(ends[1]);
+  require(pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
+  results = Descriptor(ends[0]);
+  readersResults = Descriptor(ends[1]);
+  require(fcntl(results.get(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
+}
+
+ReaderConnection::ReaderConnection(std::stop_token token, const std::string& program)
+    : ReaderConnection(std::move(token), program, Channels()) {}
+
+ReaderConnection::ReaderConnection(std::stop_token token, const std::string& program,
+                                   Channels channels)
+    : control(std::move(channels.control)),
+      results(std::move(channels.results)),
+      process(program, {channels.readersControl.get(), channels.readersResults.get()}),
+      stopped(std::move(token)),
+      onStop(stopped, Shutdown{control.get()}) {}
+
+ReaderConnection::Sent ReaderConnection::send(const std::vector<HandedFile>& files) const {
+  std::vector<tagMessages::FileRequest> requests;
+  std::array<int, tagMessages::kMostFiles> descriptors{};
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    requests.push_back(files[i].request);
+    descriptors.at(i) = files[i].descriptor.get();
+  }
+  std::string text = tagMessages::encodeRequests(requests);
+  iovec part{text.data(), text.size()};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof descriptors)> rights{};
+  const std::size_t descriptorBytes = files.size() * sizeof(int);
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  message.msg_control = rights.data();
+  message.msg_controllen = CMSG_SPACE(descriptorBytes);
+  cmsghdr* header = CMSG_FIRSTHDR(&message);
+  header->cmsg_level = SOL_SOCKET;
+  header->cmsg_type = SCM_RIGHTS;
+  header->cmsg_len = CMSG_LEN(descriptorBytes);
+  std::memcpy(CMSG_DATA(header), descriptors.data(), descriptorBytes);
+  if (sendmsg(control.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) return Sent::Yes;
+  if (errno == EAGAIN) return Sent::Later;
+  // A reader that has just ended is found out by the next `receive`.
+  return errno == EPIPE || errno == ECONNRESET ? Sent::Yes : Sent::Never;
+}
+
+std::optional<tagMessages::Confinement> ReaderConnection::receiveGreeting(milliseconds patience) {
+  pollfd watched{control.get(), POLLIN, 0};
+  const Clock::time_point deadline = Clock::now() + patience;
+  while (poll(&watched, 1, millisecondsUntil(deadline)) < 0 && errno == EINTR) {
+  }
+  std::array<char, tagMessages::kMostMessageBytes> message;
+  ssize_t got = -1;
+  do {
+    got = recv(control.get(), message.data(), message.size(), MSG_DONTWAIT);
+    // A reader that ends with requests unread resets the connection before its last words.
+  } while (got < 0 && (errno == EINTR || errno == ECONNRESET));
+  if (got < 0) fault = "gave no answer in time";
+  if (got <= 0) return std::nullopt;
+  const auto confinement =
+      tagMessages::decodeGreeting({message.data(), static_cast<std::size_t>(got)});
+  if (!confinement) fault = "comes from another build";
+  return confinement;
+}
+
+std::optional<tagMessages::Result> ReaderConnection::receive(milliseconds& patience) {
+  const Clock::time_point deadline = Clock::now() + patience;
+  while (true) {
+    if (const auto text = takeResult()) {
+      auto result = tagMessages::decodeResult(*text);
+      if (result) {
+        ++answers;
+      } else {
+        fault = kNonsense;
+      }
+      return result;
+    }
+    if (!fault.empty() || (!readMore() && (!isOpen || !waitUntil(deadline)))) {
+      patience = milliseconds(millisecondsUntil(deadline));
+      return std::nullopt;
+    }
+  }
+}
+
+/// The text of the next result that has wholly come; it stays until the next call of `readMore`.
+std::optional<std::string_view> ReaderConnection::takeResult() {
+  tagMessages::ResultLength length = 0;
+  const std::string_view rest = std::string_view(received).substr(taken);
+  if (rest.size() < sizeof length) return std::nullopt;
+  std::memcpy(&length, rest.data(), sizeof length);
+  if (length > tagMessages::kMostResultBytes) fault = kNonsense;
+  if (rest.size() - sizeof length < length) return std::nullopt;
+  taken += sizeof length + length;
+  return rest.substr(sizeof length, length);
+}
+
+/// Takes from the pipe what is there; returns false when there is nothing.
+bool ReaderConnection::readMore() {
+  received.erase(0, std::exchange(taken, 0));
+  std::array<char, kReadBytes> bytes;
+  ssize_t got = -1;
+  do {
+    got = read(results.get(), bytes.data(), bytes.size());
+  } while (got < 0 && errno == EINTR);
+  isOpen = got > 0 || (got < 0 && errno == EAGAIN);
+  if (got > 0) received.append(bytes.data(), static_cast<std::size_t>(got));
+  return got > 0;
+}
+
+/// Waits until it is worth looking into the pipe; returns false when nothing more is to be expected
+/// in time. The pipe itself is watched only for its end, or for the rest of a long result: waking
+/// up for each result costs as much as parsing a small file.
+bool ReaderConnection::waitUntil(Clock::time_point deadline) {
+  const int left = millisecondsUntil(deadline);
+  if (left == 0) fault = "gave no answer in time";
+  if (left == 0 || stopped.stop_requested()) return false;
+  const bool wantsAll = !received.empty() || !isAnnouncing;
+  std::array<pollfd, 2> watched = {
+      pollfd{isAnnouncing ? control.get() : -1, POLLIN, 0},
+      pollfd{results.get(), static_cast<short>(wantsAll ? POLLIN : 0), 0}};
+  poll(watched.data(), watched.size(), std::min(left, static_cast<int>(kLookAgain.count())));
+  if (watched[0].revents != 0) {
+    std::array<char, tagMessages::kMostMessageBytes> announcement;
+    isAnnouncing = recv(control.get(), announcement.data(), announcement.size(), MSG_DONTWAIT) > 0;
+  }
+  return true;
+}
+
+std::string ReaderConnection::end() {
+  const std::string ending = process.end();
+  return fault.empty() ? ending : fault;
+}
+
+}  // namespace orvel

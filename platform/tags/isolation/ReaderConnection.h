@@ -1,0 +1,84 @@
+#pragma once
+
+#include <sys/socket.h>
+
+#include <chrono>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/common/Descriptor.h"
+#include "platform/tags/AudioStream.h"
+#include "platform/tags/isolation/ChildProcess.h"
+#include "platform/tags/isolation/TagMessages.h"
+
+namespace orvel {
+
+/// One process of the tag reader and the way to it. Trusts nothing that comes from there. Used by
+/// one thread; a raised token ends every wait.
+class ReaderConnection {
+ public:
+  /// Starts the process, which dies with the connection and with the calling thread. Throws
+  /// std::system_error.
+  ReaderConnection(std::stop_token token, const std::string& program);
+
+  /// A file to hand over.
+  struct HandedFile {
+    Descriptor descriptor;
+    tagMessages::FileRequest request;
+  };
+  enum class Sent { Yes, Later, Never };
+
+  /// Hands over at most `kMostFiles` files; they are read in this order. Does not wait: while the
+  /// reader has enough to do they can only be sent later.
+  Sent send(const std::vector<HandedFile>& files) const;
+
+  /// Waits for the greeting; nothing when the process is not, or not the right, tag reader.
+  std::optional<tagMessages::Confinement> receiveGreeting(std::chrono::milliseconds patience);
+
+  /// Waits for the next result and takes the time off `patience`; nothing when the reader has
+  /// ended, has sent what is no result, or has run out of time.
+  std::optional<tagMessages::Result> receive(std::chrono::milliseconds& patience);
+
+  /// True when it has read no file to the end yet.
+  [[nodiscard]] bool isFresh() const { return answers == 0; }
+
+  /// Ends the process and tells in words for people what was wrong with it.
+  std::string end();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  /// The library's ends and the reader's ends.
+  struct Channels {
+    Channels();
+    Descriptor control;
+    Descriptor results;
+    Descriptor readersControl;
+    Descriptor readersResults;
+  };
+  struct Shutdown {
+    int socket;
+    void operator()() const noexcept { shutdown(socket, SHUT_RDWR); }
+  };
+  ReaderConnection(std::stop_token token, const std::string& program, Channels channels);
+
+  std::optional<std::string_view> takeResult();
+  bool readMore();
+  bool waitUntil(Clock::time_point deadline);
+
+  Descriptor control;
+  Descriptor results;
+  ChildProcess process;
+  std::stop_token stopped;
+  std::stop_callback<Shutdown> onStop;
+  std::size_t answers = 0;
+  std::string fault;         ///< what was wrong with the reader while it was still there
+  std::string received;      ///< what has come through the pipe
+  std::size_t taken = 0;     ///< how much of it is done with
+  bool isOpen = true;        ///< more may come through the pipe
+  bool isAnnouncing = true;  ///< messages tell of what has come
+};
+
+}  // namespace orvel

@@ -1,0 +1,16 @@
+#include "platform/tags/readTags.h"
+
+#include <taglib/fileref.h>
+
+namespace orvel {
+
+TagResult readTags(TagStream& stream) {
+  using Outcome = TagResult::Outcome;
+  const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
+  if (stream.interrupted()) return {Outcome::Interrupted};
+  if (reference.isNull() || stream.readFailed()) return {Outcome::Unreadable};
+  if (reference.tag() == nullptr) return {Outcome::Untagged};
+  return {Outcome::Tagged, tagValuesOf(*reference.file())};
+}
+
+}  // namespace orvel

@@ -1,0 +1,226 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "msd/MSDMiner.h"
+#include "platform/common/Log.h"
+#include "platform/tags/TagReading.h"
+#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tests/endtoend/Song.h"
+#include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/LogCapture.h"
+
+namespace orvel::test {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+#ifdef ORVEL_SANITIZED
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+/// Long enough for a good file on a busy machine.
+constexpr milliseconds kShort{1500};
+/// Longer than a test may take.
+constexpr milliseconds kEndless{std::chrono::hours(1)};
+
+/// A miner whose tags are read by a process whose parser does what files tell it to.
+class IsolatedMiner : public DatabaseFolderFixture {
+ protected:
+  using Songs = MSDMiner::sink_block_type_ptr;
+
+  static std::unique_ptr<MSDMiner> minerOf(milliseconds timeLimit,
+                                           const std::string& program = ORVEL_HOSTILE_TAG_READER) {
+    return std::make_unique<MSDMiner>(
+        "MSDMiner", std::make_shared<MountPointWatch>(), [=](std::stop_token token) {
+          return std::make_unique<IsolatedTagReader>(std::move(token), program, timeLimit);
+        });
+  }
+
+  Songs mine(MSDMiner& miner, const std::vector<std::string>& names, bool last = true) const {
+    const auto block =
+        boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", temporary.path(), last));
+    for (const auto& name : names) {
+      block->items.push_back(new FileInfo(temporary.path(name), 0, 5));
+    }
+    return miner.doOperation(block);
+  }
+
+  std::string good(const std::string& name) const {
+    writeSong(temporary.path(name), {"Title of " + name, "X"});
+    return name;
+  }
+
+  std::string bad(const std::string& deed, const std::string& number = "") const {
+    temporary.file(deed + number + ".mp3", "!" + deed + ".");
+    return deed + number + ".mp3";
+  }
+
+  static std::vector<std::string> titles(const Songs& songs) {
+    std::vector<std::string> all;
+    for (const MetaDataInfo* song : songs->items) all.push_back(song->title);
+    return all;
+  }
+
+  /// Names of `count` good songs; after each `every` of them one that does `deed`.
+  std::vector<std::string> mixed(int count, int every, const std::string& deed) const {
+    std::vector<std::string> names;
+    for (int i = 1; i <= count; ++i) {
+      names.push_back(good(std::to_string(i) + ".mp3"));
+      if (i % every == 0) names.push_back(bad(deed, std::to_string(i)));
+    }
+    return names;
+  }
+
+  LogCapture log;
+};
+
+struct Deed {
+  const char* name;
+  const char* end;           ///< what the log says of it
+  bool isSafe = kSanitized;  ///< a sanitizer's run-time library may do it
+};
+
+class HostileFile : public IsolatedMiner, public testing::WithParamInterface<Deed> {};
+
+TEST_P(HostileFile, CostsItselfAndNoOther) {
+  const Deed& deed = GetParam();
+  if (deed.isSafe) GTEST_SKIP() << "the sanitizers need what this tests";
+  const auto miner = minerOf(kShort);
+  const std::vector<std::string> names = mixed(40, 20, deed.name);
+  const Songs songs = mine(*miner, names);
+  ASSERT_THAT(songs->items, SizeIs(42));
+  EXPECT_FALSE(songs->operation.skipped);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const bool isGood = i != 20 && i != 41;
+    EXPECT_EQ(songs->items[i]->title, isGood ? "Title of " + names[i] : "") << names[i];
+    EXPECT_EQ(songs->items[i]->name, names[i]);
+  }
+  for (const auto& name : {names[20], names[41]}) {
+    EXPECT_EQ(log.levelOf("NULL file for track: " + temporary.path(name)), LOG_WARN);
+    EXPECT_EQ(log.levelOf("insert empty: " + temporary.path(name)), LOG_WARN);
+    EXPECT_THAT(log.texts(" for track: " + temporary.path(name)).front(), HasSubstr(deed.end));
+  }
+}
+
+constexpr const char* kFiltered = "signal 31";
+
+INSTANTIATE_TEST_SUITE_P(
+    Isolated, HostileFile,
+    testing::Values(Deed{"crash", kSanitized ? "ended" : "signal 11", false},
+                    Deed{"hang", "no answer in time", false}, Deed{"bloat", "exit status 3"},  //
+                    Deed{"exit", "exit status 0", false}, Deed{"nonsense", "no result", false},
+                    Deed{"flood", "no result", false}, Deed{"half", "no answer in time", false},
+                    Deed{"deaf", "signal 9", false}, Deed{"socket", kFiltered, false},
+                    Deed{"fork", kFiltered, false}, Deed{"execute", kFiltered, false},
+                    Deed{"kill", kFiltered, false}, Deed{"unlink", kFiltered, false},
+                    Deed{"open", kFiltered}, Deed{"code", kFiltered, false},
+                    Deed{"map", kFiltered, false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(IsolatedMiner, AnExceptionOfTheParserIsToldAsItIsInProcess) {
+  const auto miner = minerOf(kShort);
+  const Songs songs = mine(*miner, {good("a.mp3"), bad("throw"), good("b.mp3")});
+  EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3", "Title of b.mp3"));
+  EXPECT_EQ(log.levelOf("exception from taglib for track: " + temporary.path("throw.mp3") +
+                        " what thrown by the parser"),
+            LOG_ERROR);
+}
+
+TEST_F(IsolatedMiner, AStopEndsAReaderThatHangs) {
+  const auto miner = minerOf(kEndless);
+  Songs songs;
+  const auto names = {good("a.mp3"), bad("hang"), good("b.mp3")};
+  std::thread mining([&] { songs = mine(*miner, names); });
+  std::this_thread::sleep_for(milliseconds(300));
+  miner->stop();
+  mining.join();
+  EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3"));
+  EXPECT_TRUE(songs->operation.skipped);
+  EXPECT_THAT(log.texts("hang.mp3"), SizeIs(0)) << "an interrupted file is not to blame";
+}
+
+TEST_F(IsolatedMiner, BlocksFollowOneAnotherAlsoWhenOneIsCutShort) {
+  const auto miner = minerOf(kShort);
+  EXPECT_THAT(titles(mine(*miner, mixed(100, 1000, ""), false)), SizeIs(100));
+  // The mount point of this block is gone: the files behind it are never asked for.
+  const auto cut =
+      boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", temporary.path("gone"), false));
+  for (const char* name : {"missing.mp3", "1.mp3", "2.mp3"}) {
+    cut->items.push_back(new FileInfo(temporary.path(name), 0, 5));
+  }
+  EXPECT_TRUE(miner->doOperation(cut)->items.empty());
+  EXPECT_THAT(titles(mine(*miner, {"7.mp3", "8.mp3"})),
+              ElementsAre("Title of 7.mp3", "Title of 8.mp3"));
+}
+
+TEST_F(IsolatedMiner, TwoAtOnceDoNotDisturbEachOther) {
+  const std::vector<std::string> names = mixed(60, 10, "crash");
+  const auto mineAll = [&](Songs& songs) {
+    const auto miner = minerOf(kEndless);
+    songs = mine(*miner, names);
+  };
+  Songs first;
+  Songs second;
+  std::thread other(mineAll, std::ref(first));
+  mineAll(second);
+  other.join();
+  EXPECT_THAT(titles(first), SizeIs(66));
+  EXPECT_EQ(titles(first), titles(second));
+}
+
+class NoReader : public IsolatedMiner, public testing::WithParamInterface<const char*> {};
+
+TEST_P(NoReader, FallsBackToTheHostsProcessAndSaysSo) {
+  temporary.file("not-executable", "#!/bin/true\n");
+  std::string program = GetParam();
+  if (program[0] != '/') program = temporary.path(program);
+  const auto miner = minerOf(kShort, program);
+  const Songs songs = mine(*miner, mixed(30, 100, ""), false);
+  EXPECT_THAT(songs->items, SizeIs(30));
+  EXPECT_THAT(titles(songs), Each(HasSubstr("Title of")));
+  EXPECT_THAT(titles(mine(*miner, {"9.mp3"})), ElementsAre("Title of 9.mp3"));
+  EXPECT_TRUE(miner->progress->snapshot().isolationFailed);
+  const auto warnings = log.texts("cannot be started, tags are read without isolation");
+  EXPECT_THAT(warnings, ElementsAre(HasSubstr(program)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Isolated, NoReader,
+                         testing::Values("missing", "not-executable", "/bin/true", "/bin/echo"));
+
+TEST_F(IsolatedMiner, AReaderThatCannotBeStartedAgainLeavesTheRestUndone) {
+  const std::string program = temporary.path("reader");
+  std::filesystem::copy_file(ORVEL_HOSTILE_TAG_READER, program);
+  const auto miner = minerOf(kShort, program);
+  EXPECT_THAT(titles(mine(*miner, {good("a.mp3")}, false)), SizeIs(1));
+  std::filesystem::remove(program);
+  const Songs songs = mine(*miner, {"a.mp3", bad("crash"), good("b.mp3")});
+  EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3"))
+      << "a file that may have ended the reader was read in-process";
+  EXPECT_TRUE(songs->operation.skipped);
+  EXPECT_THAT(miner->progress->snapshot().leftUndone, ElementsAre(HasSubstr("tag reader")));
+  EXPECT_THAT(log.texts("cannot be started again"), SizeIs(1));
+}
+
+TEST_F(IsolatedMiner, TheHostsChoiceIsTakenForTheNextRequest) {
+  setTagReading(TagReading::Isolated, ORVEL_HOSTILE_TAG_READER);
+  MSDMiner isolated("MSDMiner");
+  EXPECT_THAT(titles(mine(isolated, {bad("exit"), good("a.mp3")})),
+              ElementsAre("", "Title of a.mp3"));
+  EXPECT_THAT(log.texts("exit status 0"), SizeIs(1));
+  setTagReading(TagReading::InProcess);
+  MSDMiner inProcess("MSDMiner");
+  EXPECT_THAT(titles(mine(inProcess, {"a.mp3"})), ElementsAre("Title of a.mp3"));
+}
+
+}  // namespace
+}  // namespace orvel::test

@@ -1,0 +1,230 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tests/endtoend/Song.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/waitUntil.h"
+
+namespace orvel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr milliseconds kShort{1500};
+constexpr milliseconds kEndless{std::chrono::hours(1)};
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// The fields of /proc/PID/stat behind the name: state, parent, process group, ...
+std::vector<std::string> statOf(const std::string& process) {
+  const std::string stat = contentOf("/proc/" + process + "/stat");
+  std::istringstream fields(stat.substr(std::min(stat.size(), stat.rfind(')') + 1)));
+  return {std::istream_iterator<std::string>(fields), {}};
+}
+
+/// Children of a process, dead ones included.
+std::vector<pid_t> childrenOf(pid_t parent) {
+  std::vector<pid_t> children;
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    const std::string name = entry.path().filename();
+    if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+    const auto fields = statOf(name);
+    if (fields.size() > 1 && fields[1] == std::to_string(parent)) {
+      children.push_back(std::stoi(name));
+    }
+  }
+  return children;
+}
+
+std::size_t openDescriptors() {
+  return static_cast<std::size_t>(
+      std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+/// The process behind an isolated reader, seen from its host.
+class ReaderProcess : public testing::Test {
+ protected:
+  std::unique_ptr<IsolatedTagReader> readerOf(milliseconds timeLimit) const {
+    return std::make_unique<IsolatedTagReader>(stop.get_token(), ORVEL_HOSTILE_TAG_READER,
+                                               timeLimit);
+  }
+
+  std::string good() const {
+    const std::string path = temporary.path("good.mp3");
+    if (!fs::exists(path)) writeSong(path, {"Good", "X"});
+    return path;
+  }
+  std::string bad(const std::string& deed) const {
+    return temporary.file(deed + ".mp3", "!" + deed + ".");
+  }
+
+  static std::string titleOf(const TagResult& read) { return read.values.title.to8Bit(true); }
+
+  /// Starts a reader that hangs, looks at its process with `look`, and ends it.
+  template <class Look>
+  void whileReaderHangs(Look look) {
+    const auto reader = readerOf(kEndless);
+    reader->expect({good(), bad("hang")});
+    ASSERT_EQ(titleOf(reader->next()), "Good");
+    const auto children = childrenOf(getpid());
+    ASSERT_THAT(children, SizeIs(1));
+    std::jthread waiting([&] { reader->next(); });
+    look(children.front());
+    stop.request_stop();
+  }
+
+  const LogCapture log;
+  std::stop_source stop;
+  TemporaryFolder temporary;
+};
+
+TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
+  const std::size_t before = openDescriptors();
+  {
+    const auto reader = readerOf(kEndless);
+    reader->expect(std::vector<std::string>(200, bad("crash")));
+    for (int i = 0; i < 200; ++i) {
+      EXPECT_EQ(reader->next().outcome, TagResult::Outcome::Unreadable);
+    }
+    reader->expect({good()});
+    EXPECT_EQ(titleOf(reader->next()), "Good");
+    EXPECT_THAT(childrenOf(getpid()), SizeIs(1));
+  }
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_THAT(childrenOf(getpid()), IsEmpty());
+}
+
+TEST_F(ReaderProcess, HasNothingOfTheHostsAndIsBound) {
+  const Descriptor inherited(open("/etc/passwd", O_RDONLY));
+  setenv("ORVEL_TEST_SECRET", "secret", 1);
+  whileReaderHangs([](pid_t process) {
+    const std::string folder = "/proc/" + std::to_string(process);
+    EXPECT_EQ(contentOf(folder + "/environ").find("SECRET"), std::string::npos);
+    for (const auto& entry : fs::directory_iterator(folder + "/fd")) {
+      std::error_code ignored;
+      EXPECT_NE(fs::read_symlink(entry.path(), ignored), "/etc/passwd") << entry.path();
+    }
+    EXPECT_EQ(statOf(std::to_string(process)).at(2), std::to_string(process)) << "process group";
+    const std::string status = contentOf(folder + "/status");
+    EXPECT_NE(status.find("NoNewPrivs:\t1"), std::string::npos) << status;
+    EXPECT_NE(status.find("Seccomp:\t2"), std::string::npos) << status;
+    const std::string limits = contentOf(folder + "/limits");
+    EXPECT_NE(limits.find("Max file size             0 "), std::string::npos) << limits;
+    EXPECT_NE(limits.find("Max core file size        0 "), std::string::npos) << limits;
+    EXPECT_NE(limits.find("Max open files            24 "), std::string::npos) << limits;
+  });
+}
+
+TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
+  const auto reader = readerOf(kEndless);
+  reader->expect(std::vector<std::string>(200, good()));
+  for (int i = 0; i < 200; ++i) {
+    EXPECT_EQ(titleOf(reader->next()), "Good") << i;
+    // A service manager asks all of a service's processes to end; the kernel kills when memory is
+    // short.
+    if (i % 20 == 5) kill(childrenOf(getpid()).at(0), i % 40 == 5 ? SIGTERM : SIGKILL);
+  }
+}
+
+TEST_F(ReaderProcess, DiesWithItsHost) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  const std::vector<std::string> paths = {good(), bad("hang")};
+  const pid_t host = fork();
+  if (host == 0) {
+    const auto reader = readerOf(kEndless);
+    reader->expect(paths);
+    reader->next();
+    const pid_t process = childrenOf(getpid()).at(0);
+    if (write(ends[1], &process, sizeof process) > 0) reader->next();
+    _exit(1);
+  }
+  pid_t process = 0;
+  ASSERT_EQ(read(ends[0], &process, sizeof process), static_cast<ssize_t>(sizeof process));
+  close(ends[0]);
+  close(ends[1]);
+  ASSERT_EQ(kill(process, 0), 0);
+  kill(host, SIGKILL);
+  waitpid(host, nullptr, 0);
+  EXPECT_TRUE(waitUntil([&] {
+    const auto fields = statOf(std::to_string(process));
+    return fields.empty() || fields[0] == "Z";
+  }));
+}
+
+extern "C" void reapEveryChild(int /*signal*/) {
+  while (waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
+}
+
+TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
+  const auto readSome = [&] {
+    const auto reader = readerOf(kEndless);
+    reader->expect({good(), bad("crash"), good(), bad("exit"), good()});
+    std::vector<std::string> read;
+    for (int i = 0; i < 5; ++i) read.push_back(titleOf(reader->next()));
+    EXPECT_THAT(read, ElementsAre("Good", "", "Good", "", "Good"));
+  };
+  std::signal(SIGCHLD, SIG_IGN);
+  readSome();
+  std::signal(SIGCHLD, reapEveryChild);
+  readSome();
+  std::signal(SIGCHLD, SIG_DFL);
+  const pid_t other = fork();
+  if (other == 0) _exit(42);
+  readSome();
+  int status = 0;
+  ASSERT_EQ(waitpid(other, &status, 0), other) << "the host's own child was taken";
+  EXPECT_EQ(WEXITSTATUS(status), 42);
+}
+
+TEST_F(ReaderProcess, WorksInAHostWithoutStandardDescriptors) {
+  const std::vector<std::string> paths = {good(), good()};
+  const pid_t host = fork();
+  if (host == 0) {
+    for (int number = 0; number < 8; ++number) close(number);
+    const auto reader = readerOf(kEndless);
+    reader->expect(paths);
+    const bool isRead = titleOf(reader->next()) == "Good" && titleOf(reader->next()) == "Good";
+    _exit(isRead && !reader->isolationFailed() ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(host, &status, 0);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(ReaderProcess, IsOfNoUseByHand) {
+  const pid_t child = fork();
+  if (child == 0) {
+    close(tagMessages::kControlSocket);
+    execl(ORVEL_TAG_READER, "orvel-tag-reader", nullptr);
+    _exit(1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), tagMessages::NotStartedByLibrary);
+}
+
+}  // namespace
+}  // namespace orvel::test

@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "platform/tags/InProcessTagReader.h"
+#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tests/endtoend/Song.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tools/stick/SampleStick.h"
+
+namespace orvel::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Everything that a reader tells of its next file.
+std::string nextOf(TagReader& reader) {
+  TagResult read;
+  try {
+    read = reader.next();
+  } catch (const std::exception& error) {
+    return std::string("threw ") + error.what();
+  }
+  const TagValues& values = read.values;
+  std::string all = std::to_string(static_cast<int>(read.outcome)) + "|" +
+                    std::to_string(values.track) + "|" + std::to_string(values.disc);
+  for (const TagLib::String* text :
+       {&values.title, &values.artist, &values.album, &values.genre, &values.composer,
+        &values.sort[0], &values.sort[1], &values.sort[2], &values.sort[3], &values.sort[4]}) {
+    all += "|";
+    const std::wstring wide = text->toWString();
+    all.append(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(wchar_t));
+  }
+  return all;
+}
+
+class SameResults : public testing::Test {
+ protected:
+  void expectSame(const std::vector<std::string>& paths) {
+    InProcessTagReader inProcess({});
+    IsolatedTagReader isolated({}, ORVEL_TAG_READER);
+    inProcess.expect(paths);
+    isolated.expect(paths);
+    for (const std::string& path : paths) {
+      const std::string expected = nextOf(inProcess);
+      const std::string actual = nextOf(isolated);
+      EXPECT_TRUE(actual == expected) << path;
+    }
+    EXPECT_FALSE(isolated.isolationFailed());
+  }
+
+  TemporaryFolder temporary;
+};
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST_F(SameResults, OnAStickWithEverything) {
+  const fs::path stick = temporary.path("stick");
+  stick::makeSampleStick(stick);
+  std::vector<std::string> paths = {temporary.path("missing.mp3"), temporary.folder("folder.mp3")};
+  for (const auto& entry : fs::recursive_directory_iterator(stick)) paths.push_back(entry.path());
+  for (const auto& entry : fs::directory_iterator(ORVEL_SEEDS)) paths.push_back(entry.path());
+  EXPECT_GT(paths.size(), 80U);
+  expectSame(paths);
+}
+
+TEST_F(SameResults, OnTextsThatAreAwkwardToPassOn) {
+  std::string utf16("\1\xFF\xFE", 3);  // lone surrogates, a mark, a noncharacter
+  for (const char16_t unit : u"a\xD800 \xDC00z\xFEFF\xFFFF") {
+    utf16 += static_cast<char>(unit & 0xFFU);
+    utf16 += static_cast<char>(unit >> 8U);
+  }
+  const auto size = [](std::size_t n) {
+    return std::string{static_cast<char>(n >> 21U & 127U), static_cast<char>(n >> 14U & 127U),
+                       static_cast<char>(n >> 7U & 127U), static_cast<char>(n & 127U)};
+  };
+  const auto tagged = [&](const std::string& text) {
+    const std::string frame = "TIT2" + size(text.size()) + std::string(2, '\0') + text;
+    return temporary.file(std::to_string(text.size()) + ".mp3",
+                          std::string("ID3\4\0\0", 6) + size(frame.size()) + frame);
+  };
+  expectSame({tagged(utf16), tagged(std::string("\3a\0b", 4)), tagged("\3\xC0\x80\xFF"),
+              tagged(std::string(1, '\0') + std::string(10 << 20, '\xE4'))});
+}
+
+TEST_F(SameResults, OnFilesThatAreDamagedAtRandom) {
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  std::vector<std::string> paths;
+  for (const char* extension : {".mp3", ".m4a", ".flac", ".wma", ".wav"}) {
+    const std::string good = temporary.path(std::string("good") + extension);
+    writeSong(good, {"Title", "Künstler", "アルバム"});
+    const std::string content = contentOf(good);
+    for (int i = 0; i < 40; ++i) {
+      std::string damaged = content;
+      for (int change = 0; change < 8; ++change) {
+        damaged.at(random() % std::min<std::size_t>(damaged.size(), 2000)) =
+            static_cast<char>(random());
+      }
+      if (i % 4 == 0) damaged.resize(random() % damaged.size());
+      paths.push_back(temporary.file(std::to_string(i) + extension, damaged));
+    }
+  }
+  expectSame(paths);
+}
+
+}  // namespace
+}  // namespace orvel::test
