@@ -7,6 +7,7 @@
 #include "platform/common/Log.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/sparseSong.h"
 
 namespace orvel::test {
 namespace {
@@ -43,6 +44,16 @@ TEST_F(Miner, WhatCannotBeReadIsASongWithoutTexts) {
   EXPECT_TRUE(first.trackNumber == 1 && first.discNumber == 1 && first.name == "vanished.wma");
   EXPECT_EQ(log.levelOf("NULL file for track: " + first.path), LOG_WARN);
   EXPECT_EQ(log.levelOf("insert empty: " + first.path), LOG_WARN);
+  EXPECT_FALSE(songs->operation.skipped);
+}
+
+TEST_F(Miner, AHugeSongOfAfter2038OnAStickOfAfter2038IsRead) {
+  writeSparseSong(temporary.path("huge.mp3"), "Huge", kThreeGibibytes);
+  temporary.touch("huge.mp3", 4000000000);
+  temporary.touch(".", 4000000000);
+  const auto songs = mine({"huge.mp3", "vanished.mp3"}, temporary.path());
+  ASSERT_THAT(songs->items, SizeIs(2));
+  EXPECT_EQ(songs->items[0]->title, "Huge");
   EXPECT_FALSE(songs->operation.skipped);
 }
 
