@@ -1,12 +1,13 @@
 #!/bin/bash
 # Unpacks the libraries that an armhf build needs: makeSysroot.sh FOLDER PACKAGE...
 #
-# No emulated maintainer scripts run, and the packages of the machine itself stay as they are. Exit
-# status 77: it cannot be made here, the last line says why.
+# Done once for a list of packages. No emulated maintainer scripts run, and the packages of the machine
+# itself stay as they are. Exit status 77: it cannot be made here, the last line says why.
 set -uo pipefail
 folder=$1
 shift
 making=$folder.making
+list=usr/share/orvel-packages
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -42,9 +43,11 @@ download() { # PACKAGE...: writes a tar archive
 
 # What the emulator finds here hides what the machine has under the same path.
 unpack() {
-  tar --extract --directory "$making" --no-same-owner --exclude=./usr/share/doc \
-    --exclude=./usr/share/man --exclude=./usr/share/locale \
-    $(printf -- '--exclude=./%s ' boot dev home media mnt opt proc root run srv sys tmp var)
+  local hidden
+  hidden=$(printf -- '--exclude=./%s ' boot dev home media mnt opt proc root run srv sys tmp var)
+  # shellcheck disable=SC2086  # one word a folder
+  tar --extract --directory "$making" --no-same-owner $hidden \
+    --exclude=./usr/share/{doc,man,locale}
 }
 
 # Absolute links would lead to the machine's own libraries.
@@ -57,6 +60,7 @@ make_links_relative() {
   done
 }
 
+[ "$(cat "$folder/$list" 2>/dev/null)" != "$*" ] || exit 0
 command -v mmdebstrap >/dev/null || skip "mmdebstrap is not installed"
 say "Unpacking armhf packages into $folder, about 1 minute"
 rm -rf "$making"
@@ -67,5 +71,7 @@ download "$@" | unpack || {
     "user namespaces and the package uidmap)"
 }
 make_links_relative
-update-mime-database "$making/usr/share/mime" || exit
+XDG_DATA_DIRS=$PWD/$making/usr/share update-mime-database "$making/usr/share/mime" || exit
+echo "$*" >"$making/$list"
+rm -rf "$folder"
 mv "$making" "$folder"
