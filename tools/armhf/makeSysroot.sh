@@ -4,7 +4,7 @@
 # Done once for a list of packages. No emulated maintainer scripts run, and the packages of the machine
 # itself stay as they are. Exit status 77: it cannot be made here, the last line says why.
 set -uo pipefail
-folder=$1
+folder=$(realpath -m "$1")
 shift
 making=$folder.making
 list=usr/share/orvel-packages
@@ -71,7 +71,7 @@ download "$@" | unpack || {
     "user namespaces and the package uidmap)"
 }
 make_links_relative
-XDG_DATA_DIRS=$PWD/$making/usr/share update-mime-database "$making/usr/share/mime" || exit
+XDG_DATA_DIRS=$making/usr/share update-mime-database "$making/usr/share/mime" || exit
 echo "$*" >"$making/$list"
 rm -rf "$folder"
 mv "$making" "$folder"
