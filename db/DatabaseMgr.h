@@ -61,7 +61,9 @@ class ORVEL_EXPORT DatabaseMgr {
 
   /// The partition's stored status: "OK", "PROGRESS", or empty when unknown.
   [[nodiscard]] std::string getStatus(const std::string& deviceId, const std::string& partition);
-  void insertStatus(const std::string& deviceId, const std::string& partition,
+  /// Stores the status; false when the file could not take it. A status other than "OK" is then kept
+  /// in memory until it can be stored, so that `getStatus` does not tell of an earlier success.
+  bool insertStatus(const std::string& deviceId, const std::string& partition,
                     const std::string& status);
 
   /// Deletes the rows of the device's partitions that were not attached again: older than the
@@ -99,6 +101,9 @@ class ORVEL_EXPORT DatabaseMgr {
   bool replaceUnusable(const std::string& deviceId, const std::string& file);
   static void enterPartition(DatabaseFile& database, const std::string& partition,
                              bool isFirstPartition);
+  /// Stores the status, in place when that is the only way.
+  static bool storeStatus(const std::string& file, const std::string& partition,
+                          const std::string& status);
 
   struct State;
   std::unique_ptr<State> state;

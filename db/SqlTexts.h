@@ -126,6 +126,10 @@ inline constexpr char kSelectSongs[] =
 /// Songs of an MTP device.
 inline constexpr char kSelectAllSongs[] = "SELECT ID, LASTMODIFIED, PATH FROM SONGS;";
 
+/// In the transaction that takes rows away for files that are going to be read again.
+inline constexpr char kMarkInProgress[] =
+    "UPDATE PARTITIONS SET STATUS = 'PROGRESS' WHERE PARTITION_ID = ?;";
+
 /// By row id.
 inline constexpr char kDeleteSong[] = "DELETE FROM SONGS WHERE ID = ?;";
 
@@ -154,10 +158,12 @@ inline constexpr char kClearPlaylists[] =
 /// What follows the pattern of kSelectDirectoryIds.
 inline constexpr char kOrderByObjectId[] = " ORDER BY OBJECTID;";
 
+/// False for a prefix with a double quote, behind which a volume label could hide SQL.
+bool fitsPathPattern(std::string_view prefix);
+
 /// Completes a text that ends in "LIKE ": a double-quoted pattern of everything below `prefix`,
 /// then `tail`. The prefix is not escaped, so "_" and "%" in it match more than themselves. For a
-/// prefix with a double quote, behind which a volume label could hide SQL, the pattern is left out:
-/// SQLite refuses to prepare such a text.
+/// prefix that does not fit the pattern is left out: SQLite refuses to prepare such a text.
 std::string withPathPattern(std::string_view sql, std::string_view prefix,
                             std::string_view tail = ";");
 

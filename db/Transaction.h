@@ -13,6 +13,10 @@ class Transaction {
  public:
   /// Begins on `stream`, which must be open and outlive the transaction.
   explicit Transaction(sqlstl::basic_sqlostream<char>& stream);
+  /// Rolls back what was not ended, so that a stage that fails with an exception holds no lock.
+  ~Transaction();
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
 
   /// Ends the transaction. Returns true when everything written since the beginning is committed.
   /// A transaction that cannot be ended is tried once more and then rolled back.
@@ -25,6 +29,7 @@ class Transaction {
  private:
   sqlite3* connection;
   bool begun;
+  bool ended = false;
 };
 
 }  // namespace orvel

@@ -32,6 +32,8 @@ class ORVEL_EXPORT ServerThread : public Runnable {
   ServerThread(const char* serverName, std::size_t threadStackBytes);
   ~ServerThread() override;
 
+  /// True from a `launch` that succeeded to the `join`. For the owner's thread.
+  [[nodiscard]] bool launched() const { return joinable; }
   /// True once the server was stopped.
   [[nodiscard]] bool stopping() const { return state == STOPPING; }
   [[nodiscard]] bool running() const { return state == RUNNING; }
@@ -65,7 +67,8 @@ class BaseServer : public ServerThread {
   void start() override;
   void stop() override;
 
-  /// Appends `block`, waiting for room; a stopping server drops it.
+  /// Appends `block`, waiting for room; a stopping server drops it. Throws std::bad_alloc, with the
+  /// block dropped, when memory stays too short for it.
   void enqueue(block_type_ptr block);
 
  protected:
@@ -78,6 +81,9 @@ class BaseServer : public ServerThread {
   std::deque<block_type_ptr> queue ORVEL_GUARDED_BY(mutex);
   Mutex mutex;
   Condition cond;
+
+ private:
+  bool append(block_type_ptr& block) ORVEL_EXCLUDES(mutex);
 };
 
 }  // namespace orvel

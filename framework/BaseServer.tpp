@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "framework/insist.h"
 #include "platform/common/Log.h"
 
 namespace orvel {
@@ -51,18 +52,22 @@ void BaseServer<T>::stop() {
 template <class T>
 void BaseServer<T>::enqueue(block_type_ptr block) {
   const int operationId = block->operation.id;
-  if (!stopping()) {
-    const MutexLock lock(mutex);
-    while (count >= capacity && !stopping()) cond.wait(mutex);
-    if (!stopping()) {
-      queue.push_back(std::move(block));
-      ++count;
-      OV_INFO("%s %d (op: %d)", name, count, operationId);
-      cond.broadcast();
-      return;
-    }
-  }
+  if (!stopping() && insist([&] { return append(block); })) return;
   OV_INFO("%d: enqueue skipped block for op %d", static_cast<int>(STOPPING), operationId);
+}
+
+/// False when the server was stopped.
+template <class T>
+bool BaseServer<T>::append(block_type_ptr& block) {
+  const int operationId = block->operation.id;
+  const MutexLock lock(mutex);
+  while (count >= capacity && !stopping()) cond.wait(mutex);
+  if (stopping()) return false;
+  queue.push_back(std::move(block));
+  ++count;
+  OV_INFO("%s %d (op: %d)", name, count, operationId);
+  cond.broadcast();
+  return true;
 }
 
 // A stopped consumer returns with the mutex held, which the analysis cannot express.

@@ -4,6 +4,7 @@
 #include "db/FileInfo.h"
 #include "framework/HostSignals.h"
 #include "framework/Server.h"
+#include "framework/insist.h"
 #include "platform/common/Log.h"
 
 namespace orvel {
@@ -30,13 +31,33 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
   BaseServer<Block<DIRECTORY>>* directorySink = nullptr;
 
  protected:
+  /// A block that a branch cannot be told of the end of the request without.
+  template <class T>
+  boost::shared_ptr<Block<T>> makeBlock(const Operation& operation) {
+    return orFail([&] { return insist([&] { return boost::make_shared<Block<T>>(operation); }); });
+  }
+
   /// Sends the LAST blocks of the two branches beside the songs.
   void sendBranches(const boost::shared_ptr<Block<DIRECTORY>>& directories,
                     const sink_block_type_ptr& playlists) {
-    playlists->operation.last = true;
-    if (playlistSink != nullptr) playlistSink->enqueue(playlists);
-    directories->operation.last = true;
-    if (directorySink != nullptr) directorySink->enqueue(directories);
+    orFail([&] {
+      playlists->operation.last = true;
+      if (playlistSink != nullptr) playlistSink->enqueue(playlists);
+      directories->operation.last = true;
+      if (directorySink != nullptr) directorySink->enqueue(directories);
+    });
+  }
+
+ private:
+  /// The pipeline counts three LAST blocks: without one of them the request has failed.
+  template <class Work>
+  auto orFail(Work work) -> decltype(work()) {
+    try {
+      return work();
+    } catch (const std::exception&) {
+      this->progress->fail();
+      throw;
+    }
   }
 };
 

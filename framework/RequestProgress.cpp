@@ -28,6 +28,13 @@ std::vector<std::string> texts(unsigned reasons) {
 
 }  // namespace
 
+void RequestProgress::enter(RequestPhase next) {
+  RequestPhase current = phase;
+  while (current != RequestPhase::Failed || next == RequestPhase::Finished) {
+    if (phase.compare_exchange_weak(current, next)) return;
+  }
+}
+
 void RequestProgress::songsWereStored(unsigned songs) {
   if (songs == 0) return;
   songsStored += songs;

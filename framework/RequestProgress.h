@@ -71,8 +71,12 @@ class RequestProgress {
   std::atomic<bool> contentModified{false};
   std::atomic<bool> limitReached{false};
   std::atomic<bool> isolationFailed{false};
-  std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<const char*> status{""};  ///< a string literal
+
+  /// Enters a phase; a request that has failed can only finish all the same.
+  void enter(RequestPhase next);
+  /// The request cannot come to its end by itself.
+  void fail() { enter(RequestPhase::Failed); }
 
   /// Adds a reason why work was left undone.
   void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
@@ -85,6 +89,7 @@ class RequestProgress {
  private:
   using Clock = std::chrono::steady_clock;
 
+  std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<unsigned> undone{0};
   const Clock::time_point created = Clock::now();
   std::atomic<Clock::rep> firstSongAfter{0};  ///< in ticks of the clock; 0: no song yet

@@ -23,6 +23,8 @@ class Server : public BaseServer<TIN> {
 
   using BaseServer<TIN>::BaseServer;
 
+  /// Without a thread the stage's request is marked failed.
+  void launch() override;
   void runLoop() override;
 
   /// Works on one block on the stage's thread. An empty result sends nothing on.

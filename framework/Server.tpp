@@ -1,9 +1,16 @@
 #pragma once
 
+#include "framework/insist.h"
 #include "platform/common/Log.h"
 #include "platform/common/StageThread.h"
 
 namespace orvel {
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::launch() {
+  BaseServer<TIN>::launch();
+  if (!this->launched()) progress->fail();
+}
 
 // Releases the mutex that a stopped `pop` leaves held, which the analysis cannot express.
 template <class TIN, class TOUT>
@@ -28,12 +35,18 @@ typename Server<TIN, TOUT>::sink_block_type_ptr Server<TIN, TOUT>::doOperation(
 
 template <class TIN, class TOUT>
 void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
-  // A copy: the stage may hand its input block on to another stage's thread.
-  const Operation request = block->operation;
   try {
-    forward(request, doOperation(block));
+    // A copy: the stage may hand its input block on to another stage's thread.
+    const Operation request = insist([&] { return block->operation; });
+    try {
+      forward(request, doOperation(block));
+    } catch (const std::exception& error) {
+      sendFailure(request, error);
+    }
   } catch (const std::exception& error) {
-    sendFailure(request, error);
+    // The request will never be counted to its end.
+    OV_ERROR("%s: an error occured: %s", this->name, error.what());
+    progress->fail();
   }
 }
 
@@ -55,13 +68,9 @@ void Server<TIN, TOUT>::sendFailure(const Operation& request, const std::excepti
   OV_ERROR("%s: an error occured: %s", this->name, error.what());
   leaveUndone(request, LeftUndone::StageFailed);
   if (sink == nullptr || (!this->running() && !request.last)) return;
-  try {
-    const auto empty = boost::make_shared<TOUT>(request);
-    markLast(empty->operation);
-    sink->enqueue(empty);
-  } catch (const std::exception& second) {
-    OV_ERROR("%s: an error occured: %s", this->name, second.what());
-  }
+  const auto empty = insist([&] { return boost::make_shared<TOUT>(request); });
+  markLast(empty->operation);
+  sink->enqueue(empty);
 }
 
 template <class TIN, class TOUT>

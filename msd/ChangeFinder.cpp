@@ -27,11 +27,16 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
     finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
-    if (!finder.committed()) rowsWereLost(toAdd->operation);
+    // What cannot be read for the mount point's own sake never could be.
+    const bool readable = isMtp || sql::fitsPathPattern(operation.mountPoint);
+    if (!finder.committed() || (readable && !finder.sawAllRows())) rowsWereLost(toAdd->operation);
     count(files, toAdd->items.size(), finder.vanished());
   }
   if (!toAdd->items.empty()) {
-    DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint, "PROGRESS");
+    if (!DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint,
+                                              "PROGRESS")) {
+      rowsWereLost(toAdd->operation);
+    }
     if (running()) {
       progress->contentModified = true;
       hostSignals::contentModified(operation.mountPoint);

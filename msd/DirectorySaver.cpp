@@ -40,6 +40,8 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   const ClosingScope closing(*this);
   const std::vector<std::string> ids = idsOfMusicDirectories(*block);
   const std::size_t differences = countDifferences(in, operation.mountPoint, ids);
+  // What cannot be read for the mount point's own sake never could be.
+  if (!in.eof() && sql::fitsPathPattern(operation.mountPoint)) rowsWereLost(result->operation);
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
     progress->directoriesStored = static_cast<unsigned>(ids.size());
@@ -75,6 +77,7 @@ void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
   Transaction transaction(out);
   out.clear();
   out.exec(sql::withPathPattern(sql::kDeleteDirectories, operation.mountPoint).c_str());
+  const bool deleted = out.good() || !sql::fitsPathPattern(operation.mountPoint);
   out.query(sql::kInsertDirectory);
   unsigned stored = 0;
   for (const Directory* directory : block.items) {
@@ -88,7 +91,7 @@ void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
   }
   const bool inserted = out.good();
   out.finalize();
-  if (!transaction.end() || !inserted) {
+  if (!transaction.end() || !deleted || !inserted) {
     rowsWereLost(result);
   } else {
     progress->directoriesStored = stored;

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <tuple>
 
+#include "db/SqlTexts.h"
 #include "db/Transaction.h"
 #include "framework/Timer.h"
 #include "platform/common/Log.h"
+#include "platform/common/Md5.h"
 
 namespace orvel {
 
@@ -98,7 +100,8 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
   moveNewFiles(found->items, rows, toAdd->items);
   OV_INFO("%s: db Objects To be Deleted count: %u (op:%d)", name,
           static_cast<unsigned>(stale.size()), operationId);
-  deleteRows(deleteSql, stale);
+  const Md5 partition(Md5Kind::Directory, found->operation.mountPoint);
+  deleteRows(deleteSql, stale, toAdd->items.empty() ? nullptr : &partition.text());
   OV_INFO("ChangeFinder timer: %ld", timer.elapsedMs());
   OV_INFO("%s: Data to be added to db size: %u (op:%d)", name,
           static_cast<unsigned>(toAdd->items.size()), operationId);
@@ -117,19 +120,27 @@ std::vector<DbObject> GenericChangeFinder::readRows(const std::string& selectSql
     rows.push_back(std::move(row));
     in.step();
   }
+  allRead = in.eof();
   // An open SELECT would block this stage's own COMMIT where the journal is not WAL.
   in.finalize();
   return rows;
 }
 
 void GenericChangeFinder::deleteRows(const std::string& deleteSql,
-                                     const std::vector<const DbObject*>& rows) {
+                                     const std::vector<const DbObject*>& rows,
+                                     const std::string* partitionInProgress) {
   Transaction transaction(out);
+  bool marked = true;
+  if (partitionInProgress != nullptr && !rows.empty()) {
+    out.query(sql::kMarkInProgress);
+    out << *partitionInProgress << sqlstl::step;
+    marked = out.good();
+  }
   out.query(deleteSql.c_str());
   for (const DbObject* row : rows) out << row->id << sqlstl::step;
   const bool allStepped = out.good();
   out.finalize();
-  allDeleted = transaction.end() && (allStepped || rows.empty());
+  allDeleted = transaction.end() && marked && (allStepped || rows.empty());
 }
 
 }  // namespace orvel

@@ -13,10 +13,10 @@ MSDCrawler::MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> m
 MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block) {
   OV_INFO("MSDCrawler for: %s (op: %d)",
           block->items.empty() ? "" : block->items.front()->path.c_str(), block->operation.id);
-  progress->phase = RequestPhase::Crawling;
+  progress->enter(RequestPhase::Crawling);
   const Timer timer;
-  auto songs = boost::make_shared<Block<FileInfo*>>(block->operation);
-  const auto playlists = boost::make_shared<Block<FileInfo*>>(block->operation);
+  auto songs = makeBlock<FileInfo*>(block->operation);
+  const auto playlists = makeBlock<FileInfo*>(block->operation);
   try {
     MSDWalk(*block, *songs, *playlists, *watch, *progress, [this] { return walkGoesOn(); }).run();
   } catch (const std::exception&) {
@@ -27,7 +27,7 @@ MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block
     throw;
   }
   sendBranches(block, playlists);
-  progress->phase = RequestPhase::Indexing;
+  progress->enter(RequestPhase::Indexing);
   OV_INFO("MSDCrawler timer: %ld (op: %d) found %u", timer.elapsedMs(), songs->operation.id,
           static_cast<unsigned>(songs->items.size()));
   return songs;

@@ -1,6 +1,8 @@
 #include "msd/MSDMiner.h"
 
+#include <cstdint>
 #include <exception>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -12,6 +14,11 @@
 #include "platform/tags/SongTag.h"
 
 namespace orvel {
+
+namespace {
+/// The modification time of a song that no file has.
+constexpr std::int32_t kNeverRead = -1;
+}  // namespace
 
 MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch,
                    TagReaderFactory readerFactory)
@@ -67,7 +74,12 @@ std::optional<LeftUndone> MSDMiner::mineGuarded(const FileInfo& file, const Oper
                                                 Block<MetaDataInfo*>& songs) {
   const StandardErrorSilence silence;
   try {
-    return mine(file, operation, songs);
+    // A file that asks for too much memory fails again, one that met a shortage does not.
+    try {
+      return mine(file, operation, songs);
+    } catch (const std::bad_alloc&) {
+      return mine(file, operation, songs);
+    }
   } catch (const std::exception& error) {
     OV_ERROR("exception from taglib for track: %s what %s", file.path->c_str(), error.what());
     return std::nullopt;
@@ -81,7 +93,9 @@ std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& 
   if (reader->isolationFailed()) progress->isolationFailed = true;
   if (read.outcome == Outcome::Interrupted) return LeftUndone::Interrupted;
   if (read.outcome == Outcome::ReaderLost) return LeftUndone::ReaderLost;
-  if (read.outcome == Outcome::Unreadable) return mineUnreadable(file, operation, songs);
+  if (read.outcome == Outcome::Unreadable || read.outcome == Outcome::DeviceFailed) {
+    return mineUnreadable(file, operation, read.outcome == Outcome::DeviceFailed, songs);
+  }
   if (read.outcome == Outcome::Untagged) return std::nullopt;
   const SongTag tag(std::move(read.values));
   std::unique_ptr<MetaDataInfo> song(Encoder::instance().guessAndConvert(
@@ -96,7 +110,7 @@ std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& 
 }
 
 std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const Operation& operation,
-                                                   Block<MetaDataInfo*>& songs) {
+                                                   bool deviceFailed, Block<MetaDataInfo*>& songs) {
   OV_WARN("NULL file for track: %s", file.path->c_str());
   const int missing = watch->missing(operation.id, operation.mountPoint);
   if (missing != 0) {
@@ -106,7 +120,9 @@ std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const O
   OV_WARN("insert empty: %s", file.path->c_str());
   const std::string none;
   songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none, none,
-                                           none, 1, 1, file.lastModified));
+                                           none, 1, 1,
+                                           deviceFailed ? kNeverRead : file.lastModified));
+  if (deviceFailed) leaveUndone(songs, LeftUndone::ReadError);
   return std::nullopt;
 }
 

@@ -12,7 +12,8 @@
 namespace orvel {
 
 /// Reads the tags of new and changed songs of a mass-storage device. A file whose tags cannot be
-/// read still becomes a song, with empty texts.
+/// read still becomes a song, with empty texts. When the device was the reason the song has the
+/// modification time -1, so that the next request reads it again.
 class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
   explicit MSDMiner(
@@ -30,7 +31,7 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
   std::optional<LeftUndone> mine(const FileInfo& file, const Operation& operation,
                                  Block<MetaDataInfo*>& songs);
   std::optional<LeftUndone> mineUnreadable(const FileInfo& file, const Operation& operation,
-                                           Block<MetaDataInfo*>& songs);
+                                           bool deviceFailed, Block<MetaDataInfo*>& songs);
   void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;

@@ -3,12 +3,12 @@
 #include <glib.h>
 
 #include <atomic>
-#include <exception>
 #include <stop_token>
 #include <utility>
 
 #include "msd/PlaylistParser.h"
 #include "platform/common/Log.h"
+#include "platform/common/ReadError.h"
 
 namespace orvel {
 
@@ -22,11 +22,7 @@ std::atomic<unsigned> handOvers{0};
 
 gboolean parseOnce(gpointer wrapper) {
   handOvers.load(std::memory_order_acquire);
-  try {
-    extractPlaylist(static_cast<SharedWrapper*>(wrapper)->get());
-  } catch (const std::exception& error) {
-    OV_ERROR("a playlist could not be parsed: %s", error.what());
-  }
+  extractPlaylist(static_cast<SharedWrapper*>(wrapper)->get());
   return FALSE;
 }
 
@@ -37,8 +33,10 @@ void releaseWrapper(gpointer wrapper) {
 /// One parse that the main loop is to run, taken back when it goes out of scope.
 class ScheduledParse {
  public:
-  explicit ScheduledParse(const SharedWrapper& wrapper) : source(g_timeout_source_new_seconds(0)) {
-    g_source_set_callback(source, parseOnce, new SharedWrapper(wrapper), releaseWrapper);
+  explicit ScheduledParse(const SharedWrapper& wrapper) {
+    auto shared = std::make_unique<SharedWrapper>(wrapper);
+    source = g_timeout_source_new_seconds(0);
+    g_source_set_callback(source, parseOnce, shared.release(), releaseWrapper);
     handOvers.fetch_add(1, std::memory_order_release);
     g_source_attach(source, nullptr);
   }
@@ -55,6 +53,10 @@ class ScheduledParse {
 
 }  // namespace
 
+MSDPlaylistMiner::MSDPlaylistMiner(const char* stageName,
+                                   std::shared_ptr<MountPointWatch> mountPointWatch)
+    : Server(stageName), watch(std::move(mountPointWatch)) {}
+
 MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
   OV_INFO("MSDPlaylistMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
@@ -63,23 +65,53 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
   playlists->items.reserve(block->items.size());
   const auto wrapper = std::make_shared<PlaylistWrapper>();
   for (const FileInfo* file : block->items) {
-    std::unique_ptr<Playlist> playlist = mine(*file, operation.mountPoint, wrapper);
-    if (playlist == nullptr) {
-      playlists->operation.skipped = true;
-      progress->leaveUndone(LeftUndone::Interrupted);
-      break;
-    }
-    playlists->add(std::move(playlist));
+    if (!mine(*file, wrapper, *playlists)) break;
   }
   OV_INFO("MSDPlaylistMiner done (op: %d)", operation.id);
   return playlists;
 }
 
-/// Returns null when the stage was stopped meanwhile.
-std::unique_ptr<Playlist> MSDPlaylistMiner::mine(const FileInfo& file,
-                                                 const std::string& mountPoint,
-                                                 const SharedWrapper& wrapper) {
-  auto playlist = std::make_unique<Playlist>(*file.path, mountPoint, file.lastModified);
+/// Returns false when the stage was stopped meanwhile.
+bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
+                            Block<Playlist*>& playlists) {
+  using Parse = PlaylistWrapper::Parse;
+  auto playlist =
+      std::make_unique<Playlist>(*file.path, playlists.operation.mountPoint, file.lastModified);
+  if (deviceDelivers(file, playlists)) {
+    switch (parseOnMainLoop(playlist, wrapper)) {
+      case Parse::Pending:
+        leaveUndone(playlists, LeftUndone::Interrupted);
+        return false;
+      case Parse::Done:
+        break;
+      case Parse::Refused:
+        deviceDelivers(file, playlists);
+        break;
+      case Parse::Failed:
+        leaveUndone(playlists, LeftUndone::StageFailed);
+        break;
+    }
+  }
+  playlists.add(std::move(playlist));
+  return true;
+}
+
+/// Returns false, with work left undone, when it is the device that keeps the file from being read.
+bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Block<Playlist*>& playlists) {
+  const Operation& operation = playlists.operation;
+  const int error = readThrough(*file.path, cancellation.get_token());
+  if (error == 0) return true;
+  const int missing = watch->missing(operation.id, operation.mountPoint);
+  if (missing == 0 && isOrdinaryRefusal(error)) return true;
+  OV_WARN("cannot read playlist %s: %d", file.path->c_str(), error);
+  leaveUndone(playlists, missing != 0 ? LeftUndone::MountPointGone : LeftUndone::ReadError);
+  return false;
+}
+
+/// Returns `Pending`, without the playlist, when the stage was stopped meanwhile.
+PlaylistWrapper::Parse MSDPlaylistMiner::parseOnMainLoop(std::unique_ptr<Playlist>& playlist,
+                                                         const SharedWrapper& wrapper) {
+  using Parse = PlaylistWrapper::Parse;
   const std::stop_token stopped = cancellation.get_token();
   const std::stop_callback wake(stopped, [&wrapper] {
     const MutexLock lock(wrapper->mutex);
@@ -90,11 +122,19 @@ std::unique_ptr<Playlist> MSDPlaylistMiner::mine(const FileInfo& file,
   const MutexLock lock(wrapper->mutex);
   wrapper->playlist = playlist.get();
   wrapper->owner = std::move(playlist);
-  wrapper->parsed = false;
+  wrapper->parse = Parse::Pending;
   const ScheduledParse scheduled(wrapper);
-  while (!wrapper->parsed && !stopped.stop_requested()) wrapper->cond.wait(wrapper->mutex);
-  wrapper->abandoned = !wrapper->parsed;
-  return wrapper->abandoned ? nullptr : std::move(wrapper->owner);
+  while (wrapper->parse == Parse::Pending && !stopped.stop_requested()) {
+    wrapper->cond.wait(wrapper->mutex);
+  }
+  wrapper->abandoned = wrapper->parse == Parse::Pending;
+  if (!wrapper->abandoned) playlist = std::move(wrapper->owner);
+  return wrapper->parse;
+}
+
+void MSDPlaylistMiner::leaveUndone(Block<Playlist*>& playlists, LeftUndone reason) {
+  playlists.operation.skipped = true;
+  progress->leaveUndone(reason);
 }
 
 }  // namespace orvel

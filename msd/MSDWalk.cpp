@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/common/Log.h"
+#include "platform/common/ReadError.h"
 #include "platform/tags/MediaKind.h"
 
 namespace orvel {
@@ -24,11 +25,6 @@ using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
 
 bool isNeverWalked(std::string_view name) {
   return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";
-}
-
-/// Errors that belong to the one folder; others mean that the device could not be read.
-bool isOrdinaryRefusal(int error) {
-  return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP;
 }
 
 }  // namespace
@@ -89,7 +85,10 @@ bool MSDWalk::listDirectory(std::size_t index) {
 void MSDWalk::visit(std::size_t index, int folder, const char* name) {
   // statx has 64-bit times also where time_t has 32 bits.
   struct statx status {};
-  if (statx(folder, name, 0, STATX_TYPE | STATX_MTIME | STATX_INO, &status) != 0) return;
+  if (statx(folder, name, 0, STATX_TYPE | STATX_MTIME | STATX_INO, &status) != 0) {
+    if (!isOrdinaryRefusal(errno)) leaveUndone(LeftUndone::ReadError);
+    return;
+  }
   if (S_ISDIR(status.stx_mode)) {
     addDirectory(index, name,
                  {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino});

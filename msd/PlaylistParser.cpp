@@ -27,13 +27,21 @@ void appendEntry(Playlist& playlist, const char* uri) {
   playlist.entries.push_back({std::move(trackPath), trackId, false});
 }
 
-/// Handler of "entry-parsed". Called through C frames, which nothing may be thrown through.
+/// What the handler of "entry-parsed" works on.
+struct Entries {
+  Playlist& playlist;
+  bool lost = false;
+};
+
+/// Called through C frames, which nothing may be thrown through.
 void onEntryParsed(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*metadata*/,
-                   gpointer wrapper) {
+                   gpointer data) {
+  auto& entries = *static_cast<Entries*>(data);
   try {
-    appendEntry(*static_cast<PlaylistWrapper*>(wrapper)->playlist, uri);
+    appendEntry(entries.playlist, uri);
   } catch (const std::exception& error) {
     OV_ERROR("an entry of a playlist was lost: %s", error.what());
+    entries.lost = true;
   }
 }
 
@@ -57,12 +65,30 @@ void logResult(TotemPlParserResult result, const char* path) {
   }
 }
 
-void parse(PlaylistWrapper* wrapper) {
+TotemPlParserResult parseFile(Entries& entries) {
   const std::unique_ptr<TotemPlParser, Unref> parser(totem_pl_parser_new());
   g_object_set(parser.get(), "recurse", FALSE, "disable-unsafe", TRUE, nullptr);
-  g_signal_connect(parser.get(), "entry-parsed", G_CALLBACK(onEntryParsed), wrapper);
-  const std::string& path = wrapper->playlist->path;
-  logResult(totem_pl_parser_parse(parser.get(), playlistUri(path).c_str(), FALSE), path.c_str());
+  g_signal_connect(parser.get(), "entry-parsed", G_CALLBACK(onEntryParsed), &entries);
+  return totem_pl_parser_parse(parser.get(), playlistUri(entries.playlist.path).c_str(), FALSE);
+}
+
+PlaylistWrapper::Parse parse(Playlist& playlist) {
+  using Parse = PlaylistWrapper::Parse;
+  try {
+    Entries entries{playlist};
+    TotemPlParserResult result = parseFile(entries);
+    if (result != TOTEM_PL_PARSER_RESULT_SUCCESS) {
+      // The parser does not tell a read error of the moment from a file that is no playlist.
+      playlist.entries.clear();
+      result = parseFile(entries);
+    }
+    logResult(result, playlist.path.c_str());
+    if (entries.lost) return Parse::Failed;
+    return result == TOTEM_PL_PARSER_RESULT_SUCCESS ? Parse::Done : Parse::Refused;
+  } catch (const std::exception& error) {
+    OV_ERROR("a playlist could not be parsed: %s", error.what());
+    return Parse::Failed;
+  }
 }
 
 }  // namespace
@@ -72,9 +98,9 @@ void extractPlaylist(PlaylistWrapper* wrapper) {
     const MutexLock lock(wrapper->mutex);
     if (wrapper->abandoned) return;
   }
-  parse(wrapper);
+  const PlaylistWrapper::Parse result = parse(*wrapper->playlist);
   const MutexLock lock(wrapper->mutex);
-  wrapper->parsed = true;
+  wrapper->parse = result;
   wrapper->cond.broadcast();
 }
 

@@ -6,9 +6,9 @@
 
 namespace orvel {
 
-/// Parses the wrapper's playlist file and announces the end. Runs on the GLib main loop; does
-/// nothing when the wrapper was abandoned. A file that cannot be parsed leaves the playlist as it
-/// is.
+/// Parses the wrapper's playlist file and announces the end, whatever it is. Runs on the GLib main
+/// loop; does nothing when the wrapper was abandoned. A file that cannot be parsed leaves the
+/// playlist as it is.
 void extractPlaylist(PlaylistWrapper* wrapper);
 
 /// The URI by which a playlist file is parsed: only "%" and "#" are escaped, everything else is

@@ -14,8 +14,15 @@ struct PlaylistWrapper {
   Condition cond;                ///< announces that the parse has ended
   Playlist* playlist = nullptr;  ///< the playlist being filled; owned by `owner`
 
+  enum class Parse {
+    Pending,
+    Done,
+    Refused,  ///< the file is no playlist, or cannot be read
+    Failed,   ///< memory was too short for the entries
+  };
+
   std::unique_ptr<Playlist> owner ORVEL_GUARDED_BY(mutex);
-  bool parsed ORVEL_GUARDED_BY(mutex) = false;
+  Parse parse ORVEL_GUARDED_BY(mutex) = Parse::Pending;
   bool abandoned ORVEL_GUARDED_BY(mutex) = false;  ///< nobody waits for the parse any more
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
@@ -135,10 +136,10 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
   out.clear();
   out.exec(sql::kCleanNames);
-  Transaction::settle(out.handle());
+  const bool settled = Transaction::settle(out.handle());
   auto result = boost::make_shared<Block<void>>(operation);
-  result->operation.skipped = anySkipped;
-  anySkipped = false;
+  result->operation.skipped = std::exchange(anySkipped, false);
+  if (!settled || !out.good()) rowsWereLost(result->operation);
   OV_INFO("SongSaver close db");
   close();
   return result;

@@ -20,10 +20,10 @@ constexpr unsigned kItemsPerLogLine = 100;
 
 /// What one request's crawl has found.
 struct MtpCrawler::Found {
-  explicit Found(const Operation& operation)
-      : tracks(boost::make_shared<Block<FileInfo*>>(operation)),
-        playlists(boost::make_shared<Block<FileInfo*>>(operation)),
-        directories(boost::make_shared<Block<MtpDirectory*>>(operation)) {}
+  Found(MtpCrawler& crawler, const Operation& operation)
+      : tracks(crawler.makeBlock<FileInfo*>(operation)),
+        playlists(crawler.makeBlock<FileInfo*>(operation)),
+        directories(crawler.makeBlock<MtpDirectory*>(operation)) {}
 
   /// Marks all that is sent: work was left undone.
   void markSkipped() const {
@@ -40,9 +40,9 @@ struct MtpCrawler::Found {
 MtpCrawler::sink_block_type_ptr MtpCrawler::doOperation(src_block_type_ptr block) {
   OV_INFO("MtpCrawler for: %s (op:%d)",
           block->items.empty() ? "" : block->items.front()->path.c_str(), block->operation.id);
-  progress->phase = RequestPhase::Crawling;
+  progress->enter(RequestPhase::Crawling);
   const Timer timer;
-  Found found(block->operation);
+  Found found(*this, block->operation);
   try {
     crawl(found);
   } catch (const std::exception&) {
@@ -57,7 +57,7 @@ MtpCrawler::sink_block_type_ptr MtpCrawler::doOperation(src_block_type_ptr block
     found.markSkipped();
   }
   sendBranches(found.directories, found.playlists);
-  progress->phase = RequestPhase::Indexing;
+  progress->enter(RequestPhase::Indexing);
   OV_INFO("MtpCrawler timer: %ld (op:%d) found %u", timer.elapsedMs(), found.tracks->operation.id,
           static_cast<unsigned>(found.tracks->items.size()));
   return found.tracks;

@@ -28,6 +28,7 @@ void MtpDirectorySaver::save(const Block<MtpDirectory*>& block, Operation& resul
   for (const MtpDirectory* directory : block.items) ids.push_back(directory->objectId.text());
   std::sort(ids.begin(), ids.end());
   const std::size_t differences = countDifferences(in, "", ids);
+  if (!in.eof()) rowsWereLost(result);
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
     progress->directoriesStored = static_cast<unsigned>(ids.size());
@@ -46,12 +47,13 @@ void MtpDirectorySaver::rewrite(const Block<MtpDirectory*>& block, Operation& re
   Transaction transaction(out);
   out.clear();
   out.exec(sql::kDeleteAllDirectories);
+  const bool deleted = out.good();
   out.query(sql::kInsertDirectory);
   std::copy(block.items.begin(), block.items.end(),
             sqlstl::sqlostream_iterator<const MtpDirectory*>(out));
   const bool inserted = out.good();
   out.finalize();
-  if (!transaction.end() || !inserted) {
+  if (!transaction.end() || !deleted || !inserted) {
     rowsWereLost(result);
   } else {
     progress->directoriesStored = static_cast<unsigned>(block.items.size());

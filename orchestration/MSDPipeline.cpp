@@ -18,7 +18,7 @@ MSDPipeline::MSDPipeline(Orvel* owner)
                std::make_unique<ChangeFinder>("ChangeFinder-MSDSongs", Content::Songs,
                                               sql::kSelectSongs, sql::kDeleteSong, false),
                std::make_unique<MSDMiner>("MSDMiner", watch),
-               std::make_unique<MSDPlaylistMiner>("MSDPlaylistMiner"),
+               std::make_unique<MSDPlaylistMiner>("MSDPlaylistMiner", watch),
                std::make_unique<ChangeFinder>("ChangeFinder-MSDPlaylist", Content::Playlists,
                                               sql::kSelectPlaylists, sql::kDeletePlaylist, false));
 }

@@ -1,5 +1,6 @@
 #include "orchestration/Orvel.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -126,7 +127,7 @@ void Orvel::startOperation(const HostCall& call) {
     // A pipeline without its root block would never end.
     pipeline->stop();
     pipeline->join();
-    pipeline->progress->phase = RequestPhase::Failed;
+    pipeline->progress->fail();
     delete pipeline;
     pipelines.erase(key);
     throw;
@@ -185,20 +186,19 @@ Orvel::sink_block_type_ptr Orvel::doOperation(src_block_type_ptr result) {
   }
   OV_INFO("Orvel finished operation %s hanlde %u mp %s opid: %d", finished.deviceId.c_str(),
           finished.handle, finished.mountPoint.c_str(), finished.id);
-  OrvelOperation key;
-  key.handle = finished.handle;
-  key.deviceId = finished.deviceId;
-  key.mountPoint = finished.mountPoint;
-  key.opId = finished.id;
-  SongDirectoryPipeline* const pipeline = pipelines[key];
-  if (pipeline != nullptr) {
+  // Found without a key of its own, which would take memory: a result must not get lost.
+  const auto entry = std::find_if(pipelines.begin(), pipelines.end(), [&](const auto& candidate) {
+    return candidate.first.opId == finished.id;
+  });
+  if (entry != pipelines.end()) {
+    SongDirectoryPipeline* const pipeline = entry->second;
     OV_INFO("Orvel END FOR for %x id: %d", addressOf(pipeline), finished.id);
     pipeline->stop();
     pipeline->join();
     OV_INFO("Orvel delete pipeline: %x op id: %d", addressOf(pipeline), finished.id);
     delete pipeline;
+    pipelines.erase(entry);
   }
-  pipelines.erase(key);
   if (!pipelines.empty()) {
     SongDirectoryPipeline* const next = pipelines.begin()->second;
     OV_INFO("queue is not empty: go on %x", addressOf(next));

@@ -4,6 +4,7 @@
 #include "db/Transaction.h"
 #include "framework/HostSignals.h"
 #include "framework/Timer.h"
+#include "framework/insist.h"
 #include "orchestration/Orvel.h"
 #include "platform/common/Log.h"
 
@@ -62,11 +63,18 @@ SongDirectoryPipeline::sink_block_type_ptr SongDirectoryPipeline::doOperation(
 
 void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
   try {
-    clearPlaylists();
+    insist([this] { clearPlaylists(); });
+    insist([this] { storeStatus(); });
+    flush();
+    progress->enter(RequestPhase::Finished);
+    if (controller != nullptr) controller->enqueue(result);
   } catch (const std::exception&) {
-    progress->phase = RequestPhase::Failed;
+    progress->fail();
     throw;
   }
+}
+
+void SongDirectoryPipeline::storeStatus() {
   operation.endTime = Timer::now();
   OV_INFO("End operation for id %d that took %ld", operation.opId,
           Timer::milliseconds(operation.startTime, operation.endTime));
@@ -76,14 +84,19 @@ void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
     operation.skipped = true;
   }
   const char* status = operation.skipped ? "PROGRESS" : "OK";
-  databases.insertStatus(operation.deviceId, operation.mountPoint, status);
+  if (!databases.insertStatus(operation.deviceId, operation.mountPoint, status)) {
+    progress->leaveUndone(LeftUndone::RowsLost);
+    status = "PROGRESS";
+  }
   progress->status = status;
-  databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint);
+}
+
+void SongDirectoryPipeline::flush() {
+  DatabaseMgr& databases = DatabaseMgr::instance();
+  insist([&] { databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint); });
   hostSignals::indexingFinished(operation.mountPoint);
-  databases.sync(operation.deviceId);
-  databases.checkAndDelete(operation.deviceId, kDatabaseSizeLimit);
-  progress->phase = RequestPhase::Finished;
-  if (controller != nullptr) controller->enqueue(result);
+  insist([&] { databases.sync(operation.deviceId); });
+  insist([&] { databases.checkAndDelete(operation.deviceId, kDatabaseSizeLimit); });
 }
 
 void SongDirectoryPipeline::clearPlaylists() {
@@ -91,7 +104,10 @@ void SongDirectoryPipeline::clearPlaylists() {
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
   out.exec(sql::kClearPlaylists);
-  Transaction::settle(out.handle());
+  if (!Transaction::settle(out.handle()) || !out.good()) {
+    progress->leaveUndone(LeftUndone::RowsLost);
+    operation.skipped = true;
+  }
   out.close();
 }
 

@@ -66,6 +66,8 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   void enqueueOperation(OrvelOperation& request);
   void finish(const src_block_type_ptr& result);
   void clearPlaylists();
+  void storeStatus();
+  void flush();
 
   /// Registers stages that feed one another; the last one reports to the pipeline.
   template <class Stage, class... Rest>

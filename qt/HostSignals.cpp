@@ -1,4 +1,5 @@
 #include "framework/HostSignals.h"
+#include "framework/insist.h"
 
 #include <exception>
 
@@ -62,7 +63,8 @@ template <class Emit>
 void emitOnFacade(Emit emitSignal) noexcept {
   try {
     const Emission emission;
-    if (emission.facade() != nullptr) emitSignal(*emission.facade());
+    // A receiver may get a signal twice, but none waits for ever for one that memory was short for.
+    if (emission.facade() != nullptr) insist([&] { emitSignal(*emission.facade()); });
   } catch (const std::exception& error) {
     OV_ERROR("a signal to the host was lost: %s", error.what());
   }

@@ -45,6 +45,17 @@ bool DatabaseFile::run(const char* sql, std::initializer_list<std::string> param
   return false;
 }
 
+bool DatabaseFile::runInPlace(const char* sql, std::initializer_list<std::string> parameters) {
+  if (!isOpen()) return false;
+  sqlite3_busy_handler(connection.get(), nullptr, nullptr);
+  // In exclusive mode the index of the log is no file, and with its journal in memory a change
+  // overwrites its page. A power cut in between can cost the database, which is then made anew.
+  const bool done = exec("PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=MEMORY;") &&
+                    run(sql, parameters);
+  exec("PRAGMA journal_mode=WAL;");
+  return done;
+}
+
 void DatabaseFile::checkpoint() {
   if (!isOpen()) return;
   sqlite3_busy_handler(connection.get(), nullptr, nullptr);
@@ -60,18 +71,19 @@ void DatabaseFile::checkpoint() {
   close(log);
 }
 
-std::vector<std::string> DatabaseFile::texts(const char* sql,
-                                             std::initializer_list<std::string> parameters) {
-  std::vector<std::string> rows;
+std::optional<std::vector<std::string>> DatabaseFile::texts(
+    const char* sql, std::initializer_list<std::string> parameters) {
   const Statement statement = prepare(sql, parameters);
-  if (!statement) return rows;
+  if (!statement) return std::nullopt;
+  std::vector<std::string> rows;
   int result = sqlite3_step(statement.get());
   for (; result == SQLITE_ROW; result = sqlite3_step(statement.get())) {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0));
     rows.emplace_back(text == nullptr ? "" : text);
   }
-  if (result != SQLITE_DONE) report(sql);
-  return rows;
+  if (result == SQLITE_DONE) return rows;
+  report(sql);
+  return std::nullopt;
 }
 
 DatabaseFile::Statement DatabaseFile::prepare(const char* sql,

@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,11 +27,17 @@ class DatabaseFile {
   bool exec(const char* sql);
   /// Runs one statement with text parameters; false and one log line on failure.
   bool run(const char* sql, std::initializer_list<std::string> parameters);
+  /// Runs one statement that changes nothing in size, on a disk that has no room left even for a
+  /// log. To be the first thing that is run on this connection; never waits, and does nothing while
+  /// anybody else has the database open.
+  bool runInPlace(const char* sql, std::initializer_list<std::string> parameters);
   /// Makes everything committed so far durable, and the write-ahead log empty unless somebody still
   /// reads from it. Never waits for readers: a head unit may keep a list open for hours.
   void checkpoint();
-  /// The first column of each row as text, "" for NULL.
-  std::vector<std::string> texts(const char* sql, std::initializer_list<std::string> parameters);
+  /// The first column of each row as text, "" for NULL. Nothing, and one log line, when not every
+  /// row could be read.
+  std::optional<std::vector<std::string>> texts(const char* sql,
+                                                std::initializer_list<std::string> parameters);
 
  private:
   struct Close {

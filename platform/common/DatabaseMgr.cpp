@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <map>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -41,10 +43,12 @@ bool fileExists(const std::string& path) {
   return access(path.c_str(), F_OK) == 0;
 }
 
-void removeFile(const std::string& path) {
-  if (unlink(path.c_str()) == 0 || errno == ENOENT) return;
+/// False when the file is still there.
+bool removeFile(const std::string& path) {
+  if (unlink(path.c_str()) == 0 || errno == ENOENT) return true;
   const int error = errno;
   OV_WARN("cannot remove %s: %s", path.c_str(), std::strerror(error));
+  return false;
 }
 
 bool isFolderWithEntries(const std::string& path) {
@@ -79,6 +83,8 @@ struct DatabaseMgr::State {
   /// Device and mount point of every live request.
   std::multiset<std::pair<std::string, std::string>> live ORVEL_GUARDED_BY(mutex);
   std::set<std::string> condemned ORVEL_GUARDED_BY(mutex);
+  /// Statuses that their file did not take, by file and mount point.
+  std::map<std::pair<std::string, std::string>, std::string> unstored ORVEL_GUARDED_BY(mutex);
 
   std::size_t liveRequests(const std::string& deviceId) ORVEL_EXCLUDES(mutex) {
     const MutexLock lock(mutex);
@@ -89,6 +95,14 @@ struct DatabaseMgr::State {
   bool isLive(const std::string& deviceId, const std::string& partition) ORVEL_EXCLUDES(mutex) {
     const MutexLock lock(mutex);
     return live.count({deviceId, partition}) != 0;
+  }
+
+  std::optional<std::string> unstoredStatus(const std::string& file, const std::string& partition)
+      ORVEL_EXCLUDES(mutex) {
+    const MutexLock lock(mutex);
+    const auto found = unstored.find({file, partition});
+    if (found == unstored.end()) return std::nullopt;
+    return found->second;
   }
 };
 
@@ -111,7 +125,11 @@ DatabaseMgr::Lease::Lease(std::string device, std::string mountPoint)
 DatabaseMgr::Lease::~Lease() {
   State& state = *instance().state;
   const MutexLock lock(state.mutex);
-  const auto found = state.live.find({deviceId, partition});
+  // Without a key of its own: a destructor must not fail for want of memory.
+  const auto found =
+      std::find_if(state.live.begin(), state.live.end(), [this](const auto& request) {
+        return request.first == deviceId && request.second == partition;
+      });
   if (found != state.live.end()) state.live.erase(found);
 }
 
@@ -154,6 +172,9 @@ void DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
   using databaseSchema::Content;
   if (databaseSchema::probe(database) == Content::Empty && !databaseSchema::create(database))
     return;
+  if (const auto status = state->unstoredStatus(file, partition)) {
+    insertStatus(deviceId, partition, *status);
+  }
   enterPartition(database, partition, isFirstPartition);
 }
 
@@ -172,7 +193,7 @@ bool DatabaseMgr::replaceUnusable(const std::string& deviceId, const std::string
   }
   OV_WARN("%s is damaged or not a database of this version; it is made anew", file.c_str());
   deleteDb(deviceId);
-  return true;
+  return !fileExists(file);
 }
 
 void DatabaseMgr::enterPartition(DatabaseFile& database, const std::string& partition,
@@ -195,21 +216,45 @@ void DatabaseMgr::enterPartition(DatabaseFile& database, const std::string& part
 
 std::string DatabaseMgr::getStatus(const std::string& deviceId, const std::string& partition) {
   const std::string file = getDbNameFromDevId(deviceId);
-  if (!fileExists(file)) return "";
+  if (!fileExists(file) || isCondemned(deviceId)) return "";
+  if (const auto unstored = state->unstoredStatus(file, partition)) return *unstored;
   DatabaseFile database(file);
   const auto status = database.texts("SELECT STATUS FROM PARTITIONS WHERE PARTITION_ID = ?;",
                                      {partitionIdOf(partition)});
-  return status.empty() ? "" : status.front();
+  return status && !status->empty() ? status->front() : "";
 }
 
-void DatabaseMgr::insertStatus(const std::string& deviceId, const std::string& partition,
+bool DatabaseMgr::insertStatus(const std::string& deviceId, const std::string& partition,
                                const std::string& status) {
-  DatabaseFile database(getDbNameFromDevId(deviceId));
-  database.run(
-      "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
-      " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
-      " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
-      {partitionIdOf(partition), partition, status});
+  const std::string file = getDbNameFromDevId(deviceId);
+  const bool stored = storeStatus(file, partition, status);
+  const MutexLock lock(state->mutex);
+  if (stored) {
+    state->unstored.erase({file, partition});
+  } else if (status != "OK") {
+    state->unstored[{file, partition}] = status;
+  }
+  return stored;
+}
+
+bool DatabaseMgr::storeStatus(const std::string& file, const std::string& partition,
+                              const std::string& status) {
+  const std::string id = partitionIdOf(partition);
+  {
+    DatabaseFile database(file);
+    if (!database.isOpen()) return false;
+    if (database.run("INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
+                     " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
+                     " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
+                     {id, partition, status})) {
+      return true;
+    }
+  }
+  // A full disk must not keep an old "OK" alive; the statuses are few bytes in a page of their own.
+  DatabaseFile database(file);
+  return database.runInPlace("UPDATE PARTITIONS SET STATUS = ?2 WHERE PARTITION_ID = ?1;",
+                             {id, status}) &&
+         sqlite3_changes(database.handle()) == 1;
 }
 
 void DatabaseMgr::removeDanglingPartitions(const std::string& deviceId,
@@ -219,7 +264,8 @@ void DatabaseMgr::removeDanglingPartitions(const std::string& deviceId,
       "SELECT MOUNTPOINT FROM PARTITIONS WHERE MOUNTPOINT <> ?1"
       " AND GENERATION < (SELECT MAX(GENERATION) FROM PARTITIONS);",
       {partition});
-  for (const std::string& mountPoint : older) {
+  if (!older) return;
+  for (const std::string& mountPoint : *older) {
     if (state->isLive(deviceId, mountPoint) || isFolderWithEntries(mountPoint)) continue;
     if (!database.exec("BEGIN IMMEDIATE;")) return;
     const bool deleted = deletePartition(database, partitionIdOf(mountPoint));
@@ -264,10 +310,12 @@ bool DatabaseMgr::dbSizeHasReachLimit(const std::string& deviceId) {
 
 void DatabaseMgr::deleteDb(const std::string& deviceId) {
   const std::string file = getDbNameFromDevId(deviceId);
-  removeFile(file);
+  if (!removeFile(file)) return;
   for (const char* journal : kJournals) removeFile(file + journal);
   const MutexLock lock(state->mutex);
   state->condemned.erase(file);
+  state->unstored.erase(state->unstored.lower_bound({file, ""}),
+                        state->unstored.upper_bound({file + '\0', ""}));
 }
 
 void DatabaseMgr::condemn(const char* file) noexcept {

@@ -1,6 +1,9 @@
 #include "platform/common/DatabaseSchema.h"
 
+#include <optional>
 #include <string>
+
+#include "platform/common/Mutex.h"
 
 namespace orvel::databaseSchema {
 
@@ -77,38 +80,50 @@ PRAGMA user_version=1;
 COMMIT;
 )sql";
 
-/// The definition of everything in the database, in one text.
-std::string definition(DatabaseFile& database) {
+/// The definition of everything in the database, in one text; nothing when it cannot be read.
+std::optional<std::string> definition(DatabaseFile& database) {
   const auto parts = database.texts(
       "SELECT type || ' ' || name || ' ' || sql FROM sqlite_schema WHERE sql IS NOT NULL AND name "
       "NOT"
       " LIKE 'sqlite%' ORDER BY name;",
       {});
+  if (!parts) return std::nullopt;
   std::string all;
-  for (const std::string& part : parts) all.append(part).append(";\n");
+  for (const std::string& part : *parts) all.append(part).append(";\n");
   return all;
 }
 
-const std::string& ownDefinition() {
-  static const std::string own = [] {
-    DatabaseFile memory(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    create(memory);
-    return definition(memory);
-  }();
+/// This library's own definition. Nothing, to be tried again, when there is no memory for it:
+/// compared with half of it every database would seem foreign.
+std::optional<std::string> ownDefinition() {
+  static Mutex mutex;
+  static std::optional<std::string> own;
+  const MutexLock lock(mutex);
+  if (!own) {
+    DatabaseFile scratch(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    if (create(scratch)) own = definition(scratch);
+  }
   return own;
+}
+
+/// What a database that cannot be read is taken for: an error of the moment says nothing about it.
+Content contentAfterError(const DatabaseFile& database) {
+  const int code = sqlite3_errcode(database.handle());
+  return code == SQLITE_NOTADB || code == SQLITE_CORRUPT ? Content::Foreign : Content::Unknown;
 }
 
 }  // namespace
 
 Content probe(DatabaseFile& database) {
   const auto versions = database.texts("PRAGMA user_version;", {});
-  if (versions.empty()) {
-    const int code = sqlite3_errcode(database.handle());
-    return code == SQLITE_NOTADB || code == SQLITE_CORRUPT ? Content::Foreign : Content::Unknown;
-  }
-  const std::string found = definition(database);
-  if (found.empty() && versions.front() == "0") return Content::Empty;
-  return versions.front() == "1" && found == ownDefinition() ? Content::Ours : Content::Foreign;
+  if (!versions || versions->empty()) return contentAfterError(database);
+  const auto found = definition(database);
+  if (!found) return contentAfterError(database);
+  if (found->empty() && versions->front() == "0") return Content::Empty;
+  if (versions->front() != "1") return Content::Foreign;
+  const auto own = ownDefinition();
+  if (!own) return Content::Unknown;
+  return *found == *own ? Content::Ours : Content::Foreign;
 }
 
 bool create(DatabaseFile& database) {

@@ -91,12 +91,14 @@ void Device::dropSession() {
 }
 
 void Device::markGone() {
-  std::call_once(removal, [this] {
-    gone = true;
-    OV_INFO("device %s with handle %u is gone", bus.path.c_str(), handle);
-    DeviceList::instance().remove(handle);
-    close([] {});
-  });
+  std::call_once(removal, &Device::leave, this);
+}
+
+void Device::leave() {
+  gone = true;
+  OV_INFO("device %s with handle %u is gone", bus.path.c_str(), handle);
+  DeviceList::instance().remove(handle);
+  close([] {});
 }
 
 t_status Device::answerGone() {

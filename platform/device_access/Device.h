@@ -83,6 +83,8 @@ class Device : public std::enable_shared_from_this<Device> {
   t_status ask(Question<Value> question, Value& value, WhenBusy whenBusy);
   template <class Value>
   t_status askOnce(const Question<Value>& question, Value& value, DeviceThread::Patience patience);
+  /// Once, when the device is gone.
+  void leave();
   /// That the device is gone; nobody is told before the removal listener was.
   t_status answerGone();
   t_status answerTo(const std::function<t_status(DeviceSession&)>& question);

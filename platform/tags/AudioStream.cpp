@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/common/ReadError.h"
+
 namespace orvel {
 
 AudioFile AudioFile::open(const std::string& path) {
@@ -14,18 +16,19 @@ AudioFile AudioFile::open(const std::string& path) {
   Descriptor opened(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   // fstat refuses files that are dated after 2038 where time_t has 32 bits.
   struct statx status {};
-  if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0 ||
-      !S_ISREG(status.stx_mode)) {
-    return {};
+  if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) {
+    return {{}, 0, !isOrdinaryRefusal(errno)};
   }
+  if (!S_ISREG(status.stx_mode)) return {};
   posix_fadvise(opened.get(), 0, 0, POSIX_FADV_RANDOM);
-  return {std::move(opened), static_cast<std::int64_t>(status.stx_size)};
+  return {std::move(opened), static_cast<std::int64_t>(status.stx_size), false};
 }
 
 AudioStream::AudioStream(AudioFile audioFile, std::string streamName, std::stop_token token,
                          std::chrono::milliseconds timeBudget)
     : TagStream(std::move(streamName), std::move(token), timeBudget), file(std::move(audioFile)) {
   setSize(file.bytes);
+  if (file.deviceFailed) noteReadError();
 }
 
 long AudioStream::readAt(long start, char* target, long length) {

@@ -17,12 +17,14 @@ struct AudioFile {
 
   Descriptor descriptor;
   std::int64_t bytes = 0;
+  bool deviceFailed = false;  ///< why it is not open
 };
 
 /// The tags of a file.
 class AudioStream : public TagStream {
  public:
-  /// @param audioFile   a failure to open it shows in `isOpen`
+  /// @param audioFile   a failure to open it shows in `isOpen`, one of the device in `readFailed`,
+  /// too
   /// @param streamName  its ending tells the format
   AudioStream(AudioFile audioFile, std::string streamName, std::stop_token token,
               std::chrono::milliseconds timeBudget = kTimeBudget);

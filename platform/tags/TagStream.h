@@ -22,7 +22,7 @@ class TagStream : public TagLib::IOStream {
 
   /// True when the token ended the reading: what was read is not the whole truth.
   [[nodiscard]] bool interrupted() const { return wasInterrupted; }
-  /// True when the device failed to deliver data of the open file.
+  /// True when the device failed to deliver the file or data of it.
   [[nodiscard]] bool readFailed() const { return hadReadError; }
 
   TagLib::FileName name() const override { return fileName.c_str(); }

@@ -8,7 +8,8 @@ TagResult readTags(TagStream& stream) {
   using Outcome = TagResult::Outcome;
   const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
   if (stream.interrupted()) return {Outcome::Interrupted};
-  if (reference.isNull() || stream.readFailed()) return {Outcome::Unreadable};
+  if (stream.readFailed()) return {Outcome::DeviceFailed};
+  if (reference.isNull()) return {Outcome::Unreadable};
   if (reference.tag() == nullptr) return {Outcome::Untagged};
   return {Outcome::Tagged, tagValuesOf(*reference.file())};
 }

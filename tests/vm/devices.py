@@ -76,8 +76,8 @@ class PlayerDevice:
     def plug(self, commands=None):
         """With a number of commands its cable falls out after so many."""
         limit = () if commands is None else (str(commands),)
-        self.machine.player("plug", "scripted", f"{self.machine.programs}/tests/vm/orvel-mtp-gadget",
-                            self.script, *limit)
+        program = f"{self.machine.programs}/tests/vm/orvel-mtp-gadget"
+        self.machine.player("plug", "scripted", program, self.script, *limit)
 
     def replug(self):
         self.machine.player("replug")

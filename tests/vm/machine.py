@@ -1,4 +1,4 @@
-"""A virtual machine in QEMU, without hardware support, that runs commands on this machine's files."""
+"""A virtual machine in QEMU, without hardware support, that runs commands on the host's files."""
 
 import json
 import os
@@ -32,7 +32,8 @@ def waitFor(condition, seconds, what):
 
 
 def makeInitialDisk(kernel, target):
-    """Packs busybox, the modules and the first process. Nothing at the top may be named like a tag."""
+    """Packs busybox, the modules and the first process. Nothing at its top may be named like a tag of
+    a share: it would be mounted in its place."""
     with tempfile.TemporaryDirectory() as root:
         for folder in ("bin", "proc", "sys", "dev", "root"):
             os.mkdir(f"{root}/{folder}")
@@ -84,7 +85,8 @@ class Job:
 
 
 class Machine:
-    """Runs from construction to `stop`. `folder` is its own; `programs` are those of the project."""
+    """Runs from construction to `stop`. `folder` is its own; `programs` is where the project was
+    built."""
 
     def __init__(self, kernel, folder, programs):
         self.began = time.monotonic()
@@ -113,8 +115,9 @@ class Machine:
     def command(self, kernel):
         share = "local,path={},mount_tag={},security_model=none,multidevs=remap{}"
         jobs = self.jobs.replace(",", ",,")  # a comma ends an option
-        return ["timeout", str(LIFE_SECONDS), "qemu-system-x86_64", "-accel", "tcg,thread=multi", "-machine", "q35", "-cpu", "max",
-                "-smp", "2", "-m", "512", "-nodefaults", "-no-reboot", "-display", "none",
+        return ["timeout", str(LIFE_SECONDS), "qemu-system-x86_64",
+                "-accel", "tcg,thread=multi", "-machine", "q35", "-cpu", "max", "-smp", "2",
+                "-m", "512", "-nodefaults", "-no-reboot", "-display", "none",
                 "-kernel", f"{kernel}/vmlinuz", "-initrd", f"{self.folder}/initrd",
                 "-append", "console=ttyS0 quiet panic=-1 mitigations=off",
                 "-virtfs", share.format("/", "host", ",readonly=on"),

@@ -10,8 +10,8 @@ FOLDERS = ("Audiobooks", "Mixed", "Music", "Store")
 
 PLAYER = """device vendor=1209 product=0001 serial=scripted maker=Orvel model="Blue player"
 storage Internal
-track /Music/Amber/salt.mp3 title="Salt Road" artist="Amber Harbour" album=Lanterns genre=Folk composer="Tilda Rowe" number=3
-track /Music/Amber/thaw.flac title=Thaw artist="Amber Harbour" album=Lanterns number=4
+track /Music/Amber/salt.mp3 title="Salt Road" artist="Amber Harbour" album=Lanterns genre=Folk number=3
+track /Music/Amber/thaw.flac title=Thaw artist="Amber Harbour" composer="Tilda Rowe" number=4
 track "/Music/青い風船/雨のち虹.mp3" title="雨のち虹" artist="青い風船" album="夜明けの電車" genre="ポップ"
 track /Music/bytes.wav file={bytes}
 file /DCIM/0001.jpg size=4000000
@@ -23,8 +23,9 @@ track /Music/Amber/salt.mp3 title="Salt Road (Live)" artist="Amber Harbour" albu
 
 
 # Everything that can be asked about the player. Playlists are named by handles, which may differ.
-PLAYER_TABLES = (("songs",), ("artists",), ("albums",), ("genres",), ("composers",), ("directories",),
-                 ("songs", "--playlist", "Für die Fahrt"), ("songs", "--playlist", "Quiet"))
+PLAYER_TABLES = (("songs",), ("artists",), ("albums",), ("genres",), ("composers",),
+                 ("directories",), ("songs", "--playlist", "Für die Fahrt"),
+                 ("songs", "--playlist", "Quiet"))
 # What sticks and phones have in common; phones do not tell the number of a disc.
 COMMON_COLUMNS = {"songs": ("path", "title", "artist", "album", "genre", "composer", "track"),
                   "directories": ("path", "name", "songs")}

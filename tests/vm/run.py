@@ -1,9 +1,9 @@
 #!/usr/bin/python3
 """Usage: run.py BUILD [TEST...]
 
-Runs the tests of MTP devices in a virtual machine, with the programs in the folder BUILD. TEST is the
-name of a class or of a test ("Qemu", "Player.testCableFallsOut"). Exit status 77: there can be no
-virtual machine here; the last line says why.
+Runs the tests of MTP devices in a virtual machine, with the programs in the folder BUILD. TEST is
+the name of a class or of a test ("Qemu", "Player.testCableFallsOut"). Exit status 77: there can be
+no virtual machine here; the last line says why.
 """
 
 import os
@@ -31,7 +31,8 @@ class Progress(unittest.TextTestResult):
 
     def stopTest(self, test):
         super().stopTest(test)
-        print(f"{test.machine.age():6.1f} s  took {time.monotonic() - self.began:.1f} s", flush=True)
+        took = time.monotonic() - self.began
+        print(f"{test.machine.age():6.1f} s  took {took:.1f} s", flush=True)
 
 
 def checkTools():

@@ -62,7 +62,7 @@ TagResult IsolatedTagReader::next() {
 tagMessages::Result IsolatedTagReader::answerForCurrent() {
   std::chrono::milliseconds patience = timeLimit;
   while (isReady()) {
-    if (!files[current].isOpen) return {{Outcome::Unreadable}, {}};
+    if (files[current].refusal) return {{*files[current].refusal}, {}};
     if (auto answer = reader->receive(patience)) return std::move(*answer);
     if (stopped.stop_requested()) break;
     if (readerEnded(patience)) return {{Outcome::Unreadable}, {}};
@@ -120,8 +120,10 @@ bool IsolatedTagReader::handOver() {
   std::size_t end = handedOver;
   for (; end < files.size() && batch.size() < tagMessages::kMostFiles; ++end) {
     AudioFile file = AudioFile::open(files[end].path);
-    files[end].isOpen = static_cast<bool>(file.descriptor);
-    if (!files[end].isOpen) continue;
+    if (!file.descriptor) {
+      files[end].refusal = file.deviceFailed ? Outcome::DeviceFailed : Outcome::Unreadable;
+      continue;
+    }
     batch.push_back({std::move(file.descriptor), {file.bytes, endingOf(files[end].path)}});
   }
   const auto sent = batch.empty() ? ReaderConnection::Sent::Yes : reader->send(batch);

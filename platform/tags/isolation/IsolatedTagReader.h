@@ -31,7 +31,8 @@ class IsolatedTagReader : public TagReader {
  private:
   struct File {
     std::string path;
-    bool isOpen = false;  ///< known as soon as it was handed over
+    /// Why it cannot be read, once it was to be handed over; nothing when it was.
+    std::optional<TagResult::Outcome> refusal;
   };
 
   tagMessages::Result answerForCurrent();

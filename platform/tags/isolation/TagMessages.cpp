@@ -9,7 +9,7 @@ namespace orvel::tagMessages {
 namespace {
 
 constexpr auto kThrown = static_cast<std::uint8_t>(0xFF);
-constexpr auto kLastOutcome = static_cast<std::uint8_t>(TagResult::Outcome::Unreadable);
+constexpr auto kLastOutcome = static_cast<std::uint8_t>(TagResult::Outcome::DeviceFailed);
 
 class Writer {
  public:

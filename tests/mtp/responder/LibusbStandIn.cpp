@@ -52,11 +52,10 @@ Bus& bus() {
 
 }  // namespace
 
-std::shared_ptr<StandInDevice> plugIn(Media media, DeviceIdentity identity, UsbIds ids) {
+std::shared_ptr<StandInDevice> plugIn(Media media, const DeviceIdentity& identity, UsbIds ids) {
   const std::lock_guard lock(bus().mutex);
   const int address = bus().nextAddress();
-  auto device =
-      std::make_shared<StandInDevice>(std::move(media), std::move(identity), ids, address);
+  auto device = std::make_shared<StandInDevice>(std::move(media), identity, ids, address);
   bus().attachments.push_back({device, address});
   return device;
 }

@@ -10,7 +10,8 @@
 namespace orvel::test::libusbStandIn {
 
 /// Attaches a new device.
-std::shared_ptr<StandInDevice> plugIn(Media media, DeviceIdentity identity = {}, UsbIds ids = {});
+std::shared_ptr<StandInDevice> plugIn(Media media, const DeviceIdentity& identity = {},
+                                      UsbIds ids = {});
 /// Attaches an unplugged device again, at a new address.
 void plugInAgain(const std::shared_ptr<StandInDevice>& device);
 /// Unplugs all devices for good.

@@ -21,7 +21,7 @@ milliseconds limited(unsigned timeout, unsigned longest) {
 
 }  // namespace
 
-StandInDevice::StandInDevice(Media media, DeviceIdentity identity, UsbIds ids, int address)
+StandInDevice::StandInDevice(Media media, const DeviceIdentity& identity, UsbIds ids, int address)
     : responder(std::move(media), identity),
       ids(ids),
       serial(identity.serial),

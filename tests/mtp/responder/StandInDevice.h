@@ -22,7 +22,7 @@ struct UsbIds {
 /// `libusbStandIn::plugIn`. Any thread.
 class StandInDevice {
  public:
-  StandInDevice(Media media, DeviceIdentity identity, UsbIds ids, int address);
+  StandInDevice(Media media, const DeviceIdentity& identity, UsbIds ids, int address);
 
   /// The device itself.
   Responder responder;
@@ -63,7 +63,6 @@ class StandInDevice {
   int release(int connectionAddress);
   int reset(int connectionAddress);
   int send(int connectionAddress, std::string_view bytes, unsigned timeout);
-  /// Nothing for `into` reads an empty packet.
   int receive(int connectionAddress, unsigned char* into, int size, int& received,
               unsigned timeout);
   /// Nothing ever comes from an endpoint that only tells of events.

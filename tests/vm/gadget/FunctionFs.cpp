@@ -49,7 +49,7 @@ std::string descriptors() {
 
 std::string strings() {
   constexpr std::uint16_t kEnglish = 0x0409;
-  const std::string name("MTP", 4);  // with its end
+  const std::string name = std::string("MTP") + '\0';
   return Dataset().u32(FUNCTIONFS_STRINGS_MAGIC).u32(22).u32(1).u32(1).u16(kEnglish).bytes() + name;
 }
 

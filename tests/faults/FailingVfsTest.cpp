@@ -1,0 +1,114 @@
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <tuple>
+
+#include "tests/faults/Contents.h"
+#include "tests/faults/Effort.h"
+#include "tests/faults/FailingVfs.h"
+#include "tests/faults/FaultStick.h"
+
+namespace orvel::test {
+namespace {
+
+using failingVfs::Fault;
+using testing::AnyOf;
+
+constexpr const char* kFaultNames[] = {"NoSpace", "IoError", "ReadOnly", "Corrupt"};
+
+/// What fails, and whether it goes on failing.
+using Failure = std::tuple<Fault, bool>;
+
+/// A request for a stick that has changed since it was indexed, while SQLite's operations fail.
+class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Failure> {
+ protected:
+  FailingVfsTest() { failingVfs::install(); }
+
+  void prepare(bool withPlaylist) {
+    fillStick(withPlaylist);
+    indexFresh(indexed);
+    before = musicOf(indexed);
+    kept = rows(indexed, "SELECT ID FROM SONGS WHERE NAME = 'kept.mp3';");
+    changeStick(withPlaylist);
+    after = indexFresh(temporary.path("after.db"));
+    afterMusic = musicOf(temporary.path("after.db"));
+  }
+
+  /// One request while the n-th operation fails, and one while nothing does.
+  long run(const std::string& earlier, long n) {
+    const auto [fault, persistent] = GetParam();
+    SCOPED_TRACE("operation " + std::to_string(n) + (earlier.empty() ? " fresh" : " again"));
+    beginCase(earlier);
+    failingVfs::arm(fault, n, persistent);
+    start(kDevice, stick);
+    EXPECT_TRUE(waitUntilEnded());
+    const std::string told = progress().status;
+    const std::string api = manager.getStatus(kDevice, stick);
+    const long count = failingVfs::disarm();
+    expectNoLie(told, api);
+    if (!earlier.empty() && fault != Fault::Corrupt) expectKept();
+    index(kDevice, stick);
+    if (manager.getStatus(kDevice, stick) != "OK") index(kDevice, stick);
+    EXPECT_EQ(contentsOf(database()), after);
+    EXPECT_EQ(integrityOf(database()), "ok");
+    return count;
+  }
+
+  /// "OK" promises all rows. Only the file of a disk that could not be written at all may still say
+  /// what is true of the rows that it holds.
+  void expectNoLie(const std::string& told, const std::string& api) {
+    if (told == "OK" || api == "OK") {
+      EXPECT_EQ(musicOf(database()), afterMusic) << told << " " << api;
+    }
+    if (storedStatus() != "OK") return;
+    const bool full = std::get<0>(GetParam()) == Fault::NoSpace;
+    EXPECT_THAT(musicOf(database()), AnyOf(afterMusic, full ? afterMusic : before));
+  }
+
+  /// A song that was there and is there is not read again for an error that is none of its own.
+  void expectKept() { EXPECT_EQ(rowsOf(kDevice, kKeptSong), kept); }
+
+  static constexpr char kKeptSong[] = "SELECT ID FROM SONGS WHERE NAME = 'kept.mp3';";
+  const std::string indexed = temporary.path("indexed.db");
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+  std::vector<std::string> afterMusic;
+  std::vector<std::string> kept;
+};
+
+TEST_P(FailingVfsTest, EndsWithoutALieAndTheNextRunCompletes) {
+  std::mt19937_64 random = seededRandom();
+  prepare(false);
+  long cases = 0;
+  for (const std::string& earlier : {std::string(), indexed}) {
+    const long operations = run(earlier, 0);
+    for (const long n : spread(operations, casesOf(12, operations), random)) {
+      run(earlier, n);
+      ++cases;
+    }
+    std::printf("%ld operations, ", operations);
+  }
+  std::printf("%ld cases\n", cases);
+}
+
+TEST_P(FailingVfsTest, PlaylistsToo) {
+  std::mt19937_64 random = seededRandom();
+  prepare(true);
+  const long operations = run(indexed, 0);
+  const auto numbers = spread(operations, casesOf(3, 100), random);
+  for (const long n : numbers) run(indexed, n);
+  std::printf("%ld operations, %zu cases\n", operations, numbers.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, FailingVfsTest,
+                         testing::Combine(testing::Values(Fault::NoSpace, Fault::IoError,
+                                                          Fault::ReadOnly, Fault::Corrupt),
+                                          testing::Bool()),
+                         [](const testing::TestParamInfo<Failure>& parameter) {
+                           return std::string(
+                                      kFaultNames[static_cast<int>(std::get<0>(parameter.param))]) +
+                                  (std::get<1>(parameter.param) ? "FromThenOn" : "Once");
+                         });
+
+}  // namespace
+}  // namespace orvel::test
