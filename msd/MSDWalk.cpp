@@ -58,9 +58,9 @@ bool MSDWalk::listDirectory(std::size_t index) {
   const OpenDirectory folder(opendir(path.c_str()));
   if (!folder) return handleUnreadable(path, errno);
   if (index == 0) {
-    struct stat status {};
-    if (fstat(dirfd(folder.get()), &status) == 0) {
-      identities[0] = {status.st_dev, status.st_ino};
+    struct statx status {};
+    if (statx(dirfd(folder.get()), "", AT_EMPTY_PATH, STATX_INO, &status) == 0) {
+      identities[0] = {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
     }
   }
   while (tracks < kMaxSongs) {

@@ -1,25 +1,40 @@
 #include "msd/MountPointWatch.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <cerrno>
 
 namespace orvel {
 
+namespace {
+
+/// The device that a mount point lies on; 0 upon success, else an errno. Without the folder's
+/// times: `stat` refuses a folder that is dated after 2038 where time_t has 32 bits.
+int deviceOf(const std::string& mountPoint, dev_t& device) {
+  struct statx status {};
+  if (statx(AT_FDCWD, mountPoint.c_str(), 0, STATX_TYPE, &status) != 0) return errno;
+  device = makedev(status.stx_dev_major, status.stx_dev_minor);
+  return 0;
+}
+
+}  // namespace
+
 void MountPointWatch::remember(int operationId, const std::string& mountPoint) {
-  struct stat status {};
-  const bool present = stat(mountPoint.c_str(), &status) == 0;
+  dev_t device = 0;
+  const bool present = deviceOf(mountPoint, device) == 0;
   const MutexLock lock(mutex);
   mounted.reset();
-  if (present) mounted = Mounted{operationId, status.st_dev};
+  if (present) mounted = Mounted{operationId, device};
 }
 
 int MountPointWatch::missing(int operationId, const std::string& mountPoint) const {
-  struct stat status {};
-  if (stat(mountPoint.c_str(), &status) != 0) return errno;
+  dev_t device = 0;
+  if (const int error = deviceOf(mountPoint, device); error != 0) return error;
   const MutexLock lock(mutex);
   const bool known = mounted && mounted->operationId == operationId;
-  return known && mounted->device != status.st_dev ? ENODEV : 0;
+  return known && mounted->device != device ? ENODEV : 0;
 }
 
 }  // namespace orvel

@@ -1,11 +1,13 @@
 #include "db/DatabaseMgr.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -29,14 +31,16 @@ constexpr long kSizeReserve = 4L << 20;
 
 constexpr const char* kJournals[] = {"-wal", "-shm", "-journal"};
 
-long fileSize(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? static_cast<long>(status.st_size) : 0;
+/// In 64 bits: a file may have more bytes than a `long` counts.
+std::int64_t fileSize(const std::string& path) {
+  // stat refuses files that are dated after 2038 where time_t has 32 bits.
+  struct statx status {};
+  const int result = statx(AT_FDCWD, path.c_str(), 0, STATX_SIZE, &status);
+  return result == 0 ? static_cast<std::int64_t>(status.stx_size) : 0;
 }
 
 bool fileExists(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0;
+  return access(path.c_str(), F_OK) == 0;
 }
 
 /// False when the file is still there.

@@ -9,7 +9,7 @@ namespace orvel {
 namespace {
 
 /// The first request: most tags without a cover lie in it.
-constexpr long kHeadBytes = 12288;
+constexpr std::int64_t kHeadBytes = 12288;
 
 }  // namespace
 
@@ -24,13 +24,14 @@ PartialObjectStream::PartialObjectStream(std::shared_ptr<Device> readDevice, Dev
 long PartialObjectStream::readAt(long start, char* target, long length) {
   long filled = 0;
   while (filled < length) {
-    const long at = start + filled;
-    const auto pieceEnd = pieceStart + static_cast<long>(piece.size());
+    // In 64 bits: the piece of an object of 2 GiB or more may end past what a long counts.
+    const std::int64_t at = std::int64_t{start} + filled;
+    const std::int64_t pieceEnd = pieceStart + static_cast<std::int64_t>(piece.size());
     if (at < pieceStart || at >= pieceEnd) {
       if (!fetch(at, length - filled)) break;
       continue;
     }
-    const long copied = std::min(length - filled, pieceEnd - at);
+    const auto copied = static_cast<long>(std::min<std::int64_t>(length - filled, pieceEnd - at));
     std::memcpy(target + filled, piece.data() + (at - pieceStart),
                 static_cast<std::size_t>(copied));
     filled += copied;
@@ -38,8 +39,8 @@ long PartialObjectStream::readAt(long start, char* target, long length) {
   return filled;
 }
 
-bool PartialObjectStream::fetch(long start, long length) {
-  const long wanted = start == 0 ? std::max(length, kHeadBytes) : length;
+bool PartialObjectStream::fetch(std::int64_t start, std::int64_t length) {
+  const std::int64_t wanted = start == 0 ? std::max(length, kHeadBytes) : length;
   const auto offset = static_cast<std::uint64_t>(start);
   const auto rest =
       std::min<std::uint64_t>(track.size - offset, static_cast<std::uint64_t>(wanted));

@@ -21,12 +21,12 @@ class PartialObjectStream : public TagStream {
 
  private:
   /// Has the piece that holds `start` in `piece`; false on a failure.
-  bool fetch(long start, long length);
+  bool fetch(std::int64_t start, std::int64_t length);
 
   std::shared_ptr<Device> device;
   DeviceObject track;
   std::string piece;
-  long pieceStart = 0;
+  std::int64_t pieceStart = 0;
 };
 
 }  // namespace orvel

@@ -13,11 +13,14 @@ namespace orvel {
 AudioFile AudioFile::open(const std::string& path) {
   // Not blocking: a pipe may have taken the place of the file since it was listed.
   Descriptor opened(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  struct stat status {};
-  if (!opened || fstat(opened.get(), &status) != 0) return {{}, 0, !isOrdinaryRefusal(errno)};
-  if (!S_ISREG(status.st_mode)) return {};
+  // fstat refuses files that are dated after 2038 where time_t has 32 bits.
+  struct statx status {};
+  if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) {
+    return {{}, 0, !isOrdinaryRefusal(errno)};
+  }
+  if (!S_ISREG(status.stx_mode)) return {};
   posix_fadvise(opened.get(), 0, 0, POSIX_FADV_RANDOM);
-  return {std::move(opened), status.st_size, false};
+  return {std::move(opened), static_cast<std::int64_t>(status.stx_size), false};
 }
 
 }  // namespace orvel

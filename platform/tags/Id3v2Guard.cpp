@@ -58,7 +58,7 @@ class FrameWalk {
   /// Returns true when anything had to be changed.
   bool run() {
     std::size_t at = 0;
-    for (int count = 0; isFrameId(frames.subspan(std::min(at, frames.size()))); ++count) {
+    for (int count = 0; isFrameId(frames.subspan(at)); ++count) {
       if (at + kFrameHeaderBytes > frames.size()) break;
       if (count == kMostFrames) {
         std::fill(frames.begin() + static_cast<std::ptrdiff_t>(at), frames.end(), 0);
@@ -82,14 +82,14 @@ class FrameWalk {
     return id == "CHAP" || id == "CTOC";
   }
 
+  /// At most what is there: a sum with what a frame says of itself may not fit a size_t.
   [[nodiscard]] std::size_t frameSize(std::size_t at) const {
-    return id3v2::frameSize(frames.subspan(at, kFrameHeaderBytes), version,
-                            [&](std::size_t size) { return frameFollows(at, size); });
-  }
-
-  [[nodiscard]] bool frameFollows(std::size_t at, std::size_t size) const {
-    const std::size_t next = at + kFrameHeaderBytes + size;
-    return next < frames.size() && isFrameId(frames.subspan(next));
+    const Bytes rest = frames.subspan(at + kFrameHeaderBytes);
+    const auto frameFollows = [&](std::size_t size) {
+      return size < rest.size() && isFrameId(rest.subspan(size));
+    };
+    return std::min(rest.size(),
+                    id3v2::frameSize(frames.subspan(at, kFrameHeaderBytes), version, frameFollows));
   }
 
   /// Breaks the frame's zlib header when the frame is compressed and not to be trusted.
@@ -118,7 +118,7 @@ class FrameWalk {
 
   /// A chapter holds frames of its own behind texts of any length: tries every place.
   void defuseInside(std::size_t begin, std::size_t size) {
-    const std::size_t end = std::min(frames.size(), begin + size);
+    const std::size_t end = begin + size;
     for (std::size_t at = begin; at + kFrameHeaderBytes < end; ++at) {
       if (isFrameId(frames.subspan(at))) defuse(at);
     }

@@ -29,7 +29,7 @@ TagStream::TagStream(std::string streamName, std::stop_token token,
       readsLeft(kReadBudget) {}
 
 void TagStream::setSize(std::int64_t bytes) {
-  size = static_cast<long>(std::min<std::int64_t>(bytes, std::numeric_limits<long>::max()));
+  size = static_cast<long>(std::clamp<std::int64_t>(bytes, 0, std::numeric_limits<long>::max()));
 }
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length) {

@@ -162,7 +162,7 @@ TEST_F(DatabaseMgrTest, TheSizeLimitCountsTheLogAndAReserve) {
   EXPECT_FALSE(manager.dbSizeHasReachLimit("dev"));
   constexpr long kReserve = 4L << 20;
   manager.createDirectory();
-  const auto resize = [&](const std::string& suffix, long size) {
+  const auto resize = [&](const std::string& suffix, off_t size) {
     const std::string file = databaseOf("dev") + suffix;
     const int descriptor = open(file.c_str(), O_CREAT | O_WRONLY, 0600);
     EXPECT_EQ(ftruncate(descriptor, size), 0);
@@ -171,6 +171,9 @@ TEST_F(DatabaseMgrTest, TheSizeLimitCountsTheLogAndAReserve) {
   resize("", kDatabaseSizeLimit - kReserve);
   EXPECT_FALSE(manager.dbSizeHasReachLimit("dev"));
   resize("-wal", 1);
+  EXPECT_TRUE(manager.dbSizeHasReachLimit("dev"));
+  resize("-wal", 0);
+  resize("", off_t{3} << 30);
   EXPECT_TRUE(manager.dbSizeHasReachLimit("dev"));
 }
 

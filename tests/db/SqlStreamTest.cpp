@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <future>
+#include <limits>
 #include <stop_token>
 
 #include "platform/common/Log.h"
@@ -73,14 +74,16 @@ TEST_F(SqlStream, OpensConfiguredConnectionsAndFailsWithoutAWord) {
 }
 
 TEST_F(SqlStream, WritesRowsAndReadsThemInTheirTypes) {
-  const Pair pairs[] = {{"one", 1}, {nullptr, -5000000000}};
+  constexpr long kLeast = std::numeric_limits<long>::min();
+  const Pair pairs[] = {{"one", 1}, {nullptr, kLeast}};
   const Pair* const pointers[] = {&pairs[0], &pairs[1]};
   out.query("INSERT INTO T VALUES(?, ?);");
   std::copy(std::begin(pointers), std::end(pointers),
             sqlstl::sqlostream_iterator<const Pair*>(out));
   out << std::string("half") << 2 << sqlstl::step;
   EXPECT_TRUE(out.good());
-  EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre("one|1", "|-5000000000", "half|2"));
+  EXPECT_THAT(rows(file, "SELECT * FROM T;"),
+              ElementsAre("one|1", "|" + std::to_string(kLeast), "half|2"));
 
   in.query("SELECT A, B, B / 4.0 FROM T WHERE B > 0 ORDER BY B;");
   std::vector<std::string> read;

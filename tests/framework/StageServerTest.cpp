@@ -2,6 +2,7 @@
 
 #include <boost/weak_ptr.hpp>
 #include <future>
+#include <limits>
 #include <stdexcept>
 
 #include "platform/common/Log.h"
@@ -140,7 +141,7 @@ TEST_F(StageServer, AStageWithoutAThreadCanStillBeStoppedJoinedAndDestroyed) {
   never.enqueue(filesOf(1, true));
   never.join();
   EXPECT_EQ(log.count("Never joined"), 1);
-  constexpr std::size_t kMoreThanThereIs = std::size_t{1} << 62;
+  constexpr std::size_t kMoreThanThereIs = std::numeric_limits<std::size_t>::max() / 4 * 3;
   TestStage failing("Failing", kMoreThanThereIs);
   failing.launch();
   EXPECT_EQ(log.levelOf("pthread_create"), LOG_DEBUG);

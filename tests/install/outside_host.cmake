@@ -12,6 +12,7 @@ file(MAKE_DIRECTORY ${WORK}/stick)
 file(COPY ${SONG} DESTINATION ${WORK}/stick)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
 run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G Ninja -DCMAKE_PREFIX_PATH=${WORK}/prefix
+    -DCMAKE_FIND_ROOT_PATH=${WORK}/prefix -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
     -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
-run(${WORK}/build/outside ${WORK}/stick ${WORK}/databases)
+run(${EMULATOR} ${WORK}/build/outside ${WORK}/stick ${WORK}/databases)

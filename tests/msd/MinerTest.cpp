@@ -7,6 +7,7 @@
 #include "platform/common/Log.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/sparseSong.h"
 
 namespace orvel::test {
 namespace {
@@ -44,6 +45,26 @@ TEST_F(Miner, WhatCannotBeReadIsASongWithoutTexts) {
   EXPECT_EQ(log.levelOf("NULL file for track: " + first.path), LOG_WARN);
   EXPECT_EQ(log.levelOf("insert empty: " + first.path), LOG_WARN);
   EXPECT_FALSE(songs->operation.skipped);
+}
+
+TEST_F(Miner, AHugeSongOfAfter2038OnAStickOfAfter2038IsRead) {
+  writeSparseSong(temporary.path("huge.mp3"), "Huge", kThreeGibibytes);
+  temporary.touch("huge.mp3", 4000000000);
+  temporary.touch(".", 4000000000);
+  const auto songs = mine({"huge.mp3", "vanished.mp3"}, temporary.path());
+  ASSERT_THAT(songs->items, SizeIs(2));
+  EXPECT_EQ(songs->items[0]->title, "Huge");
+  EXPECT_FALSE(songs->operation.skipped);
+}
+
+TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
+  using namespace std::string_literals;
+  // With its header of ten bytes, 2 to the 32: it would begin where it ends.
+  const std::string frames = "TIT2\0\0\0\5\0\0\0Kept"s + "PRIV\xFF\xFF\xFF\xF6\0\0data"s;
+  temporary.file("a.mp3", "ID3\3\0\0\0\0\0"s + static_cast<char>(frames.size()) + frames);
+  const auto songs = mine({"a.mp3"}, temporary.path());
+  ASSERT_THAT(songs->items, SizeIs(1));
+  EXPECT_EQ(songs->items[0]->title, "Kept");
 }
 
 TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {

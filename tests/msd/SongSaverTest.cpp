@@ -16,7 +16,7 @@ using testing::SizeIs;
 using Songs = Block<MetaDataInfo*>;
 
 MetaDataInfo* song(const std::string& path, const std::string& artist) {
-  return new MetaDataInfo(path, "/m", "T", artist, "B", "G", "C", 3, 2, 1234567890123L);
+  return new MetaDataInfo(path, "/m", "T", artist, "B", "G", "C", 3, 2, 1234567890);
 }
 
 boost::shared_ptr<Songs> blockOf(bool last, std::vector<MetaDataInfo*> songs) {
@@ -36,7 +36,7 @@ class SongSaverTest : public DatabaseFolderFixture {
 TEST_F(SongSaverTest, StoresEveryColumnWithoutNulls) {
   const auto block = blockOf(
       true, {song("/m/A/s.mp3", "X"),
-             new MetaDataInfo("/m/t.mp3", "/m", "T", "", "B2", "G2", "C2", 3, 2, 1234567890123L)});
+             new MetaDataInfo("/m/t.mp3", "/m", "T", "", "B2", "G2", "C2", 3, 2, 1234567890)});
   block->items[1]->objectId = "object";
   block->items[1]->asianFields =
       std::make_unique<AsianFields>(std::array<std::string, 5>{"at", "aa", "ab", "ag", "ac"});
@@ -44,8 +44,8 @@ TEST_F(SongSaverTest, StoresEveryColumnWithoutNulls) {
   EXPECT_THAT(sql("SELECT PATH, NAME, TITLE, AUDIOTYPE, BOOKMARK, LASTMODIFIED, TRACKIND, DISCNUM, "
                   "ASIANTITLE"
                   " FROM SONGS;"),
-              ElementsAre("/m/A/s.mp3|s.mp3|T|1|0|1234567890123|3|2|",
-                          "/m/t.mp3|t.mp3|T|1|0|1234567890123|3|2|at"));
+              ElementsAre("/m/A/s.mp3|s.mp3|T|1|0|1234567890|3|2|",
+                          "/m/t.mp3|t.mp3|T|1|0|1234567890|3|2|at"));
   EXPECT_THAT(sql("SELECT OBJECTID, DIRECTORYID, PARTITION_ID FROM SONGS;"),
               ElementsAre(Md5(Md5Kind::Track, "/m/A/s.mp3").text() + "|" +
                               Md5(Md5Kind::Directory, "/m/A").text() + "|" +

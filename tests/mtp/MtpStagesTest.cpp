@@ -12,6 +12,7 @@
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
+#include "tests/support/sparseSong.h"
 
 namespace orvel::test {
 namespace {
@@ -93,6 +94,17 @@ TEST_F(MtpStagesTest, ADeviceThatIsNotReadyGivesEmptyBlocksMarkedSkipped) {
   EXPECT_EQ(log.levelOf("setInterrupted device is not ready"), LOG_WARN);
   EXPECT_TRUE(playlists.take().at(0)->operation.skipped);
   EXPECT_TRUE(directories.take().at(0)->operation.skipped);
+}
+
+TEST_F(MtpStagesTest, TheMinerReadsAHugeTrackItself) {
+  const std::string path = temporary.path("huge.mp3");
+  writeSparseSong(path, "Huge", kThreeGibibytes);
+  phone.device.addTrack("/Music/huge.mp3").file = path;
+  const Readiness readiness(phone.plugIn());
+  crawl();
+  const auto songs = MtpMiner("MtpMiner").doOperation(items({"/Music/huge.mp3"}));
+  ASSERT_THAT(songs->items, SizeIs(1));
+  EXPECT_EQ(songs->items[0]->title, "Huge");
 }
 
 TEST_F(MtpStagesTest, TheMinerMakesRecordsUntilTheDeviceIsGoneOrTheDatabaseFull) {

@@ -1,7 +1,9 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
+#include <linux/time_types.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -39,8 +41,14 @@ std::string TemporaryFolder::folder(const std::string& relative) const {
 }
 
 void TemporaryFolder::touch(const std::string& relative, long long seconds) const {
-  const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-  if (utimensat(AT_FDCWD, path(relative).c_str(), times, 0) != 0) {
+  // The kernel's own call: time_t may have 32 bits, and dates after 2038 are to be tested.
+#ifdef SYS_utimensat_time64
+  constexpr long kCall = SYS_utimensat_time64;
+#else
+  constexpr long kCall = SYS_utimensat;
+#endif
+  const __kernel_timespec times[2] = {{seconds, 0}, {seconds, 0}};
+  if (syscall(kCall, AT_FDCWD, path(relative).c_str(), times, 0) != 0) {
     throw std::system_error(errno, std::generic_category(), relative);
   }
 }
