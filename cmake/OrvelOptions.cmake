@@ -17,6 +17,12 @@ if(ORVEL_SANITIZE)
   target_compile_definitions(orvel_options INTERFACE ORVEL_SANITIZED)
   target_link_options(orvel_options INTERFACE -fsanitize=${ORVEL_SANITIZE})
 endif()
+if(ORVEL_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    message(FATAL_ERROR "ORVEL_FUZZ needs Clang; use `cmake --preset fuzz`")
+  endif()
+  target_compile_options(orvel_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # One folder of the library: an object library of its own, linked by the shared library and the tests.
 function(orvel_add_part name)

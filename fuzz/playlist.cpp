@@ -1,0 +1,64 @@
+#include <glib.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+
+#include "fuzz/InputBytes.h"
+#include "fuzz/require.h"
+#include "msd/PlaylistParser.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace orvel::fuzz {
+namespace {
+
+/// New ones come last: inputs name them by their number.
+constexpr std::array kExtensions{".m3u", ".m3u8", ".pls", ".asx", ".wpl"};
+
+void parse(const std::string& name, const std::string& content) {
+  static const test::TemporaryFolder folder;
+  PlaylistWrapper wrapper;
+  Playlist playlist(folder.file(name, content), folder.path(), 0);
+  wrapper.playlist = &playlist;
+  extractPlaylist(&wrapper);
+  while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
+  {
+    const MutexLock lock(wrapper.mutex);
+    require(wrapper.parsed, "the end of a parse is announced");
+  }
+  // A playlist has many entries only where its file is large.
+  require(playlist.entries.size() <= content.size(), "an entry takes at least a byte");
+  for (const PlaylistEntry& entry : playlist.entries) {
+    require(entry.trackPath.find('\\') == std::string::npos, "paths have no back-slashes");
+  }
+}
+
+/// What is taken for a URI by one side, is a path on the other.
+void roundTrip(std::string path) {
+  path.erase(std::remove(path.begin(), path.end(), '\0'), path.end());
+  std::string trackPath;
+  trackPathOf(path.c_str(), trackPath);
+  if (!trackPathOf(playlistUri(path).c_str(), trackPath)) {
+    require(false, "the URI of every path can be unescaped");
+  }
+  std::replace(path.begin(), path.end(), '\\', '/');
+  require(trackPath == path, "a path survives its URI");
+}
+
+}  // namespace
+}  // namespace orvel::fuzz
+
+/// Parses a playlist file, or takes a text for a URI and for a path. The input is a byte that
+/// chooses the extension, or no extension for a text, and the file.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace orvel::fuzz;
+  InputBytes input(data, size);
+  const unsigned kind = input.below(kExtensions.size() + 1);
+  if (kind == kExtensions.size()) {
+    roundTrip(input.rest());
+  } else {
+    parse(std::string("list") + kExtensions[kind], input.rest());
+  }
+  return 0;
+}
