@@ -80,6 +80,7 @@ std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& 
   TagResult read = reader->next();
   if (reader->isolationFailed()) progress->isolationFailed = true;
   if (read.outcome == Outcome::Interrupted) return LeftUndone::Interrupted;
+  if (read.outcome == Outcome::Stalled) return LeftUndone::ReadError;
   if (read.outcome == Outcome::ReaderLost) return LeftUndone::ReaderLost;
   if (read.outcome == Outcome::Unreadable) return mineUnreadable(file, operation, songs);
   if (read.outcome == Outcome::Untagged) return std::nullopt;

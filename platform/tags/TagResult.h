@@ -13,6 +13,7 @@ struct TagResult {
     Untagged,     ///< the file is sound, but has no tag
     Unreadable,   ///< the file cannot be opened or is none that tags can be read from
     Interrupted,  ///< the stage was stopped: nothing is known of the file
+    Stalled,      ///< the device does not answer: nothing is known of the file
     ReaderLost    ///< nothing is known of the file, nor will be of others
   };
 

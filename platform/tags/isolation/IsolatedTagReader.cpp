@@ -65,7 +65,7 @@ tagMessages::Result IsolatedTagReader::answerForCurrent() {
     if (!files[current].isOpen) return {{Outcome::Unreadable}, {}};
     if (auto answer = reader->receive(patience)) return std::move(*answer);
     if (stopped.stop_requested()) break;
-    if (readerEnded(patience, files[current].path)) return {{Outcome::Unreadable}, {}};
+    if (const auto end = readerEnded(patience, files[current].path)) return {{*end}, {}};
   }
   return notRead();
 }
@@ -92,7 +92,7 @@ tagMessages::Result IsolatedTagReader::answerFor(TagStream& stream) {
   while (isReady() && reader->send({request}, {}) == ReaderConnection::Sent::Yes) {
     if (auto answer = reader->receive(patience, &stream)) return std::move(*answer);
     if (stopped.stop_requested()) break;
-    if (readerEnded(patience, stream.name())) return {{Outcome::Unreadable}, {}};
+    if (const auto end = readerEnded(patience, stream.name())) return {{*end}, {}};
   }
   return notRead();
 }
@@ -163,16 +163,20 @@ bool IsolatedTagReader::handOver() {
   return sent != Sent::Never;
 }
 
-/// Takes leave of a reader that gives no result for the current file. Returns true when the file is
-/// to blame: it had all the time there is, or a fresh reader for itself. A worn reader may have
-/// ended for what earlier files left behind in it.
-bool IsolatedTagReader::readerEnded(std::chrono::milliseconds patience, const std::string& path) {
-  const bool isToBlame = patience.count() <= 0 || reader->isFresh();
+/// Takes leave of a reader that gives no result for the current file, and tells what to make of it.
+/// Nothing: a fresh reader may do better, since a worn one may have ended for what earlier files
+/// left behind in it, or by others' hands.
+std::optional<Outcome> IsolatedTagReader::readerEnded(std::chrono::milliseconds patience,
+                                                      const std::string& path) {
+  const bool isStalled = reader->hasStalled();
+  const bool isFinal = patience.count() <= 0 || reader->isFresh();
   const std::string how = reader->end();
   reader.reset();
-  handedOver = isToBlame ? current + 1 : current;
-  if (isToBlame) OV_WARN("tag reader %s for track: %s", how.c_str(), path.c_str());
-  return isToBlame;
+  handedOver = isFinal ? current + 1 : current;
+  if (!isFinal) return std::nullopt;
+  OV_WARN("tag reader %s for track: %s", isStalled ? "waits for the device" : how.c_str(),
+          path.c_str());
+  return isStalled ? Outcome::Stalled : Outcome::Unreadable;
 }
 
 }  // namespace orvel

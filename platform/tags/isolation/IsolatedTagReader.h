@@ -42,7 +42,8 @@ class IsolatedTagReader : public TagReader {
   void giveUp(const std::string& reason);
   bool handOver();
   tagMessages::Result notRead();
-  bool readerEnded(std::chrono::milliseconds patience, const std::string& path);
+  std::optional<TagResult::Outcome> readerEnded(std::chrono::milliseconds patience,
+                                                const std::string& path);
 
   const std::stop_token stopped;
   const std::string program;

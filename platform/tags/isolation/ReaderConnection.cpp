@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -156,7 +157,10 @@ bool ReaderConnection::readMore() {
 /// up for each result costs as much as parsing a small file.
 bool ReaderConnection::waitUntil(Clock::time_point deadline, TagStream* source) {
   const int left = millisecondsUntil(deadline);
-  if (left == 0) fault = "gave no answer in time";
+  if (left == 0) {
+    fault = "gave no answer in time";
+    isStalled = process.waitsIn(SYS_pread64);
+  }
   if (left == 0 || stopped.stop_requested()) return false;
   const bool wantsAll = !received.empty() || !isAnnouncing;
   std::array<pollfd, 2> watched = {

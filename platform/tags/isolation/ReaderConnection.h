@@ -44,6 +44,9 @@ class ReaderConnection {
   /// True when it has read no file to the end yet.
   [[nodiscard]] bool isFresh() const { return answers == 0; }
 
+  /// True when time ran out while the reader waited for a file's device.
+  [[nodiscard]] bool hasStalled() const { return isStalled; }
+
   /// Ends the process and tells in words for people what was wrong with it.
   std::string end();
 
@@ -76,9 +79,10 @@ class ReaderConnection {
   std::stop_token stopped;
   std::stop_callback<Shutdown> onStop;
   std::size_t answers = 0;
-  std::string fault;         ///< what was wrong with the reader while it was still there
-  std::string received;      ///< what has come through the pipe
-  std::size_t taken = 0;     ///< how much of it is done with
+  std::string fault;      ///< what was wrong with the reader while it was still there
+  std::string received;   ///< what has come through the pipe
+  std::size_t taken = 0;  ///< how much of it is done with
+  bool isStalled = false;
   bool isOpen = true;        ///< more may come through the pipe
   bool isAnnouncing = true;  ///< messages tell of what has come
 };
