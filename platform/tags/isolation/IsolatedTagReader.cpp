@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/common/Log.h"
+#include "platform/tags/AudioStream.h"
 #include "platform/tags/InProcessTagReader.h"
 
 namespace orvel {
@@ -60,7 +61,7 @@ TagResult IsolatedTagReader::next() {
 }
 
 tagMessages::Result IsolatedTagReader::answerForCurrent() {
-  std::chrono::milliseconds patience = timeLimit;
+  Patience patience(timeLimit);
   while (isReady() && handOver()) {
     if (!files[current].isOpen) return {{Outcome::Unreadable}, {}};
     if (auto answer = reader->receive(patience)) return std::move(*answer);
@@ -87,7 +88,7 @@ TagResult IsolatedTagReader::read(TagStream& stream) {
 }
 
 tagMessages::Result IsolatedTagReader::answerFor(TagStream& stream) {
-  std::chrono::milliseconds patience = timeLimit;
+  Patience patience(timeLimit);
   const tagMessages::FileRequest request{stream.length(), endingOf(stream.name()), true};
   while (isReady() && reader->send({request}, {}) == ReaderConnection::Sent::Yes) {
     if (auto answer = reader->receive(patience, &stream)) return std::move(*answer);
@@ -113,7 +114,7 @@ bool IsolatedTagReader::start() {
     reader.emplace(stopped, program);
     // The reader finds its first files when it is up.
     handOver();
-    if (const auto confinement = reader->receiveGreeting(kStartLimit)) {
+    if (const auto confinement = reader->receiveGreeting(Patience(kStartLimit))) {
       if (!hasWorked && !confinement->systemCalls) {
         OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
       }
@@ -166,10 +167,10 @@ bool IsolatedTagReader::handOver() {
 /// Takes leave of a reader that gives no result for the current file, and tells what to make of it.
 /// Nothing: a fresh reader may do better, since a worn one may have ended for what earlier files
 /// left behind in it, or by others' hands.
-std::optional<Outcome> IsolatedTagReader::readerEnded(std::chrono::milliseconds patience,
+std::optional<Outcome> IsolatedTagReader::readerEnded(const Patience& patience,
                                                       const std::string& path) {
   const bool isStalled = reader->hasStalled();
-  const bool isFinal = patience.count() <= 0 || reader->isFresh();
+  const bool isFinal = patience.isOver() || reader->isFresh();
   const std::string how = reader->end();
   reader.reset();
   handedOver = isFinal ? current + 1 : current;

@@ -42,8 +42,7 @@ class IsolatedTagReader : public TagReader {
   void giveUp(const std::string& reason);
   bool handOver();
   tagMessages::Result notRead();
-  std::optional<TagResult::Outcome> readerEnded(std::chrono::milliseconds patience,
-                                                const std::string& path);
+  std::optional<TagResult::Outcome> readerEnded(const Patience& patience, const std::string& path);
 
   const std::stop_token stopped;
   const std::string program;
