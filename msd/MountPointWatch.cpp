@@ -6,12 +6,21 @@
 
 namespace orvel {
 
-void MountPointWatch::remember(int operationId, const std::string& mountPoint) {
+int MountPointWatch::remember(int operationId, const std::string& mountPoint) {
   struct stat status {};
-  const bool present = stat(mountPoint.c_str(), &status) == 0;
+  const int error = stat(mountPoint.c_str(), &status) == 0 ? 0 : errno;
   const MutexLock lock(mutex);
   mounted.reset();
-  if (present) mounted = Mounted{operationId, status.st_dev};
+  if (error == 0) mounted = Mounted{operationId, status.st_dev};
+  return error;
+}
+
+int MountPointWatch::vanished(int operationId, const std::string& mountPoint) const {
+  {
+    const MutexLock lock(mutex);
+    if (!mounted || mounted->operationId != operationId) return 0;
+  }
+  return missing(operationId, mountPoint);
 }
 
 int MountPointWatch::missing(int operationId, const std::string& mountPoint) const {
