@@ -7,6 +7,7 @@
 #include <stop_token>
 #include <utility>
 
+#include "msd/PlaylistGuard.h"
 #include "msd/PlaylistParser.h"
 #include "platform/common/Log.h"
 
@@ -80,6 +81,10 @@ std::unique_ptr<Playlist> MSDPlaylistMiner::mine(const FileInfo& file,
                                                  const std::string& mountPoint,
                                                  const SharedWrapper& wrapper) {
   auto playlist = std::make_unique<Playlist>(*file.path, mountPoint, file.lastModified);
+  if (const char* const harm = harmOfPlaylist(*file.path)) {
+    OV_WARN("playlist not parsed, since %s: %s", harm, file.path->c_str());
+    return playlist;
+  }
   const std::stop_token stopped = cancellation.get_token();
   const std::stop_callback wake(stopped, [&wrapper] {
     const MutexLock lock(wrapper->mutex);
