@@ -52,7 +52,9 @@ class UmtpDevice(FolderDevice):
         self.machine.player("plug", "umtp", self.folder, card)
 
     def replug(self):
-        self.machine.player("replug")
+        """With its program begun anew: one that was cut off in mid-answer may not come back."""
+        self.remove()
+        self.plug()
 
     def unplug(self):
         self.machine.player("unplug")
