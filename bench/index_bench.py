@@ -15,6 +15,7 @@ import sys
 import time
 from pathlib import Path
 
+PASSES = ("bare loop", "first index, in-process", "first index", "no change", "1 % touched")
 MUSIC = {".mp3", ".m4a", ".flac", ".wma", ".wav"}
 
 
@@ -51,9 +52,9 @@ class Bench:
             (stick / ".complete").touch()
         return stick
 
-    def index(self, stick, databases):
+    def index(self, stick, databases, *options):
         wall, cpu, peak, output = run([self.build / "orvel", "index", stick, "--db-dir", databases,
-                                       "--json", "--quiet"])
+                                       "--json", "--quiet", *options])
         return wall, cpu, peak, json.loads(output)
 
     def touch_some(self, stick, round_number):
@@ -66,13 +67,16 @@ class Bench:
         stick = self.make_stick(songs)
         bare_loop = next(self.build.rglob("orvel-bare-loop"))
         run([bare_loop, stick])  # warms the page cache
-        passes = {"bare loop": [], "first index": [], "no change": [], "1 % touched": []}
+        passes = {name: [] for name in PASSES}
         reports = []
         for number in range(self.rounds):
             progress(f"{songs} songs: round {number + 1} of {self.rounds}")
             databases = self.work / "databases"
             shutil.rmtree(databases, ignore_errors=True)
             passes["bare loop"].append(run([bare_loop, stick])[:3])
+            passes["first index, in-process"].append(
+                self.index(stick, databases, "--in-process")[:3])
+            shutil.rmtree(databases)
             first = self.index(stick, databases)
             passes["first index"].append(first[:3])
             reports.append(first[3])
@@ -90,11 +94,15 @@ class Bench:
                  "|---|---|---|---|---|---|"]
         for songs, result in self.results.items():
             bare = result["bare loop"][0]
-            for name in ("bare loop", "first index", "no change", "1 % touched"):
+            for name in PASSES:
                 wall, cpu, peak = result[name]
                 lines.append(f"| {songs} | {name} | {wall:.3f} | {wall / bare:.2f} | {cpu:.2f} |"
                              f" {peak:.1f} |")
             first = result["first index"][0]
+            in_process = result["first index, in-process"]
+            lines.append(f"| {songs} | first index against in-process | |"
+                         f" {first / in_process[0]:.2f} |"
+                         f" {result['first index'][1] / in_process[1]:.2f} times | |")
             lines.append(f"| {songs} | first stored song | {result['first song']:.3f} |"
                          f" {result['first song'] / first:.2f} of the first index | | |")
             lines.append(f"| {songs} | database bytes per song | {result['bytes'] / songs:.0f} | | | |")
