@@ -224,7 +224,7 @@ void BrokenMedia::bombs(const FileSink& sink) {
   const std::string frame = id3v2Frame("TIT2", packed, true);
   sink({"bomb-text.mp3", id3v2Tag(frame)});
   sink({"bomb-texts.mp3", id3v2Tag(repeated(frame, 20 * frame.size()))});
-  sink({"bomb-in-chapter.aac", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(frame)))});
+  sink({"bomb-in-chapter.mp3", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(frame)))});
   sink({"bomb-in-bomb.mp3",
         id3v2Tag(id3v2Frame("CHAP", deflated(id3v2Chapter(repeated(frame, kLargeTag))), true))});
   sink({"bomb-in-wave.wav", waveFile(riffChunk("ID3 ", id3v2Tag(frame)))});
