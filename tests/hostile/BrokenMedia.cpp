@@ -1,0 +1,273 @@
+#include "tests/hostile/BrokenMedia.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <utility>
+
+#include "tests/hostile/Containers.h"
+#include "tools/stick/Seeds.h"
+#include "tools/stick/TagWriter.h"
+
+namespace orvel::test {
+
+namespace {
+
+using stick::TagForm;
+
+constexpr std::size_t kRegion = 4096;  ///< the start of a file, where most of its structure is
+constexpr std::size_t kLargeTag = std::size_t{16} << 20;
+constexpr std::uint64_t kGiant = std::uint64_t{4} << 30;
+constexpr std::size_t kDepth = 10000;
+
+/// What sizes and counts are replaced by; all have eight bytes, of which the last four count as a
+/// number of four.
+const std::vector<std::string>& extremes() {
+  static const std::vector<std::string> all = [] {
+    std::vector<std::string> texts = {std::string(4, '\x7F'), synchsafe(128)};
+    for (const std::uint64_t number :
+         {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{0x7FFFFFFF}, std::uint64_t{0x80000000},
+          std::uint64_t{0xFFFFFFFF}}) {
+      texts.push_back(bigEndian(number));
+      texts.push_back(littleEndian(number));
+    }
+    texts.push_back(littleEndian(1) + std::string(4, '\xFF'));
+    texts.push_back(std::string(8, '\xFF'));
+    texts.push_back(std::string(7, '\xFF') + '\x7F');
+    return texts;
+  }();
+  return all;
+}
+
+/// Where a size may be: everywhere near the start and the end.
+bool isNearAnEnd(std::size_t at, std::size_t size) {
+  constexpr std::size_t kNear = 1024;
+  return at < kNear || at + kNear >= size;
+}
+
+/// `depth` headers, each of which tells how many bytes follow in its box.
+template <class Header>
+std::string nest(std::size_t depth, Header header) {
+  const std::size_t headerBytes = header(0).size();
+  std::string boxes;
+  for (std::size_t inner = depth; inner-- > 0;) boxes += header(inner * headerBytes);
+  return boxes;
+}
+
+std::string repeated(const std::string& part, std::size_t bytes) {
+  std::string text;
+  text.reserve(bytes);
+  while (text.size() + part.size() <= bytes) text += part;
+  return text;
+}
+
+std::string text(const TagLib::ByteVector& bytes) {
+  return {bytes.data(), bytes.size()};
+}
+
+}  // namespace
+
+const std::vector<GoodSong>& goodSongs() {
+  static const std::vector<GoodSong> all = [] {
+    struct Source {
+      const char* seed;
+      TagForm form;
+    };
+    const stick::SongTags tags = {"Title", "Artist", "Album", "Rock", "Composer", "3/12", "1/2"};
+    std::vector<GoodSong> songs;
+    for (const Source& source : std::initializer_list<Source>{{"cbr.mp3", TagForm::Id3v23},
+                                                              {"xing.mp3", TagForm::Id3v24AndId3v1},
+                                                              {"cbr.mp3", TagForm::Ape},
+                                                              {"tone.aac", TagForm::None},
+                                                              {"tone.m4a", TagForm::Mp4},
+                                                              {"tone.mp4", TagForm::Mp4},
+                                                              {"tone.wma", TagForm::Asf},
+                                                              {"tone.asf", TagForm::Asf},
+                                                              {"tone.flac", TagForm::Xiph},
+                                                              {"tone.wav", TagForm::WavId3v2},
+                                                              {"tone.wav", TagForm::WavInfo},
+                                                              {"tone.mpg", TagForm::None},
+                                                              {"tone.mpeg", TagForm::None}}) {
+      const std::string seed = source.seed;
+      const auto audio = stick::seed(seed);
+      const auto cover = stick::seed("cover.jpg");
+      songs.push_back({"good" + std::to_string(songs.size()), seed.substr(seed.rfind('.')),
+                       text(stick::tagged(audio, source.form, tags, cover))});
+    }
+    return songs;
+  }();
+  return all;
+}
+
+const std::vector<std::string>& songExtensions() {
+  static const std::vector<std::string> all = {".mp3",  ".m4b", ".m4a",  ".wma", ".aac",
+                                               ".wav",  ".mpg", ".mpeg", ".asf", ".m4p",
+                                               ".flac", ".m4r", ".mp4"};
+  return all;
+}
+
+std::size_t BrokenMedia::below(std::size_t bound) {
+  return std::uniform_int_distribution<std::size_t>(0, bound - 1)(random);
+}
+
+const GoodSong& BrokenMedia::anySong() {
+  return goodSongs()[below(goodSongs().size())];
+}
+
+void BrokenMedia::truncated(std::size_t most, const FileSink& sink) {
+  std::vector<std::pair<const GoodSong*, std::size_t>> cuts;
+  for (const GoodSong& song : goodSongs()) {
+    const std::size_t end = std::min(song.content.size(), kRegion);
+    for (std::size_t at = 0; at < end; ++at) cuts.emplace_back(&song, at);
+  }
+  std::shuffle(cuts.begin(), cuts.end(), random);
+  cuts.resize(std::min(cuts.size(), most));
+  for (const auto& [song, at] : cuts) {
+    sink({song->name + "-cut" + std::to_string(at) + song->extension, song->content.substr(0, at)});
+  }
+}
+
+void BrokenMedia::withExtremeSizes(std::size_t most, const FileSink& sink) {
+  struct Change {
+    const GoodSong* song;
+    std::size_t at;
+    std::size_t number;
+  };
+  std::vector<Change> changes;
+  for (const GoodSong& song : goodSongs()) {
+    for (std::size_t at = 0; at + 8 <= song.content.size(); ++at) {
+      if (!isNearAnEnd(at, song.content.size())) continue;
+      for (std::size_t number = 0; number < extremes().size(); ++number) {
+        changes.push_back({&song, at, number});
+      }
+    }
+  }
+  std::shuffle(changes.begin(), changes.end(), random);
+  changes.resize(std::min(changes.size(), most));
+  for (const Change& change : changes) {
+    const std::string& bytes = extremes()[change.number];
+    std::string content = change.song->content;
+    content.replace(change.at, bytes.size(), bytes);
+    sink({change.song->name + "-at" + std::to_string(change.at) + "-extreme" +
+              std::to_string(change.number) + change.song->extension,
+          std::move(content)});
+  }
+}
+
+void BrokenMedia::damaged(std::size_t most, const FileSink& sink) {
+  for (std::size_t i = 0; i < most; ++i) {
+    const GoodSong& song = anySong();
+    std::string content = song.content;
+    for (std::size_t changes = 1 + below(8); changes > 0; --changes) {
+      content[below(content.size())] = static_cast<char>(below(256));
+    }
+    sink({song.name + "-damaged" + std::to_string(i) + song.extension, std::move(content)});
+  }
+}
+
+void BrokenMedia::noise(std::size_t most, const FileSink& sink) {
+  for (std::size_t i = 0; i < most; ++i) {
+    const GoodSong& song = anySong();
+    std::string content = song.content.substr(0, below(64));
+    content.resize(content.size() + below(20000));
+    std::generate(content.begin() +
+                      static_cast<std::ptrdiff_t>(std::min<std::size_t>(content.size(), below(64))),
+                  content.end(), [this] { return static_cast<char>(below(256)); });
+    sink({"noise" + std::to_string(i) + songExtensions()[below(songExtensions().size())],
+          std::move(content)});
+  }
+}
+
+void BrokenMedia::misnamed(const FileSink& sink) {
+  for (const GoodSong& song : goodSongs()) {
+    for (const std::string& extension : songExtensions()) {
+      sink({song.name + "-was" + song.extension.substr(1) + extension, song.content});
+    }
+  }
+}
+
+void BrokenMedia::nested(const FileSink& sink) {
+  const std::string ftyp = mp4Box("ftyp", std::string("M4A \0\0\0\0", 8));
+  for (const std::string name : {"moov", "trak", "ilst", "stsd"}) {
+    const std::string boxes =
+        nest(kDepth, [&](std::size_t inner) { return bigEndian(8 + inner) + name; });
+    sink({"nested-" + name + ".m4a", ftyp + boxes});
+    sink({"nested-moov-" + name + ".mp4", ftyp + mp4Box("moov", boxes)});
+  }
+  sink({"nested-open.m4b", ftyp + repeated(bigEndian(0x7FFFFFFF) + "moov", 8 * kDepth)});
+  sink({"nested-items.m4a",
+        mp4File(nest(kDepth, [](std::size_t inner) { return bigEndian(8 + inner) + "data"; }))});
+  sink({"nested-lists.wav", waveFile(nest(kDepth, [](std::size_t inner) {
+          return "LIST" + littleEndian(4 + inner) + "INFO";
+        }))});
+  sink({"nested-riffs.wav",
+        nest(kDepth, [](std::size_t inner) { return "RIFF" + littleEndian(4 + inner) + "WAVE"; })});
+  sink({"nested-chapters.mp3", id3v2Tag(nest(kDepth, [](std::size_t inner) {
+          return "CHAP" + synchsafe(18 + inner) + std::string(20, '\0');
+        }))});
+  sink({"nested-tables.mp3", id3v2Tag(nest(kDepth, [](std::size_t inner) {
+          return "CTOC" + synchsafe(4 + inner) + std::string(6, '\0');
+        }))});
+  sink({"nested-extensions.wma", asfHeader(1, nest(kDepth, [](std::size_t inner) {
+                                             std::string header = asfHeaderExtension("");
+                                             header.replace(16, 8, littleEndian(46 + inner, 8));
+                                             return header.replace(42, 4, littleEndian(inner));
+                                           }))});
+  sink({"nested-headers.asf", nest(kDepth, [](std::size_t inner) {
+          std::string header = asfHeader(0xFFFFFFFF, "");
+          return header.replace(16, 8, littleEndian(30 + inner, 8));
+        })});
+}
+
+void BrokenMedia::bombs(const FileSink& sink) {
+  const std::string packed = deflated(std::string(std::size_t{64} << 20, 'A'));
+  const std::string frame = id3v2Frame("TIT2", packed, true);
+  sink({"bomb-text.mp3", id3v2Tag(frame)});
+  sink({"bomb-texts.mp3", id3v2Tag(repeated(frame, 20 * frame.size()))});
+  sink({"bomb-in-chapter.mp3", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(frame)))});
+  sink({"bomb-in-bomb.mp3",
+        id3v2Tag(id3v2Frame("CHAP", deflated(id3v2Chapter(repeated(frame, kLargeTag))), true))});
+  sink({"bomb-in-wave.wav", waveFile(riffChunk("ID3 ", id3v2Tag(frame)))});
+  sink({"bomb-in-flac.flac", id3v2Tag(frame) + flacFile("")});
+}
+
+void BrokenMedia::large(const FileSink& sink) {
+  const std::string letters(kLargeTag - 1024, 'L');
+  sink({"large-text.mp3", id3v2Tag(id3v2Frame("TIT2", "\3" + letters))});
+  sink({"large-picture.mp3", id3v2Tag(id3v2Frame("APIC", letters))});
+  sink({"large-text.m4a", mp4File(mp4TextItem("\xA9nam", letters))});
+  sink({"large-picture.m4p", mp4File(mp4TextItem("covr", letters))});
+  sink({"large-text.wav", waveFile(riffChunk("LIST", "INFO" + riffChunk("INAM", letters)))});
+  const std::string title = "TITLE=" + letters;
+  sink({"large-text.flac", flacFile(flacBlock(4, littleEndian(0) + littleEndian(1) +
+                                                     littleEndian(title.size()) + title))});
+  sink({"large-picture.flac", flacFile(flacBlock(6, letters))});
+  const auto many = [](const std::string& part) { return repeated(part, kLargeTag); };
+  sink({"many-frames.mp3", id3v2Tag(many(id3v2Frame("TXXX", std::string("\3a\0b", 4))))});
+  sink({"many-boxes.m4r", many(mp4Box("free", ""))});
+  sink({"many-items.m4a", mp4File(many(mp4TextItem("\xA9nam", "")))});
+  sink({"many-chunks.wav", waveFile(many(riffChunk("JUNK", "")))});
+  sink({"many-texts.wav", waveFile(riffChunk("LIST", "INFO" + many(riffChunk("INAM", "a"))))});
+  sink({"many-blocks.flac", flacFile(many(flacBlock(1, "")))});
+  sink({"many-comments.flac",
+        flacFile(flacBlock(4, littleEndian(0) + littleEndian(0xFFFFFFFF) +
+                                  repeated(littleEndian(3) + "A=b", kLargeTag - 1024)))});
+  sink({"many-objects.wma", asfHeader(0xFFFFFFFF, many(asfHeaderExtension("")))});
+}
+
+void BrokenMedia::sparse(const FileSink& sink) {
+  for (const GoodSong& song : goodSongs()) {
+    sink({song.name + "-sparse" + song.extension, song.content, kGiant});
+  }
+  for (const std::string& extension : songExtensions()) sink({"hole" + extension, "", kGiant});
+  const std::string largest(4, '\x7F');
+  sink({"sparse-tag.mp3", std::string("ID3\4\0\0", 6) + largest, kGiant});
+  sink({"sparse-frame.mp3", std::string("ID3\3\0\0", 6) + largest + "TIT2" + bigEndian(0x0FFFFFFF),
+        kGiant});
+  sink({"sparse-box.m4a", bigEndian(1) + "free" + bigEndian(kGiant, 8), kGiant});
+  sink({"sparse-chunk.wav",
+        "RIFF" + littleEndian(0xFFFFFFFF) + "WAVELIST" + littleEndian(0xFFFFFFF0) + "INFO",
+        kGiant});
+}
+
+}  // namespace orvel::test

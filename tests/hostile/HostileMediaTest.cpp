@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+#include "msd/MSDMiner.h"
+#include "platform/tags/MediaKind.h"
+#include "tests/hostile/BrokenMedia.h"
+#include "tests/msd/CatchingSink.h"
+#include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/waitUntil.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ORVEL_SANITIZED 1
+#elif defined(__has_feature)
+#define ORVEL_SANITIZED __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#else
+#define ORVEL_SANITIZED 0
+#endif
+
+namespace orvel::test {
+namespace {
+
+/// ORVEL_FAULTS=long asks for the long form.
+bool isLongForm() {
+  const char* form = std::getenv("ORVEL_FAULTS");
+  return form != nullptr && std::string_view(form) == "long";
+}
+
+/// ORVEL_FAULT_SEED=N replaces the seed.
+std::uint64_t seedOfRun() {
+  const char* given = std::getenv("ORVEL_FAULT_SEED");
+  const std::uint64_t seed = given == nullptr ? 1 : std::strtoull(given, nullptr, 10);
+  std::printf("seed: ORVEL_FAULT_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  return seed;
+}
+
+/// A line of /proc/self/status, in MiB.
+long mebibytes(std::string_view field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.compare(0, field.size(), field) == 0) {
+      return std::strtol(line.c_str() + field.size() + 1, nullptr, 10) / 1024;
+    }
+  }
+  return 0;
+}
+
+/// Has the kernel measure the peak of memory anew; false where it does not.
+bool forgetPeak() {
+  std::ofstream references("/proc/self/clear_refs");
+  references << "5" << std::flush;
+  return references.good();
+}
+
+/// Reads broken songs as a stage does: from files, on a thread of its own.
+class HostileMedia : public DatabaseFolderFixture {
+ protected:
+  HostileMedia() {
+    miner.sink = &sink;
+    miner.launch();
+    miner.start();
+  }
+  ~HostileMedia() override {
+    mineBlock();
+    miner.stop();
+    miner.join();
+    std::printf("%zu files, at most %.1f s and %ld MiB for a block\n", files, slowest, largest);
+  }
+
+  /// Mines the files in blocks of `perBlock`.
+  FileSink mineIn(std::size_t perBlock) {
+    return [this, perBlock](const BrokenFile& file) {
+      ASSERT_EQ(mediaKindOf(file.name.c_str()), MediaKind::Song) << file.name;
+      block->items.push_back(new FileInfo(temporary.file(file.name, file.content), 0, 5));
+      const std::string& path = *block->items.back()->path;
+      if (file.size > file.content.size()) std::filesystem::resize_file(path, file.size);
+      if (block->items.size() >= perBlock) mineBlock();
+    };
+  }
+
+  static std::size_t cases(std::size_t shortForm, std::size_t longForm) {
+    return isLongForm() ? longForm : shortForm;
+  }
+
+  BrokenMedia media{seedOfRun()};
+
+ private:
+  static constexpr std::size_t kPerBlock = 100;
+
+  boost::shared_ptr<Block<FileInfo*>> emptyBlock() {
+    return boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", temporary.path(), false));
+  }
+
+  void mineBlock() {
+    if (block->items.empty()) return;
+    const auto mined = std::exchange(block, emptyBlock());
+    // What a crash leaves behind: it was among these.
+    std::printf("%s and %zu more\n", mined->items.front()->path->c_str(), mined->items.size() - 1);
+    std::fflush(stdout);
+    const bool measures = forgetPeak();
+    const long before = mebibytes("VmRSS:");
+    const auto begin = std::chrono::steady_clock::now();
+    miner.enqueue(mined);
+    std::vector<boost::shared_ptr<Block<MetaDataInfo*>>> results;
+    const auto arrived = [&] {
+      results = sink.take();
+      return !results.empty();
+    };
+    ASSERT_TRUE(waitUntil(arrived, kTimeForBlock)) << *mined->items.front()->path;
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    slowest = std::max(slowest, taken.count());
+    if (measures) checkPeak(before, *mined->items.front()->path);
+    EXPECT_FALSE(results.front()->operation.skipped);
+    files += mined->items.size();
+    EXPECT_EQ(results.front()->items.size(), mined->items.size()) << *mined->items.front()->path;
+    for (const FileInfo* file : mined->items) std::filesystem::remove(*file->path);
+  }
+
+  void checkPeak(long before, const std::string& name) {
+    const long peak = mebibytes("VmHWM:") - before;
+    largest = std::max(largest, peak);
+    // The sanitizers keep what was freed.
+    EXPECT_TRUE(ORVEL_SANITIZED != 0 || peak < kMostMebibytes) << name << ": " << peak << " MiB";
+  }
+
+  /// One hostile file has five seconds; the rest is for machines that have other things to do.
+  static constexpr std::chrono::seconds kTimeForBlock{60};
+  static constexpr long kMostMebibytes = 512;
+
+  CatchingSink<Block<MetaDataInfo*>> sink;
+  MSDMiner miner{"MSDMiner"};
+  boost::shared_ptr<Block<FileInfo*>> block = emptyBlock();
+  std::size_t files = 0;
+  double slowest = 0;
+  long largest = 0;
+};
+
+constexpr std::size_t kManySmallOnes = 100;
+
+TEST_F(HostileMedia, CutOff) {
+  media.truncated(cases(1500, 1000000), mineIn(kManySmallOnes));
+}
+
+TEST_F(HostileMedia, ExtremeSizes) {
+  media.withExtremeSizes(cases(3000, 1000000), mineIn(kManySmallOnes));
+}
+
+TEST_F(HostileMedia, DamagedAndNoise) {
+  media.damaged(cases(1000, 300000), mineIn(kManySmallOnes));
+  media.noise(cases(300, 30000), mineIn(kManySmallOnes));
+}
+
+TEST_F(HostileMedia, Misnamed) {
+  BrokenMedia::misnamed(mineIn(kManySmallOnes));
+}
+
+TEST_F(HostileMedia, Nested) {
+  BrokenMedia::nested(mineIn(1));
+}
+
+TEST_F(HostileMedia, Bombs) {
+  BrokenMedia::bombs(mineIn(1));
+}
+
+TEST_F(HostileMedia, Large) {
+  BrokenMedia::large(mineIn(1));
+}
+
+TEST_F(HostileMedia, Giants) {
+  BrokenMedia::sparse(mineIn(1));
+}
+
+}  // namespace
+}  // namespace orvel::test
