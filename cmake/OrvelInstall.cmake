@@ -5,7 +5,7 @@ set(ORVEL_PUBLIC_HEADERS
     db/BusyHandler.h db/Collation.h db/DatabaseMgr.h db/SqlStream.h
     framework/BaseServer.h framework/BaseServer.tpp framework/Block.h framework/Operation.h
     framework/OrvelOperation.h framework/RequestProgress.h framework/Runnable.h framework/Server.h
-    framework/Server.tpp
+    framework/Server.tpp framework/insist.h
     mtp/MtpDevice.h
     orchestration/Orvel.h
     platform/common/Export.h platform/common/Log.h platform/common/Mutex.h

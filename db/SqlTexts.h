@@ -49,6 +49,9 @@ inline constexpr char kInsertSong[] =
     "?,                                        "
     "?);";
 
+/// In the transaction that lost a part of a song: the next request reads the song again.
+inline constexpr char kForgetModification[] = "UPDATE SONGS SET LASTMODIFIED = -1 WHERE PATH = ?;";
+
 /// One genre.
 inline constexpr char kReplaceGenre[] =
     "REPLACE INTO GENRES (GENREID ,                                        "

@@ -19,9 +19,12 @@ Transaction::Transaction(sqlstl::basic_sqlostream<char>& stream)
     : connection(stream.handle()), begun(run(connection, sql::kBeginTransaction) == SQLITE_OK) {}
 
 Transaction::~Transaction() {
-  if (!ended && connection != nullptr && sqlite3_get_autocommit(connection) == 0) {
-    run(connection, kRollback);
-  }
+  if (!ended) rollBack();
+}
+
+void Transaction::rollBack() {
+  ended = true;
+  if (connection != nullptr && sqlite3_get_autocommit(connection) == 0) run(connection, kRollback);
 }
 
 bool Transaction::end() {

@@ -22,6 +22,9 @@ class Transaction {
   /// A transaction that cannot be ended is tried once more and then rolled back.
   [[nodiscard]] bool end();
 
+  /// Undoes everything written since the beginning.
+  void rollBack();
+
   /// Leaves no transaction open on `connection`, for texts that carry their own BEGIN and COMMIT.
   /// Returns false when it had to roll back.
   static bool settle(sqlite3* connection);

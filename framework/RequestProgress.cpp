@@ -14,7 +14,7 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::SizeLimit, "the database has reached its size limit"},
     {LeftUndone::RowsLost, "the database did not take all rows; is the disk full?"},
     {LeftUndone::DatabaseDamaged, "the database is damaged and is replaced by the next run"},
-    {LeftUndone::ReadError, "the device has folders that cannot be read"},
+    {LeftUndone::ReadError, "the device could not be read in places"},
     {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
 };
 

@@ -39,8 +39,10 @@ class Server : public BaseServer<TIN> {
 
  private:
   void process(const src_block_type_ptr& block);
-  void forward(const Operation& request, const sink_block_type_ptr& out);
-  void sendFailure(const Operation& request, const std::exception& error);
+  void processInto(BaseServer<TOUT>& target, const Operation& request,
+                   const src_block_type_ptr& block);
+  void forward(BaseServer<TOUT>& target, const Operation& request, const sink_block_type_ptr& out);
+  void sendFailure(BaseServer<TOUT>& target, const Operation& request, const std::exception& error);
   /// Remembers that this stage left work of the operation undone, until its LAST block tells.
   void leaveUndone(const Operation& request, LeftUndone reason);
   void markLast(Operation& operation) const;

@@ -36,23 +36,36 @@ typename Server<TIN, TOUT>::sink_block_type_ptr Server<TIN, TOUT>::doOperation(
 template <class TIN, class TOUT>
 void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
   try {
-    // A copy: the stage may hand its input block on to another stage's thread.
-    const Operation request = insist([&] { return block->operation; });
-    try {
-      forward(request, doOperation(block));
-    } catch (const std::exception& error) {
-      sendFailure(request, error);
+    if (sink == nullptr) {
+      // Without memory of its own: a result that reaches its pipeline or the controller counts.
+      doOperation(block);
+    } else {
+      // A copy: the stage may hand its input block on to another stage's thread.
+      const Operation request = insist([&] { return block->operation; });
+      processInto(*sink, request, block);
     }
   } catch (const std::exception& error) {
-    // The request will never be counted to its end.
     OV_ERROR("%s: an error occured: %s", this->name, error.what());
-    progress->fail();
+    progress->leaveUndone(LeftUndone::StageFailed);
+    // The request will never be counted to its end.
+    if (sink != nullptr) progress->fail();
   }
 }
 
 template <class TIN, class TOUT>
-void Server<TIN, TOUT>::forward(const Operation& request, const sink_block_type_ptr& out) {
-  if (sink == nullptr || !out) return;
+void Server<TIN, TOUT>::processInto(BaseServer<TOUT>& target, const Operation& request,
+                                    const src_block_type_ptr& block) {
+  try {
+    forward(target, request, doOperation(block));
+  } catch (const std::exception& error) {
+    sendFailure(target, request, error);
+  }
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::forward(BaseServer<TOUT>& target, const Operation& request,
+                                const sink_block_type_ptr& out) {
+  if (!out) return;
   const bool last = out->operation.last;
   if (!this->running() && !last) {
     leaveUndone(request, LeftUndone::Interrupted);
@@ -60,17 +73,18 @@ void Server<TIN, TOUT>::forward(const Operation& request, const sink_block_type_
   }
   markLast(out->operation);
   if (this->running() && last) this->signalCompletion(out->operation);
-  sink->enqueue(out);
+  target.enqueue(out);
 }
 
 template <class TIN, class TOUT>
-void Server<TIN, TOUT>::sendFailure(const Operation& request, const std::exception& error) {
+void Server<TIN, TOUT>::sendFailure(BaseServer<TOUT>& target, const Operation& request,
+                                    const std::exception& error) {
   OV_ERROR("%s: an error occured: %s", this->name, error.what());
   leaveUndone(request, LeftUndone::StageFailed);
-  if (sink == nullptr || (!this->running() && !request.last)) return;
+  if (!this->running() && !request.last) return;
   const auto empty = insist([&] { return boost::make_shared<TOUT>(request); });
   markLast(empty->operation);
-  sink->enqueue(empty);
+  target.enqueue(empty);
 }
 
 template <class TIN, class TOUT>

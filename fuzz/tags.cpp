@@ -1,11 +1,10 @@
-#include <taglib/fileref.h>
-
 #include <algorithm>
 #include <array>
 #include <exception>
 #include <memory>
 #include <stop_token>
 #include <string>
+#include <utility>
 
 #include "db/MetaDataInfo.h"
 #include "fuzz/InputBytes.h"
@@ -13,6 +12,7 @@
 #include "msd/Encoder.h"
 #include "platform/tags/SongTag.h"
 #include "platform/tags/TagStream.h"
+#include "platform/tags/readTags.h"
 
 namespace orvel::fuzz {
 namespace {
@@ -41,9 +41,9 @@ class MemoryStream : public TagStream {
 /// What becomes of a song that is found under `name`.
 void mine(const std::string& name, std::string content) {
   MemoryStream stream(name, std::move(content));
-  const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
-  if (reference.isNull() || reference.tag() == nullptr) return;
-  const SongTag tag(*reference.file());
+  TagResult read = readTags(stream);
+  if (read.outcome != TagResult::Outcome::Tagged) return;
+  const SongTag tag(std::move(read.values));
   const std::unique_ptr<MetaDataInfo> song(
       Encoder::instance().guessAndConvert("/m/" + name, "/m", 0, &tag));
   song->setAsianFields();

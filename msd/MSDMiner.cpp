@@ -92,6 +92,7 @@ std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& 
   TagResult read = reader->next();
   if (reader->isolationFailed()) progress->isolationFailed = true;
   if (read.outcome == Outcome::Interrupted) return LeftUndone::Interrupted;
+  if (read.outcome == Outcome::Stalled) return LeftUndone::ReadError;
   if (read.outcome == Outcome::ReaderLost) return LeftUndone::ReaderLost;
   if (read.outcome == Outcome::Unreadable || read.outcome == Outcome::DeviceFailed) {
     return mineUnreadable(file, operation, read.outcome == Outcome::DeviceFailed, songs);

@@ -101,10 +101,10 @@ bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Block<Playlist*>& pl
   const Operation& operation = playlists.operation;
   const int error = readThrough(*file.path, cancellation.get_token());
   if (error == 0) return true;
-  const int missing = watch->missing(operation.id, operation.mountPoint);
-  if (missing == 0 && isOrdinaryRefusal(error)) return true;
+  const bool gone = watch->vanished(operation.id, operation.mountPoint) != 0;
+  if (!gone && isOrdinaryRefusal(error)) return true;
   OV_WARN("cannot read playlist %s: %d", file.path->c_str(), error);
-  leaveUndone(playlists, missing != 0 ? LeftUndone::MountPointGone : LeftUndone::ReadError);
+  leaveUndone(playlists, gone ? LeftUndone::MountPointGone : LeftUndone::ReadError);
   return false;
 }
 

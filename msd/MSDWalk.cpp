@@ -40,7 +40,10 @@ MSDWalk::MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles,
       goesOn(std::move(ask)) {}
 
 void MSDWalk::run() {
-  watch.remember(directories.operation.id, directories.operation.mountPoint);
+  // A device that goes away now may leave an empty folder behind, which would pass for its content.
+  if (watch.remember(directories.operation.id, directories.operation.mountPoint) != 0) {
+    leaveUndone(LeftUndone::MountPointGone);
+  }
   identities.assign(directories.items.size(), Identity{0, 0});
   for (std::size_t i = 0; i < directories.items.size(); ++i) {
     if (tracks >= kMaxSongs) break;
@@ -77,17 +80,18 @@ bool MSDWalk::listDirectory(std::size_t index) {
     errno = 0;
     const dirent* entry = readdir(folder.get());
     if (entry == nullptr) return errno == 0 || handleUnreadable(path, errno);
-    if (!isNeverWalked(entry->d_name)) visit(index, dirfd(folder.get()), entry->d_name);
+    if (isNeverWalked(entry->d_name)) continue;
+    if (!visit(index, dirfd(folder.get()), entry->d_name)) return false;
   }
   return true;
 }
 
-void MSDWalk::visit(std::size_t index, int folder, const char* name) {
+/// Returns false when the mount point is gone.
+bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
   // statx has 64-bit times also where time_t has 32 bits.
   struct statx status {};
   if (statx(folder, name, 0, STATX_TYPE | STATX_MTIME | STATX_INO, &status) != 0) {
-    if (!isOrdinaryRefusal(errno)) leaveUndone(LeftUndone::ReadError);
-    return;
+    return isOrdinaryRefusal(errno) || isStillThere(errno);
   }
   if (S_ISDIR(status.stx_mode)) {
     addDirectory(index, name,
@@ -95,6 +99,7 @@ void MSDWalk::visit(std::size_t index, int folder, const char* name) {
   } else if (S_ISREG(status.stx_mode) && name[0] != '.') {
     addFile(index, name, status.stx_mtime.tv_sec);
   }
+  return true;
 }
 
 void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identity) {
@@ -124,6 +129,13 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
 /// Returns false when the mount point itself is gone, which ends the walk.
 bool MSDWalk::handleUnreadable(const std::string& path, int error) {
   OV_WARN("Error opening dir: %s", path.c_str());
+  if (!isStillThere(error)) return false;
+  OV_WARN("go on");
+  return true;
+}
+
+/// Returns false when the mount point is gone; an error of the device leaves work undone.
+bool MSDWalk::isStillThere(int error) {
   const Operation& operation = directories.operation;
   const int missing = watch.missing(operation.id, operation.mountPoint);
   if (missing != 0) {
@@ -131,7 +143,6 @@ bool MSDWalk::handleUnreadable(const std::string& path, int error) {
     leaveUndone(LeftUndone::MountPointGone);
     return false;
   }
-  OV_WARN("go on");
   if (!isOrdinaryRefusal(error)) leaveUndone(LeftUndone::ReadError);
   return true;
 }

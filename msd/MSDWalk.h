@@ -48,10 +48,11 @@ class MSDWalk {
 
   bool listDirectory(std::size_t index);
   bool readEntries(std::size_t index, int folder);
-  void visit(std::size_t index, int folder, const char* name);
+  bool visit(std::size_t index, int folder, const char* name);
   void addDirectory(std::size_t index, const char* name, Identity identity);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
   bool handleUnreadable(const std::string& path, int error);
+  bool isStillThere(int error);
   [[nodiscard]] bool isOwnAncestor(std::size_t parent, Identity identity) const;
   void leaveUndone(LeftUndone reason);
 

@@ -21,12 +21,21 @@ int deviceOf(const std::string& mountPoint, dev_t& device) {
 
 }  // namespace
 
-void MountPointWatch::remember(int operationId, const std::string& mountPoint) {
+int MountPointWatch::remember(int operationId, const std::string& mountPoint) {
   dev_t device = 0;
-  const bool present = deviceOf(mountPoint, device) == 0;
+  const int error = deviceOf(mountPoint, device);
   const MutexLock lock(mutex);
   mounted.reset();
-  if (present) mounted = Mounted{operationId, device};
+  if (error == 0) mounted = Mounted{operationId, device};
+  return error;
+}
+
+int MountPointWatch::vanished(int operationId, const std::string& mountPoint) const {
+  {
+    const MutexLock lock(mutex);
+    if (!mounted || mounted->operationId != operationId) return 0;
+  }
+  return missing(operationId, mountPoint);
 }
 
 int MountPointWatch::missing(int operationId, const std::string& mountPoint) const {

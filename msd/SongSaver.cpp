@@ -100,9 +100,20 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
   for (const Dimension& dimension : kDimensions) {
     written = saveDimension(block, dimension) && written;
   }
-  const bool committed = transaction.end();
+  const bool repairable = written || forget(block);
   out.finalize();
-  return written && committed;
+  if (!repairable) {
+    transaction.rollBack();
+    return false;
+  }
+  return transaction.end() && written;
+}
+
+/// Without one of its names a song would count as stored for ever.
+bool SongSaver::forget(const Block<MetaDataInfo*>& block) {
+  out.query(sql::kForgetModification);
+  for (const MetaDataInfo* song : block.items) out << song->path << sqlstl::step;
+  return out.good();
 }
 
 bool SongSaver::saveSongs(const Block<MetaDataInfo*>& block) {

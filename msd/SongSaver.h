@@ -31,6 +31,7 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
 
   bool save(Block<MetaDataInfo*>& block);
   bool saveSongs(const Block<MetaDataInfo*>& block);
+  bool forget(const Block<MetaDataInfo*>& block);
   bool saveDimension(Block<MetaDataInfo*>& block, const Dimension& dimension);
   sink_block_type_ptr finish(const Operation& operation);
 

@@ -14,6 +14,7 @@ struct TagResult {
     Unreadable,    ///< the file cannot be opened or is none that tags can be read from
     DeviceFailed,  ///< the device could not deliver the file
     Interrupted,   ///< the stage was stopped: nothing is known of the file
+    Stalled,       ///< the device does not answer: nothing is known of the file
     ReaderLost     ///< nothing is known of the file, nor will be of others
   };
 

@@ -16,3 +16,11 @@ run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G Ninja -DCMAKE_PREFIX_PATH=
     -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${EMULATOR} ${WORK}/build/outside ${WORK}/stick ${WORK}/databases)
+
+# The installed command finds the installed tag reader, wherever both are.
+set(ENV{LD_LIBRARY_PATH} ${WORK}/prefix/lib)
+execute_process(COMMAND ${EMULATOR} ${WORK}/prefix/bin/orvel index ${WORK}/stick --db-dir ${WORK}/isolated --json
+                OUTPUT_VARIABLE report COMMAND_ERROR_IS_FATAL ANY)
+if(NOT report MATCHES "\"isolation_failed\":false")
+  message(FATAL_ERROR "tags were not read in isolation: ${report}")
+endif()

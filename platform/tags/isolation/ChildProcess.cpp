@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -141,6 +142,12 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& d
 
 ChildProcess::~ChildProcess() {
   end();
+}
+
+bool ChildProcess::waitsIn(long systemCall) const {
+  std::ifstream status("/proc/" + std::to_string(handle.id) + "/syscall");
+  long current = -1;
+  return status >> current && current == systemCall;
 }
 
 std::string ChildProcess::end() {

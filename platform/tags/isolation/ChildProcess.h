@@ -26,6 +26,9 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
+  /// True when the child is inside this system call and waits there.
+  [[nodiscard]] bool waitsIn(long systemCall) const;
+
   /// Kills the child, unless it has ended, and tells how it ended in words for people.
   std::string end();
 

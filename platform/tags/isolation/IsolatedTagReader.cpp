@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/common/Log.h"
+#include "platform/tags/AudioStream.h"
 #include "platform/tags/InProcessTagReader.h"
 
 namespace orvel {
@@ -60,12 +61,12 @@ TagResult IsolatedTagReader::next() {
 }
 
 tagMessages::Result IsolatedTagReader::answerForCurrent() {
-  std::chrono::milliseconds patience = timeLimit;
+  Patience patience(timeLimit);
   while (isReady() && handOver()) {
     if (files[current].refusal) return {{*files[current].refusal}, {}};
     if (auto answer = reader->receive(patience)) return std::move(*answer);
     if (stopped.stop_requested()) break;
-    if (readerEnded(patience, files[current].path)) return {{Outcome::Unreadable}, {}};
+    if (const auto end = readerEnded(patience, files[current].path)) return {{*end}, {}};
   }
   return notRead();
 }
@@ -87,12 +88,12 @@ TagResult IsolatedTagReader::read(TagStream& stream) {
 }
 
 tagMessages::Result IsolatedTagReader::answerFor(TagStream& stream) {
-  std::chrono::milliseconds patience = timeLimit;
+  Patience patience(timeLimit);
   const tagMessages::FileRequest request{stream.length(), endingOf(stream.name()), true};
   while (isReady() && reader->send({request}, {}) == ReaderConnection::Sent::Yes) {
     if (auto answer = reader->receive(patience, &stream)) return std::move(*answer);
     if (stopped.stop_requested()) break;
-    if (readerEnded(patience, stream.name())) return {{Outcome::Unreadable}, {}};
+    if (const auto end = readerEnded(patience, stream.name())) return {{*end}, {}};
   }
   return notRead();
 }
@@ -113,7 +114,7 @@ bool IsolatedTagReader::start() {
     reader.emplace(stopped, program);
     // The reader finds its first files when it is up.
     handOver();
-    if (const auto confinement = reader->receiveGreeting(kStartLimit)) {
+    if (const auto confinement = reader->receiveGreeting(Patience(kStartLimit))) {
       if (!hasWorked && !confinement->systemCalls) {
         OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
       }
@@ -165,16 +166,20 @@ bool IsolatedTagReader::handOver() {
   return sent != Sent::Never;
 }
 
-/// Takes leave of a reader that gives no result for the current file. Returns true when the file is
-/// to blame: it had all the time there is, or a fresh reader for itself. A worn reader may have
-/// ended for what earlier files left behind in it.
-bool IsolatedTagReader::readerEnded(std::chrono::milliseconds patience, const std::string& path) {
-  const bool isToBlame = patience.count() <= 0 || reader->isFresh();
+/// Takes leave of a reader that gives no result for the current file, and tells what to make of it.
+/// Nothing: a fresh reader may do better, since a worn one may have ended for what earlier files
+/// left behind in it, or by others' hands.
+std::optional<Outcome> IsolatedTagReader::readerEnded(const Patience& patience,
+                                                      const std::string& path) {
+  const bool isStalled = reader->hasStalled();
+  const bool isFinal = patience.isOver() || reader->isFresh();
   const std::string how = reader->end();
   reader.reset();
-  handedOver = isToBlame ? current + 1 : current;
-  if (isToBlame) OV_WARN("tag reader %s for track: %s", how.c_str(), path.c_str());
-  return isToBlame;
+  handedOver = isFinal ? current + 1 : current;
+  if (!isFinal) return std::nullopt;
+  OV_WARN("tag reader %s for track: %s", isStalled ? "waits for the device" : how.c_str(),
+          path.c_str());
+  return isStalled ? Outcome::Stalled : Outcome::Unreadable;
 }
 
 }  // namespace orvel

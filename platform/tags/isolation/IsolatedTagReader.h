@@ -43,7 +43,7 @@ class IsolatedTagReader : public TagReader {
   void giveUp(const std::string& reason);
   bool handOver();
   tagMessages::Result notRead();
-  bool readerEnded(std::chrono::milliseconds patience, const std::string& path);
+  std::optional<TagResult::Outcome> readerEnded(const Patience& patience, const std::string& path);
 
   const std::stop_token stopped;
   const std::string program;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,20 +18,11 @@ namespace orvel {
 
 namespace {
 
-using std::chrono::milliseconds;
-
-/// How often the library looks for results that no message has announced.
-constexpr milliseconds kLookAgain{10};
 constexpr std::size_t kReadBytes = 16384;
 constexpr char kNonsense[] = "sent what is no result";
 
 void require(bool isDone, const char* what) {
   if (!isDone) throw std::system_error(errno, std::generic_category(), what);
-}
-
-int millisecondsUntil(std::chrono::steady_clock::time_point deadline) {
-  const auto left = deadline - std::chrono::steady_clock::now();
-  return static_cast<int>(std::max(std::chrono::ceil<milliseconds>(left), milliseconds(0)).count());
 }
 
 }  // namespace
@@ -87,11 +79,9 @@ bool ReaderConnection::tell(std::string text, const std::vector<Descriptor>& des
   return sendmsg(control.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
-std::optional<tagMessages::Confinement> ReaderConnection::receiveGreeting(milliseconds patience) {
+std::optional<tagMessages::Confinement> ReaderConnection::receiveGreeting(Patience patience) {
   pollfd watched{control.get(), POLLIN, 0};
-  const Clock::time_point deadline = Clock::now() + patience;
-  while (poll(&watched, 1, millisecondsUntil(deadline)) < 0 && errno == EINTR) {
-  }
+  while (watched.revents == 0 && !patience.isOver()) patience.wait(&watched, 1);
   std::array<char, tagMessages::kMostMessageBytes> message;
   ssize_t got = -1;
   do {
@@ -106,9 +96,8 @@ std::optional<tagMessages::Confinement> ReaderConnection::receiveGreeting(millis
   return confinement;
 }
 
-std::optional<tagMessages::Result> ReaderConnection::receive(milliseconds& patience,
+std::optional<tagMessages::Result> ReaderConnection::receive(Patience& patience,
                                                              TagStream* source) {
-  const Clock::time_point deadline = Clock::now() + patience;
   while (true) {
     if (const auto text = takeResult()) {
       auto result = tagMessages::decodeResult(*text);
@@ -119,8 +108,7 @@ std::optional<tagMessages::Result> ReaderConnection::receive(milliseconds& patie
       }
       return result;
     }
-    if (!fault.empty() || (!readMore() && (!isOpen || !waitUntil(deadline, source)))) {
-      patience = milliseconds(millisecondsUntil(deadline));
+    if (!fault.empty() || (!readMore() && (!isOpen || !wait(patience, source)))) {
       return std::nullopt;
     }
   }
@@ -151,30 +139,35 @@ bool ReaderConnection::readMore() {
   return got > 0;
 }
 
-/// Waits until it is worth looking into the pipe; returns false when nothing more is to be expected
-/// in time. The pipe itself is watched only for its end, or for the rest of a long result: waking
+/// Waits until it is worth looking into the pipe; returns false when nothing more is to be
+/// expected. The pipe itself is watched only for its end, or for the rest of a long result: waking
 /// up for each result costs as much as parsing a small file.
-bool ReaderConnection::waitUntil(Clock::time_point deadline, TagStream* source) {
-  const int left = millisecondsUntil(deadline);
-  if (left == 0) fault = "gave no answer in time";
-  if (left == 0 || stopped.stop_requested()) return false;
+bool ReaderConnection::wait(Patience& patience, TagStream* source) {
+  if (patience.isOver()) {
+    fault = "gave no answer in time";
+    isStalled = process.waitsIn(SYS_pread64);
+  }
+  if (patience.isOver() || stopped.stop_requested()) return false;
   const bool wantsAll = !received.empty() || !isAnnouncing;
   std::array<pollfd, 2> watched = {
       pollfd{isAnnouncing ? control.get() : -1, POLLIN, 0},
       pollfd{results.get(), static_cast<short>(wantsAll ? POLLIN : 0), 0}};
-  poll(watched.data(), watched.size(), std::min(left, static_cast<int>(kLookAgain.count())));
-  if (watched[0].revents != 0) hear(source);
+  patience.wait(watched.data(), watched.size());
+  if (watched[0].revents != 0) hear(patience, source);
   return true;
 }
 
 /// Takes a message: a question, or word that a request is done with.
-void ReaderConnection::hear(TagStream* source) {
+void ReaderConnection::hear(Patience& patience, TagStream* source) {
   std::array<char, tagMessages::kMostMessageBytes> message;
   const ssize_t got = recv(control.get(), message.data(), message.size(), MSG_DONTWAIT);
   isAnnouncing = got > 0;
   if (got <= 0 || source == nullptr) return;
   const auto range = tagMessages::decodeQuestion({message.data(), static_cast<std::size_t>(got)});
-  if (range) answer(*range, *source);
+  if (!range) return;
+  const Patience::Clock::time_point begin = Patience::Clock::now();
+  answer(*range, *source);
+  patience.spend(Patience::Clock::now() - begin);
 }
 
 /// Hands the bytes over in a file in memory: they may be many.

@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 
-#include <chrono>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -10,8 +9,9 @@
 #include <vector>
 
 #include "platform/common/Descriptor.h"
-#include "platform/tags/AudioStream.h"
+#include "platform/tags/TagStream.h"
 #include "platform/tags/isolation/ChildProcess.h"
+#include "platform/tags/isolation/Patience.h"
 #include "platform/tags/isolation/TagMessages.h"
 
 namespace orvel {
@@ -33,22 +33,23 @@ class ReaderConnection {
                           const std::vector<Descriptor>& descriptors) const;
 
   /// Waits for the greeting; nothing when the process is not, or not the right, tag reader.
-  std::optional<tagMessages::Confinement> receiveGreeting(std::chrono::milliseconds patience);
+  std::optional<tagMessages::Confinement> receiveGreeting(Patience patience);
 
-  /// Waits for the next result and takes the time off `patience`; nothing when the reader has
-  /// ended, has sent what is no result, or has run out of time.
+  /// Waits for the next result; nothing when the reader has ended, has sent what is no result, or
+  /// patience is over.
   /// @param source  answers what the reader asks meanwhile; null for no file that is asked for
-  std::optional<tagMessages::Result> receive(std::chrono::milliseconds& patience,
-                                             TagStream* source = nullptr);
+  std::optional<tagMessages::Result> receive(Patience& patience, TagStream* source = nullptr);
 
   /// True when it has read no file to the end yet.
   [[nodiscard]] bool isFresh() const { return answers == 0; }
+
+  /// True when time ran out while the reader waited for a file's device.
+  [[nodiscard]] bool hasStalled() const { return isStalled; }
 
   /// Ends the process and tells in words for people what was wrong with it.
   std::string end();
 
  private:
-  using Clock = std::chrono::steady_clock;
   /// The library's ends and the reader's ends.
   struct Channels {
     Channels();
@@ -65,8 +66,8 @@ class ReaderConnection {
 
   std::optional<std::string_view> takeResult();
   bool readMore();
-  bool waitUntil(Clock::time_point deadline, TagStream* source);
-  void hear(TagStream* source);
+  bool wait(Patience& patience, TagStream* source);
+  void hear(Patience& patience, TagStream* source);
   void answer(const tagMessages::ByteRange& range, TagStream& source);
   [[nodiscard]] bool tell(std::string text, const std::vector<Descriptor>& descriptors) const;
 
@@ -76,9 +77,10 @@ class ReaderConnection {
   std::stop_token stopped;
   std::stop_callback<Shutdown> onStop;
   std::size_t answers = 0;
-  std::string fault;         ///< what was wrong with the reader while it was still there
-  std::string received;      ///< what has come through the pipe
-  std::size_t taken = 0;     ///< how much of it is done with
+  std::string fault;      ///< what was wrong with the reader while it was still there
+  std::string received;   ///< what has come through the pipe
+  std::size_t taken = 0;  ///< how much of it is done with
+  bool isStalled = false;
   bool isOpen = true;        ///< more may come through the pipe
   bool isAnnouncing = true;  ///< messages tell of what has come
 };

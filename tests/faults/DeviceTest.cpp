@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include "tests/endtoend/Song.h"
+#include "tests/faults/Contents.h"
+#include "tests/faults/Effort.h"
+#include "tests/faults/FaultStick.h"
+#include "tests/faults/FaultyDevice.h"
+#include "tests/faults/OwnMounts.h"
+#include "tests/support/waitUntil.h"
+
+namespace orvel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Fault = FaultyDevice::Fault;
+
+/// A small stick that is a device of the test's own, and goes wrong while it is indexed.
+class DeviceTest : public OwnMounts, public FaultStick {
+ protected:
+  void SetUp() override {
+    if (!obstacle().empty()) GTEST_SKIP() << obstacle();
+    try {
+      const FaultyDevice device(content, stick);
+    } catch (const std::system_error& error) {
+      GTEST_SKIP() << error.what();
+    }
+    writeSong(content + "/root.mp3", {"Root", "R"});
+    for (const char* folder : {"A", "B", "B/C", "D", "E"}) {
+      for (const char* name : {"1.mp3", "2.m4a", "3.flac"}) {
+        writeSong(content + "/" + folder + "/" + name, {std::string(folder) + name, folder});
+      }
+    }
+    temporary.file("content/list.m3u", "A/1.mp3\nB/C/2.m4a\n");
+  }
+
+  /// What a healthy device gives, and how many operations it takes.
+  void learn() {
+    FaultyDevice device(content, stick);
+    device.arm(Fault::None, 0);
+    complete = indexFresh(indexed);
+    operations = device.operations();
+    std::printf("%ld operations\n", operations);
+  }
+
+  /// Indexes while the device meets the fault at its n-th operation, and again when it is well.
+  void run(Fault fault, long n, const std::string& earlier = "") {
+    SCOPED_TRACE("operation " + std::to_string(n));
+    beginCase(earlier);
+    {
+      FaultyDevice device(content, stick);
+      device.arm(fault, n);
+      start(kDevice, stick);
+      EXPECT_TRUE(waitUntilEnded());
+      if (device.hasFailed()) longest.add(Longest::Clock::now() - device.failedAt());
+      device.disarm();
+    }
+    EXPECT_EQ(progress().status, storedStatus());
+    if (storedStatus() == "OK") {
+      EXPECT_EQ(contentsOf(database()), complete);
+      ++unharmed;
+    }
+    const FaultyDevice device(content, stick);
+    index(kDevice, stick);
+    EXPECT_EQ(contentsOf(database()), complete);
+  }
+
+  void runAll(std::initializer_list<Fault> faults, long shortForm) {
+    std::mt19937_64 random = seededRandom();
+    learn();
+    const auto numbers = spread(operations, casesOf(shortForm, operations), random);
+    for (const Fault fault : faults) {
+      for (const long n : numbers) run(fault, n);
+    }
+    std::printf("%zu cases, of which %d ended OK; longest end %.0f ms after the fault\n",
+                faults.size() * numbers.size(), unharmed, longest.milliseconds());
+  }
+
+  const std::string content = temporary.folder("content");
+  const std::string indexed = temporary.path("indexed.db");
+  std::vector<std::string> complete;
+  long operations = 0;
+  int unharmed = 0;
+  Longest longest;
+};
+
+/// Its answers, what the kernel makes of it, and an unmount end alike.
+TEST_F(DeviceTest, VanishingEndsTheRequestAndTheNextOneCompletes) {
+  runAll({Fault::NoDevice, Fault::Disconnected, Fault::Unmounted}, 200 / 3 + 1);
+  EXPECT_LT(longest.milliseconds(), withSlack(1s).count());
+}
+
+TEST_F(DeviceTest, AnInputOutputErrorCostsNothingForGood) {
+  runAll({Fault::IoError}, 60);
+}
+
+TEST_F(DeviceTest, InputOutputErrorsFromThenOn) {
+  runAll({Fault::IoErrors}, 40);
+}
+
+TEST_F(DeviceTest, FilesThatShrinkWhileTheyAreRead) {
+  std::mt19937_64 random = seededRandom();
+  learn();
+  for (const long n : spread(operations, casesOf(20, operations), random)) {
+    beginCase();
+    FaultyDevice device(content, stick);
+    device.arm(Fault::Shrink, n);
+    index(kDevice, stick);
+    EXPECT_EQ(rowsOf(kDevice, "SELECT COUNT(*) FROM SONGS;").front(), "16");
+    EXPECT_EQ(integrityOf(database()), "ok");
+  }
+}
+
+TEST_F(DeviceTest, SlowAnswers) {
+  learn();
+  beginCase();
+  FaultyDevice device(content, stick);
+  device.arm(Fault::Slow, 1);
+  index(kDevice, stick);
+  EXPECT_EQ(contentsOf(database()), complete);
+}
+
+TEST_F(DeviceTest, AHundredThousandDirectories) {
+  fs::create_directory(content + "/many");
+  FaultyDevice device(content, stick);
+  start(kDevice, stick);
+  EXPECT_TRUE(waitUntil([&] { return device.operations() > 5000; }));
+  if (isLongForm()) {
+    EXPECT_TRUE(waitUntilIdle(600));
+    EXPECT_EQ(storedStatus(), "OK");
+    EXPECT_EQ(progress().directories.found, 100005U);
+  } else {
+    device.arm(Fault::NoDevice, 1);
+    EXPECT_TRUE(waitUntilIdle(5));
+    EXPECT_EQ(storedStatus(), "PROGRESS");
+  }
+}
+
+}  // namespace
+}  // namespace orvel::test
