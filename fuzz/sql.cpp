@@ -123,12 +123,13 @@ void checkSelect(const char* sql, const std::string& prefix, const char* tail = 
 
 void checkDelete(const std::string& prefix) {
   Database& database = Database::instance();
+  database.takeActions();
+  database.execute(sql::withPathPattern(sql::kDeleteDirectories, "/n"));
+  const Actions harmless = database.takeActions();
   const Rows before = database.bound(kEverything, "");
   const Rows doomed =
       database.bound(std::string(sql::kSelectDirectoryIds) + "? || '%' ORDER BY ROWID;", prefix);
   database.takeActions();
-  database.execute(sql::withPathPattern(sql::kDeleteDirectories, "/n"));
-  const Actions harmless = database.takeActions();
   database.execute(sql::withPathPattern(sql::kDeleteDirectories, prefix));
   const Actions taken = database.takeActions();
   require(std::includes(harmless.begin(), harmless.end(), taken.begin(), taken.end()),

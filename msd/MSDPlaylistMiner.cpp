@@ -6,6 +6,7 @@
 #include <stop_token>
 #include <utility>
 
+#include "msd/PlaylistGuard.h"
 #include "msd/PlaylistParser.h"
 #include "platform/common/Log.h"
 #include "platform/common/ReadError.h"
@@ -77,7 +78,9 @@ bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
   using Parse = PlaylistWrapper::Parse;
   auto playlist =
       std::make_unique<Playlist>(*file.path, playlists.operation.mountPoint, file.lastModified);
-  if (deviceDelivers(file, playlists)) {
+  if (const char* const harm = harmOfPlaylist(*file.path)) {
+    OV_WARN("playlist not parsed, since %s: %s", harm, file.path->c_str());
+  } else if (deviceDelivers(file, playlists)) {
     switch (parseOnMainLoop(playlist, wrapper)) {
       case Parse::Pending:
         leaveUndone(playlists, LeftUndone::Interrupted);

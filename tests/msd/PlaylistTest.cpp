@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <future>
 
 #include "msd/MSDPlaylistMiner.h"
@@ -111,6 +112,19 @@ TEST_F(PlaylistStages, RealFilesOfEveryKindAreReadOnTheMainLoop) {
   }
   EXPECT_TRUE(lists->items[6]->entries.empty());
   EXPECT_FALSE(lists->operation.skipped);
+}
+
+TEST_F(PlaylistStages, WhatTheParserWouldNeverFinishDoesNotReachTheMainLoop) {
+  const LogCapture log;
+  const std::string large = temporary.file("large.m3u", "a.mp3\n");
+  std::filesystem::resize_file(large, std::uintmax_t{4} << 30);
+  const auto lists = miner.doOperation(
+      filesOf({large, temporary.file("endless.pls", "[playlist]\nFilex=a.mp3\n"),
+               temporary.file("twice.m3u", "[PlayList]\nFile1=a.mp3\nfile1=b.mp3\n")}));
+  ASSERT_EQ(lists->items.size(), 3U);
+  for (const Playlist* list : lists->items) EXPECT_TRUE(list->entries.empty()) << list->path;
+  EXPECT_EQ(log.texts("playlist not parsed, since it is larger than 2 MiB").size(), 1U);
+  EXPECT_EQ(log.texts("playlist not parsed, since its entries are misnumbered").size(), 2U);
 }
 
 TEST_F(PlaylistStages, AStopEndsTheWaitForAMainLoopThatDoesNotRun) {

@@ -1,0 +1,86 @@
+#include "msd/PlaylistGuard.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/find.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <string_view>
+#include <unordered_set>
+
+namespace orvel {
+
+namespace {
+
+/// A playlist of all songs that a device may have takes about as much.
+constexpr off_t kLargestPlaylist = off_t{2} << 20;
+
+class OpenFile {
+ public:
+  // Not blocking: a pipe may have taken the place of the file since it was listed.
+  explicit OpenFile(const std::string& path)
+      : descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+  ~OpenFile() {
+    if (descriptor >= 0) close(descriptor);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
+  [[nodiscard]] struct stat status() const {
+    struct stat result {};
+    fstat(descriptor, &result);
+    return result;
+  }
+  /// At most `size` bytes.
+  [[nodiscard]] std::string content(off_t size) const {
+    std::string text(static_cast<std::size_t>(size), '\0');
+    const ssize_t bytes = pread(descriptor, text.data(), text.size(), 0);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
+    return text;
+  }
+
+ private:
+  int descriptor;
+};
+
+/// The number of a line "File<number>=<something>" in a PLS file; empty for any other.
+std::string_view entryNumber(std::string_view line) {
+  constexpr std::size_t kMostDigits = 6;
+  const std::string_view rest = line.substr(std::min<std::size_t>(line.size(), 4));
+  const std::string_view digits = rest.substr(0, rest.find_first_not_of("0123456789"));
+  const bool hasValue = rest.size() > digits.size() + 1 && rest[digits.size()] == '=';
+  const bool isNumber = !digits.empty() && digits.size() <= kMostDigits && digits[0] != '0';
+  return hasValue && isNumber ? digits : std::string_view();
+}
+
+/// The parser counts the lines that begin with "File", and looks for so many different numbers.
+bool looksForMissingEntries(std::string_view text) {
+  if (boost::ifind_first(text, "[playlist]").empty()) return false;
+  std::unordered_set<std::string_view> numbers;
+  while (!text.empty()) {
+    std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+    text.remove_prefix(std::min(text.size(), line.size() + 1));
+    line.remove_prefix(std::min(line.size(), line.find_first_not_of(" \t\v\f")));
+    if (!boost::istarts_with(line, "File")) continue;
+    const std::string_view number = entryNumber(line);
+    if (number.empty() || !numbers.insert(number).second) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+const char* harmOfPlaylist(const std::string& path) {
+  const OpenFile file(path);
+  if (!file.isOpen()) return nullptr;
+  const struct stat status = file.status();
+  if (!S_ISREG(status.st_mode)) return "it is no regular file";
+  if (status.st_size > kLargestPlaylist) return "it is larger than 2 MiB";
+  if (looksForMissingEntries(file.content(status.st_size))) return "its entries are misnumbered";
+  return nullptr;
+}
+
+}  // namespace orvel
