@@ -25,7 +25,7 @@ void ServerThread::launch() {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setstacksize(&attributes, stackBytes);
-  const int error = pthread_create(&thread, &attributes, runner, static_cast<Runnable*>(this));
+  const int error = pthread_create(&thread, &attributes, run, this);
   pthread_attr_destroy(&attributes);
   if (error != 0) {
     OV_ERROR("pthread_create FAILED %d", error);
@@ -33,6 +33,20 @@ void ServerThread::launch() {
   }
   joinable = true;
   nameThread(thread, name);
+}
+
+void* ServerThread::run(void* server) {
+  auto& self = *static_cast<ServerThread*>(server);
+  void* const result = runner(static_cast<Runnable*>(&self));
+  self.ended.release();
+  return result;
+}
+
+bool ServerThread::hasEndedBy(Deadline deadline) {
+  if (!joinable || pthread_equal(thread, pthread_self()) != 0) return true;
+  if (!ended.try_acquire_until(deadline)) return false;
+  ended.release();  // for the next who asks
+  return true;
 }
 
 void ServerThread::pause() {

@@ -6,6 +6,7 @@
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
 #include <deque>
+#include <semaphore>
 #include <stop_token>
 
 #include "framework/Runnable.h"
@@ -27,6 +28,7 @@ class ORVEL_EXPORT ServerThread : public Runnable {
   void join() override;
   void pause() override;
   void launch() override;
+  bool hasEndedBy(Deadline deadline) override;
 
  protected:
   ServerThread(const char* serverName, std::size_t threadStackBytes);
@@ -48,7 +50,10 @@ class ORVEL_EXPORT ServerThread : public Runnable {
   std::stop_source cancellation;
 
  private:
+  static void* run(void* server);
+
   const std::size_t stackBytes;
+  std::binary_semaphore ended{0};
   bool joinable = false;  ///< the thread exists and was not joined; used by the owner's thread only
 };
 

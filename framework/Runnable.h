@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "framework/Operation.h"
 #include "platform/common/Export.h"
 
@@ -9,6 +11,8 @@ namespace orvel {
 /// as often as needed, stop, join, destroy.
 class ORVEL_EXPORT Runnable {
  public:
+  using Deadline = std::chrono::steady_clock::time_point;
+
   Runnable() = default;
   Runnable(const Runnable&) = delete;
   Runnable& operator=(const Runnable&) = delete;
@@ -22,6 +26,8 @@ class ORVEL_EXPORT Runnable {
   virtual void signalCompletion(const Operation& /*operation*/) {}
   virtual ~Runnable() = default;
   virtual void runLoop() = 0;  ///< the body of the thread
+  /// Waits for the thread to end, at most until `deadline`; false when it is still busy then.
+  virtual bool hasEndedBy(Deadline /*deadline*/) { return true; }
 };
 
 /// Thread entry: runs the loop of the Runnable that `runnable` points to; returns null.

@@ -1,7 +1,10 @@
 #include "orchestration/Orvel.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
+#include <iterator>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -13,6 +16,15 @@
 namespace orvel {
 
 namespace {
+
+/// How long a pipeline's end is waited for: on a healthy device it takes a tenth.
+constexpr std::chrono::milliseconds kPatience{500};
+/// A host that tries a dead device over and over must not run out of threads.
+constexpr std::size_t kMostLeftBehind = 16;
+
+Runnable::Deadline patienceFromNow() {
+  return std::chrono::steady_clock::now() + kPatience;
+}
 
 /// The form in which the log names an object.
 unsigned int addressOf(const void* object) {
@@ -49,6 +61,7 @@ Orvel::~Orvel() {
   OV_INFO("Orvel::~Orvel");
   for (const auto& [request, pipeline] : pipelines) delete pipeline;
   pipelines.clear();
+  reap();
 }
 
 void Orvel::enqueueNewOperation(OperationType type, const std::string& deviceId, std::size_t handle,
@@ -101,10 +114,24 @@ void Orvel::startOperation(const HostCall& call) {
     return;
   }
   supersede(call);
-  const int id = ++lastOpId;
+  reap();
   std::unique_ptr<SongDirectoryPipeline> created = makePipeline(call.type);
+  const auto progressOfNew = created->progress;
+  remember(call.mountPoint, progressOfNew);
+  try {
+    begin(call, std::move(created));
+  } catch (const std::exception&) {
+    progressOfNew->fail();
+    throw;
+  }
+}
+
+void Orvel::begin(const HostCall& call, std::unique_ptr<SongDirectoryPipeline> created) {
+  if (leftBehind.size() >= kMostLeftBehind) {
+    throw std::runtime_error("too many requests wait for devices that do not answer");
+  }
+  const int id = ++lastOpId;
   SongDirectoryPipeline* const pipeline = created.get();
-  remember(call.mountPoint, pipeline->progress);
   const bool first = pipelines.empty();
   OrvelOperation request;
   request.handle = call.handle;
@@ -126,9 +153,7 @@ void Orvel::startOperation(const HostCall& call) {
   } catch (const std::exception&) {
     // A pipeline without its root block would never end.
     pipeline->stop();
-    pipeline->join();
-    pipeline->progress->fail();
-    delete pipeline;
+    if (awaitEnd(pipeline, patienceFromNow())) delete pipeline;
     pipelines.erase(key);
     throw;
   }
@@ -142,6 +167,7 @@ std::unique_ptr<SongDirectoryPipeline> Orvel::makePipeline(OperationType type) {
 void Orvel::supersede(const HostCall& call) {
   std::vector<decltype(pipelines)::iterator> superseded;
   superseded.reserve(pipelines.size());
+  const Deadline deadline = patienceFromNow();
   for (auto entry = pipelines.begin(); entry != pipelines.end(); ++entry) {
     auto& [request, pipeline] = *entry;
     if (request.deviceId != call.deviceId) continue;
@@ -153,13 +179,38 @@ void Orvel::supersede(const HostCall& call) {
             static_cast<int>(call.type), call.handle, call.mountPoint.c_str(), addressOf(pipeline));
     superseded.push_back(entry);
     pipeline->stop();
-    pipeline->join();
-    delete pipeline;
+    if (awaitEnd(pipeline, deadline)) delete pipeline;
     pipeline = nullptr;
   }
   if (superseded.empty()) return;
   OV_INFO("Erasing %x", addressOf(&superseded));
   for (const auto& entry : superseded) pipelines.erase(entry);
+}
+
+/// Waits for the threads of a stopped pipeline. False when they do not end and it was left behind.
+bool Orvel::awaitEnd(SongDirectoryPipeline* pipeline, Deadline deadline) {
+  if (pipeline->hasEndedBy(deadline)) {
+    pipeline->join();
+    return true;
+  }
+  OV_WARN("pipeline %x is left behind: its device does not answer", addressOf(pipeline));
+  pipeline->leaveBehind();
+  leftBehind.push_back(pipeline);
+  return false;
+}
+
+/// Deletes what was left behind and has ended since.
+void Orvel::reap() {
+  const auto now = std::chrono::steady_clock::now();
+  const auto busy = std::partition(leftBehind.begin(), leftBehind.end(),
+                                   [&](SongDirectoryPipeline* pipeline) {
+                                     return !pipeline->hasEndedBy(now);
+                                   });
+  for (auto ended = busy; ended != leftBehind.end(); ++ended) {
+    (*ended)->join();
+    delete *ended;
+  }
+  leftBehind.erase(busy, leftBehind.end());
 }
 
 void Orvel::prioritize(const HostCall& call) {
@@ -194,9 +245,10 @@ Orvel::sink_block_type_ptr Orvel::doOperation(src_block_type_ptr result) {
     SongDirectoryPipeline* const pipeline = entry->second;
     OV_INFO("Orvel END FOR for %x id: %d", addressOf(pipeline), finished.id);
     pipeline->stop();
-    pipeline->join();
-    OV_INFO("Orvel delete pipeline: %x op id: %d", addressOf(pipeline), finished.id);
-    delete pipeline;
+    if (awaitEnd(pipeline, patienceFromNow())) {
+      OV_INFO("Orvel delete pipeline: %x op id: %d", addressOf(pipeline), finished.id);
+      delete pipeline;
+    }
     pipelines.erase(entry);
   }
   if (!pipelines.empty()) {
@@ -223,7 +275,10 @@ void Orvel::join() {
   OV_INFO("Orvel::join");
   Server::join();
   const LockHolder held(*this);
-  for (const auto& [request, pipeline] : pipelines) pipeline->join();
+  const Deadline deadline = patienceFromNow();
+  for (auto entry = pipelines.begin(); entry != pipelines.end();) {
+    entry = awaitEnd(entry->second, deadline) ? std::next(entry) : pipelines.erase(entry);
+  }
   wasJoined = true;
 }
 

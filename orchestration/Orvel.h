@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "framework/OrvelOperation.h"
 #include "framework/RequestProgress.h"
@@ -25,11 +26,13 @@ class SongDirectoryPipeline;
 ///
 /// Among waiting requests the first in the order of handle, device id, mount point and age runs
 /// next. Requests and priorities may be given from any thread; they wait for one another, and for a
-/// superseded pipeline to end.
+/// superseded pipeline to end, but not for a device that does not answer: after half a second its
+/// pipeline is left behind, to be deleted when its threads have ended.
 class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
  public:
   Orvel();
-  /// Stops and joins what the owner forgot, and deletes every pipeline.
+  /// Stops and joins what the owner forgot, and deletes every pipeline. One whose threads still wait
+  /// for a device is never deleted.
   ~Orvel() override;
 
   /// Indexes `mountPoint` of a device. A live request for the same device id and mount point is
@@ -70,14 +73,20 @@ class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
   void accept(HostCall call) ORVEL_EXCLUDES(lock);
   void carryOut(const HostCall& call) ORVEL_REQUIRES(lock);
   void startOperation(const HostCall& call) ORVEL_REQUIRES(lock);
+  void begin(const HostCall& call, std::unique_ptr<SongDirectoryPipeline> created)
+      ORVEL_REQUIRES(lock);
   std::unique_ptr<SongDirectoryPipeline> makePipeline(OperationType type);
   void supersede(const HostCall& call) ORVEL_REQUIRES(lock);
   void prioritize(const HostCall& call) ORVEL_REQUIRES(lock);
+  bool awaitEnd(SongDirectoryPipeline* pipeline, Deadline deadline) ORVEL_REQUIRES(lock);
+  void reap() ORVEL_REQUIRES(lock);
   void remember(const std::string& mountPoint, std::shared_ptr<RequestProgress> newest)
       ORVEL_EXCLUDES(progressMutex);
 
   int lastOpId ORVEL_GUARDED_BY(lock) = 0;
   std::map<OrvelOperation, SongDirectoryPipeline*> pipelines ORVEL_GUARDED_BY(lock);  ///< owned
+  /// Stopped pipelines whose threads do not end, since a device or disk does not answer; owned.
+  std::vector<SongDirectoryPipeline*> leftBehind ORVEL_GUARDED_BY(lock);
   Mutex lock;
 
   std::atomic<std::size_t> liveCount{0};

@@ -1,5 +1,6 @@
 #include "orchestration/Pipeline.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "platform/common/Log.h"
@@ -37,6 +38,12 @@ void PipelineBase::stop() {
 void PipelineBase::join() {
   Server::join();
   for (auto stage = stages.rbegin(); stage != stages.rend(); ++stage) (*stage)->join();
+}
+
+bool PipelineBase::hasEndedBy(Deadline deadline) {
+  return Server::hasEndedBy(deadline) &&
+         std::all_of(stages.begin(), stages.end(),
+                     [&](Runnable* stage) { return stage->hasEndedBy(deadline); });
 }
 
 PipelineBase::sink_block_type_ptr PipelineBase::doOperation(src_block_type_ptr block) {

@@ -23,6 +23,7 @@ class Pipeline<Block<void>, Block<void>> : public Server<Block<void>, Block<void
   void pause() override;
   void stop() override;
   void join() override;
+  bool hasEndedBy(Deadline deadline) override;
   /// Returns its input unchanged.
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 

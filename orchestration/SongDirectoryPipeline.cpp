@@ -17,8 +17,14 @@ constexpr int kTerminalStages = 3;
 
 SongDirectoryPipeline::SongDirectoryPipeline(const char* pipelineName, Orvel* owner,
                                              OperationType kind)
-    : Pipeline(pipelineName), controller(owner), type(kind) {
+    : Pipeline(pipelineName), type(kind), controller(owner) {
   operation.startTime = Timer::now();
+}
+
+void SongDirectoryPipeline::leaveBehind() {
+  const MutexLock lock(controllerMutex);
+  controller = nullptr;
+  lease.reset();
 }
 
 void SongDirectoryPipeline::enqueueNewOperation(OrvelOperation& request, bool isFirstPartition) {
@@ -67,11 +73,16 @@ void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
     insist([this] { storeStatus(); });
     flush();
     progress->enter(RequestPhase::Finished);
-    if (controller != nullptr) controller->enqueue(result);
+    report(result);
   } catch (const std::exception&) {
     progress->fail();
     throw;
   }
+}
+
+void SongDirectoryPipeline::report(const src_block_type_ptr& result) {
+  const MutexLock lock(controllerMutex);
+  if (controller != nullptr) controller->enqueue(result);
 }
 
 void SongDirectoryPipeline::storeStatus() {

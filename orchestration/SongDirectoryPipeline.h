@@ -30,6 +30,9 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   /// block to the crawler. Called by the controller under its lock; database failures are logged.
   virtual void enqueueNewOperation(OrvelOperation& request, bool isFirstPartition);
 
+  /// Ends everything that binds a stopped pipeline to others, for one that is left to itself.
+  void leaveBehind();
+
   /// The stage that takes the root block; null here.
   virtual BaseServer<Block<Directory*>>* crawler() { return nullptr; }
 
@@ -59,10 +62,14 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   }
 
   OrvelOperation operation;
-  Orvel* controller;
   OperationType type;
 
  private:
+  void report(const src_block_type_ptr& result) ORVEL_EXCLUDES(controllerMutex);
+
+  Mutex controllerMutex;
+  Orvel* controller ORVEL_GUARDED_BY(controllerMutex);
+
   void enqueueOperation(OrvelOperation& request);
   void finish(const src_block_type_ptr& result);
   void clearPlaylists();

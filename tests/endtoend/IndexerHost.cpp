@@ -1,6 +1,10 @@
 #include "tests/endtoend/IndexerHost.h"
 
+#include <glib.h>
+
 #include <chrono>
+#include <future>
+#include <utility>
 
 #include "tests/support/ScriptedPhone.h"
 #include "tests/support/waitUntil.h"
@@ -68,6 +72,21 @@ std::vector<std::string> IndexerHost::everything(const std::string& device) {
 bool IndexerHost::waitUntilIdle(int seconds) {
   return waitUntil([this] { return controller->liveRequests() == 0; },
                    std::chrono::seconds(seconds));
+}
+
+bool IndexerHost::onMainLoop(std::function<void()> call, std::chrono::seconds limit) {
+  std::packaged_task<void()> task(std::move(call));
+  std::future<void> done = task.get_future();
+  g_main_context_invoke(
+      nullptr,
+      [](gpointer data) -> gboolean {
+        (*static_cast<std::packaged_task<void()>*>(data))();
+        return G_SOURCE_REMOVE;
+      },
+      &task);
+  const bool inTime = done.wait_for(limit) == std::future_status::ready;
+  if (!inTime) done.wait();
+  return inTime;
 }
 
 std::vector<std::string> IndexerHost::takeSignals() {

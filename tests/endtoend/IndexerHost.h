@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -30,6 +32,10 @@ class IndexerHost : public DatabaseFolderFixture {
   void startPhone(t_handle handle);
   /// False when requests are still alive after `seconds`.
   bool waitUntilIdle(int seconds = 120);
+
+  /// Runs `call` on the thread of the main loop, as a host's slots run; false when it takes longer
+  /// than `limit`.
+  static bool onMainLoop(std::function<void()> call, std::chrono::seconds limit);
 
   /// The signals since the last call, in the order of their arrival, as "name argument...".
   std::vector<std::string> takeSignals();

@@ -1,9 +1,7 @@
-#include <glib.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <chrono>
-#include <future>
 #include <random>
 #include <thread>
 
@@ -24,23 +22,6 @@ class InterruptionTest : public IndexerHost {
     for (int i = 0; i < songs; ++i) {
       temporary.file("stick/" + std::to_string(i % 10) + "/" + std::to_string(i) + ".mp3");
     }
-  }
-
-  /// Runs `call` on the thread of the main loop, as a host's slots run; false when it takes longer
-  /// than `limit`.
-  static bool onMainLoop(std::function<void()> call, seconds limit) {
-    std::packaged_task<void()> task(std::move(call));
-    std::future<void> done = task.get_future();
-    g_main_context_invoke(
-        nullptr,
-        [](gpointer data) -> gboolean {
-          (*static_cast<std::packaged_task<void()>*>(data))();
-          return G_SOURCE_REMOVE;
-        },
-        &task);
-    const bool inTime = done.wait_for(limit) == std::future_status::ready;
-    if (!inTime) done.wait();
-    return inTime;
   }
 };
 
