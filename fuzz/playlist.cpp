@@ -27,7 +27,7 @@ void parse(const std::string& name, const std::string& content) {
   while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
   {
     const MutexLock lock(wrapper.mutex);
-    require(wrapper.parsed, "the end of a parse is announced");
+    require(wrapper.parse != PlaylistWrapper::Parse::Pending, "the end of a parse is announced");
   }
   // A playlist has many entries only where its file is large.
   require(playlist.entries.size() <= content.size(), "an entry takes at least a byte");

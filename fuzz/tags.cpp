@@ -41,7 +41,7 @@ class MemoryStream : public TagStream {
 /// What becomes of a song that is found under `name`.
 void mine(const std::string& name, std::string content) {
   MemoryStream stream(name, std::move(content));
-  TagResult read = readTags(stream);
+  TagResult read = readTags(stream, ReadingDepth::TagAndAudio);
   if (read.outcome != TagResult::Outcome::Tagged) return;
   const SongTag tag(std::move(read.values));
   const std::unique_ptr<MetaDataInfo> song(

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -11,6 +10,7 @@
 #include "msd/Encoder.h"
 #include "msd/StandardErrorSilence.h"
 #include "platform/common/Log.h"
+#include "platform/common/retryOnce.h"
 #include "platform/tags/SongTag.h"
 
 namespace orvel {
@@ -74,12 +74,7 @@ std::optional<LeftUndone> MSDMiner::mineGuarded(const FileInfo& file, const Oper
                                                 Block<MetaDataInfo*>& songs) {
   const StandardErrorSilence silence;
   try {
-    // A file that asks for too much memory fails again, one that met a shortage does not.
-    try {
-      return mine(file, operation, songs);
-    } catch (const std::bad_alloc&) {
-      return mine(file, operation, songs);
-    }
+    return mine(file, operation, songs);
   } catch (const std::exception& error) {
     OV_ERROR("exception from taglib for track: %s what %s", file.path->c_str(), error.what());
     return std::nullopt;
@@ -99,15 +94,20 @@ std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& 
   }
   if (read.outcome == Outcome::Untagged) return std::nullopt;
   const SongTag tag(std::move(read.values));
+  retryOnce([&] { addSong(file, operation, tag, songs); });
+  return std::nullopt;
+}
+
+void MSDMiner::addSong(const FileInfo& file, const Operation& operation, const SongTag& tag,
+                       Block<MetaDataInfo*>& songs) {
   std::unique_ptr<MetaDataInfo> song(Encoder::instance().guessAndConvert(
       *file.path, operation.mountPoint, file.lastModified, &tag));
   if (song == nullptr) {
     OV_ERROR("invalid encoding");
-    return std::nullopt;
+    return;
   }
   song->setAsianFields();
   songs.add(std::move(song));
-  return std::nullopt;
 }
 
 std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const Operation& operation,
@@ -119,10 +119,12 @@ std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const O
     return LeftUndone::MountPointGone;
   }
   OV_WARN("insert empty: %s", file.path->c_str());
-  const std::string none;
-  songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none, none,
-                                           none, 1, 1,
-                                           deviceFailed ? kNeverRead : file.lastModified));
+  retryOnce([&] {
+    const std::string none;
+    songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none,
+                                             none, none, 1, 1,
+                                             deviceFailed ? kNeverRead : file.lastModified));
+  });
   if (deviceFailed) leaveUndone(songs, LeftUndone::ReadError);
   return std::nullopt;
 }

@@ -7,6 +7,7 @@
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
+#include "platform/tags/SongTag.h"
 #include "platform/tags/TagReader.h"
 
 namespace orvel {
@@ -30,6 +31,8 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
                                         Block<MetaDataInfo*>& songs);
   std::optional<LeftUndone> mine(const FileInfo& file, const Operation& operation,
                                  Block<MetaDataInfo*>& songs);
+  static void addSong(const FileInfo& file, const Operation& operation, const SongTag& tag,
+                      Block<MetaDataInfo*>& songs);
   std::optional<LeftUndone> mineUnreadable(const FileInfo& file, const Operation& operation,
                                            bool deviceFailed, Block<MetaDataInfo*>& songs);
   void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);

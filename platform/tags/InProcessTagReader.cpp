@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/common/retryOnce.h"
 #include "platform/tags/AudioStream.h"
 #include "platform/tags/readTags.h"
 
@@ -14,8 +15,10 @@ void InProcessTagReader::expect(std::vector<std::string> paths) {
 
 TagResult InProcessTagReader::next() {
   const std::string& path = files.at(current++);
-  AudioStream stream(AudioFile::open(path), path, stopped);
-  return readTags(stream, ReadingDepth::TagAndAudio);
+  return retryOnce([&] {
+    AudioStream stream(AudioFile::open(path), path, stopped);
+    return readTags(stream, ReadingDepth::TagAndAudio);
+  });
 }
 
 TagResult InProcessTagReader::read(TagStream& stream) {

@@ -1,40 +1,17 @@
-#include <glib.h>
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstdlib>
-#include <future>
+#include <cstdio>
 #include <random>
 
 #include "mtp/MtpDevice.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
+#include "tests/support/Effort.h"
 #include "tests/support/ScriptedPhone.h"
 
 namespace orvel::test {
 namespace {
-
-unsigned fromEnvironment(const char* name, unsigned otherwise) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(value, nullptr, 10));
-}
-
-/// Runs `call` on the thread of the host's main loop and waits for its end.
-void onMainLoop(const std::function<void()>& call) {
-  struct Queued {
-    const std::function<void()>& call;
-    std::promise<void> done;
-  } queued{call, {}};
-  g_idle_add(
-      [](gpointer data) -> gboolean {
-        auto& waiting = *static_cast<Queued*>(data);
-        waiting.call();
-        waiting.done.set_value();
-        return FALSE;
-      },
-      &queued);
-  queued.done.get_future().wait();
-}
 
 /// Two sticks with playlists and two phones, whose databases are known before the storm.
 class StormTest : public IndexerHost {
@@ -54,7 +31,7 @@ class StormTest : public IndexerHost {
   }
 
   /// One random call of a host.
-  void call(std::mt19937& random) {
+  void call(std::mt19937_64& random) {
     const auto device = random() % deviceIds.size();
     const QString id = QString::fromStdString(deviceIds[device]);
     const QString mountPoint = QString::fromStdString(mountPointOf(device));
@@ -151,26 +128,24 @@ class StormTest : public IndexerHost {
 };
 
 TEST_F(StormTest, AfterAnyCallsFromAnyThreadEveryDatabaseIsRightAgain) {
-  const unsigned seed = fromEnvironment("ORVEL_SEED", std::random_device()());
-  const unsigned calls = fromEnvironment("ORVEL_STORM_CALLS", 600);
+  std::mt19937_64 seeds = seededRandom();
+  const long calls = casesOf(600, 10000);
   constexpr unsigned kThreads = 3;
   constexpr unsigned kRounds = 4;
-  std::cout << "ORVEL_SEED=" << seed << " ORVEL_STORM_CALLS=" << calls << std::endl;
   indexAll();
   const auto expected = contents();
   for (unsigned round = 0; round < kRounds; ++round) {
     std::vector<std::jthread> threads;
     for (unsigned thread = 0; thread < kThreads; ++thread) {
-      threads.emplace_back(
-          [this, calls, thread, random = std::mt19937(seed + round * kThreads + thread)]() mutable {
-            for (unsigned i = 0; i < calls / (kRounds * kThreads); ++i) {
-              if (thread == 0) {
-                onMainLoop([&] { call(random); });
-              } else {
-                call(random);
-              }
-            }
-          });
+      threads.emplace_back([this, calls, thread, random = std::mt19937_64(seeds())]() mutable {
+        for (long i = 0; i < calls / (kRounds * kThreads); ++i) {
+          if (thread == 0) {
+            onMainLoop([&] { call(random); });
+          } else {
+            call(random);
+          }
+        }
+      });
     }
     threads.clear();
     renewController();

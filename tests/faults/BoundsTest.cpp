@@ -10,9 +10,9 @@
 
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
-#include "tests/faults/Effort.h"
 #include "tests/faults/FaultyDevice.h"
 #include "tests/faults/OwnMounts.h"
+#include "tests/support/Effort.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -40,7 +40,7 @@ class BoundsTest : public OwnMounts, public IndexerHost {
   }
 
   void measure(
-      const char* state, std::chrono::milliseconds promised, const Enter& enter,
+      const char* state, std::chrono::milliseconds promised, long rounds, const Enter& enter,
       const Leave& leave = [] {}) {
     const struct {
       const char* name;
@@ -61,7 +61,7 @@ class BoundsTest : public OwnMounts, public IndexerHost {
     std::printf("%-20s", state);
     for (const auto& [name, call] : calls) {
       Longest longest;
-      for (long round = 0; round < casesOf(5, 100); ++round) {
+      for (long round = 0; round < rounds; ++round) {
         onMainLoop(
             [&, &timed = call] {
               enter();
@@ -91,7 +91,7 @@ class BoundsTest : public OwnMounts, public IndexerHost {
   void measureOn(const char* state, Fault fault, long n) {
     std::unique_ptr<FaultyDevice> device;
     measure(
-        state, 1s,
+        state, 1s, casesOf(3, 50),
         [&] {
           device = std::make_unique<FaultyDevice>(content, stick);
           device->arm(fault, n);
@@ -118,12 +118,12 @@ class BoundsTest : public OwnMounts, public IndexerHost {
 TEST_F(BoundsTest, HealthyStick) {
   fs::remove(stick);
   fs::rename(content, stick);
-  measure("mining", 100ms, [this] {
+  measure("mining", 100ms, casesOf(5, 100), [this] {
     start("dev1", stick);
     std::this_thread::sleep_for(std::chrono::milliseconds(random() % 60));
   });
   for (int i = 0; i < 20; ++i) temporary.file("stick/" + std::to_string(i) + ".m3u", "1.mp3\n");
-  measure("playlist awaited", 100ms, [this] {
+  measure("playlist awaited", 100ms, casesOf(5, 100), [this] {
     start("dev1", stick);
     EXPECT_TRUE(waitUntil([this] { return progress().songs.stored > 1000; }));
   });
@@ -136,7 +136,7 @@ TEST_F(BoundsTest, AnotherProcessHoldsTheDatabase) {
     Longest started;
     sqlite3* holder = nullptr;
     measure(
-        readersToo ? "database in use" : "database locked", 1s,
+        readersToo ? "database in use" : "database locked", 1s, casesOf(1, 10),
         [&] {
           manager.createDb("dev1", stick, true);
           ASSERT_EQ(sqlite3_open(databaseOf("dev1").c_str(), &holder), SQLITE_OK);

@@ -6,7 +6,7 @@
 
 #include "tests/endtoend/Song.h"
 #include "tests/faults/Contents.h"
-#include "tests/faults/Effort.h"
+#include "tests/support/Effort.h"
 #include "tests/faults/FaultStick.h"
 #include "tests/faults/FaultyDevice.h"
 #include "tests/faults/OwnMounts.h"

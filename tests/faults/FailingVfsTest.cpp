@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "tests/faults/Contents.h"
-#include "tests/faults/Effort.h"
+#include "tests/support/Effort.h"
 #include "tests/faults/FailingVfs.h"
 #include "tests/faults/FaultStick.h"
 

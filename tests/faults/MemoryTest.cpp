@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "tests/faults/Contents.h"
-#include "tests/faults/Effort.h"
+#include "tests/support/Effort.h"
 #include "tests/faults/FailingMemory.h"
 #include "tests/faults/FaultStick.h"
 

@@ -35,7 +35,7 @@ const std::vector<std::string>& songExtensions();
 /// there can be. Where there is no such bound all of them are few.
 class BrokenMedia {
  public:
-  explicit BrokenMedia(std::uint64_t seed) : random(seed) {}
+  explicit BrokenMedia(std::mt19937_64 randomBits) : random(randomBits) {}
 
   /// Cut off after each of the first 4096 bytes.
   void truncated(std::size_t most, const FileSink& sink);

@@ -11,6 +11,7 @@
 #include "tests/hostile/BrokenMedia.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/Effort.h"
 #include "tests/support/waitUntil.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -23,20 +24,6 @@
 
 namespace orvel::test {
 namespace {
-
-/// ORVEL_FAULTS=long asks for the long form.
-bool isLongForm() {
-  const char* form = std::getenv("ORVEL_FAULTS");
-  return form != nullptr && std::string_view(form) == "long";
-}
-
-/// ORVEL_FAULT_SEED=N replaces the seed.
-std::uint64_t seedOfRun() {
-  const char* given = std::getenv("ORVEL_FAULT_SEED");
-  const std::uint64_t seed = given == nullptr ? 1 : std::strtoull(given, nullptr, 10);
-  std::printf("seed: ORVEL_FAULT_SEED=%llu\n", static_cast<unsigned long long>(seed));
-  return seed;
-}
 
 /// A line of /proc/self/status, in MiB.
 long mebibytes(std::string_view field) {
@@ -82,11 +69,7 @@ class HostileMedia : public DatabaseFolderFixture {
     };
   }
 
-  static std::size_t cases(std::size_t shortForm, std::size_t longForm) {
-    return isLongForm() ? longForm : shortForm;
-  }
-
-  BrokenMedia media{seedOfRun()};
+  BrokenMedia media{seededRandom()};
 
  private:
   static constexpr std::size_t kPerBlock = 100;
@@ -142,16 +125,16 @@ class HostileMedia : public DatabaseFolderFixture {
 constexpr std::size_t kManySmallOnes = 100;
 
 TEST_F(HostileMedia, CutOff) {
-  media.truncated(cases(1500, 1000000), mineIn(kManySmallOnes));
+  media.truncated(casesOf(1500, 1000000), mineIn(kManySmallOnes));
 }
 
 TEST_F(HostileMedia, ExtremeSizes) {
-  media.withExtremeSizes(cases(3000, 1000000), mineIn(kManySmallOnes));
+  media.withExtremeSizes(casesOf(3000, 1000000), mineIn(kManySmallOnes));
 }
 
 TEST_F(HostileMedia, DamagedAndNoise) {
-  media.damaged(cases(1000, 300000), mineIn(kManySmallOnes));
-  media.noise(cases(300, 30000), mineIn(kManySmallOnes));
+  media.damaged(casesOf(1000, 300000), mineIn(kManySmallOnes));
+  media.noise(casesOf(300, 30000), mineIn(kManySmallOnes));
 }
 
 TEST_F(HostileMedia, Misnamed) {

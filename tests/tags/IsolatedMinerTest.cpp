@@ -90,6 +90,10 @@ struct Deed {
   bool isSafe = kSanitized;  ///< a sanitizer's run-time library may do it
 };
 
+void PrintTo(const Deed& deed, std::ostream* out) {
+  *out << deed.name;
+}
+
 class HostileFile : public IsolatedMiner, public testing::WithParamInterface<Deed> {};
 
 TEST_P(HostileFile, CostsItselfAndNoOther) {

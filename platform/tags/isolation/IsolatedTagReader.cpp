@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/common/Log.h"
+#include "platform/common/retryOnce.h"
 #include "platform/tags/AudioStream.h"
 #include "platform/tags/InProcessTagReader.h"
 
@@ -45,10 +46,8 @@ void IsolatedTagReader::expect(std::vector<std::string> paths) {
 TagResult IsolatedTagReader::next() {
   tagMessages::Result answer;
   try {
-    answer = answerForCurrent();
+    answer = retryOnce([this] { return answerOrForget(); });
   } catch (const std::exception&) {
-    // Without memory here, too: what the reader has in hand must not be taken for other files'.
-    reader.reset();
     handedOver = ++current;
     throw;
   }
@@ -58,6 +57,17 @@ TagResult IsolatedTagReader::next() {
   ++current;
   if (answer.error) throw std::runtime_error(*answer.error);
   return std::move(answer.result);
+}
+
+/// Without memory here: what the reader has in hand must not be taken for other files'.
+tagMessages::Result IsolatedTagReader::answerOrForget() {
+  try {
+    return answerForCurrent();
+  } catch (const std::exception&) {
+    reader.reset();
+    handedOver = current;
+    throw;
+  }
 }
 
 tagMessages::Result IsolatedTagReader::answerForCurrent() {

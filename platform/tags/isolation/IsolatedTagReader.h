@@ -36,6 +36,7 @@ class IsolatedTagReader : public TagReader {
     std::optional<TagResult::Outcome> refusal;
   };
 
+  tagMessages::Result answerOrForget();
   tagMessages::Result answerForCurrent();
   tagMessages::Result answerFor(TagStream& stream);
   [[nodiscard]] bool isReady();

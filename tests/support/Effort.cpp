@@ -1,4 +1,4 @@
-#include "tests/faults/Effort.h"
+#include "tests/support/Effort.h"
 
 #include <algorithm>
 #include <cstdint>
