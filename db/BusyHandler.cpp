@@ -1,9 +1,11 @@
 #include "db/BusyHandler.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <optional>
 
 #include "platform/common/StageThread.h"
 
@@ -11,7 +13,17 @@ namespace sqlstl {
 
 namespace {
 constexpr std::chrono::milliseconds kSleep{5};
+
+thread_local std::optional<std::chrono::steady_clock::time_point> latestEnd;
 }  // namespace
+
+WaitLimit::WaitLimit(std::chrono::milliseconds most) : isOutermost(!latestEnd) {
+  if (isOutermost) latestEnd = std::chrono::steady_clock::now() + most;
+}
+
+WaitLimit::~WaitLimit() {
+  if (isOutermost) latestEnd.reset();
+}
 
 void BusyHandler::install(sqlite3* connection, int timeoutMs) {
   stageStopped = orvel::stageThread::stopToken();
@@ -23,7 +35,10 @@ void BusyHandler::install(sqlite3* connection, int timeoutMs) {
 int BusyHandler::wait(void* handler, int attempts) {
   auto& self = *static_cast<BusyHandler*>(handler);
   const auto now = std::chrono::steady_clock::now();
-  if (attempts == 0) self.deadline = now + self.timeout;
+  if (attempts == 0) {
+    self.deadline = now + self.timeout;
+    if (latestEnd) self.deadline = std::min(self.deadline, *latestEnd);
+  }
   if (now >= self.deadline) return 0;
   try {
     std::mutex mutex;

@@ -7,6 +7,20 @@
 
 namespace sqlstl {
 
+/// While one lives, all waits of its thread for locks end by the same moment. An inner one changes
+/// nothing.
+class WaitLimit {
+ public:
+  /// @param most  for all waits together, from now on
+  explicit WaitLimit(std::chrono::milliseconds most);
+  ~WaitLimit();
+  WaitLimit(const WaitLimit&) = delete;
+  WaitLimit& operator=(const WaitLimit&) = delete;
+
+ private:
+  bool isOutermost;
+};
+
 /// Lets a connection wait for other connections' locks, in short sleeps that end when the stage on
 /// whose thread it was installed is stopped: interrupting a connection does not end SQLite's own
 /// wait. Must outlive the connection.

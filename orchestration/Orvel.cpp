@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "db/BusyHandler.h"
 #include "framework/Timer.h"
 #include "orchestration/MSDPipeline.h"
 #include "orchestration/MtpPipeline.h"
@@ -19,6 +20,9 @@ namespace {
 
 /// How long a pipeline's end is waited for: on a healthy device it takes a tenth.
 constexpr std::chrono::milliseconds kPatience{500};
+/// How long a call of the host waits for others' locks on databases, all in all: its thread draws
+/// the rear-view camera's menu.
+constexpr std::chrono::milliseconds kPatienceForLocks{900};
 /// A host that tries a dead device over and over must not run out of threads.
 constexpr std::size_t kMostLeftBehind = 16;
 
@@ -94,6 +98,7 @@ void Orvel::accept(HostCall call) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void Orvel::carryOut(const HostCall& call) {
+  const sqlstl::WaitLimit limit(kPatienceForLocks);
   try {
     if (call.kind == HostCall::Start) {
       startOperation(call);
@@ -202,10 +207,9 @@ bool Orvel::awaitEnd(SongDirectoryPipeline* pipeline, Deadline deadline) {
 /// Deletes what was left behind and has ended since.
 void Orvel::reap() {
   const auto now = std::chrono::steady_clock::now();
-  const auto busy = std::partition(leftBehind.begin(), leftBehind.end(),
-                                   [&](SongDirectoryPipeline* pipeline) {
-                                     return !pipeline->hasEndedBy(now);
-                                   });
+  const auto busy =
+      std::partition(leftBehind.begin(), leftBehind.end(),
+                     [&](SongDirectoryPipeline* pipeline) { return !pipeline->hasEndedBy(now); });
   for (auto ended = busy; ended != leftBehind.end(); ++ended) {
     (*ended)->join();
     delete *ended;

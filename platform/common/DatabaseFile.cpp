@@ -11,7 +11,7 @@ namespace orvel {
 
 namespace {
 /// The host's thread draws the rear-view camera's menu: it must not wait long for a lock.
-constexpr int kHostWaitMs = 1000;
+constexpr int kHostWaitMs = 900;
 }  // namespace
 
 DatabaseFile::DatabaseFile(const std::string& path, int flags) : file(path) {
