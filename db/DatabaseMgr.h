@@ -61,8 +61,9 @@ class ORVEL_EXPORT DatabaseMgr {
 
   /// The partition's stored status: "OK", "PROGRESS", or empty when unknown.
   [[nodiscard]] std::string getStatus(const std::string& deviceId, const std::string& partition);
-  /// Stores the status; false when the file could not take it. A status other than "OK" is then kept
-  /// in memory until it can be stored, so that `getStatus` does not tell of an earlier success.
+  /// Stores the status; false when the file could not take it. A status other than "OK" is then
+  /// kept in memory until it can be stored, so that `getStatus` does not tell of an earlier
+  /// success.
   bool insertStatus(const std::string& deviceId, const std::string& partition,
                     const std::string& status);
 

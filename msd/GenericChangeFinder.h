@@ -38,8 +38,8 @@ class GenericChangeFinder {
   /// Reads the rows with `selectSql`, moves every file of `found` without an equal row into
   /// `toAdd`, sorted, and deletes every row without an equal file with `deleteSql`, by its id, in
   /// one transaction. Rows are equal to files when path and modification time are. Returns the
-  /// number of files to add. SQL failures are logged; unreadable rows make their files look new. Rows
-  /// that make room for files to add take the partition's status "OK" with them.
+  /// number of files to add. SQL failures are logged; unreadable rows make their files look new.
+  /// Rows that make room for files to add take the partition's status "OK" with them.
   int findDifference(const std::string& selectSql, const std::string& deleteSql,
                      const boost::shared_ptr<Block<FileInfo*>>& found,
                      const boost::shared_ptr<Block<FileInfo*>>& toAdd);

@@ -31,8 +31,8 @@ class SongDirectoryPipeline;
 class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
  public:
   Orvel();
-  /// Stops and joins what the owner forgot, and deletes every pipeline. One whose threads still wait
-  /// for a device is never deleted.
+  /// Stops and joins what the owner forgot, and deletes every pipeline. One whose threads still
+  /// wait for a device is never deleted.
   ~Orvel() override;
 
   /// Indexes `mountPoint` of a device. A live request for the same device id and mount point is

@@ -50,8 +50,8 @@ bool DatabaseFile::runInPlace(const char* sql, std::initializer_list<std::string
   sqlite3_busy_handler(connection.get(), nullptr, nullptr);
   // In exclusive mode the index of the log is no file, and with its journal in memory a change
   // overwrites its page. A power cut in between can cost the database, which is then made anew.
-  const bool done = exec("PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=MEMORY;") &&
-                    run(sql, parameters);
+  const bool done =
+      exec("PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=MEMORY;") && run(sql, parameters);
   exec("PRAGMA journal_mode=WAL;");
   return done;
 }

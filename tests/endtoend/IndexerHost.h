@@ -33,8 +33,8 @@ class IndexerHost : public DatabaseFolderFixture {
   /// False when requests are still alive after `seconds`.
   bool waitUntilIdle(int seconds = 120);
 
-  /// Runs `call` on the thread of the main loop, as a host's slots run, and waits for its end; false
-  /// when it takes longer than `limit`.
+  /// Runs `call` on the thread of the main loop, as a host's slots run, and waits for its end;
+  /// false when it takes longer than `limit`.
   static bool onMainLoop(std::function<void()> call,
                          std::chrono::seconds limit = std::chrono::seconds(120));
 

@@ -72,8 +72,6 @@ class HostileMedia : public DatabaseFolderFixture {
   BrokenMedia media{seededRandom()};
 
  private:
-  static constexpr std::size_t kPerBlock = 100;
-
   boost::shared_ptr<Block<FileInfo*>> emptyBlock() {
     return boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", temporary.path(), false));
   }

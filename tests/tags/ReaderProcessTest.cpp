@@ -28,7 +28,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr milliseconds kShort{1500};
 constexpr milliseconds kEndless{std::chrono::hours(1)};
 
 std::string contentOf(const fs::path& path) {
