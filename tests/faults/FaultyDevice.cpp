@@ -187,6 +187,7 @@ FaultyDevice::FaultyDevice(const std::string& content, const std::string& mountP
   char* arguments[] = {name, nullptr};
   fuse_args options = FUSE_ARGS_INIT(1, arguments);
   server->filesystem = fuse_new(&options, &operations, sizeof operations, server.get());
+  fuse_opt_free_args(&options);
   if (server->filesystem == nullptr || fuse_mount(server->filesystem, mountPoint.c_str()) != 0) {
     const int error = errno;
     if (server->filesystem != nullptr) fuse_destroy(server->filesystem);

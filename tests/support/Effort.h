@@ -11,7 +11,8 @@ namespace orvel::test {
 
 bool isLongForm();
 
-/// The number of cases: the first in every run of the suite, the second in the long form.
+/// The number of cases: the first in every run of the suite, the second in the long form. Under the
+/// sanitizers, which make everything slow, a quarter of the first.
 long casesOf(long shortForm, long longForm);
 
 /// A generator for the running test, whose seed is printed.

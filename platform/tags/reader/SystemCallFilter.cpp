@@ -67,6 +67,7 @@ constexpr std::uint32_t kAllowed[] = {
     __NR_rt_sigaction,
     __NR_rt_sigprocmask,
     __NR_mprotect,
+    __NR_pipe2,
 #endif
 };
 
