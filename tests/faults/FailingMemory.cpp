@@ -131,7 +131,7 @@ void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
 
 #ifdef ORVEL_SANITIZED
 /// The tag parser leaks what it holds when its own memory runs out.
-extern "C" const char* __lsan_default_suppressions() {
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:libtag.so\n";
 }
 #endif
