@@ -2,6 +2,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +15,7 @@
 #include "tests/faults/Contents.h"
 #include "tests/faults/FaultStick.h"
 #include "tests/support/Effort.h"
+#include "tests/support/waitUntil.h"
 
 namespace orvel::test {
 namespace {
@@ -233,7 +235,7 @@ TEST_F(DatabaseTrustTest, OthersAtWork) {
         close();
       });
   std::jthread writer;
-  long written = 0;
+  std::atomic<long> written{0};
   run(
       "writes all the time",
       [&] {
@@ -243,12 +245,12 @@ TEST_F(DatabaseTrustTest, OthersAtWork) {
             written += exec("UPDATE PARTITIONS SET GENERATION = GENERATION;") ? 1 : 0;
           }
         });
+        EXPECT_TRUE(waitUntil([&] { return written > 0; }));
       },
       [&] {
         writer = {};
         close();
       });
-  EXPECT_GT(written, 0);
 }
 
 TEST_F(DatabaseTrustTest, SizeLimit) {

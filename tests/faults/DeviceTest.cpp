@@ -6,10 +6,10 @@
 
 #include "tests/endtoend/Song.h"
 #include "tests/faults/Contents.h"
-#include "tests/support/Effort.h"
 #include "tests/faults/FaultStick.h"
 #include "tests/faults/FaultyDevice.h"
 #include "tests/faults/OwnMounts.h"
+#include "tests/support/Effort.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {

@@ -5,9 +5,9 @@
 #include <tuple>
 
 #include "tests/faults/Contents.h"
-#include "tests/support/Effort.h"
 #include "tests/faults/FailingVfs.h"
 #include "tests/faults/FaultStick.h"
+#include "tests/support/Effort.h"
 
 namespace orvel::test {
 namespace {

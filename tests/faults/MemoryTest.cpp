@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #include "tests/faults/Contents.h"
-#include "tests/support/Effort.h"
 #include "tests/faults/FailingMemory.h"
 #include "tests/faults/FaultStick.h"
+#include "tests/support/Effort.h"
 
 namespace orvel::test {
 namespace {

@@ -1,7 +1,9 @@
 #include "tests/support/processStatus.h"
 
+#include <malloc.h>
 #include <sys/wait.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -20,6 +22,25 @@ long statusKibibytes(std::string_view field) {
     }
   }
   return 0;
+}
+
+long allocatedKibibytes() {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* const out = open_memstream(&text, &size);
+  malloc_info(0, out);
+  std::fclose(out);
+  const std::string report(text, size);
+  std::free(text);
+  // The sums of all arenas follow the last of them.
+  const auto sumOf = [&, sums = report.rfind("</heap>")](const char* kind) {
+    constexpr std::string_view kSize = " size=\"";
+    const auto at = report.find(kSize, report.find(kind, sums));
+    return std::strtol(report.c_str() + at + kSize.size(), nullptr, 10);
+  };
+  return (sumOf("<system type=\"current\"") + sumOf("\"mmap\"") - sumOf("\"fast\"") -
+          sumOf("\"rest\"")) /
+         1024;
 }
 
 long entriesOf(const char* folder) {

@@ -17,6 +17,9 @@ constexpr bool kIsSanitized = false;
 /// A line of /proc/self/status that counts KiB, as "VmRSS:"; 0 when there is none.
 long statusKibibytes(std::string_view field);
 
+/// What malloc has given out and not got back, in all its arenas, which mallinfo2 does not count.
+long allocatedKibibytes();
+
 /// How many entries a folder has, as /proc/self/fd.
 long entriesOf(const char* folder);
 
