@@ -84,6 +84,9 @@ class ORVEL_EXPORT DatabaseMgr {
   /// Removes the device's database with its journals.
   void deleteDb(const std::string& deviceId);
 
+  /// Looks through the whole database for damage, also where no request has looked, and condemns a
+  /// damaged one. False when it is damaged or cannot be read: it must not be called complete.
+  bool verify(const std::string& deviceId);
   /// Remembers that `file` was found corrupt: the next `createDb` replaces it.
   void condemn(const char* file) noexcept;
   /// True while the device's database waits to be replaced.

@@ -60,17 +60,23 @@ void MtpDevice::setDeviceReady(std::size_t handle) {
 void MtpDevice::disconnectDevice(std::size_t handle) {
   OV_INFO("disconnectDevice");
   const MutexLock lock(mutex);
-  devices[keyOf(handle)] = {false, false};
+  // Nothing is kept of a device that is gone: each attach has a handle of its own.
+  devices.erase(keyOf(handle));
+}
+
+MtpDevice::Device MtpDevice::find(std::size_t handle) const {
+  const auto found = devices.find(keyOf(handle));
+  return found == devices.end() ? Device() : found->second;
 }
 
 bool MtpDevice::isDeviceConnected(std::size_t handle) {
   const MutexLock lock(mutex);
-  return devices[keyOf(handle)].connected;
+  return find(handle).connected;
 }
 
 bool MtpDevice::isDeviceReady(std::size_t handle) {
   const MutexLock lock(mutex);
-  return devices[keyOf(handle)].ready;
+  return find(handle).ready;
 }
 
 bool MtpDevice::waitDeviceReady(std::size_t handle) {
@@ -93,7 +99,7 @@ bool MtpDevice::waitDeviceReady(std::size_t handle) {
     while (broadcasts == seen && !stopped.stop_requested()) {
       if (!cond.waitUntil(mutex, deadline)) break;
     }
-    ready = devices[keyOf(handle)].ready;
+    ready = find(handle).ready;
   }
   OV_INFO("finished");
   return ready;

@@ -45,6 +45,8 @@ class ORVEL_EXPORT MtpDevice {
     bool ready = false;
   };
 
+  [[nodiscard]] Device find(std::size_t handle) const ORVEL_REQUIRES(mutex);
+
   Mutex mutex;
   pthread_condattr_t attributes;
   Condition cond;

@@ -90,8 +90,10 @@ void SongDirectoryPipeline::storeStatus() {
   OV_INFO("End operation for id %d that took %ld", operation.opId,
           Timer::milliseconds(operation.startTime, operation.endTime));
   DatabaseMgr& databases = DatabaseMgr::instance();
-  if (databases.isCondemned(operation.deviceId)) {
-    progress->leaveUndone(LeftUndone::DatabaseDamaged);
+  const bool isSound = operation.skipped || databases.verify(operation.deviceId);
+  const bool isCondemned = databases.isCondemned(operation.deviceId);
+  if (!isSound || isCondemned) {
+    progress->leaveUndone(isCondemned ? LeftUndone::DatabaseDamaged : LeftUndone::RowsLost);
     operation.skipped = true;
   }
   const char* status = operation.skipped ? "PROGRESS" : "OK";

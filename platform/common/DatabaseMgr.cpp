@@ -318,6 +318,17 @@ void DatabaseMgr::deleteDb(const std::string& deviceId) {
                         state->unstored.upper_bound({file + '\0', ""}));
 }
 
+bool DatabaseMgr::verify(const std::string& deviceId) {
+  const std::string file = getDbNameFromDevId(deviceId);
+  DatabaseFile database(file);
+  const auto findings = database.texts("PRAGMA integrity_check(1);", {});
+  if (!findings || findings->empty()) return false;
+  if (findings->front() == "ok") return true;
+  OV_WARN("%s is damaged: %s", file.c_str(), findings->front().c_str());
+  condemn(file.c_str());
+  return false;
+}
+
 void DatabaseMgr::condemn(const char* file) noexcept {
   if (file == nullptr) return;
   try {

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string_view>
 
 #include "msd/MSDMiner.h"
 #include "platform/tags/MediaKind.h"
@@ -12,29 +10,11 @@
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/Effort.h"
+#include "tests/support/processStatus.h"
 #include "tests/support/waitUntil.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ORVEL_SANITIZED 1
-#elif defined(__has_feature)
-#define ORVEL_SANITIZED __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#else
-#define ORVEL_SANITIZED 0
-#endif
 
 namespace orvel::test {
 namespace {
-
-/// A line of /proc/self/status, in MiB.
-long mebibytes(std::string_view field) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.compare(0, field.size(), field) == 0) {
-      return std::strtol(line.c_str() + field.size() + 1, nullptr, 10) / 1024;
-    }
-  }
-  return 0;
-}
 
 /// Has the kernel measure the peak of memory anew; false where it does not.
 bool forgetPeak() {
@@ -83,7 +63,7 @@ class HostileMedia : public DatabaseFolderFixture {
     std::printf("%s and %zu more\n", mined->items.front()->path->c_str(), mined->items.size() - 1);
     std::fflush(stdout);
     const bool measures = forgetPeak();
-    const long before = mebibytes("VmRSS:");
+    const long before = statusKibibytes("VmRSS:") / 1024;
     const auto begin = std::chrono::steady_clock::now();
     miner.enqueue(mined);
     std::vector<boost::shared_ptr<Block<MetaDataInfo*>>> results;
@@ -102,10 +82,10 @@ class HostileMedia : public DatabaseFolderFixture {
   }
 
   void checkPeak(long before, const std::string& name) {
-    const long peak = mebibytes("VmHWM:") - before;
+    const long peak = statusKibibytes("VmHWM:") / 1024 - before;
     largest = std::max(largest, peak);
     // The sanitizers keep what was freed.
-    EXPECT_TRUE(ORVEL_SANITIZED != 0 || peak < kMostMebibytes) << name << ": " << peak << " MiB";
+    EXPECT_TRUE(kIsSanitized || peak < kMostMebibytes) << name << ": " << peak << " MiB";
   }
 
   /// One hostile file has five seconds; the rest is for machines that have other things to do.

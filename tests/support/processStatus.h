@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string_view>
+
+/// What the kernel tells about the test's own process.
+namespace orvel::test {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;
+#elif defined(__has_feature)
+constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+/// Sanitizers keep what was freed: bounds of memory say nothing then.
+constexpr bool kIsSanitized = false;
+#endif
+
+/// A line of /proc/self/status that counts KiB, as "VmRSS:"; 0 when there is none.
+long statusKibibytes(std::string_view field);
+
+/// What malloc has given out and not got back, in all its arenas, which mallinfo2 does not count.
+long allocatedKibibytes();
+
+/// How many entries a folder has, as /proc/self/fd.
+long entriesOf(const char* folder);
+
+/// True while the process has a child, if only one that has ended and was not waited for.
+bool hasChildren();
+
+}  // namespace orvel::test
