@@ -9,6 +9,7 @@
 #include "platform/tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/processStatus.h"
 #include "tools/stick/SampleStick.h"
 
 namespace orvel::test {
@@ -85,8 +86,10 @@ TEST_F(SameResults, OnTextsThatAreAwkwardToPassOn) {
     return temporary.file(std::to_string(text.size()) + ".mp3",
                           std::string("ID3\4\0\0", 6) + size(frame.size()) + frame);
   };
+  // Sanitizers read 10 MiB for longer than a reader may take.
+  const std::size_t longest = kIsSanitized ? 1 << 20 : 10 << 20;
   expectSame({tagged(utf16), tagged(std::string("\3a\0b", 4)), tagged("\3\xC0\x80\xFF"),
-              tagged(std::string(1, '\0') + std::string(10 << 20, '\xE4'))});
+              tagged(std::string(1, '\0') + std::string(longest, '\xE4'))});
 }
 
 TEST_F(SameResults, OnFilesThatAreDamagedAtRandom) {
