@@ -116,9 +116,7 @@ class BoundsTest : public OwnMounts, public IndexerHost {
 };
 
 TEST_F(BoundsTest, HealthyStick) {
-#ifdef ORVEL_SANITIZED
-  GTEST_SKIP() << "a healthy stick's times mean nothing under the sanitizers";
-#endif
+  if (kIsSanitized) GTEST_SKIP() << "a healthy stick's times mean nothing under the sanitizers";
   fs::remove(stick);
   fs::rename(content, stick);
   measure("mining", 100ms, casesOf(5, 100), [this] {

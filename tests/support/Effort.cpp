@@ -15,11 +15,7 @@ bool isLongForm() {
 
 long casesOf(long shortForm, long longForm) {
   if (isLongForm()) return longForm;
-#ifdef ORVEL_SANITIZED
-  constexpr long kShare = 4;
-#else
-  constexpr long kShare = 1;
-#endif
+  constexpr long kShare = kIsSanitized ? 4 : 1;
   return std::max(shortForm / kShare, 1L);
 }
 

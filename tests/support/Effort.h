@@ -9,6 +9,13 @@
 /// asks for the long form, ORVEL_FAULT_SEED=N replaces the seed.
 namespace orvel::test {
 
+/// Whether the code is built with a sanitizer: bounds of time and memory say nothing then.
+#ifdef ORVEL_SANITIZED
+constexpr bool kIsSanitized = true;
+#else
+constexpr bool kIsSanitized = false;
+#endif
+
 bool isLongForm();
 
 /// The number of cases: the first in every run of the suite, the second in the long form. Under the

@@ -5,15 +5,6 @@
 /// What the kernel tells about the test's own process.
 namespace orvel::test {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-/// Sanitizers keep what was freed: bounds of memory say nothing then.
-constexpr bool kIsSanitized = false;
-#endif
-
 /// A line of /proc/self/status that counts KiB, as "VmRSS:"; 0 when there is none.
 long statusKibibytes(std::string_view field);
 

@@ -11,6 +11,7 @@
 #include "platform/tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/Effort.h"
 #include "tests/support/LogCapture.h"
 
 namespace orvel::test {
@@ -21,12 +22,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
-
-#ifdef ORVEL_SANITIZED
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 /// Long enough for a good file on a busy machine.
 constexpr milliseconds kShort{1500};
@@ -87,7 +82,7 @@ class IsolatedMiner : public DatabaseFolderFixture {
 struct Deed {
   const char* name;
   const char* end;           ///< what the log says of it
-  bool isSafe = kSanitized;  ///< a sanitizer's run-time library may do it
+  bool isSafe = kIsSanitized;  ///< a sanitizer's run-time library may do it
 };
 
 void PrintTo(const Deed& deed, std::ostream* out) {
@@ -120,7 +115,7 @@ constexpr const char* kFiltered = "signal 31";
 
 INSTANTIATE_TEST_SUITE_P(
     Isolated, HostileFile,
-    testing::Values(Deed{"crash", kSanitized ? "ended" : "signal 11", false},
+    testing::Values(Deed{"crash", kIsSanitized ? "ended" : "signal 11", false},
                     Deed{"hang", "no answer in time", false}, Deed{"bloat", "exit status 3"},  //
                     Deed{"exit", "exit status 0", false}, Deed{"nonsense", "no result", false},
                     Deed{"flood", "no result", false}, Deed{"half", "no answer in time", false},

@@ -8,8 +8,8 @@
 #include "platform/tags/InProcessTagReader.h"
 #include "platform/tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
+#include "tests/support/Effort.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/processStatus.h"
 #include "tools/stick/SampleStick.h"
 
 namespace orvel::test {

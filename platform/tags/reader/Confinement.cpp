@@ -19,7 +19,7 @@ namespace orvel {
 
 namespace {
 
-constexpr rlim_t kMemoryBytes = rlim_t{256} << 20;
+[[maybe_unused]] constexpr rlim_t kMemoryBytes = rlim_t{256} << 20;
 /// As much as a mining stage has: nested containers recurse deeply.
 constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 /// For all files together. The library starts a fresh reader then, and watches over each file.
