@@ -13,6 +13,7 @@
 #include "tests/faults/FaultyDevice.h"
 #include "tests/faults/OwnMounts.h"
 #include "tests/support/Effort.h"
+#include "tests/support/processStatus.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -80,6 +81,8 @@ class BoundsTest : public OwnMounts, public IndexerHost {
   void renewController() {
     controller->stop();
     controller->join();
+    // The controller deletes what it left behind when that has ended, as its own thread has.
+    EXPECT_TRUE(waitUntil([this] { return entriesOf(kThreads) < threads; }));
     controller = std::make_unique<Orvel>();
     controller->launch();
     controller->start();
@@ -110,6 +113,8 @@ class BoundsTest : public OwnMounts, public IndexerHost {
     }
   }
 
+  static constexpr char kThreads[] = "/proc/self/task";
+  const long threads = entriesOf(kThreads);
   const std::string content = temporary.path("content");
   const std::string other = temporary.folder("other");
   std::mt19937_64 random = seededRandom();
