@@ -44,7 +44,8 @@ class SmallDisk {
 class NoSpaceTest : public OwnMounts, public FaultStick {
  protected:
   void SetUp() override {
-    if (kIsSanitized) GTEST_SKIP() << "FailingVfsTest has the sanitizers see full disks, in less time";
+    if (kIsSanitized)
+      GTEST_SKIP() << "FailingVfsTest has the sanitizers see full disks, in less time";
     if (!obstacle().empty()) GTEST_SKIP() << obstacle();
     constexpr int kSongs = 2800;
     constexpr int kDifferent = 40;

@@ -81,7 +81,7 @@ class IsolatedMiner : public DatabaseFolderFixture {
 
 struct Deed {
   const char* name;
-  const char* end;           ///< what the log says of it
+  const char* end;             ///< what the log says of it
   bool isSafe = kIsSanitized;  ///< a sanitizer's run-time library may do it
 };
 

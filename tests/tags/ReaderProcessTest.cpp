@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -173,8 +174,10 @@ TEST_F(ReaderProcess, DiesWithItsHost) {
 }
 
 extern "C" void reapEveryChild(int /*signal*/) {
+  const int before = errno;
   while (waitpid(-1, nullptr, WNOHANG) > 0) {
   }
+  errno = before;
 }
 
 TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
