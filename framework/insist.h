@@ -1,8 +1,8 @@
 #pragma once
 
-#include <time.h>
-
+#include <chrono>
 #include <new>
+#include <thread>
 
 #include "platform/common/StageThread.h"
 
@@ -14,14 +14,14 @@ namespace orvel {
 template <class Work>
 auto insist(Work work) -> decltype(work()) {
   constexpr int kAttempts = 100;
-  constexpr timespec kPause{0, 10'000'000};
+  constexpr std::chrono::milliseconds kPause{10};
   for (int attempt = 1;; ++attempt) {
     try {
       return work();
     } catch (const std::bad_alloc&) {
       if (attempt == kAttempts || stageThread::stopToken().stop_requested()) throw;
     }
-    nanosleep(&kPause, nullptr);
+    std::this_thread::sleep_for(kPause);
   }
 }
 

@@ -5,7 +5,7 @@
 
 namespace orvel::stageThread {
 
-void enter(std::stop_token /*token*/) noexcept {}
+void enter(std::stop_token /*token*/) noexcept {}  // NOLINT(performance-unnecessary-value-param)
 
 bool isCurrent() noexcept {
   return true;

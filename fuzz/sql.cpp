@@ -100,7 +100,7 @@ constexpr char kEverything[] = "SELECT PATH || OBJECTID FROM DIRECTORIES ORDER B
 
 /// The text that a connection sees: it ends at a NUL.
 std::string cString(const std::string& text) {
-  return text.c_str();
+  return text.substr(0, text.find('\0'));
 }
 
 /// A statement does with `prefix` what it does with a harmless one, or is refused.

@@ -73,6 +73,7 @@ bool ReaderConnection::tell(std::string text, const std::vector<Descriptor>& des
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(bytes);
     std::vector<int> numbers;
+    numbers.reserve(descriptors.size());
     for (const Descriptor& descriptor : descriptors) numbers.push_back(descriptor.get());
     std::memcpy(CMSG_DATA(header), numbers.data(), bytes);
   }
