@@ -29,11 +29,7 @@ class OpenFile {
   OpenFile& operator=(const OpenFile&) = delete;
 
   [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
-  [[nodiscard]] struct stat status() const {
-    struct stat result {};
-    fstat(descriptor, &result);
-    return result;
-  }
+  [[nodiscard]] bool query(struct stat& status) const { return fstat(descriptor, &status) == 0; }
   /// At most `size` bytes.
   [[nodiscard]] std::string content(off_t size) const {
     std::string text(static_cast<std::size_t>(size), '\0');
@@ -75,8 +71,8 @@ bool looksForMissingEntries(std::string_view text) {
 
 const char* harmOfPlaylist(const std::string& path) {
   const OpenFile file(path);
-  if (!file.isOpen()) return nullptr;
-  const struct stat status = file.status();
+  struct stat status {};
+  if (!file.isOpen() || !file.query(status)) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size > kLargestPlaylist) return "it is larger than 2 MiB";
   if (looksForMissingEntries(file.content(status.st_size))) return "its entries are misnumbered";
