@@ -1,6 +1,5 @@
 #include "msd/PlaylistGuard.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,8 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "platform/common/Descriptor.h"
+
 namespace orvel {
 
 namespace {
@@ -17,30 +18,13 @@ namespace {
 /// A playlist of all songs that a device may have takes about as much.
 constexpr off_t kLargestPlaylist = off_t{2} << 20;
 
-class OpenFile {
- public:
-  // Not blocking: a pipe may have taken the place of the file since it was listed.
-  explicit OpenFile(const std::string& path)
-      : descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-  ~OpenFile() {
-    if (descriptor >= 0) close(descriptor);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
-  [[nodiscard]] bool query(struct stat& status) const { return fstat(descriptor, &status) == 0; }
-  /// At most `size` bytes.
-  [[nodiscard]] std::string content(off_t size) const {
-    std::string text(static_cast<std::size_t>(size), '\0');
-    const ssize_t bytes = pread(descriptor, text.data(), text.size(), 0);
-    text.resize(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
-    return text;
-  }
-
- private:
-  int descriptor;
-};
+/// At most `size` bytes of the file.
+std::string contentOf(const Descriptor& file, off_t size) {
+  std::string text(static_cast<std::size_t>(size), '\0');
+  const ssize_t bytes = pread(file.get(), text.data(), text.size(), 0);
+  text.resize(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
+  return text;
+}
 
 /// The number of a line "File<number>=<something>" in a PLS file; empty for any other.
 std::string_view entryNumber(std::string_view line) {
@@ -70,12 +54,13 @@ bool looksForMissingEntries(std::string_view text) {
 }  // namespace
 
 const char* harmOfPlaylist(const std::string& path) {
-  const OpenFile file(path);
+  const Descriptor file = Descriptor::ofFile(path);
   struct stat status {};
-  if (!file.isOpen() || !file.query(status)) return nullptr;
+  // What the device does not tell is for the miner to find out.
+  if (!file || fstat(file.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size > kLargestPlaylist) return "it is larger than 2 MiB";
-  if (looksForMissingEntries(file.content(status.st_size))) return "its entries are misnumbered";
+  if (looksForMissingEntries(contentOf(file, status.st_size))) return "its entries are misnumbered";
   return nullptr;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <string>
 #include <utility>
 
 namespace orvel {
@@ -13,6 +15,11 @@ class Descriptor {
   Descriptor() = default;
   /// Takes `opened` over; a negative one is nothing.
   explicit Descriptor(int opened) : number(opened) {}
+  /// Opens a device's file for reading; errno tells why it owns nothing. Not blocking: a pipe may
+  /// have taken the place of the file since it was listed.
+  static Descriptor ofFile(const std::string& path) {
+    return Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  }
   ~Descriptor() { reset(); }
   Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
   Descriptor& operator=(Descriptor&& other) noexcept {

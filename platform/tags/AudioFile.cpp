@@ -11,8 +11,7 @@
 namespace orvel {
 
 AudioFile AudioFile::open(const std::string& path) {
-  // Not blocking: a pipe may have taken the place of the file since it was listed.
-  Descriptor opened(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  Descriptor opened = Descriptor::ofFile(path);
   // fstat refuses files that are dated after 2038 where time_t has 32 bits.
   struct statx status {};
   if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) {
