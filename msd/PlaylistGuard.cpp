@@ -51,6 +51,18 @@ bool looksForMissingEntries(std::string_view text) {
   return false;
 }
 
+/// The parser's XML reader converts UTF-16 and UTF-32 up to a zero, which it steps over when the
+/// text ends within a character, and writes what it finds behind.
+bool endsWithinCharacter(std::string_view text) {
+  using namespace std::string_view_literals;
+  using boost::starts_with;
+  if (starts_with(text, "\xFF\xFE\0\0"sv) || starts_with(text, "\0\0\xFE\xFF"sv)) {
+    return text.size() % 4 != 0;
+  }
+  return (starts_with(text, "\xFF\xFE"sv) || starts_with(text, "\xFE\xFF"sv)) &&
+         text.size() % 2 != 0;
+}
+
 }  // namespace
 
 const char* harmOfPlaylist(const std::string& path) {
@@ -60,7 +72,9 @@ const char* harmOfPlaylist(const std::string& path) {
   if (!file || fstat(file.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size > kLargestPlaylist) return "it is larger than 2 MiB";
-  if (looksForMissingEntries(contentOf(file, status.st_size))) return "its entries are misnumbered";
+  const std::string text = contentOf(file, status.st_size);
+  if (looksForMissingEntries(text)) return "its entries are misnumbered";
+  if (endsWithinCharacter(text)) return "it ends within a character";
   return nullptr;
 }
 

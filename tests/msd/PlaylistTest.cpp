@@ -14,7 +14,7 @@
 namespace orvel::test {
 namespace {
 
-using namespace std::chrono_literals;
+using namespace std::literals;
 using testing::ElementsAre;
 
 TEST(PlaylistUri, AnEntryIsCutByCountAndUnescaped) {
@@ -114,17 +114,20 @@ TEST_F(PlaylistStages, RealFilesOfEveryKindAreReadOnTheMainLoop) {
   EXPECT_FALSE(lists->operation.skipped);
 }
 
-TEST_F(PlaylistStages, WhatTheParserWouldNeverFinishDoesNotReachTheMainLoop) {
+TEST_F(PlaylistStages, WhatWouldHarmTheMainLoopDoesNotReachIt) {
   const LogCapture log;
   const std::string large = temporary.file("large.m3u", "a.mp3\n");
   std::filesystem::resize_file(large, std::uintmax_t{4} << 30);
   const auto lists = miner.doOperation(
       filesOf({large, temporary.file("endless.pls", "[playlist]\nFilex=a.mp3\n"),
-               temporary.file("twice.m3u", "[PlayList]\nFile1=a.mp3\nfile1=b.mp3\n")}));
-  ASSERT_EQ(lists->items.size(), 3U);
+               temporary.file("twice.m3u", "[PlayList]\nFile1=a.mp3\nfile1=b.mp3\n"),
+               temporary.file("odd.asx", "\xFF\xFE<\0a\0>"s),
+               temporary.file("odd.wpl", "\0\0\xFE\xFF\0\0"s)}));
+  ASSERT_EQ(lists->items.size(), 5U);
   for (const Playlist* list : lists->items) EXPECT_TRUE(list->entries.empty()) << list->path;
   EXPECT_EQ(log.texts("playlist not parsed, since it is larger than 2 MiB").size(), 1U);
   EXPECT_EQ(log.texts("playlist not parsed, since its entries are misnumbered").size(), 2U);
+  EXPECT_EQ(log.texts("playlist not parsed, since it ends within a character").size(), 2U);
 }
 
 TEST_F(PlaylistStages, AStopEndsTheWaitForAMainLoopThatDoesNotRun) {
