@@ -10,6 +10,7 @@ set(ORVEL_PUBLIC_HEADERS
     orchestration/Orvel.h
     platform/common/Export.h platform/common/Log.h platform/common/Mutex.h
     platform/common/StageThread.h platform/common/ThreadAnnotations.h
+    platform/common/WorkPriority.h
     platform/device_access/AttachedDevices.h platform/device_access/DeviceTypes.h
     platform/tags/TagReading.h platform/text/TextRegion.h qt/OrvelQTProxy.h)
 foreach(header IN LISTS ORVEL_PUBLIC_HEADERS)

@@ -15,9 +15,9 @@ namespace {
 
 constexpr char kSynopsis[] =
     "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--in-process]\n"
-    "                   [--json] [--quiet] [-v]\n"
-    "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR] [--json]\n"
-    "                   [--quiet] [-v]\n"
+    "                   [--background] [--json] [--quiet] [-v]\n"
+    "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR]\n"
+    "                   [--background] [--json] [--quiet] [-v]\n"
     "       orvel mtp list [--json]\n"
     "       orvel list KIND [filters] [--device-id ID | --db FILE] [--db-dir DIR] [--format F]\n"
     "       orvel status [--db-dir DIR]\n"
@@ -139,6 +139,7 @@ Command parseIndex(const QStringList& arguments) {
        {"in-process",
         "Read a stick's tags in this process, where a broken file can end the run, instead of one"
         " of its own."},
+       {"background", "Use only the processor time and the device's time that nobody else wants."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
        {"v", "Print what the indexer does; -vv and -vvv print more."}});
@@ -150,6 +151,7 @@ Command parseIndex(const QStringList& arguments) {
   options.deviceId = verb.value("device-id");
   options.databaseFolder = verb.databaseFolder();
   options.inProcess = verb.isSet("in-process");
+  options.background = verb.isSet("background");
   options.json = verb.isSet("json");
   options.quiet = verb.isSet("quiet");
   options.verbosity = static_cast<int>(verb.get().optionNames().count("v"));

@@ -19,7 +19,8 @@ struct IndexOptions {
   std::chrono::seconds storageWait{60};  ///< how long a locked phone is waited for
   std::optional<std::string> deviceId;
   std::string databaseFolder;
-  bool inProcess = false;  ///< tags are read in this process
+  bool inProcess = false;   ///< tags are read in this process
+  bool background = false;  ///< with idle priority
   bool json = false;
   bool quiet = false;
   int verbosity = 0;  ///< how often -v was given

@@ -20,6 +20,7 @@
 #include "host/IndexSession.h"
 #include "host/MountPoint.h"
 #include "platform/common/Log.h"
+#include "platform/common/WorkPriority.h"
 #include "platform/tags/TagReading.h"
 
 namespace orvel::host {
@@ -74,6 +75,7 @@ void readTotals(IndexResult& result) {
 IndexRun::IndexRun(const IndexOptions& indexOptions, ProgressLine& progressLine)
     : options(indexOptions), line(progressLine) {
   DatabaseMgr::instance().setDirectory(options.databaseFolder);
+  if (options.background) setWorkPriority(WorkPriority::Background);
   if (!options.inProcess) setTagReading(TagReading::Isolated, tagReaderNearby());
   signals.onSignal = [this] { interrupt(); };
 }

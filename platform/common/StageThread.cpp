@@ -4,6 +4,8 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/common/WorkPriority.h"
+
 namespace orvel::stageThread {
 
 namespace {
@@ -14,6 +16,7 @@ thread_local bool isStage = false;
 void enter(std::stop_token token) noexcept {
   currentToken = std::move(token);
   isStage = true;
+  adoptWorkPriority();
 }
 
 bool isCurrent() noexcept {

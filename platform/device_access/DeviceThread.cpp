@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/common/StageThread.h"
+#include "platform/common/WorkPriority.h"
 
 namespace orvel {
 
@@ -39,6 +40,7 @@ DeviceThread::~DeviceThread() {
 }
 
 void DeviceThread::serve(State& state) {
+  adoptWorkPriority();
   std::unique_lock lock(state.mutex);
   while (true) {
     state.changed.wait(lock, [&] { return state.closing || !state.tasks.empty(); });

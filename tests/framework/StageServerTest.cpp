@@ -9,6 +9,7 @@
 #include "platform/common/StageThread.h"
 #include "tests/framework/TestStage.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/ProcessPriority.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -33,6 +34,31 @@ class StageServer : public testing::Test {
   TestStage sink{"Sink"};
   TestStage stage{"S"};
 };
+
+TEST_F(StageServer, WorksInTheBackgroundOnlyWhenTheHostWantsIt) {
+  std::promise<bool> backgroundOfStage;
+  stage.work = [&](FilesPtr block) {
+    backgroundOfStage.set_value(isInBackground(0));
+    return block;
+  };
+  {
+    const BackgroundScope background;
+    stage.launch();
+    stage.start();
+    stage.enqueue(filesOf(1, true));
+    EXPECT_TRUE(backgroundOfStage.get_future().get());
+  }
+  EXPECT_FALSE(isInBackground(0));
+  std::promise<bool> backgroundOfSink;
+  sink.work = [&](FilesPtr block) {
+    backgroundOfSink.set_value(isInBackground(0));
+    return block;
+  };
+  sink.launch();
+  sink.start();
+  sink.enqueue(filesOf(1, true));
+  EXPECT_FALSE(backgroundOfSink.get_future().get());
+}
 
 TEST_F(StageServer, StopDropsTheQueueAndRefusesEverythingAfterwards) {
   boost::weak_ptr<Files> queued[3];

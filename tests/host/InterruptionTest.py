@@ -59,6 +59,20 @@ class Interruption(HostTestCase):
         self.assertEqual(after["totals"]["songs"], 21)
         self.assertEqual(after["status"], "OK")
 
+    def testBackgroundWorkLeavesTheMainThreadAlone(self):
+        running = self.start("--background")
+        with running.stderr as errors:
+            while b"21 songs found" not in errors.readline():
+                pass
+            policies = {}
+            for task in os.listdir(f"/proc/{running.pid}/task"):
+                with open(f"/proc/{running.pid}/task/{task}/comm") as name:
+                    policies[name.read().strip()] = os.sched_getscheduler(int(task))
+            self.stop(running, signal.SIGINT)
+        self.assertEqual(policies.pop("orvel"), os.SCHED_OTHER)
+        self.assertIn("MSDMiner", policies)
+        self.assertEqual(set(policies.values()), {os.SCHED_IDLE}, policies)
+
     def testPartitionsThatWereNotBegunAreNamed(self):
         other = self.path("other")
         writeSong(f"{other}/o.mp3")

@@ -14,9 +14,11 @@
 #include <sstream>
 #include <thread>
 
+#include "platform/common/StageThread.h"
 #include "platform/tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/ProcessPriority.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/waitUntil.h"
 
@@ -98,6 +100,14 @@ class ReaderProcess : public testing::Test {
   std::stop_source stop;
   TemporaryFolder temporary;
 };
+
+TEST_F(ReaderProcess, WorksInTheBackgroundWithItsStage) {
+  const BackgroundScope background;
+  std::thread([&] {
+    stageThread::enter({});
+    whileReaderHangs([](pid_t reader) { EXPECT_TRUE(isInBackground(reader)); });
+  }).join();
+}
 
 TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
   const std::size_t before = openDescriptors();
