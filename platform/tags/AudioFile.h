@@ -9,8 +9,8 @@ namespace orvel {
 
 /// An audio file that is open for reading.
 struct AudioFile {
-  /// Opens the regular file at `path` read-only and without the kernel's read-ahead; a failure
-  /// leaves the descriptor empty.
+  /// Opens the regular file at `path` read-only and has the kernel fetch its begin and its end,
+  /// without a wait and nothing beyond; a failure leaves the descriptor empty.
   static AudioFile open(const std::string& path);
 
   Descriptor descriptor;

@@ -1,5 +1,6 @@
 #include "platform/tags/InProcessTagReader.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/common/retryOnce.h"
@@ -9,16 +10,26 @@
 namespace orvel {
 
 void InProcessTagReader::expect(std::vector<std::string> paths) {
-  files = std::move(paths);
-  current = 0;
+  files.clear();
+  for (std::string& path : paths) files.push_back({std::move(path), {}});
+  current = opened = 0;
 }
 
 TagResult InProcessTagReader::next() {
-  const std::string& path = files.at(current++);
+  openAhead();
+  File& file = files[current++];
   return retryOnce([&] {
-    AudioStream stream(AudioFile::open(path), path, stopped);
+    // A first attempt uses it up, and what could not be opened then may be by now.
+    if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
+    AudioStream stream(std::move(file.audio), file.path, stopped);
     return readTags(stream, ReadingDepth::TagAndAudio);
   });
+}
+
+/// Without memory of its own: each call of `next` is for one file, whatever fails.
+void InProcessTagReader::openAhead() {
+  const std::size_t end = std::min(files.size(), current + 1 + kFilesAhead);
+  for (; opened < end; ++opened) files[opened].audio = AudioFile::open(files[opened].path);
 }
 
 TagResult InProcessTagReader::read(TagStream& stream) {

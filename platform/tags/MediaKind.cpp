@@ -3,13 +3,14 @@
 #include <strings.h>
 
 #include <cstring>
+#include <string_view>
 
 namespace orvel {
 
 namespace {
 
 struct Extension {
-  const char* text;
+  std::string_view text;  ///< ends in a zero byte, as names do
   MediaKind kind;
 };
 
@@ -23,9 +24,12 @@ constexpr Extension kExtensions[] = {
     {".pls", MediaKind::Playlist}, {".asx", MediaKind::Playlist}, {".wpl", MediaKind::Playlist},
 };
 
-bool matches(const char* name, const char* extension) {
-  const char* const first = strcasestr(name, extension);
-  return first != nullptr && std::strlen(first) == std::strlen(extension);
+bool matches(std::string_view name, std::string_view extension) {
+  if (name.size() < extension.size()) return false;
+  const char* const ending = name.data() + name.size() - extension.size();
+  // Most names are told apart by their end alone.
+  return strcasecmp(ending, extension.data()) == 0 &&
+         strcasestr(name.data(), extension.data()) == ending;
 }
 
 }  // namespace

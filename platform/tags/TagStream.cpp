@@ -101,11 +101,13 @@ TagLib::ByteVector TagStream::readCached(long length) {
   const CachedBlock& first = block(position - position % kBlockBytes);
   const long offset = position - first.start;
   const long inFirst = std::clamp(first.bytes - offset, 0L, length);
-  const TagLib::ByteVector begin(first.data.data() + offset, static_cast<unsigned int>(inFirst));
-  if (inFirst == length || first.bytes < kBlockBytes) return begin;
-  const CachedBlock& second = block(position - offset + kBlockBytes);
-  return begin + TagLib::ByteVector(second.data.data(), static_cast<unsigned int>(std::min(
-                                                            second.bytes, length - inFirst)));
+  TagLib::ByteVector data(first.data.data() + offset, static_cast<unsigned int>(inFirst));
+  if (inFirst < length && first.bytes == kBlockBytes) {
+    const CachedBlock& second = block(position - offset + kBlockBytes);
+    data.append(TagLib::ByteVector(
+        second.data.data(), static_cast<unsigned int>(std::min(second.bytes, length - inFirst))));
+  }
+  return data;
 }
 
 void TagStream::seek(long offset, Position from) {
@@ -132,7 +134,8 @@ const TagStream::CachedBlock& TagStream::block(long start) {
   }
   CachedBlock& victim = cache[nextVictim];
   nextVictim = (nextVictim + 1) % cache.size();
-  victim.bytes = readAt(start, victim.data.data(), kBlockBytes);
+  // Asking for more than there is would take a further read to learn that.
+  victim.bytes = readAt(start, victim.data.data(), std::min(kBlockBytes, size - start));
   victim.start = start;
   return victim;
 }

@@ -3,6 +3,7 @@
 #include <taglib/apetag.h>
 #include <taglib/asffile.h>
 #include <taglib/flacfile.h>
+#include <taglib/id3v1tag.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/infotag.h>
 #include <taglib/mp4file.h>
@@ -40,14 +41,32 @@ Extras collectByPropertyName(TextOf textOf, const char* disc) {
   return collect(textOf, "COMPOSER", disc, "TITLESORT", "ARTISTSORT", "ALBUMSORT", "COMPOSERSORT");
 }
 
-/// A WAV file's tag is its ID3v2 chunk, also when only its INFO chunk has texts.
-const TagLib::Tag& tagWithTexts(const TagLib::File& file) {
-  if (const auto* wav = dynamic_cast<const TagLib::RIFF::WAV::File*>(&file)) {
-    if (wav->tag()->isEmpty() && wav->InfoTag() != nullptr && !wav->InfoTag()->isEmpty()) {
-      return *wav->InfoTag();
-    }
+/// The tags that lie in one file side by side, null where one is absent.
+using Tags = std::array<const TagLib::Tag*, 3>;
+
+bool isUnknown(const TagLib::String& text) {
+  return text.isEmpty();
+}
+bool isUnknown(unsigned int number) {
+  return number == 0;
+}
+
+/// A value of the first tag that has it. The union of tags that the library itself makes of such
+/// files asks each tag twice.
+template <class Value>
+Value firstOf(const Tags& tags, Value (TagLib::Tag::*get)() const) {
+  Value value{};
+  for (const TagLib::Tag* tag : tags) {
+    if (tag != nullptr && isUnknown(value)) value = (tag->*get)();
   }
-  return *file.tag();
+  return value;
+}
+
+/// A WAV file's tag is its ID3v2 chunk, also when only its INFO chunk has texts.
+const TagLib::Tag* tagWithTexts(const TagLib::RIFF::WAV::File& wav) {
+  const bool onlyInfo =
+      wav.tag()->isEmpty() && wav.InfoTag() != nullptr && !wav.InfoTag()->isEmpty();
+  return onlyInfo ? static_cast<const TagLib::Tag*>(wav.InfoTag()) : wav.tag();
 }
 
 Extras extrasOf(const TagLib::ID3v2::Tag* tag) {
@@ -126,32 +145,43 @@ Extras extrasFromProperties(const TagLib::File& file) {
   return collectByPropertyName(text, "DISCNUMBER");
 }
 
-Extras extrasOf(const TagLib::File& file) {
-  // The accessors that give the formats' own tags are not const, but change nothing.
-  auto* open = const_cast<TagLib::File*>(&file);
-  if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(open)) {
-    return orElse(extrasOf(mpeg->ID3v2Tag()), extrasOf(mpeg->APETag()));
+struct TagsAndExtras {
+  Tags tags;
+  Extras extras;
+};
+
+TagsAndExtras readByFormat(TagLib::File& file) {
+  if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(&file)) {
+    return {Tags{mpeg->ID3v2Tag(), mpeg->APETag(), mpeg->ID3v1Tag()},
+            orElse(extrasOf(mpeg->ID3v2Tag()), extrasOf(mpeg->APETag()))};
   }
-  if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(open)) return extrasOf(mp4->tag());
-  if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(open)) {
-    return orElse(extrasOf(flac->xiphComment()), extrasOf(flac->ID3v2Tag()));
+  if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(&file)) {
+    return {Tags{mp4->tag()}, extrasOf(mp4->tag())};
   }
-  if (auto* asf = dynamic_cast<TagLib::ASF::File*>(open)) return extrasOf(asf->tag());
-  if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(open)) return extrasOf(wav->ID3v2Tag());
-  return extrasFromProperties(file);
+  if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(&file)) {
+    return {Tags{flac->xiphComment(), flac->ID3v2Tag(), flac->ID3v1Tag()},
+            orElse(extrasOf(flac->xiphComment()), extrasOf(flac->ID3v2Tag()))};
+  }
+  if (auto* asf = dynamic_cast<TagLib::ASF::File*>(&file)) {
+    return {Tags{asf->tag()}, extrasOf(asf->tag())};
+  }
+  if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(&file)) {
+    return {Tags{tagWithTexts(*wav)}, extrasOf(wav->ID3v2Tag())};
+  }
+  return {Tags{file.tag()}, extrasFromProperties(file)};
 }
 
 }  // namespace
 
 TagValues tagValuesOf(const TagLib::File& file) {
-  const TagLib::Tag& tag = tagWithTexts(file);
-  const Extras extras = extrasOf(file);
-  return {tag.title(),
-          tag.artist(),
-          tag.album(),
-          tag.genre(),
+  // The accessors that give the formats' own tags are not const, but change nothing.
+  const auto [tags, extras] = readByFormat(const_cast<TagLib::File&>(file));
+  return {firstOf(tags, &TagLib::Tag::title),
+          firstOf(tags, &TagLib::Tag::artist),
+          firstOf(tags, &TagLib::Tag::album),
+          firstOf(tags, &TagLib::Tag::genre),
           extras.composer,
-          tag.track(),
+          firstOf(tags, &TagLib::Tag::track),
           std::max(0, extras.disc.toInt()),
           extras.sort};
 }
