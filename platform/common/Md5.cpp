@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/common/Utf8.h"
+
 namespace orvel {
 
 namespace {
@@ -52,21 +54,39 @@ GText checked(char* text) {
   return GText(text);
 }
 
-std::string foldUnicode(const std::string& text) {
-  GText utf8;
-  const bool valid = g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != 0;
-  if (!valid) {
-    utf8 = checked(g_convert(text.data(), static_cast<gssize>(text.size()), "UTF-8", "ISO-8859-1",
-                             nullptr, nullptr, nullptr));
+/// True for characters that neither compose with any other nor decompose (NFC_Quick_Check of the
+/// Unicode standard, annex 15): Latin, Greek, Cyrillic, kana, Han and Hangul, of which most names
+/// are made.
+constexpr bool standsAlone(char32_t c) {
+  return c < 0x300 || (c >= 0x388 && c <= 0x482) || (c >= 0x3041 && c <= 0x3096) ||
+         (c >= 0x30A1 && c <= 0x30FA) || (c >= 0x3400 && c <= 0x4DBF) ||
+         (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0xAC00 && c <= 0xD7A3);
+}
+
+bool isComposed(std::string_view utf8) {
+  while (!utf8.empty()) {
+    if (!standsAlone(utf8::take(utf8).code)) return false;
   }
-  const char* source = valid ? text.c_str() : utf8.get();
-  const GText composed = checked(g_utf8_normalize(source, -1, G_NORMALIZE_NFC));
-  const GText folded = checked(g_utf8_casefold(composed.get(), -1));
-  return checked(g_utf8_normalize(folded.get(), -1, G_NORMALIZE_NFC)).get();
+  return true;
+}
+
+/// The general way is many times as costly as the look that most names need.
+std::string composed(std::string utf8) {
+  if (isComposed(utf8)) return utf8;
+  return checked(g_utf8_normalize(utf8.c_str(), -1, G_NORMALIZE_NFC)).get();
+}
+
+std::string foldUnicode(std::string text) {
+  if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == 0) {
+    text = checked(g_convert(text.data(), static_cast<gssize>(text.size()), "UTF-8", "ISO-8859-1",
+                             nullptr, nullptr, nullptr))
+               .get();
+  }
+  return composed(checked(g_utf8_casefold(composed(std::move(text)).c_str(), -1)).get());
 }
 
 std::string fold(std::string text) {
-  if (!isAscii(text)) return foldUnicode(text);
+  if (!isAscii(text)) return foldUnicode(std::move(text));
   for (char& c : text) c = g_ascii_tolower(c);
   return text;
 }

@@ -1,10 +1,13 @@
+#include <glib.h>
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <thread>
 
 #include "db/Directory.h"
 #include "db/MetaDataInfo.h"
 #include "db/Playlist.h"
+#include "platform/common/Utf8.h"
 
 namespace orvel::test {
 namespace {
@@ -41,6 +44,31 @@ TEST(Md5, IsRecognisedByTheTextThatCopiesShare) {
     // A remembered digest must never be taken for another one.
     const std::string name = "artist " + std::to_string(i % 300);
     EXPECT_EQ(Md5(Md5Kind::Artist, name).text(), "2" + md5Hex(name));
+  }
+}
+
+/// The key as the Unicode standard defines it, without a look for what can be left out.
+std::string foldedTheLongWay(const std::string& text) {
+  const auto owned = [](char* result) {
+    const std::unique_ptr<char, decltype(&g_free)> freed(result, &g_free);
+    return std::string(result);
+  };
+  const auto composed = [&](const std::string& any) {
+    return owned(g_utf8_normalize(any.c_str(), -1, G_NORMALIZE_NFC));
+  };
+  return composed(owned(g_utf8_casefold(composed(text).c_str(), -1)));
+}
+
+TEST(TrackKey, FoldsEveryCharacterAsTheStandardSays) {
+  const std::string besides[] = {"e", "\u0301", "\u1100", "\u30AB", "\u3099"};
+  for (char32_t c = 0x80; c < 0x10000; ++c) {
+    if (g_unichar_validate(c) == 0) continue;
+    std::string text;
+    for (const std::string& beside : besides) {
+      utf8::append(text, c);
+      text += beside;
+    }
+    ASSERT_EQ(trackKey(text), foldedTheLongWay(text)) << std::hex << static_cast<unsigned>(c);
   }
 }
 
