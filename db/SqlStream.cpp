@@ -19,7 +19,9 @@ void configure(sqlite3* connection) {
   // Views and triggers of a foreign file must not run functions with side effects.
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   // In WAL mode the order of commits holds without a flush for each.
-  sqlite3_exec(connection, "PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
+  // Several stages have a connection each: half of the default cache, in KiB, costs no time.
+  sqlite3_exec(connection, "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000;", nullptr, nullptr,
+               nullptr);
 }
 
 }  // namespace

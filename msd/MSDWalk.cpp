@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include "platform/common/Log.h"
@@ -102,11 +101,19 @@ bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
   return true;
 }
 
+/// As long as it must be: the paths of a device are the most of what a request keeps in memory.
+std::string MSDWalk::pathIn(std::size_t index, std::string_view name) const {
+  const std::string& folder = directories.items[index]->path;
+  std::string path;
+  path.reserve(folder.size() + 1 + name.size());
+  path.append(folder).append(1, '/').append(name);
+  return path;
+}
+
 void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identity) {
   if (isOwnAncestor(index, identity)) return;
-  auto directory = std::make_unique<Directory>(directories.items[index]->path + "/" + name,
-                                               directories.operation.mountPoint,
-                                               static_cast<std::int32_t>(index));
+  auto directory = std::make_unique<Directory>(
+      pathIn(index, name), directories.operation.mountPoint, static_cast<std::int32_t>(index));
   identities.push_back(identity);
   directories.add(std::move(directory));
 }
@@ -114,8 +121,7 @@ void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identit
 void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
   const MediaKind kind = mediaKindOf(name);
   if (kind == MediaKind::Other) return;
-  auto file = std::make_unique<FileInfo>(directories.items[index]->path + "/" + name, 0U,
-                                         narrowTime(modified));
+  auto file = std::make_unique<FileInfo>(pathIn(index, name), 0U, narrowTime(modified));
   (kind == MediaKind::Song ? songs : playlists).add(std::move(file));
   if (kind == MediaKind::Playlist) {
     ++progress.playlistsFound;

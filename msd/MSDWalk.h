@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "db/Directory.h"
@@ -49,6 +50,7 @@ class MSDWalk {
   bool listDirectory(std::size_t index);
   bool readEntries(std::size_t index, int folder);
   bool visit(std::size_t index, int folder, const char* name);
+  std::string pathIn(std::size_t index, std::string_view name) const;
   void addDirectory(std::size_t index, const char* name, Identity identity);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
   bool handleUnreadable(const std::string& path, int error);

@@ -10,8 +10,10 @@ namespace orvel::databaseSchema {
 namespace {
 
 // Pages freed by deletions go back to the file system when the database is synced; the setting must
-// come before the first table. WAL lets hosts read while the indexer writes.
-constexpr char kPrepareFile[] = "PRAGMA auto_vacuum=INCREMENTAL; PRAGMA journal_mode=WAL;";
+// come before the first table. WAL lets hosts read while the indexer writes. Larger pages than
+// SQLite's own take half of the system calls.
+constexpr char kPrepareFile[] =
+    "PRAGMA page_size=8192; PRAGMA auto_vacuum=INCREMENTAL; PRAGMA journal_mode=WAL;";
 
 // The conflict clauses keep a step from failing: one bad row must not drop the rest of its block.
 // PLAYLISTS has no unique key on purpose: the last entry of each playlist is stored twice. Of the

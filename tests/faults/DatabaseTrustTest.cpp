@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kPageBytes = 4096;
+constexpr std::size_t kPageBytes = 8192;
 
 std::string bytesOf(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
@@ -46,21 +46,27 @@ class DatabaseTrustTest : public FaultStick {
     }
     temporary.file("stick/list.m3u", "folder 0/0.mp3\nfolder 1/1.mp3\nfolder 2/2.mp3\n");
     indexFresh(indexedFile);
-    indexed = bytesOf(indexedFile);
+    damageFrom(indexedFile);
     writeSong(stick + "/new.mp3", {"New", "New artist"});
     fs::remove(stick + "/folder 3/3.mp3");
-    complete = indexFresh();
+    complete = indexFresh(completeFile);
   }
 
   ~DatabaseTrustTest() override {
     std::printf("%d cases, of which %d ended OK at once\n", cases, unharmed);
   }
 
+  /// What is damaged from now on.
+  void damageFrom(const std::string& indexedBefore) {
+    file = indexedBefore;
+    indexed = bytesOf(file);
+  }
+
   /// A request after the damage, and one or two that mend it.
   void run(
       const std::string& name, const Deed& damage, const Deed& undo = [] {}) {
     SCOPED_TRACE(name);
-    beginCase(indexedFile);
+    beginCase(file);
     damage();
     start(kDevice, stick);
     EXPECT_TRUE(waitUntilEnded());
@@ -90,6 +96,20 @@ class DatabaseTrustTest : public FaultStick {
     writeBytes(database(), damaged);
   }
 
+  void damagePages(long pagesInShortForm, std::mt19937_64& random) {
+    const std::string zeros(kPageBytes, '\0');
+    for (const long page : spread(lastPage(), casesOf(pagesInShortForm, lastPage()), random)) {
+      std::string noise(kPageBytes, '\0');
+      for (char& byte : noise) byte = static_cast<char>(random());
+      const long other = 1 + static_cast<long>(random() % static_cast<unsigned long>(lastPage()));
+      const std::string name = "page " + std::to_string(page);
+      run(name + " noise", [&] { replacePage(page, noise); });
+      run(name + " zeros", [&] { replacePage(page, zeros); });
+      run(name + " is page " + std::to_string(other),
+          [&] { replacePage(page, indexed.substr((other - 1) * kPageBytes, kPageBytes)); });
+    }
+  }
+
   [[nodiscard]] long lastPage() const { return static_cast<long>(indexed.size() / kPageBytes); }
 
  private:
@@ -97,24 +117,22 @@ class DatabaseTrustTest : public FaultStick {
   int unharmed = 0;
 
  protected:
-  const std::string indexedFile = temporary.path("indexed.db");
+  const std::string indexedFile = temporary.path("indexed.db");    ///< before the last changes
+  const std::string completeFile = temporary.path("complete.db");  ///< nothing has changed since
+  std::string file = indexedFile;
   std::string indexed;  ///< the file's bytes
   std::vector<std::string> complete;
 };
 
 TEST_F(DatabaseTrustTest, DamagedPages) {
   std::mt19937_64 random = seededRandom();
-  const std::string zeros(kPageBytes, '\0');
-  for (const long page : spread(lastPage(), casesOf(9, lastPage()), random)) {
-    std::string noise(kPageBytes, '\0');
-    for (char& byte : noise) byte = static_cast<char>(random());
-    const long other = 1 + static_cast<long>(random() % static_cast<unsigned long>(lastPage()));
-    const std::string name = "page " + std::to_string(page);
-    run(name + " noise", [&] { replacePage(page, noise); });
-    run(name + " zeros", [&] { replacePage(page, zeros); });
-    run(name + " is page " + std::to_string(other),
-        [&] { replacePage(page, indexed.substr((other - 1) * kPageBytes, kPageBytes)); });
-  }
+  damagePages(9, random);
+}
+
+TEST_F(DatabaseTrustTest, DamagedPagesWhereNothingChanged) {
+  std::mt19937_64 random = seededRandom();
+  damageFrom(completeFile);
+  damagePages(3, random);
 }
 
 TEST_F(DatabaseTrustTest, Truncated) {
