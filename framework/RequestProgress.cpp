@@ -38,9 +38,17 @@ void RequestProgress::enter(RequestPhase next) {
 void RequestProgress::songsWereStored(unsigned songs) {
   if (songs == 0) return;
   songsStored += songs;
+  takeTime(firstSongAfter);
+}
+
+void RequestProgress::directoriesAreStored(unsigned directories) {
+  directoriesStored = directories;
+  takeTime(folderTreeAfter);
+}
+
+void RequestProgress::takeTime(std::atomic<Clock::rep>& ticks) const {
   Clock::rep none = 0;
-  firstSongAfter.compare_exchange_strong(none,
-                                         std::max<Clock::rep>(1, (Clock::now() - created).count()));
+  ticks.compare_exchange_strong(none, std::max<Clock::rep>(1, (Clock::now() - created).count()));
 }
 
 ProgressSnapshot RequestProgress::snapshot() const {
@@ -49,9 +57,12 @@ ProgressSnapshot RequestProgress::snapshot() const {
   copy.songs = {songsFound, songsUnchanged, songsAdded, songsRemoved, songsStored, songsSkipped};
   copy.playlists = {playlistsFound, playlistsStored};
   copy.directories = {directoriesFound, directoriesStored};
-  if (const Clock::rep ticks = firstSongAfter; ticks != 0) {
-    copy.firstSongSeconds = std::chrono::duration<double>(Clock::duration(ticks)).count();
-  }
+  const auto seconds = [](Clock::rep ticks) {
+    using Seconds = std::chrono::duration<double>;
+    return ticks == 0 ? std::nullopt : std::optional(Seconds(Clock::duration(ticks)).count());
+  };
+  copy.firstSongSeconds = seconds(firstSongAfter);
+  copy.folderTreeSeconds = seconds(folderTreeAfter);
   copy.databaseExisted = databaseExisted;
   copy.contentModified = contentModified;
   copy.limitReached = limitReached;

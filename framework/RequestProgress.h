@@ -42,6 +42,8 @@ struct ProgressSnapshot {
   } playlists, directories;
   /// Seconds from the creation of the request to the first song in the database.
   std::optional<double> firstSongSeconds;
+  /// Seconds from the creation of the request to the whole folder tree in the database.
+  std::optional<double> folderTreeSeconds;
   bool databaseExisted = false;  ///< the last status was "OK" when the request was made
   bool contentModified = false;
   /// The host chose isolated tag reading, and tags were read in its own process all the same.
@@ -83,16 +85,22 @@ class RequestProgress {
 
   /// Notes that songs are in the database now; the first call takes the time.
   void songsWereStored(unsigned songs);
+  /// Notes that all folders are in the database; the first call takes the time.
+  void directoriesAreStored(unsigned directories);
 
   [[nodiscard]] ProgressSnapshot snapshot() const;
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  void takeTime(std::atomic<Clock::rep>& ticks) const;
+
   std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<unsigned> undone{0};
   const Clock::time_point created = Clock::now();
-  std::atomic<Clock::rep> firstSongAfter{0};  ///< in ticks of the clock; 0: no song yet
+  // In ticks of the clock; 0: not yet.
+  std::atomic<Clock::rep> firstSongAfter{0};
+  std::atomic<Clock::rep> folderTreeAfter{0};
 };
 
 }  // namespace orvel

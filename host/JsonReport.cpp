@@ -20,6 +20,11 @@ QJsonValue textOrNull(const std::string& text) {
   return text.empty() ? QJsonValue() : QJsonValue(jsonString(text));
 }
 
+/// null for none.
+QJsonValue secondsOrNull(const std::optional<double>& seconds) {
+  return seconds ? QJsonValue(*seconds) : QJsonValue();
+}
+
 QJsonArray texts(const std::vector<std::string>& values) {
   QJsonArray array;
   for (const std::string& value : values) array.append(jsonString(value));
@@ -47,7 +52,8 @@ QJsonObject partition(const PartitionResult& result) {
           {"isolation_failed", progress.isolationFailed},
           {"songs", songs(progress.songs)},
           {"playlists", files(progress.playlists)},
-          {"directories", files(progress.directories)}};
+          {"directories", files(progress.directories)},
+          {"folder_tree_seconds", secondsOrNull(progress.folderTreeSeconds)}};
 }
 
 QJsonValue totals(const std::optional<Totals>& totals) {
@@ -72,8 +78,7 @@ std::string jsonReport(const IndexResult& result) {
                    {"database", textOrNull(result.database)},
                    {"database_bytes", number(result.databaseBytes)},
                    {"seconds", result.seconds},
-                   {"first_song_seconds",
-                    result.firstSongSeconds ? QJsonValue(*result.firstSongSeconds) : QJsonValue()},
+                   {"first_song_seconds", secondsOrNull(result.firstSongSeconds)},
                    {"status", textOrNull(result.status() == nullptr ? "" : result.status())},
                    {"partitions", partitions},
                    {"totals", totals(result.totals)}});

@@ -44,7 +44,7 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   if (!in.eof() && sql::fitsPathPattern(operation.mountPoint)) rowsWereLost(result->operation);
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
-    progress->directoriesStored = static_cast<unsigned>(ids.size());
+    progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
   } else {
     OV_INFO("RNC: Found changes %u", static_cast<unsigned>(differences));
     rewrite(*block, result->operation);
@@ -94,7 +94,7 @@ void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
   if (!transaction.end() || !deleted || !inserted) {
     rowsWereLost(result);
   } else {
-    progress->directoriesStored = stored;
+    progress->directoriesAreStored(stored);
   }
   if (!running()) return;
   progress->contentModified = true;

@@ -31,7 +31,7 @@ void MtpDirectorySaver::save(const Block<MtpDirectory*>& block, Operation& resul
   if (!in.eof()) rowsWereLost(result);
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
-    progress->directoriesStored = static_cast<unsigned>(ids.size());
+    progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
   } else {
     OV_INFO("RNC: Found changes %u", static_cast<unsigned>(differences));
     rewrite(block, result);
@@ -56,7 +56,7 @@ void MtpDirectorySaver::rewrite(const Block<MtpDirectory*>& block, Operation& re
   if (!transaction.end() || !deleted || !inserted) {
     rowsWereLost(result);
   } else {
-    progress->directoriesStored = static_cast<unsigned>(block.items.size());
+    progress->directoriesAreStored(static_cast<unsigned>(block.items.size()));
   }
   if (!running()) return;
   progress->contentModified = true;

@@ -71,8 +71,12 @@ TEST(Timer, RoundsToTheNearestMillisecond) {
   EXPECT_EQ(elapsed(0, 0, 1800000000, 0), INT32_MAX) << "a clock that was set from 1970 to today";
 }
 
-TEST(RequestProgress, TellsTheFirstSongOnceAndEveryReason) {
+TEST(RequestProgress, TellsTheFirstSongAndTheFoldersOnceAndEveryReason) {
   RequestProgress progress;
+  EXPECT_FALSE(progress.snapshot().folderTreeSeconds);
+  progress.directoriesAreStored(0);
+  const auto tree = progress.snapshot().folderTreeSeconds;
+  progress.directoriesAreStored(7);
   progress.songsWereStored(0);
   EXPECT_FALSE(progress.snapshot().firstSongSeconds);
   progress.songsWereStored(2);
@@ -84,6 +88,8 @@ TEST(RequestProgress, TellsTheFirstSongOnceAndEveryReason) {
   const ProgressSnapshot snapshot = progress.snapshot();
   EXPECT_EQ(snapshot.songs.stored, 5U);
   EXPECT_TRUE(first && *first > 0 && snapshot.firstSongSeconds == first);
+  EXPECT_TRUE(tree && *tree > 0 && snapshot.folderTreeSeconds == tree);
+  EXPECT_EQ(snapshot.directories.stored, 7U);
   EXPECT_THAT(snapshot.leftUndone,
               ElementsAre("the device went away", "the database has reached its size limit"));
 }

@@ -28,6 +28,7 @@ class Runs(HostTestCase):
         self.assertEqual((first["error"], first["interrupted"], first["status"]),
                          (None, False, "OK"))
         self.assertLessEqual(first["first_song_seconds"], first["seconds"])
+        self.assertTrue(0 < partition["folder_tree_seconds"] <= first["seconds"])
         self.assertEqual(first["device_id"], self.stick)
         self.assertEqual(first["database_bytes"], os.path.getsize(first["database"]))
 
