@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures indexing against a bare loop over the same files, side by side in one run.
 
-Every pass is a process of its own with a warm page cache; passes are interleaved and medians of several
-rounds are printed, as ratios to the bare loop of the same number of songs.
+Every pass is a process of its own; passes are interleaved and medians of several rounds are printed, as
+ratios to the bare loop of the same number of songs.
 """
 
 import argparse
@@ -12,34 +12,73 @@ import shutil
 import statistics
 import subprocess
 import sys
-import time
+import threading
 from pathlib import Path
 
-PASSES = ("bare loop", "first index, in-process", "first index", "no change", "1 % touched")
+import counts
+from peers import Mpd, Peers, ReadyMedia
+from process import run
+from slow_stick import SlowStick
+
 MUSIC = {".mp3", ".m4a", ".flac", ".wma", ".wav"}
+FIRST = "first index"
+SECONDS_OF_MUSIC = 20
+PARTITIONS = 3
+# What a request does on every run, however little has changed.
+OF_EVERY_RUN = {
+    "change detection": ["orvel::ChangeFinder::doOperation"],
+    "clean-up": ["orvel::SongSaver::finish", "orvel::SongDirectoryPipeline::clearPlaylists"],
+    "check of the database": ["orvel::DatabaseMgr::verify"],
+}
 
 
 def progress(text):
     print(text, file=sys.stderr, flush=True)
 
 
-def run(command):
-    """Runs a command; returns wall seconds, CPU seconds, peak megabytes and standard output."""
-    begin = time.monotonic()
-    child = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-    output = child.stdout.read()
-    _, status, usage = os.wait4(child.pid, 0)
-    wall = time.monotonic() - begin
-    child.returncode = os.waitstatus_to_exitcode(status)
-    if child.returncode != 0:
-        sys.exit(f"{' '.join(map(str, command))}: exit status {child.returncode}")
-    return wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024, output
+def songs_of(stick):
+    return sorted(path for path in Path(stick).rglob("*") if path.suffix in MUSIC)
+
+
+def forget_content(stick):
+    """Drops the files' contents from the page cache; their names stay."""
+    os.sync()  # what is yet to be written cannot be dropped
+    for path in Path(stick).rglob("*"):
+        if path.is_file():
+            descriptor = os.open(path, os.O_RDONLY)
+            os.posix_fadvise(descriptor, 0, 0, os.POSIX_FADV_DONTNEED)
+            os.close(descriptor)
+
+
+class Medians:
+    """The costs of passes, by name, over all rounds."""
+
+    def __init__(self):
+        self.costs = {}
+
+    def add(self, name, cost):
+        self.costs.setdefault(name, []).append(cost)
+        return cost
+
+    def of(self, name, attribute="wall"):
+        return statistics.median(getattr(cost, attribute) for cost in self.costs[name])
+
+    def rows(self, title, reference):
+        for name in self.costs:
+            yield (f"| {title} | {name} | {self.of(name):.3f} |"
+                   f" {self.of(name) / self.of(reference):.2f} | {self.of(name, 'cpu'):.2f} |"
+                   f" {self.of(name, 'peak'):.1f} |")
 
 
 class Bench:
-    def __init__(self, build, work, rounds):
-        self.build, self.work, self.rounds = Path(build), Path(work), rounds
-        self.results = {}
+    def __init__(self, options):
+        self.build, self.work = Path(options.build), Path(options.work)
+        self.rounds = options.rounds
+        self.work.mkdir(parents=True, exist_ok=True)
+        self.databases = self.work / "databases"
+        self.bare_loop = next(self.build.rglob("orvel-bare-loop"))
+        self.first_runs = {}
+        self.peers = Peers([Mpd, ReadyMedia] if options.peers else [], self.work)
 
     def make_stick(self, songs):
         stick = self.work / f"stick-{songs}"
@@ -52,67 +91,220 @@ class Bench:
             (stick / ".complete").touch()
         return stick
 
-    def index(self, stick, databases, *options):
-        wall, cpu, peak, output = run([self.build / "orvel", "index", stick, "--db-dir", databases,
-                                       "--json", "--quiet", *options])
-        return wall, cpu, peak, json.loads(output)
+    def command(self, *sticks_and_options):
+        return [self.build / "orvel", "index", *sticks_and_options, "--db-dir", self.databases, "--json",
+                "--quiet"]
 
-    def touch_some(self, stick, round_number):
-        songs = sorted(p for p in stick.rglob("*") if p.suffix in MUSIC)
-        stamp = 1_000_000_000 + round_number
+    def index(self, *sticks_and_options, **of_process):
+        return run(self.command(*sticks_and_options), **of_process)
+
+    def forget(self):
+        shutil.rmtree(self.databases, ignore_errors=True)
+
+    def rows_alone(self):
+        """Stores the rows of the database in hand anew, as fast as one thread can."""
+        source = next(self.databases.glob("*.db"))
+        target = self.work / "rows.db"
+        for suffix in ("", "-wal", "-shm"):
+            Path(f"{target}{suffix}").unlink(missing_ok=True)
+        return run([sys.executable, Path(__file__).with_name("store_rows.py"), source, target])
+
+    def touch_some(self, songs, number):
+        stamp = 1_000_000_000 + number
         for song in songs[::100]:
             os.utime(song, (stamp, stamp))
 
-    def measure(self, songs):
-        stick = self.make_stick(songs)
-        bare_loop = next(self.build.rglob("orvel-bare-loop"))
-        run([bare_loop, stick])  # warms the page cache
-        passes = {name: [] for name in PASSES}
-        reports = []
-        for number in range(self.rounds):
-            progress(f"{songs} songs: round {number + 1} of {self.rounds}")
-            databases = self.work / "databases"
-            shutil.rmtree(databases, ignore_errors=True)
-            passes["bare loop"].append(run([bare_loop, stick])[:3])
-            passes["first index, in-process"].append(
-                self.index(stick, databases, "--in-process")[:3])
-            shutil.rmtree(databases)
-            first = self.index(stick, databases)
-            passes["first index"].append(first[:3])
-            reports.append(first[3])
-            passes["no change"].append(self.index(stick, databases)[:3])
-            self.touch_some(stick, number)
-            passes["1 % touched"].append(self.index(stick, databases)[:3])
-        self.results[songs] = {name: [statistics.median(column) for column in zip(*values)]
-                               for name, values in passes.items()}
-        self.results[songs]["first song"] = statistics.median(
-            report["first_song_seconds"] for report in reports)
-        self.results[songs]["bytes"] = reports[-1]["database_bytes"]
+    def add_folder(self, stick, songs):
+        """A further folder with an album's songs."""
+        added = stick / "added"
+        shutil.rmtree(added, ignore_errors=True)
+        added.mkdir()
+        for song in songs[:12]:
+            shutil.copy(song, added)
+        return added
 
-    def table(self):
-        lines = ["| songs | pass | wall s | against the bare loop | CPU s | peak MB |",
-                 "|---|---|---|---|---|---|"]
-        for songs, result in self.results.items():
-            bare = result["bare loop"][0]
-            for name in PASSES:
-                wall, cpu, peak = result[name]
-                lines.append(f"| {songs} | {name} | {wall:.3f} | {wall / bare:.2f} | {cpu:.2f} |"
-                             f" {peak:.1f} |")
-            first = result["first index"][0]
-            in_process = result["first index, in-process"]
-            lines.append(f"| {songs} | first index against in-process | |"
-                         f" {first / in_process[0]:.2f} |"
-                         f" {result['first index'][1] / in_process[1]:.2f} times | |")
-            lines.append(f"| {songs} | first stored song | {result['first song']:.3f} |"
-                         f" {result['first song'] / first:.2f} of the first index | | |")
-            lines.append(f"| {songs} | database bytes per song | {result['bytes'] / songs:.0f} | | | |")
-        sizes = sorted(self.results)
-        if len(sizes) > 1:
-            small, large = sizes[0], sizes[-1]
-            cost = [self.results[n]["first index"][0] / n for n in (small, large)]
-            lines.append(f"| {small} to {large} | growth of the cost per song | |"
-                         f" {cost[1] / cost[0]:.2f} | | |")
-        return "\n".join(lines)
+    def warm_round(self, stick, songs, number, results):
+        self.forget()
+        results.add("walk", run([self.bare_loop, "--names", stick]))
+        results.add("bare loop", run([self.bare_loop, stick]))
+        results.add("first index, in-process", self.index(stick, "--in-process"))
+        self.forget()
+        report = json.loads(results.add(FIRST, self.index(stick)).output)
+        results.add("the same rows alone", self.rows_alone())
+        results.add("no change", self.index(stick))
+        self.touch_some(songs, number)
+        results.add("1 % touched", self.index(stick))
+        added = self.add_folder(stick, songs)
+        results.add("a folder added", self.index(stick))
+        shutil.rmtree(added)
+        for name, cost in self.peers.passes(stick, len(songs)):
+            results.add(name, cost)
+        return report
+
+    def cold_round(self, stick, results):
+        forget_content(stick)
+        results.add("bare loop, cold", run([self.bare_loop, stick]))
+        for name, options in (("first index, in-process, cold", ["--in-process"]),
+                              (f"{FIRST}, cold", [])):
+            self.forget()
+            forget_content(stick)
+            results.add(name, self.index(stick, *options))
+
+    def measure(self, count):
+        stick = self.make_stick(count)
+        songs = songs_of(stick)
+        run([self.bare_loop, stick])  # warms the page cache
+        warm, cold, reports = Medians(), Medians(), []
+        for number in range(self.rounds):
+            progress(f"{count} songs: round {number + 1} of {self.rounds}")
+            reports.append(self.warm_round(stick, songs, number, warm))
+            self.cold_round(stick, cold)
+            run([self.bare_loop, stick])
+        yield from warm.rows(count, "bare loop")
+        yield from self.peers.remarks(count)
+        yield from cold.rows(count, "bare loop, cold")
+        for name, seconds in (
+                ("first stored song", lambda report: report["first_song_seconds"]),
+                ("complete folder tree", lambda report: report["partitions"][0]["folder_tree_seconds"])):
+            after = statistics.median(map(seconds, reports))
+            yield f"| {count} | {name} | {after:.3f} | {after / warm.of(FIRST):.2f} of the first index | | |"
+        yield (f"| {count} | database bytes per song |"
+               f" {reports[-1]['database_bytes'] / count:.0f} | | | |")
+        self.first_runs[count] = warm.of("first index, in-process", "cpu") / count
+
+    def growth(self):
+        if len(self.first_runs) < 2:
+            return
+        small, large = min(self.first_runs), max(self.first_runs)
+        yield (f"| {small} to {large} | growth of the processor time per song | |"
+               f" {self.first_runs[large] / self.first_runs[small]:.2f} | | |")
+
+    def measure_partitions(self, count):
+        """Several partitions of one device, each with as many songs as one request takes."""
+        stick = self.make_stick(count)
+        partitions = [stick]
+        for number in range(2, PARTITIONS + 1):
+            partitions.append(self.work / f"partition-{number}-of-{count}")
+            if not partitions[-1].exists():
+                subprocess.run(["cp", "-al", stick, partitions[-1]], check=True)
+        results = Medians()
+        for _ in range(self.rounds):
+            for name, sticks in (("one", [stick]), ("several", partitions)):
+                self.forget()
+                results.add(name, self.index(*sticks, "--in-process", "--device-id", "bench"))
+        each = results.of("several") / PARTITIONS / results.of("one")
+        yield (f"| {PARTITIONS} x {count} | first index of {PARTITIONS} partitions |"
+               f" {results.of('several'):.3f} | {each:.2f} of one partition, each |"
+               f" {results.of('several', 'cpu'):.2f} | {results.of('several', 'peak'):.1f} |")
+
+    def single_parts(self):
+        """What Google Benchmark tells of them, as it tells it."""
+        program = self.build / "orvel-microbench"
+        if program.exists():
+            progress("measuring single parts")
+            yield "\n```"
+            yield subprocess.run([program, "--benchmark_color=false"], check=True, text=True,
+                                 stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.rstrip()
+            yield "```"
+        else:
+            yield "\nSingle parts were not measured: libbenchmark-dev was not installed when this was built."
+
+    def count_calls_and_instructions(self, songs):
+        obstacle = counts.missing_tool()
+        if obstacle:
+            yield f"\nNothing was counted: {obstacle}"
+            return
+        progress("counting system calls and instructions")
+        small, large = (self.make_stick(count) for count in (min(songs), max(songs)))
+        new_songs = max(songs) - min(songs)
+
+        def calls_per_song(command):
+            """Without what a run takes that has nothing to do."""
+            of_sticks = []
+            for stick in (small, large):
+                self.forget()
+                of_sticks.append(counts.system_calls(command(stick), self.work))
+            return (of_sticks[1] - of_sticks[0]) / new_songs
+
+        if new_songs:
+            yield "\n| system calls per new song | |\n|---|---|"
+            yield f"| bare loop | {calls_per_song(lambda stick: [self.bare_loop, stick]):.1f} |"
+            index_in_process = lambda stick: self.command(stick, "--in-process")
+            yield f"| first index, in-process | {calls_per_song(index_in_process):.1f} |"
+        yield "\n| instructions per song where nothing changed |" + "".join(f" {n} songs |" for n in songs)
+        yield "|---|" + "---|" * len(songs)
+        functions = [function for names in OF_EVERY_RUN.values() for function in names]
+        costs = {}
+        for count in songs:
+            stick = self.make_stick(count)
+            self.forget()
+            self.index(stick, "--in-process")
+            costs[count] = counts.instructions(self.command(stick, "--in-process"), functions, self.work)
+        for name, parts in OF_EVERY_RUN.items():
+            yield f"| {name} |" + "".join(
+                f" {sum(costs[count][part] for part in parts) / count:.0f} |" for count in songs)
+
+    def measure_slow(self, count):
+        stick = SlowStick(self.make_stick(count), self.work)
+        if stick.obstacle:
+            yield f"\nSkipped: {stick.obstacle}"
+            return
+        yield ("\n| slow stick | pass | wall s | against the bare loop | MB read |\n"
+               "|---|---|---|---|---|")
+        results, read = Medians(), {}
+        for number in range(self.rounds):
+            progress(f"slow stick: round {number + 1} of {self.rounds}")
+            for name, command in (
+                    ("bare loop", lambda **how: run([self.bare_loop, stick.mount_point], **how)),
+                    ("first index, in-process",
+                     lambda **how: self.index(stick.mount_point, "--in-process", **how)),
+                    (FIRST, lambda **how: self.index(stick.mount_point, **how)),
+                    ("no change", lambda **how: self.index(stick.mount_point, **how))):
+                if name != "no change":
+                    self.forget()
+                with stick.attached() as (join, bytes_read):
+                    results.add(name, command(preexec_fn=join))
+                    read.setdefault(name, []).append(bytes_read() / 1e6)
+        for name in results.costs:
+            yield (f"| {count} | {name} | {results.of(name):.2f} |"
+                   f" {results.of(name) / results.of('bare loop'):.2f} |"
+                   f" {statistics.median(read[name]):.0f} |")
+        yield from self.measure_player(stick)
+
+    def measure_player(self, stick):
+        """A player that reads from the stick, alone and while it is indexed again and again."""
+        yield ("\n| a player on the slow stick | longest wait ms | stops |\n|---|---|---|")
+        for name, options in (("alone", None), ("beside an index", []),
+                              ("beside an index in the background", ["--background"])):
+            with stick.attached() as (join, _):
+                song = max(songs_of(stick.mount_point), key=lambda path: path.stat().st_size)
+                ended = threading.Event()
+                thread = threading.Thread(target=self._index_until, args=(ended, stick, options, join))
+                if options is not None:
+                    thread.start()
+                played = json.loads(run([sys.executable, Path(__file__).with_name("player.py"), song,
+                                         str(SECONDS_OF_MUSIC)], preexec_fn=join).output)
+                ended.set()
+                if options is not None:
+                    thread.join()
+            yield f"| {name} | {played['longest_ms']} | {played['stops']} |"
+
+    def _index_until(self, ended, stick, options, join):
+        while not ended.is_set():
+            self.forget()
+            self.index(stick.mount_point, *options, preexec_fn=join)
+
+
+def rows(bench, options):
+    yield "| songs | pass | wall s | against the bare loop | CPU s | peak MB |\n|---|---|---|---|---|---|"
+    for count in options.songs:
+        yield from bench.measure(count)
+    yield from bench.growth()
+    yield from bench.measure_partitions(max(options.songs))
+    yield from bench.count_calls_and_instructions(sorted(options.songs))
+    if not options.no_slow_stick:
+        yield from bench.measure_slow(min(options.songs))
+    yield from bench.single_parts()
 
 
 def main():
@@ -121,12 +313,12 @@ def main():
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--build", default="build/release")
     parser.add_argument("--work", default="build/bench")
+    parser.add_argument("--no-slow-stick", action="store_true")
+    parser.add_argument("--peers", action="store_true",
+                        help="measure MPD and ReadyMedia too, where they are installed")
     options = parser.parse_args()
-    bench = Bench(options.build, options.work, options.rounds)
-    bench.work.mkdir(parents=True, exist_ok=True)
-    for songs in options.songs:
-        bench.measure(songs)
-    print(bench.table())
+    for row in rows(Bench(options), options):
+        print(row, flush=True)
 
 
 if __name__ == "__main__":

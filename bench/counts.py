@@ -1,0 +1,37 @@
+"""Counts, which do not depend on what else the machine does."""
+
+import re
+import shutil
+import subprocess
+from pathlib import Path
+
+
+def missing_tool():
+    """Why nothing can be counted here; empty when it can."""
+    for tool, package in (("strace", "strace"), ("valgrind", "valgrind")):
+        if not shutil.which(tool):
+            return f"{tool} is not installed (package {package})"
+    return ""
+
+
+def system_calls(command, work):
+    """All system calls of a command, its threads and children."""
+    report = Path(work) / "system-calls.txt"
+    subprocess.run(["strace", "-f", "-c", "-U", "calls,name", "-o", report, *command], check=True,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    return int(re.search(r"^\s*(\d+)\s+total$", report.read_text(), re.MULTILINE).group(1))
+
+
+def instructions(command, functions, work):
+    """The instructions of each function, with those of all that it calls."""
+    report = Path(work) / "callgrind.out"
+    subprocess.run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={report}", *command],
+                   check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    lines = subprocess.run(["callgrind_annotate", "--inclusive=yes", "--threshold=100", report],
+                           check=True, stdout=subprocess.PIPE, text=True).stdout.splitlines()
+
+    def of(function):
+        costs = [int(line.split()[0].replace(",", "")) for line in lines if f":{function}(" in line]
+        return max(costs, default=0)
+
+    return {function: of(function) for function in functions}
