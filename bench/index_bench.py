@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures indexing against a bare loop over the same files, side by side in one run.
 
-Every pass is a process of its own; passes are interleaved and medians of several rounds are printed, as
-ratios to the bare loop of the same number of songs.
+Every pass is a process of its own. Passes are interleaved; medians of several rounds are printed, with the
+medians of their ratios to the bare loop of the same round.
 """
 
 import argparse
@@ -63,11 +63,15 @@ class Medians:
     def of(self, name, attribute="wall"):
         return statistics.median(getattr(cost, attribute) for cost in self.costs[name])
 
+    def ratio(self, name, reference):
+        """Of passes of the same round, which the rest of the machine troubled alike."""
+        return statistics.median(cost.wall / bare.wall
+                                 for cost, bare in zip(self.costs[name], self.costs[reference]))
+
     def rows(self, title, reference):
         for name in self.costs:
-            yield (f"| {title} | {name} | {self.of(name):.3f} |"
-                   f" {self.of(name) / self.of(reference):.2f} | {self.of(name, 'cpu'):.2f} |"
-                   f" {self.of(name, 'peak'):.1f} |")
+            yield (f"| {title} | {name} | {self.of(name):.3f} | {self.ratio(name, reference):.2f} |"
+                   f" {self.of(name, 'cpu'):.2f} | {self.of(name, 'peak'):.1f} |")
 
 
 class Bench:
@@ -192,7 +196,7 @@ class Bench:
             for name, sticks in (("one", [stick]), ("several", partitions)):
                 self.forget()
                 results.add(name, self.index(*sticks, "--in-process", "--device-id", "bench"))
-        each = results.of("several") / PARTITIONS / results.of("one")
+        each = results.ratio("several", "one") / PARTITIONS
         yield (f"| {PARTITIONS} x {count} | first index of {PARTITIONS} partitions |"
                f" {results.of('several'):.3f} | {each:.2f} of one partition, each |"
                f" {results.of('several', 'cpu'):.2f} | {results.of('several', 'peak'):.1f} |")
@@ -267,8 +271,7 @@ class Bench:
                     read.setdefault(name, []).append(bytes_read() / 1e6)
         for name in results.costs:
             yield (f"| {count} | {name} | {results.of(name):.2f} |"
-                   f" {results.of(name) / results.of('bare loop'):.2f} |"
-                   f" {statistics.median(read[name]):.0f} |")
+                   f" {results.ratio(name, 'bare loop'):.2f} | {statistics.median(read[name]):.0f} |")
         yield from self.measure_player(stick)
 
     def measure_player(self, stick):

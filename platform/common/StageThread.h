@@ -11,8 +11,8 @@ namespace orvel {
 /// was stopped, without every call in between passing a token on.
 namespace stageThread {
 
-/// Marks the current thread as one of Orvel's own, for the rest of its life, and gives it the chosen
-/// priority. `token` is raised when its server is stopped.
+/// Marks the current thread as one of Orvel's own, for the rest of its life, and gives it the
+/// chosen priority. `token` is raised when its server is stopped.
 void enter(std::stop_token token) noexcept;
 
 /// True on threads that carry a stage, a pipeline or the controller.
