@@ -9,7 +9,8 @@ if(ORVEL_WERROR)
   target_compile_options(orvel_options INTERFACE -Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-  target_compile_options(orvel_options INTERFACE -Wthread-safety)
+  # The linter's check for reserved identifiers takes a sixth of its time.
+  target_compile_options(orvel_options INTERFACE -Wthread-safety -Wreserved-identifier)
 endif()
 if(ORVEL_SANITIZE)
   target_compile_options(orvel_options INTERFACE -fsanitize=${ORVEL_SANITIZE} -fno-sanitize-recover=all
