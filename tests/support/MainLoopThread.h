@@ -1,8 +1,8 @@
 #pragma once
 
-#include <thread>
+#include <glib.h>
 
-using GMainLoop = struct _GMainLoop;
+#include <thread>
 
 namespace orvel::test {
 
