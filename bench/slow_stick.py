@@ -63,7 +63,7 @@ class SlowStick:
         size = sum(path.stat().st_size for path in Path(folder).rglob("*"))
         self.image.unlink(missing_ok=True)
         subprocess.run(["mkfs.ext4", "-q", "-d", folder, self.image, f"{size * 5 // 4 // 1024 + 65536}k"],
-                       check=True)
+                       check=True, stdout=subprocess.DEVNULL)
 
     def _find_obstacle(self):
         if os.geteuid() != 0:
