@@ -3,6 +3,7 @@
 import re
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 
 
@@ -32,6 +33,8 @@ def instructions(command, functions, work):
 
     def of(function):
         costs = [int(line.split()[0].replace(",", "")) for line in lines if f":{function}(" in line]
-        return max(costs, default=0)
+        if not costs:
+            sys.exit(f"callgrind saw no {function}: was it renamed?")
+        return max(costs)
 
     return {function: of(function) for function in functions}

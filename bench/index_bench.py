@@ -214,28 +214,28 @@ class Bench:
         else:
             yield "\nSingle parts were not measured: libbenchmark-dev was not installed when this was built."
 
-    def count_calls_and_instructions(self, songs):
+    def counted(self, songs):
         obstacle = counts.missing_tool()
         if obstacle:
             yield f"\nNothing was counted: {obstacle}"
             return
         progress("counting system calls and instructions")
-        small, large = (self.make_stick(count) for count in (min(songs), max(songs)))
-        new_songs = max(songs) - min(songs)
+        if len(songs) > 1:
+            yield from self.count_system_calls(songs[0], songs[-1])
+        yield from self.count_instructions(songs)
 
-        def calls_per_song(command):
-            """Without what a run takes that has nothing to do."""
-            of_sticks = []
-            for stick in (small, large):
+    def count_system_calls(self, few, many):
+        """Of each further song, without what a run takes that has nothing to do."""
+        yield "\n| system calls per new song | |\n|---|---|"
+        for name, command in (("bare loop", lambda stick: [self.bare_loop, stick]),
+                              ("first index, in-process", lambda stick: self.command(stick, "--in-process"))):
+            calls = []
+            for count in (few, many):
                 self.forget()
-                of_sticks.append(counts.system_calls(command(stick), self.work))
-            return (of_sticks[1] - of_sticks[0]) / new_songs
+                calls.append(counts.system_calls(command(self.make_stick(count)), self.work))
+            yield f"| {name} | {(calls[1] - calls[0]) / (many - few):.1f} |"
 
-        if new_songs:
-            yield "\n| system calls per new song | |\n|---|---|"
-            yield f"| bare loop | {calls_per_song(lambda stick: [self.bare_loop, stick]):.1f} |"
-            index_in_process = lambda stick: self.command(stick, "--in-process")
-            yield f"| first index, in-process | {calls_per_song(index_in_process):.1f} |"
+    def count_instructions(self, songs):
         yield "\n| instructions per song where nothing changed |" + "".join(f" {n} songs |" for n in songs)
         yield "|---|" + "---|" * len(songs)
         functions = [function for names in OF_EVERY_RUN.values() for function in names]
@@ -305,7 +305,7 @@ def rows(bench, options):
         yield from bench.measure(count)
     yield from bench.growth()
     yield from bench.measure_partitions(max(options.songs))
-    yield from bench.count_calls_and_instructions(sorted(options.songs))
+    yield from bench.counted(sorted(options.songs))
     if not options.no_slow_stick:
         yield from bench.measure_slow(min(options.songs))
     yield from bench.single_parts()

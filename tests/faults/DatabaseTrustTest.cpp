@@ -56,7 +56,7 @@ class DatabaseTrustTest : public FaultStick {
     std::printf("%d cases, of which %d ended OK at once\n", cases, unharmed);
   }
 
-  /// What is damaged from now on.
+  /// Chooses what is damaged from now on.
   void damageFrom(const std::string& indexedBefore) {
     file = indexedBefore;
     indexed = bytesOf(file);
@@ -119,8 +119,8 @@ class DatabaseTrustTest : public FaultStick {
  protected:
   const std::string indexedFile = temporary.path("indexed.db");    ///< before the last changes
   const std::string completeFile = temporary.path("complete.db");  ///< nothing has changed since
-  std::string file = indexedFile;
-  std::string indexed;  ///< the file's bytes
+  std::string file;                                                ///< what is damaged
+  std::string indexed;                                             ///< the file's bytes
   std::vector<std::string> complete;
 };
 
