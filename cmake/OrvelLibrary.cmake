@@ -1,10 +1,10 @@
-set(ORVEL_PARTS orvel_db orvel_framework orvel_msd orvel_mtp orvel_orchestration orvel_qt
-    orvel_device_access orvel_platform_tags orvel_tag_parsing ${ORVEL_PLATFORM_COMMON} ${ORVEL_PLATFORM_TEXT})
+set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_db orvel_framework orvel_phones orvel_msd
+    orvel_mtp orvel_orchestration orvel_qt)
 
 # Tests link the implementation of device access that they need.
 if(NOT ORVEL_DEVICE_ACCESS)
   set(ORVEL_DEVICE_ACCESS scripted)
-  if(TARGET orvel_device_access_libmtp)
+  if(TARGET orvel_phones_libmtp)
     set(ORVEL_DEVICE_ACCESS libmtp)
   endif()
 endif()
@@ -12,7 +12,7 @@ endif()
 # The library as hosts link it: only what carries ORVEL_EXPORT is visible.
 add_library(orvel SHARED)
 add_library(Orvel::orvel ALIAS orvel)
-target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_device_access_${ORVEL_DEVICE_ACCESS} orvel_options
+target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_phones_${ORVEL_DEVICE_ACCESS} orvel_options
                       PUBLIC Qt${QT_VERSION_MAJOR}::Core Boost::headers SQLite::SQLite3)
 target_include_directories(orvel INTERFACE
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>

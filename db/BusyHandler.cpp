@@ -7,7 +7,7 @@
 #include <mutex>
 #include <optional>
 
-#include "platform/common/StageThread.h"
+#include "base/StageThread.h"
 
 namespace sqlstl {
 

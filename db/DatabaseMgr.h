@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/Export.h"
+#include "base/Log.h"
 #include "db/SqlStream.h"
-#include "platform/common/Export.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

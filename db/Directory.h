@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/common/Md5.h"
+#include "base/Md5.h"
 
 namespace orvel {
 

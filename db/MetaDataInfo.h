@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/common/Md5.h"
-#include "platform/common/StrippedValue.h"
+#include "base/Md5.h"
+#include "text/StrippedValue.h"
 
 namespace orvel {
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "base/Md5.h"
 #include "db/SqlStream.h"
-#include "platform/common/Md5.h"
 
 namespace orvel {
 

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/Md5.h"
 #include "db/Directory.h"
 #include "db/SqlStream.h"
-#include "platform/common/Md5.h"
 
 namespace orvel {
 

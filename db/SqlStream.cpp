@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "base/Log.h"
 #include "db/DatabaseMgr.h"
-#include "platform/common/Log.h"
 
 namespace sqlstl {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/common/Log.h"
+#include "base/Log.h"
 
 namespace orvel {
 

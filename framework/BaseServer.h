@@ -9,9 +9,9 @@
 #include <semaphore>
 #include <stop_token>
 
+#include "base/Export.h"
+#include "base/Mutex.h"
 #include "framework/Runnable.h"
-#include "platform/common/Export.h"
-#include "platform/common/Mutex.h"
 
 namespace orvel {
 

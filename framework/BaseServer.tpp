@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "framework/insist.h"
-#include "platform/common/Log.h"
+#include "base/Log.h"
+#include "base/insist.h"
 
 namespace orvel {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/Log.h"
+#include "base/insist.h"
 #include "db/Directory.h"
 #include "db/FileInfo.h"
 #include "framework/HostSignals.h"
 #include "framework/Server.h"
-#include "framework/insist.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

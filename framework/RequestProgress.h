@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/common/Export.h"
+#include "base/Export.h"
 
 namespace orvel {
 

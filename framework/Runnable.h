@@ -2,8 +2,8 @@
 
 #include <chrono>
 
+#include "base/Export.h"
 #include "framework/Operation.h"
-#include "platform/common/Export.h"
 
 namespace orvel {
 

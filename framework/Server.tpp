@@ -1,8 +1,8 @@
 #pragma once
 
-#include "framework/insist.h"
-#include "platform/common/Log.h"
-#include "platform/common/StageThread.h"
+#include "base/Log.h"
+#include "base/StageThread.h"
+#include "base/insist.h"
 
 namespace orvel {
 

@@ -1,7 +1,7 @@
 // The stage threads of the fuzz targets: nobody stops them, and no time passes while they sleep, so
 // that the pauses between the calls of a walk do not slow the fuzzer down.
 
-#include "platform/common/StageThread.h"
+#include "base/StageThread.h"
 
 namespace orvel::stageThread {
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "db/MetaDataInfo.h"
 #include "db/MtpDirectory.h"
 #include "db/Playlist.h"
@@ -12,10 +13,9 @@
 #include "fuzz/require.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Mutex.h"
-#include "platform/device_access/AttachedDevices.h"
-#include "platform/device_access/DeviceBus.h"
-#include "platform/device_access/OwnedList.h"
+#include "phones/AttachedDevices.h"
+#include "phones/DeviceBus.h"
+#include "phones/OwnedList.h"
 
 namespace orvel {
 

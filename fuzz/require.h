@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/common/Utf8.h"
+#include "base/Utf8.h"
 
 namespace orvel::fuzz {
 

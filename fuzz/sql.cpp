@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
+#include "base/Log.h"
 #include "db/DatabaseMgr.h"
 #include "db/SqlStream.h"
 #include "db/SqlTexts.h"
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
-#include "platform/common/Log.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace orvel::fuzz {

@@ -10,9 +10,9 @@
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
 #include "msd/Encoder.h"
-#include "platform/tags/SongTag.h"
-#include "platform/tags/TagStream.h"
-#include "platform/tags/readTags.h"
+#include "tags/SongTag.h"
+#include "tags/TagStream.h"
+#include "tags/readTags.h"
 
 namespace orvel::fuzz {
 namespace {

@@ -6,9 +6,9 @@
 
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
-#include "platform/common/AsianForms.h"
-#include "platform/common/trim.h"
-#include "platform/text/TextEncoding.h"
+#include "text/AsianForms.h"
+#include "text/TextEncoding.h"
+#include "text/trim.h"
 
 namespace orvel::fuzz {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "base/Log.h"
 #include "db/SqlTexts.h"
 #include "framework/HostSignals.h"
 #include "msd/GenericChangeFinder.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

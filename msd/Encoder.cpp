@@ -8,10 +8,10 @@
 #include <memory>
 
 #include "db/MetaDataInfo.h"
-#include "platform/common/StrippedValue.h"
-#include "platform/common/trim.h"
-#include "platform/tags/SongTag.h"
-#include "platform/tags/TagTexts.h"
+#include "tags/SongTag.h"
+#include "tags/TagTexts.h"
+#include "text/StrippedValue.h"
+#include "text/trim.h"
 
 namespace orvel {
 

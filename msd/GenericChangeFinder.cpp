@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <tuple>
 
+#include "base/Log.h"
+#include "base/Md5.h"
+#include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
-#include "framework/Timer.h"
-#include "platform/common/Log.h"
-#include "platform/common/Md5.h"
 
 namespace orvel {
 

@@ -5,13 +5,13 @@
 #include <optional>
 #include <utility>
 
+#include "base/Log.h"
+#include "base/Timer.h"
+#include "base/retryOnce.h"
 #include "db/DatabaseMgr.h"
-#include "framework/Timer.h"
 #include "msd/Encoder.h"
 #include "msd/StandardErrorSilence.h"
-#include "platform/common/Log.h"
-#include "platform/common/retryOnce.h"
-#include "platform/tags/SongTag.h"
+#include "tags/SongTag.h"
 
 namespace orvel {
 

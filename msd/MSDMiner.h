@@ -7,8 +7,8 @@
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
-#include "platform/tags/SongTag.h"
-#include "platform/tags/TagReader.h"
+#include "tags/SongTag.h"
+#include "tags/TagReader.h"
 
 namespace orvel {
 

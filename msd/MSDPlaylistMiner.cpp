@@ -6,10 +6,10 @@
 #include <stop_token>
 #include <utility>
 
+#include "base/Log.h"
+#include "base/ReadError.h"
 #include "msd/PlaylistGuard.h"
 #include "msd/PlaylistParser.h"
-#include "platform/common/Log.h"
-#include "platform/common/ReadError.h"
 
 namespace orvel {
 

@@ -9,9 +9,9 @@
 #include <memory>
 #include <utility>
 
-#include "platform/common/Log.h"
-#include "platform/common/ReadError.h"
-#include "platform/tags/MediaKind.h"
+#include "base/Log.h"
+#include "base/ReadError.h"
+#include "tags/MediaKind.h"
 
 namespace orvel {
 

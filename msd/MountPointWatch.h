@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/common/Mutex.h"
+#include "base/Mutex.h"
 
 namespace orvel {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "framework/Timer.h"
-#include "platform/common/Log.h"
+#include "base/Log.h"
+#include "base/Timer.h"
 
 namespace orvel {
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "platform/common/Descriptor.h"
+#include "base/Descriptor.h"
 
 namespace orvel {
 

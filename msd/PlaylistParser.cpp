@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/common/Log.h"
+#include "base/Log.h"
 
 namespace orvel {
 

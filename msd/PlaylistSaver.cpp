@@ -1,9 +1,9 @@
 #include "msd/PlaylistSaver.h"
 
+#include "base/Log.h"
+#include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
-#include "framework/Timer.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include "base/Mutex.h"
 #include "db/Playlist.h"
-#include "platform/common/Mutex.h"
 
 namespace orvel {
 

@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
+#include "base/Log.h"
+#include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
-#include "framework/Timer.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

@@ -3,8 +3,8 @@
 #include <iostream>
 #include <optional>
 
+#include "base/Mutex.h"
 #include "db/NullStream.h"
-#include "platform/common/Mutex.h"
 
 namespace orvel {
 

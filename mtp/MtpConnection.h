@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/device_access/DeviceTypes.h"
+#include "phones/DeviceTypes.h"
 
 namespace orvel {
 

@@ -5,12 +5,12 @@
 #include <cctype>
 #include <string_view>
 
+#include "base/Log.h"
+#include "base/StageThread.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Log.h"
-#include "platform/common/StageThread.h"
-#include "platform/device_access/AttachedDevices.h"
-#include "platform/device_access/ExclusionRules.h"
-#include "platform/device_access/MtpUtils.h"
+#include "phones/AttachedDevices.h"
+#include "phones/ExclusionRules.h"
+#include "phones/MtpUtils.h"
 
 namespace orvel {
 

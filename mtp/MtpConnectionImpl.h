@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "mtp/MtpConnection.h"
-#include "platform/device_access/Access.h"
-#include "platform/device_access/MtpUtils.h"
-#include "platform/device_access/OwnedList.h"
+#include "phones/Access.h"
+#include "phones/MtpUtils.h"
+#include "phones/OwnedList.h"
 
 namespace orvel {
 

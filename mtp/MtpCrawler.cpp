@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "framework/Timer.h"
+#include "base/Log.h"
+#include "base/Timer.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Log.h"
-#include "platform/device_access/MtpUtils.h"
-#include "platform/device_access/OwnedList.h"
+#include "phones/MtpUtils.h"
+#include "phones/OwnedList.h"
 
 namespace orvel {
 

@@ -2,7 +2,7 @@
 
 #include "db/MtpDirectory.h"
 #include "framework/Crawler.h"
-#include "platform/device_access/OwnedList.h"
+#include "phones/OwnedList.h"
 
 namespace orvel {
 

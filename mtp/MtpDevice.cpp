@@ -3,8 +3,8 @@
 #include <ctime>
 #include <stop_token>
 
-#include "platform/common/Log.h"
-#include "platform/common/StageThread.h"
+#include "base/Log.h"
+#include "base/StageThread.h"
 
 namespace orvel {
 

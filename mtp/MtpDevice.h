@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <map>
 
-#include "platform/common/Export.h"
-#include "platform/common/Mutex.h"
+#include "base/Export.h"
+#include "base/Mutex.h"
 
 /// Identifies an attached MTP device; 0 means no device.
 using t_device_handle = unsigned int;

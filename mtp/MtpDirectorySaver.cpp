@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "base/Log.h"
+#include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/StoredDirectories.h"
 #include "db/Transaction.h"
 #include "framework/HostSignals.h"
-#include "framework/Timer.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <unordered_set>
 
+#include "base/Log.h"
 #include "mtp/MtpConnectionImpl.h"
-#include "platform/common/Log.h"
-#include "platform/device_access/MtpUtils.h"
+#include "phones/MtpUtils.h"
 
 namespace orvel {
 

@@ -4,12 +4,12 @@
 #include <memory>
 #include <utility>
 
+#include "base/Log.h"
+#include "base/Timer.h"
 #include "db/DatabaseMgr.h"
-#include "framework/Timer.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Log.h"
-#include "platform/tags/TagReaderScope.h"
+#include "tags/TagReaderScope.h"
 
 namespace orvel {
 

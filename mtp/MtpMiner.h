@@ -5,7 +5,7 @@
 #include "db/FileInfo.h"
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
-#include "platform/tags/TagReader.h"
+#include "tags/TagReader.h"
 
 namespace orvel {
 

@@ -3,9 +3,9 @@
 #include <memory>
 #include <utility>
 
+#include "base/Log.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

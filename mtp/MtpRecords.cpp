@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "base/Log.h"
 #include "db/MetaDataInfo.h"
 #include "db/MtpDirectory.h"
 #include "db/Playlist.h"
 #include "mtp/MtpConnectionImpl.h"
-#include "platform/common/Log.h"
-#include "platform/device_access/MtpUtils.h"
+#include "phones/MtpUtils.h"
 
 namespace orvel {
 

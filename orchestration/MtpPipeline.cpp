@@ -5,7 +5,7 @@
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"
 #include "mtp/MtpPlaylistMiner.h"
-#include "platform/device_access/AttachedDevices.h"
+#include "phones/AttachedDevices.h"
 
 namespace orvel {
 

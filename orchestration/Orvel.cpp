@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "base/Log.h"
+#include "base/Timer.h"
 #include "db/BusyHandler.h"
-#include "framework/Timer.h"
 #include "orchestration/MSDPipeline.h"
 #include "orchestration/MtpPipeline.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

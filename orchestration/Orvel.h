@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "base/Export.h"
 #include "framework/OrvelOperation.h"
 #include "framework/RequestProgress.h"
 #include "framework/Server.h"
-#include "platform/common/Export.h"
 
 namespace orvel {
 

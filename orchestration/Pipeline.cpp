@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "platform/common/Log.h"
+#include "base/Log.h"
 
 namespace orvel {
 

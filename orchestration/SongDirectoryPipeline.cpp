@@ -1,12 +1,12 @@
 #include "orchestration/SongDirectoryPipeline.h"
 
+#include "base/Log.h"
+#include "base/Timer.h"
+#include "base/insist.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
 #include "framework/HostSignals.h"
-#include "framework/Timer.h"
-#include "framework/insist.h"
 #include "orchestration/Orvel.h"
-#include "platform/common/Log.h"
 
 namespace orvel {
 

@@ -1,10 +1,10 @@
 #include "framework/HostSignals.h"
-#include "framework/insist.h"
+#include "base/insist.h"
 
 #include <exception>
 
-#include "platform/common/Log.h"
-#include "platform/common/Mutex.h"
+#include "base/Log.h"
+#include "base/Mutex.h"
 #include "qt/FacadeLife.h"
 #include "qt/OrvelQTProxy.h"
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "base/Log.h"
+#include "base/StageThread.h"
 #include "orchestration/Orvel.h"
-#include "platform/common/Log.h"
-#include "platform/common/StageThread.h"
 #include "qt/FacadeLife.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <QObject>
 #include <QString>
 
+#include "base/Export.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Export.h"
 
 namespace orvel {
 class Orvel;

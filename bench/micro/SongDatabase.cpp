@@ -5,10 +5,10 @@
 #include <memory>
 #include <random>
 
+#include "base/Md5.h"
 #include "db/DatabaseMgr.h"
 #include "db/SqlStream.h"
 #include "db/SqlTexts.h"
-#include "platform/common/Md5.h"
 
 namespace orvel::bench {
 

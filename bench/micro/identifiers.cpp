@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/common/Md5.h"
+#include "base/Md5.h"
 
 namespace orvel::bench {
 namespace {

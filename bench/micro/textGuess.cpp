@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "platform/text/TextEncoding.h"
+#include "text/TextEncoding.h"
 
 namespace orvel::bench {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/text/TextEncoding.h"
+#include "text/TextEncoding.h"
 
 namespace orvel {
 

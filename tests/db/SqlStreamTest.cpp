@@ -6,8 +6,8 @@
 #include <limits>
 #include <stop_token>
 
-#include "platform/common/Log.h"
-#include "platform/common/StageThread.h"
+#include "base/Log.h"
+#include "base/StageThread.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/rows.h"

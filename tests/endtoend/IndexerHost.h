@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "orchestration/Orvel.h"
-#include "platform/device_access/DeviceTypes.h"
+#include "phones/DeviceTypes.h"
 #include "qt/OrvelQTProxy.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/MainLoopThread.h"

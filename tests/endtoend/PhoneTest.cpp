@@ -3,7 +3,7 @@
 #include <chrono>
 #include <functional>
 
-#include "platform/common/Md5.h"
+#include "base/Md5.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/LogCapture.h"

@@ -10,8 +10,8 @@
 
 #include <filesystem>
 
-#include "platform/tags/AudioStream.h"
-#include "platform/tags/TagValues.h"
+#include "tags/AudioStream.h"
+#include "tags/TagValues.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 

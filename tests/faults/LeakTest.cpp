@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/tags/TagReading.h"
+#include "tags/TagReading.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/Effort.h"

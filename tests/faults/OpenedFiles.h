@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "platform/common/Descriptor.h"
+#include "base/Descriptor.h"
 
 namespace orvel::test {
 

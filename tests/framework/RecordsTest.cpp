@@ -2,10 +2,10 @@
 
 #include <set>
 
+#include "base/Timer.h"
 #include "framework/Block.h"
 #include "framework/OrvelOperation.h"
 #include "framework/RequestProgress.h"
-#include "framework/Timer.h"
 
 namespace orvel {
 namespace {

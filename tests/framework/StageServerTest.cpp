@@ -5,8 +5,8 @@
 #include <limits>
 #include <stdexcept>
 
-#include "platform/common/Log.h"
-#include "platform/common/StageThread.h"
+#include "base/Log.h"
+#include "base/StageThread.h"
 #include "tests/framework/TestStage.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessPriority.h"

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "msd/MSDMiner.h"
-#include "platform/tags/MediaKind.h"
+#include "tags/MediaKind.h"
 #include "tests/hostile/BrokenMedia.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"

@@ -6,10 +6,10 @@
 #include <climits>
 #include <filesystem>
 
+#include "base/Log.h"
 #include "msd/MSDCrawler.h"
 #include "msd/MSDWalk.h"
-#include "platform/common/Log.h"
-#include "platform/tags/MediaKind.h"
+#include "tags/MediaKind.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TemporaryFolder.h"

@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Log.h"
 #include "msd/MSDMiner.h"
-#include "platform/common/Log.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/sparseSong.h"

@@ -5,11 +5,11 @@
 #include <map>
 #include <thread>
 
-#include "platform/common/StageThread.h"
-#include "platform/device_access/Access.h"
-#include "platform/device_access/AttachedDevices.h"
-#include "platform/device_access/MtpUtils.h"
-#include "platform/device_access/OwnedList.h"
+#include "base/StageThread.h"
+#include "phones/Access.h"
+#include "phones/AttachedDevices.h"
+#include "phones/MtpUtils.h"
+#include "phones/OwnedList.h"
 #include "tests/mtp/responder/LibusbStandIn.h"
 #include "tests/support/waitUntil.h"
 #include "tools/stick/AudioGrowth.h"

@@ -5,7 +5,7 @@
 #include <map>
 #include <thread>
 
-#include "platform/device_access/DeviceBus.h"
+#include "phones/DeviceBus.h"
 #include "tests/mtp/responder/LibusbStandIn.h"
 #include "tests/support/LogCapture.h"
 

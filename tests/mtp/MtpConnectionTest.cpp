@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
+#include "base/Log.h"
 #include "db/MetaDataInfo.h"
 #include "db/MtpDirectory.h"
 #include "db/Playlist.h"
 #include "mtp/MtpDevice.h"
-#include "platform/common/Log.h"
-#include "platform/device_access/Access.h"
-#include "platform/device_access/MtpUtils.h"
-#include "platform/device_access/OwnedList.h"
+#include "phones/Access.h"
+#include "phones/MtpUtils.h"
+#include "phones/OwnedList.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
 

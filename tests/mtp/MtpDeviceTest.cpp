@@ -5,7 +5,7 @@
 #include <future>
 #include <stop_token>
 
-#include "platform/common/StageThread.h"
+#include "base/StageThread.h"
 #include "tests/support/LogCapture.h"
 
 namespace orvel::test {

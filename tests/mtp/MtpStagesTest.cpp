@@ -2,12 +2,12 @@
 
 #include <thread>
 
+#include "base/Log.h"
 #include "mtp/MtpCrawler.h"
 #include "mtp/MtpDevice.h"
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"
 #include "mtp/MtpPlaylistMiner.h"
-#include "platform/common/Log.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
+#include "base/Log.h"
 #include "orchestration/MSDPipeline.h"
 #include "orchestration/MtpPipeline.h"
-#include "platform/common/Log.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 

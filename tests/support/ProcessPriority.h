@@ -6,7 +6,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include "platform/common/WorkPriority.h"
+#include "base/WorkPriority.h"
 
 namespace orvel::test {
 

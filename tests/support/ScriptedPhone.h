@@ -4,9 +4,9 @@
 #include <string>
 #include <thread>
 
-#include "platform/device_access/AttachedDevices.h"
-#include "platform/device_access/scripted/ScriptedBus.h"
-#include "platform/device_access/scripted/ScriptedDevice.h"
+#include "phones/AttachedDevices.h"
+#include "phones/scripted/ScriptedBus.h"
+#include "phones/scripted/ScriptedDevice.h"
 
 namespace orvel::test {
 

@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/tags/isolation/TagMessages.h"
-#include "platform/tags/readTags.h"
-#include "platform/tags/reader/TagService.h"
+#include "tags/isolation/TagMessages.h"
+#include "tags/readTags.h"
+#include "tags/reader/TagService.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <thread>
 
+#include "base/Log.h"
 #include "msd/MSDMiner.h"
-#include "platform/common/Log.h"
-#include "platform/tags/TagReading.h"
-#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tags/TagReading.h"
+#include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/Effort.h"

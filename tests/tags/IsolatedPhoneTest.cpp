@@ -6,8 +6,8 @@
 
 #include "mtp/MtpCrawler.h"
 #include "mtp/MtpMiner.h"
-#include "platform/tags/InProcessTagReader.h"
-#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tags/InProcessTagReader.h"
+#include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"

@@ -14,8 +14,8 @@
 #include <sstream>
 #include <thread>
 
-#include "platform/common/StageThread.h"
-#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "base/StageThread.h"
+#include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessPriority.h"

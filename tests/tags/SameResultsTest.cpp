@@ -5,8 +5,8 @@
 #include <iterator>
 #include <random>
 
-#include "platform/tags/InProcessTagReader.h"
-#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tags/InProcessTagReader.h"
+#include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/Effort.h"
 #include "tests/support/TemporaryFolder.h"

@@ -16,7 +16,7 @@
 #include <thread>
 
 #include "msd/MSDMiner.h"
-#include "platform/tags/isolation/IsolatedTagReader.h"
+#include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"

@@ -1,4 +1,4 @@
-#include "platform/common/AsianForms.h"
+#include "text/AsianForms.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <iterator>
 #include <random>
 
-#include "platform/common/PinyinTable.h"
-#include "platform/common/PinyinWords.h"
-#include "platform/common/Utf8.h"
+#include "base/Utf8.h"
+#include "text/PinyinTable.h"
+#include "text/tables/PinyinWords.h"
 
 namespace orvel {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/text/Encoding.h"
+#include "text/Encoding.h"
 
 #include <gtest/gtest.h>
 #include <iconv.h>
@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/common/Utf8.h"
+#include "base/Utf8.h"
 
 namespace orvel {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/text/TextEncoding.h"
+#include "text/TextEncoding.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/common/Utf8.h"
-#include "platform/text/TextRegion.h"
+#include "base/Utf8.h"
+#include "text/TextRegion.h"
 
 namespace orvel {
 namespace {

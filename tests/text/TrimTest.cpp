@@ -1,4 +1,4 @@
-#include "platform/common/trim.h"
+#include "text/trim.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <random>
 #include <string_view>
 
-#include "platform/common/Utf8.h"
+#include "base/Utf8.h"
 
 namespace orvel {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/text/TextEncoding.h"
+#include "text/TextEncoding.h"
 
 namespace orvel {
 

@@ -13,7 +13,7 @@ import sys
 import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
-PLATFORM = HERE.parent.parent / "platform"
+TABLES = HERE.parent.parent / "text" / "tables"
 
 
 def run(*command):
@@ -22,16 +22,14 @@ def run(*command):
                           stdout=subprocess.PIPE).stdout
 
 
-def generated(sources, folder):
-    """Writes the sources into a folder and gives the folder that they belong into."""
+def generate(sources, folder):
+    """Writes the sources into a folder."""
     if sources == "pinyin":
         (folder / "PinyinTable.cpp").write_bytes(run("generatePinyin.py"))
-        return PLATFORM / "common"
-    if sources == "models":
+    elif sources == "models":
         run("generateModels.py", "counts", folder)
     else:
         run("generateCodeTables.py", folder)
-    return PLATFORM / "text"
 
 
 def main():
@@ -41,9 +39,9 @@ def main():
         sys.exit(77)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        home = generated(sources, folder)
+        generate(sources, folder)
         made = sorted(folder.iterdir())
-        differing = [f.name for f in made if f.read_bytes() != (home / f.name).read_bytes()]
+        differing = [f.name for f in made if f.read_bytes() != (TABLES / f.name).read_bytes()]
     print(f"{len(made)} files,", "differing: " + ", ".join(differing) if differing else "all equal")
     sys.exit(1 if differing or not made else 0)
 

@@ -49,7 +49,8 @@ def encodable(name):
 def build(folder, objects):
     """The filter with the models in the folder; other sources are compiled once, into `objects`."""
     compiler = ["g++", "-std=c++20", "-O2", f"-I{ROOT}"]
-    sources = [p for p in sorted(ROOT.glob("platform/text/*.cpp")) if p.stem not in GENERATED]
+    others = GENERATED + ("AsianForms", "PinyinTable")
+    sources = [p for p in sorted(ROOT.glob("text/**/*.cpp")) if p.stem not in others]
     sources += [ROOT / "tools/text/TrackLine.cpp", ROOT / "tools/text/textguess.cpp"]
     parts = []
     for source in sources + [folder / f"{name}.cpp" for name in GENERATED]:

@@ -1,6 +1,6 @@
 #include "tests/mtp/responder/Dataset.h"
 
-#include "platform/common/Utf8.h"
+#include "base/Utf8.h"
 
 namespace orvel::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "platform/device_access/scripted/DeviceScript.h"
+#include "phones/scripted/DeviceScript.h"
 
 namespace orvel::test {
 namespace {

@@ -1,0 +1,211 @@
+#include "cli/IndexRun.h"
+
+#include <unistd.h>
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include "base/Log.h"
+#include "base/WorkPriority.h"
+#include "cli/AttachedPhones.h"
+#include "cli/BackgroundWork.h"
+#include "cli/DeviceId.h"
+#include "cli/ExitStatus.h"
+#include "cli/IndexSession.h"
+#include "cli/MountPoint.h"
+#include "db/DatabaseMgr.h"
+#include "tags/TagReading.h"
+
+namespace orvel::host {
+
+namespace {
+
+constexpr std::chrono::milliseconds kStoragePause{500};
+
+/// Playlists are parsed on GLib's main loop: under another one the indexer would wait for ever.
+void requireGlibLoop() {
+  const QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
+  if (dispatcher != nullptr && dispatcher->inherits("QEventDispatcherGlib")) return;
+  throw HostError(CouldNotRun,
+                  std::string("Playlists cannot be parsed: the event loop is ") +
+                      (dispatcher == nullptr ? "absent" : dispatcher->metaObject()->className()) +
+                      ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
+}
+
+/// Throws when `path`, which is called `what`, fails a test of access(2).
+void requireAccess(const std::string& path, int mode, const std::string& what) {
+  if (access(path.c_str(), mode) == 0) return;
+  const int error = errno;
+  throw HostError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
+                                   "). Change its permissions or name another folder with"
+                                   " --db-dir.");
+}
+
+/// Where the tag reader is beside this program: in its build folder, or where both were installed
+/// together. Empty: where it was to be installed.
+std::string tagReaderNearby() {
+  namespace fs = std::filesystem;
+  const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
+  for (const char* where : {".", ORVEL_LIBEXEC_FROM_BIN}) {
+    const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
+    if (access(program.c_str(), X_OK) == 0) return program;
+  }
+  return {};
+}
+
+void readTotals(IndexResult& result) {
+  result.databaseBytes = databaseBytes(result.database);
+  if (result.databaseBytes == 0) return;
+  try {
+    result.totals = MediaDatabase(result.database).totals();
+  } catch (const HostError& error) {
+    OV_WARN("%s", error.what());
+  }
+}
+
+}  // namespace
+
+IndexRun::IndexRun(const IndexOptions& indexOptions, ProgressLine& progressLine)
+    : options(indexOptions), line(progressLine) {
+  DatabaseMgr::instance().setDirectory(options.databaseFolder);
+  if (options.background) setWorkPriority(WorkPriority::Background);
+  if (!options.inProcess) setTagReading(TagReading::Isolated, tagReaderNearby());
+  signals.onSignal = [this] { interrupt(); };
+}
+
+std::vector<IndexResult> IndexRun::run() {
+  if (options.isPhone) {
+    indexPhones();
+  } else {
+    record([this](IndexResult& result) { indexStick(result); });
+  }
+  return std::move(results);
+}
+
+void IndexRun::record(const std::function<void(IndexResult&)>& work) {
+  const auto started = Clock::now();
+  IndexResult result;
+  try {
+    work(result);
+  } catch (const HostError& error) {
+    if (error.status == WrongUsage) throw;
+    result.error = error.what();
+  } catch (const std::exception& error) {
+    result.error = error.what();
+  }
+  if (!result.error) result.signal = signals.received();
+  result.seconds = std::chrono::duration<double>(Clock::now() - started).count();
+  results.push_back(std::move(result));
+}
+
+void IndexRun::indexStick(IndexResult& result) {
+  const std::vector<std::string> mountPoints = mountPointsFrom(options.mountPoints);
+  result.deviceId = options.deviceId ? *options.deviceId : defaultDeviceId(mountPoints.front());
+  for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
+  StickSource stick;
+  index(stick, mountPoints, result);
+}
+
+void IndexRun::indexPhones() {
+  const PhoneRelease release;
+  std::vector<AttachedDevice> phones;
+  record([&](IndexResult&) { phones = wantedPhones(); });
+  if (results.back().error || phones.empty()) return;
+  results.clear();
+  for (const AttachedDevice& phone : phones) {
+    record([&](IndexResult& result) { indexPhone(phone, result); });
+  }
+}
+
+std::vector<AttachedDevice> IndexRun::wantedPhones() {
+  auto found = doInBackground([file = options.scriptedFile] { return findPhones(file); }, signals);
+  if (!found) return {};
+  if (options.serial) return {phoneNamed(*options.serial, *found)};
+  if (found->empty()) throw HostError(CouldNotRun, kNoPhone);
+  if (options.deviceId && found->size() > 1) {
+    throw HostError(
+        WrongUsage,
+        "Several devices are attached. Say which one --device-id is for: --mtp SERIAL.");
+  }
+  // Those that can be read at once first: a locked one may take its time.
+  std::stable_partition(found->begin(), found->end(),
+                        [](const AttachedDevice& phone) { return !phone.storages.empty(); });
+  return *found;
+}
+
+void IndexRun::indexPhone(const AttachedDevice& phone, IndexResult& result) {
+  result.deviceId = options.deviceId.value_or(phone.deviceId);
+  if (signals.received() != 0) return;
+  if (!phone.error.empty()) throw HostError(CouldNotRun, nameOf(phone) + ": " + phone.error);
+  const bool isKnown = std::any_of(results.begin(), results.end(), [&](const IndexResult& earlier) {
+    return earlier.deviceId == result.deviceId;
+  });
+  if (isKnown) {
+    throw HostError(CouldNotRun, "Another attached device has the id " + result.deviceId +
+                                     ", too. Unplug one: they would share a database.");
+  }
+  if (phone.storages.empty() && !waitForStorage(phone)) return;
+  PhoneSource source(phone.handle);
+  index(source, {PhoneSource::mountPointOf(result.deviceId)}, result);
+}
+
+bool IndexRun::waitForStorage(const AttachedDevice& phone) {
+  const auto deadline = Clock::now() + options.storageWait;
+  if (!options.quiet) line.print(lockedText(phone));
+  const auto look = [handle = phone.handle] {
+    std::this_thread::sleep_for(kStoragePause);
+    return !storagesOf(handle).empty();
+  };
+  while (Clock::now() < deadline) {
+    const bool isUnlocked = doInBackground(look, signals, deadline).value_or(false);
+    if (signals.received() != 0) return false;
+    if (isUnlocked) return true;
+    if (!isAttached(phone.handle)) {
+      throw HostError(CouldNotRun, nameOf(phone) + " was unplugged. Plug it in and try again.");
+    }
+  }
+  throw HostError(CouldNotRun, lockedText(phone) + " Then try again; nothing was changed.");
+}
+
+void IndexRun::index(IndexSource& source, const std::vector<std::string>& mountPoints,
+                     IndexResult& result) {
+  prepareDatabase(result);
+  requireGlibLoop();
+  for (const std::string& mountPoint : mountPoints) {
+    result.partitions.push_back({mountPoint, {}, {}});
+  }
+  {
+    IndexSession indexing(source, result, line);
+    session = &indexing;
+    indexing.run();
+    session = nullptr;
+  }
+  readTotals(result);
+}
+
+void IndexRun::prepareDatabase(IndexResult& result) const {
+  DatabaseMgr& databases = DatabaseMgr::instance();
+  result.database = databases.getDbNameFromDevId(result.deviceId);
+  databases.createDirectory();
+  // The trailing "/" tells a file in the folder's place.
+  requireAccess(options.databaseFolder + "/", W_OK | X_OK,
+                "The database folder " + options.databaseFolder);
+  std::error_code ignored;
+  if (std::filesystem::exists(result.database, ignored)) {
+    requireAccess(result.database, R_OK | W_OK, "The database " + result.database);
+  }
+}
+
+void IndexRun::interrupt() {
+  if (!options.quiet) line.print("Interrupted: stopping in order. Again ends at once.");
+  if (session != nullptr) session->interrupt();
+}
+
+}  // namespace orvel::host

@@ -1,0 +1,40 @@
+#include "cli/IndexSource.h"
+
+#include <QString>
+
+#include "mtp/MtpDevice.h"
+#include "phones/AttachedDevices.h"
+#include "qt/OrvelQTProxy.h"
+
+namespace orvel::host {
+
+void StickSource::start(const std::string& deviceId, const std::string& mountPoint,
+                        bool isFirstPartition) {
+  OrvelQTProxy::instance().startIndexing(QString::fromStdString(deviceId),
+                                         QString::fromStdString(mountPoint), isFirstPartition);
+}
+
+std::string PhoneSource::mountPointOf(const std::string& deviceId) {
+  return "mtp-folder://" + deviceId;
+}
+
+void PhoneSource::start(const std::string& deviceId, const std::string& /*mountPoint*/,
+                        bool isFirstPartition) {
+  setDeviceId(handle, deviceId);
+  OrvelQTProxy::instance().startMtpIndexing(QString::fromStdString(deviceId), handle,
+                                            isFirstPartition);
+}
+
+void PhoneSource::attend() {
+  if (isGone) return;
+  if (isAttached(handle)) {
+    // The indexer waits once for this, and only what comes during its wait ends it.
+    OrvelQTProxy::instance().setDeviceReady(handle);
+    return;
+  }
+  // Readiness that is told from now on would hide the removal.
+  isGone = true;
+  MtpDevice::instance().disconnectDevice(handle);
+}
+
+}  // namespace orvel::host

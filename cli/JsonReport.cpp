@@ -1,0 +1,87 @@
+#include "cli/JsonReport.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include "cli/JsonText.h"
+
+namespace orvel::host {
+
+namespace {
+
+constexpr int kVersion = 1;
+
+qint64 number(std::int64_t value) {
+  return value;
+}
+
+/// null for an empty text.
+QJsonValue textOrNull(const std::string& text) {
+  return text.empty() ? QJsonValue() : QJsonValue(jsonString(text));
+}
+
+/// null for none.
+QJsonValue secondsOrNull(const std::optional<double>& seconds) {
+  return seconds ? QJsonValue(*seconds) : QJsonValue();
+}
+
+QJsonArray texts(const std::vector<std::string>& values) {
+  QJsonArray array;
+  for (const std::string& value : values) array.append(jsonString(value));
+  return array;
+}
+
+QJsonObject files(const ProgressSnapshot::Files& files) {
+  return {{"found", number(files.found)}, {"stored", number(files.stored)}};
+}
+
+QJsonObject songs(const ProgressSnapshot::Songs& songs) {
+  return {{"found", number(songs.found)},   {"unchanged", number(songs.unchanged)},
+          {"new", number(songs.added)},     {"removed", number(songs.removed)},
+          {"stored", number(songs.stored)}, {"skipped", number(songs.skipped)}};
+}
+
+QJsonObject partition(const PartitionResult& result) {
+  const ProgressSnapshot& progress = result.progress;
+  return {{"mount_point", jsonString(result.mountPoint)},
+          {"status", result.status()},
+          {"database_existed", progress.databaseExisted},
+          {"content_modified", progress.contentModified},
+          {"left_undone", texts(result.leftUndone)},
+          {"limit_reached", progress.limitReached},
+          {"isolation_failed", progress.isolationFailed},
+          {"songs", songs(progress.songs)},
+          {"playlists", files(progress.playlists)},
+          {"directories", files(progress.directories)},
+          {"folder_tree_seconds", secondsOrNull(progress.folderTreeSeconds)}};
+}
+
+QJsonValue totals(const std::optional<Totals>& totals) {
+  if (!totals) return {};
+  return QJsonObject{
+      {"songs", number(totals->songs)},         {"artists", number(totals->artists)},
+      {"albums", number(totals->albums)},       {"genres", number(totals->genres)},
+      {"composers", number(totals->composers)}, {"directories", number(totals->directories)},
+      {"playlists", number(totals->playlists)}};
+}
+
+}  // namespace
+
+std::string jsonReport(const IndexResult& result) {
+  QJsonArray partitions;
+  for (const PartitionResult& one : result.partitions) partitions.append(partition(one));
+  return jsonLine({{"version", kVersion},
+                   {"exit", result.exitStatus()},
+                   {"error", textOrNull(result.error.value_or(""))},
+                   {"interrupted", result.signal != 0},
+                   {"device_id", jsonString(result.deviceId)},
+                   {"database", textOrNull(result.database)},
+                   {"database_bytes", number(result.databaseBytes)},
+                   {"seconds", result.seconds},
+                   {"first_song_seconds", secondsOrNull(result.firstSongSeconds)},
+                   {"status", textOrNull(result.status() == nullptr ? "" : result.status())},
+                   {"partitions", partitions},
+                   {"totals", totals(result.totals)}});
+}
+
+}  // namespace orvel::host

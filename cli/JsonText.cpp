@@ -1,0 +1,23 @@
+#include "cli/JsonText.h"
+
+#include <QJsonDocument>
+#include <boost/algorithm/string/join.hpp>
+
+#include "cli/DisplayText.h"
+
+namespace orvel::host {
+
+QString jsonString(std::string_view bytes) {
+  return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
+std::string jsonLine(const QJsonObject& object) {
+  // What JSON lets through stands inside strings, where the escapes of texts are JSON's own.
+  return displayText(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
+}
+
+std::string jsonArray(const std::vector<std::string>& lines) {
+  return "[" + boost::algorithm::join(lines, ",") + "]";
+}
+
+}  // namespace orvel::host

@@ -1,0 +1,57 @@
+#include "cli/ListCommand.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <iostream>
+
+#include "cli/DisplayText.h"
+#include "cli/ExitStatus.h"
+#include "cli/ListFormat.h"
+#include "cli/MediaDatabase.h"
+#include "cli/MountPoint.h"
+#include "db/DatabaseMgr.h"
+
+namespace orvel::host {
+
+namespace {
+
+std::string onlyDatabaseIn(const std::string& folder) {
+  const std::vector<std::string> databases = databasesIn(folder);
+  if (databases.size() == 1) return databases.front();
+  if (databases.empty()) {
+    throw HostError(WrongUsage, "There is no database in " + folder +
+                                    ". Run 'orvel index' first, or name its folder with --db-dir.");
+  }
+  std::cerr << "orvel: There are several databases. Name one with --db or --device-id:\n";
+  for (const std::string& database : databases) std::cerr << displayText(database) << '\n';
+  throw HostError(WrongUsage, "Nothing was listed; 'orvel status' tells more about each.");
+}
+
+std::string databaseFor(const ListOptions& options) {
+  if (options.databaseFile) return cleanPath(*options.databaseFile);
+  if (!options.deviceId) return onlyDatabaseIn(options.databaseFolder);
+  DatabaseMgr::instance().setDirectory(options.databaseFolder);
+  return DatabaseMgr::instance().getDbNameFromDevId(*options.deviceId);
+}
+
+std::size_t outputColumns() {
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+}  // namespace
+
+int runList(const ListOptions& options) {
+  std::ios::sync_with_stdio(false);
+  const MediaDatabase database(databaseFor(options));
+  const Listing listing = listingFor(options.query);
+  const auto format = ListFormat::make(options.format, listing.columns, std::cout, outputColumns());
+  database.query(listing.sql, listing.parameters, [&](const Row& row) { format->row(row); });
+  format->end();
+  std::cout.flush();
+  if (!std::cout) throw HostError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  return Done;
+}
+
+}  // namespace orvel::host

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <ostream>
+
+#include "cli/CommandLine.h"
+#include "cli/MediaDatabase.h"
+
+namespace orvel::host {
+
+/// Prints a listing row by row. Everything that is printed is valid UTF-8 without control
+/// characters.
+class ListFormat {
+ public:
+  virtual ~ListFormat() = default;
+  ListFormat() = default;
+  ListFormat(const ListFormat&) = delete;
+  ListFormat& operator=(const ListFormat&) = delete;
+
+  /// `row` begins with the cells of the columns.
+  virtual void row(const Row& row) = 0;
+  /// To be called once after the last row.
+  virtual void end() = 0;
+
+  /// The format for `columns`, printing to `out`, which must outlive it. A table is fitted to
+  /// `width` columns, 0 for as wide as it gets.
+  static std::unique_ptr<ListFormat> make(ListOptions::Format format,
+                                          const std::vector<Column>& columns, std::ostream& out,
+                                          std::size_t width);
+};
+
+}  // namespace orvel::host

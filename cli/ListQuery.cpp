@@ -1,0 +1,160 @@
+#include "cli/ListQuery.h"
+
+namespace orvel::host {
+
+namespace {
+
+using Kind = Column::Kind;
+
+/// The songs with everything that filters ask for.
+constexpr char kSongs[] =
+    " FROM SONGS S LEFT JOIN ARTISTS R ON R.ARTISTID = S.ARTISTID"
+    " LEFT JOIN ALBUMS B ON B.ALBUMID = S.ALBUMID"
+    " LEFT JOIN GENRES G ON G.GENREID = S.GENREID"
+    " LEFT JOIN COMPOSERS C ON C.COMPOSERID = S.COMPOSERID"
+    " LEFT JOIN DIRECTORIES D ON D.OBJECTID = S.DIRECTORYID";
+
+/// One of the tables of names that songs refer to.
+struct NameTable {
+  const char* alias;
+  const char* text;
+  const char* sortForm;
+};
+
+/// Collects conditions and their parameters.
+class Filter {
+ public:
+  explicit Filter(const ListQuery& query) {
+    add("R.ARTIST = ?", query.artist);
+    add("B.ALBUM = ?", query.album);
+    add("G.GENRE = ?", query.genre);
+    add("? IN (D.PATH, D.NAME)", query.directory);
+  }
+
+  void add(const char* condition, const std::optional<std::string>& value) {
+    if (!value) return;
+    where += (where.empty() ? " WHERE " : " AND ") + std::string(condition);
+    parameters.push_back(*value);
+  }
+
+  std::string where;
+  std::vector<std::string> parameters;
+};
+
+/// Filters of a listing that has no playlist of its own.
+Filter filterWithPlaylist(const ListQuery& query) {
+  Filter filter(query);
+  filter.add("S.OBJECTID IN (SELECT TRACKID FROM PLAYLISTS WHERE ? IN (PLAYNAME, PLAYPATH))",
+             query.playlist);
+  return filter;
+}
+
+std::vector<Column> songColumns() {
+  return {{"path", Kind::Path},
+          {"name", Kind::Text, false},
+          {"title", Kind::Text},
+          {"artist", Kind::Text},
+          {"album", Kind::Text},
+          {"genre", Kind::Text},
+          {"composer", Kind::Text},
+          {"track", Kind::Number},
+          {"disc", Kind::Number},
+          {"directory", Kind::Path, false},
+          {"object_id", Kind::Text, false},
+          {"last_modified", Kind::Number, false}};
+}
+
+constexpr char kSongCells[] =
+    "SELECT S.PATH, S.NAME, S.TITLE, R.ARTIST, B.ALBUM, G.GENRE, C.COMPOSER, S.TRACKIND, S.DISCNUM,"
+    " D.PATH, S.OBJECTID, S.LASTMODIFIED";
+
+Listing songs(const ListQuery& query) {
+  const Filter filter = filterWithPlaylist(query);
+  return {songColumns(),
+          std::string(kSongCells) + kSongs + filter.where + " ORDER BY S.PATH COLLATE UTF8, S.ID;",
+          filter.parameters};
+}
+
+/// The songs of a playlist in its order. An entry may spell its path otherwise than the song, and
+/// two files whose paths differ in case share an identifier: then the exact path wins.
+Listing songsOfPlaylist(const ListQuery& query) {
+  const Filter filter(query);
+  Listing listing{songColumns(), "", {*query.playlist}};
+  listing.columns.push_back({"position", Kind::Number, false});
+  listing.sql =
+      "WITH ENTRIES AS (SELECT ID, PLAYPATH, TRACKPATH, TRACKID,"
+      " ROW_NUMBER() OVER (PARTITION BY PLAYID ORDER BY ID) AS POSITION FROM VIEW_PLAYLISTENTRIES"
+      " WHERE PLAYID IN (SELECT PLAYID FROM PLAYLISTS WHERE ? IN (PLAYNAME, PLAYPATH)))" +
+      std::string(kSongCells) + ", E.POSITION, MAX(S.PATH = E.TRACKPATH)" + kSongs +
+      " JOIN ENTRIES E ON E.TRACKID = S.OBJECTID" + filter.where +
+      " GROUP BY E.ID ORDER BY E.PLAYPATH COLLATE UTF8, E.POSITION;";
+  listing.parameters.insert(listing.parameters.end(), filter.parameters.begin(),
+                            filter.parameters.end());
+  return listing;
+}
+
+Listing names(const ListQuery& query, const NameTable& table) {
+  const Filter filter = filterWithPlaylist(query);
+  const std::string text = std::string(table.alias) + "." + table.text;
+  return {{{"name", Kind::Text}, {"sort", Kind::Text}, {"songs", Kind::Number}},
+          "SELECT " + text + ", " + table.alias + "." + table.sortForm + ", COUNT(*)" + kSongs +
+              filter.where + " GROUP BY " + text + " ORDER BY " + text + " COLLATE UTF8, " + text +
+              ";",
+          filter.parameters};
+}
+
+bool hasFilter(const ListQuery& query) {
+  return query.artist || query.album || query.genre || query.playlist || query.directory;
+}
+
+Listing directories(const ListQuery& query) {
+  const Filter filter = filterWithPlaylist(query);
+  return {
+      {{"path", Kind::Path}, {"name", Kind::Text}, {"parent", Kind::Path}, {"songs", Kind::Number}},
+      "WITH COUNTS AS (SELECT S.DIRECTORYID AS ID, COUNT(*) AS SONGS" + std::string(kSongs) +
+          filter.where +
+          " GROUP BY S.DIRECTORYID)"
+          " SELECT D.PATH, D.NAME, P.PATH, COALESCE(N.SONGS, 0) FROM DIRECTORIES D"
+          " LEFT JOIN DIRECTORIES P ON P.OBJECTID = D.PARENT_ID" +
+          (hasFilter(query) ? "" : " LEFT") +
+          " JOIN COUNTS N ON N.ID = D.OBJECTID ORDER BY D.PATH COLLATE UTF8, D.PATH;",
+      filter.parameters};
+}
+
+/// With a filter on songs only the entries that match count.
+Listing playlists(const ListQuery& query) {
+  Filter filter(query);
+  const std::string onSongs = filter.where.empty() ? ""
+                                                   : " WHERE E.TRACKID IN (SELECT S.OBJECTID" +
+                                                         std::string(kSongs) + filter.where + ")";
+  filter.where = onSongs;
+  filter.add("? IN (E.PLAYNAME, E.PLAYPATH)", query.playlist);
+  return {{{"name", Kind::Text}, {"path", Kind::Path}, {"entries", Kind::Number}},
+          "SELECT E.PLAYNAME, E.PLAYPATH, COUNT(*) FROM VIEW_PLAYLISTENTRIES E" + filter.where +
+              " GROUP BY E.PLAYID ORDER BY E.PLAYNAME COLLATE UTF8, E.PLAYPATH;",
+          filter.parameters};
+}
+
+}  // namespace
+
+Listing listingFor(const ListQuery& query) {
+  switch (query.kind) {
+    case ListKind::Songs:
+      return query.playlist ? songsOfPlaylist(query) : songs(query);
+    case ListKind::Artists:
+      return names(query, {"R", "ARTIST", "ASIANARTIST"});
+    case ListKind::Albums:
+      return names(query, {"B", "ALBUM", "ASIANALBUM"});
+    case ListKind::Genres:
+      return names(query, {"G", "GENRE", "ASIANGENRE"});
+    case ListKind::Composers:
+      return names(query, {"C", "COMPOSER", "ASIANCOMPOSER"});
+    case ListKind::Directories:
+      return directories(query);
+    case ListKind::Playlists:
+      return playlists(query);
+  }
+  return {};
+}
+
+}  // namespace orvel::host

@@ -1,0 +1,73 @@
+#include "cli/MountPoint.h"
+
+#include <dirent.h>
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "cli/DisplayText.h"
+#include "cli/ExitStatus.h"
+
+namespace orvel::host {
+
+namespace {
+
+/// The indexer finds the rows of a mount point with SQLite's LIKE and an unescaped pattern, so "_",
+/// "%" and the case of ASCII letters count as well.
+bool ownsRowsOf(const std::string& mountPoint, const std::string& other) {
+  return sqlite3_strlike((mountPoint + "%").c_str(), other.c_str(), 0) == 0;
+}
+
+void requireSeparate(const std::string& first, const std::string& second) {
+  if (!ownsRowsOf(first, second) && !ownsRowsOf(second, first)) return;
+  throw HostError(WrongUsage, first + " and " + second +
+                                  " cannot be indexed together: one path begins with the other."
+                                  " Index them in runs of their own, with a --device-id each.");
+}
+
+}  // namespace
+
+std::string cleanPath(const std::string& path) {
+  if (path.empty()) throw HostError(WrongUsage, "A path on the command line is empty.");
+  std::error_code error;
+  std::string clean = std::filesystem::absolute(path, error).lexically_normal().string();
+  if (error) {
+    throw HostError(CouldNotRun, "The working directory cannot be found (" + error.message() +
+                                     "). Give absolute paths.");
+  }
+  if (clean.size() > 1 && clean.back() == '/') clean.pop_back();
+  return clean;
+}
+
+std::vector<std::string> mountPointsFrom(const std::vector<std::string>& arguments) {
+  std::vector<std::string> mountPoints;
+  for (const std::string& argument : arguments) {
+    const std::string mountPoint = cleanPath(argument);
+    if (!isValidUtf8(mountPoint)) {
+      throw HostError(WrongUsage, "The mount point " + mountPoint +
+                                      " is not valid UTF-8. Mount the device under another name.");
+    }
+    for (const std::string& earlier : mountPoints) requireSeparate(earlier, mountPoint);
+    mountPoints.push_back(mountPoint);
+  }
+  return mountPoints;
+}
+
+void requireReadableFolder(const std::string& mountPoint) {
+  if (DIR* const folder = opendir(mountPoint.c_str())) {
+    closedir(folder);
+    return;
+  }
+  const int error = errno;
+  const char* remedy = "Check the device and its file system.";
+  if (error == ENOENT) remedy = "Mount the device or name another folder.";
+  if (error == ENOTDIR) remedy = "Name the folder that holds the music.";
+  if (error == EACCES) remedy = "Run as a user who may read it, or change its permissions.";
+  throw HostError(CouldNotRun, "Cannot read the folder " + mountPoint + " (" +
+                                   std::strerror(error) + "). " + remedy);
+}
+
+}  // namespace orvel::host

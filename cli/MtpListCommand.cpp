@@ -1,0 +1,74 @@
+#include "cli/MtpListCommand.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <iostream>
+
+#include "base/Log.h"
+#include "cli/AttachedPhones.h"
+#include "cli/DisplayText.h"
+#include "cli/ExitStatus.h"
+#include "cli/JsonText.h"
+#include "cli/Summary.h"
+
+namespace orvel::host {
+
+namespace {
+
+QJsonObject jsonOf(const DeviceStorage& storage) {
+  return {{"id", qint64{storage.id}},
+          {"description", jsonString(storage.description)},
+          {"capacity_bytes", static_cast<qint64>(storage.capacityBytes)},
+          {"free_bytes", static_cast<qint64>(storage.freeBytes)}};
+}
+
+QJsonObject jsonOf(const AttachedDevice& phone) {
+  QJsonArray storages;
+  for (const DeviceStorage& storage : phone.storages) storages.append(jsonOf(storage));
+  return {{"handle", qint64{phone.handle}},
+          {"maker", jsonString(phone.maker)},
+          {"model", jsonString(phone.model)},
+          {"serial", jsonString(phone.serial)},
+          {"device_id", jsonString(phone.deviceId)},
+          {"error", phone.error.empty() ? QJsonValue() : QJsonValue(jsonString(phone.error))},
+          {"storages", storages}};
+}
+
+void print(const DeviceStorage& storage) {
+  std::cout << "  Storage    " << displayText(storage.description) << ", "
+            << readableSize(static_cast<std::int64_t>(storage.freeBytes)) << " free of "
+            << readableSize(static_cast<std::int64_t>(storage.capacityBytes)) << "\n";
+}
+
+void print(const AttachedDevice& phone) {
+  std::cout << displayText(nameOf(phone)) << "\n  Handle     " << phone.handle << "\n  Device id  "
+            << displayText(phone.deviceId) << "\n";
+  for (const DeviceStorage& storage : phone.storages) print(storage);
+  if (!phone.error.empty()) {
+    std::cout << "  Cannot be read: " << displayText(phone.error) << "\n";
+  } else if (phone.storages.empty()) {
+    std::cout << "  Locked: it shows no storage. Unlock it and allow file transfer.\n";
+  }
+}
+
+}  // namespace
+
+int runMtpList(const MtpListOptions& options) {
+  setLogThreshold(LOG_ERROR);  // what a device lacks is in the list
+  const PhoneRelease release;
+  const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
+  if (options.json) {
+    std::vector<std::string> objects;
+    objects.reserve(phones.size());
+    for (const AttachedDevice& phone : phones) objects.push_back(jsonLine(jsonOf(phone)));
+    std::cout << jsonArray(objects) << "\n";
+  } else {
+    if (phones.empty()) std::cout << kNoPhone << "\n";
+    for (const AttachedDevice& phone : phones) print(phone);
+  }
+  std::cout.flush();
+  if (!std::cout) throw HostError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  return Done;
+}
+
+}  // namespace orvel::host

@@ -1,0 +1,54 @@
+#include "cli/StatusCommand.h"
+
+#include <iomanip>
+#include <iostream>
+
+#include "cli/DisplayText.h"
+#include "cli/ExitStatus.h"
+#include "cli/MediaDatabase.h"
+#include "cli/Summary.h"
+#include "db/DatabaseMgr.h"
+
+namespace orvel::host {
+
+namespace {
+
+void printSize(const std::string& file) {
+  const std::int64_t bytes = databaseBytes(file);
+  const double share = 100.0 * static_cast<double>(bytes) / kDatabaseSizeLimit;
+  std::cout << "  Size       " << readableSize(bytes) << ", " << std::fixed << std::setprecision(1)
+            << share << " % of the limit of " << readableSize(kDatabaseSizeLimit) << "\n";
+}
+
+/// A database that cannot be read is shown with the reason and hides no other.
+void print(const std::string& file) {
+  std::cout << displayText(file) << "\n";
+  try {
+    const MediaDatabase database(file);
+    const std::string device = database.deviceId();
+    if (!device.empty()) std::cout << "  Device     " << displayText(device) << "\n";
+    for (const StoredPartition& partition : database.partitions()) {
+      std::cout << "  Partition  " << displayText(partition.mountPoint) << "  "
+                << (partition.status.empty() ? "not indexed yet" : displayText(partition.status))
+                << "\n";
+    }
+    std::cout << "  Content    " << readableTotals(database.totals()) << "\n";
+  } catch (const HostError& error) {
+    std::cout << "  " << displayText(error.what()) << "\n";
+  }
+  printSize(file);
+}
+
+}  // namespace
+
+int runStatus(const StatusOptions& options) {
+  const std::vector<std::string> databases = databasesIn(options.databaseFolder);
+  if (databases.empty()) {
+    std::cout << "No device has been indexed into " << displayText(options.databaseFolder) << ".\n";
+  }
+  for (const std::string& database : databases) print(database);
+  std::cout.flush();
+  return Done;
+}
+
+}  // namespace orvel::host

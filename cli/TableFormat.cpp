@@ -1,0 +1,87 @@
+#include "cli/TableFormat.h"
+
+#include <algorithm>
+#include <cctype>
+#include <numeric>
+
+#include "cli/DisplayText.h"
+
+namespace orvel::host {
+
+namespace {
+
+constexpr std::size_t kGap = 2;
+constexpr std::size_t kSmallestColumn = 8;
+
+std::string heading(const char* name) {
+  std::string text = name;
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+std::string shownText(const Cell& cell) {
+  if (const auto* text = std::get_if<std::string_view>(&cell)) return displayText(*text);
+  if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
+  return "";
+}
+
+}  // namespace
+
+TableFormat::TableFormat(const std::vector<Column>& wantedColumns, std::ostream& stream,
+                         std::size_t availableWidth)
+    : columns(wantedColumns), out(stream), width(availableWidth) {
+  Line headings;
+  for (const Column& column : columns) {
+    headings.push_back(column.everywhere ? heading(column.name) : "");
+  }
+  lines.push_back(std::move(headings));
+}
+
+void TableFormat::row(const Row& row) {
+  Line line;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    line.push_back(columns[i].everywhere ? shownText(row[i]) : "");
+  }
+  lines.push_back(std::move(line));
+}
+
+void TableFormat::end() {
+  const std::vector<std::size_t> widths = fittedWidths();
+  for (const Line& line : lines) print(line, widths);
+}
+
+std::vector<std::size_t> TableFormat::fittedWidths() const {
+  std::vector<std::size_t> widths(columns.size());
+  for (const Line& line : lines) {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      widths[i] = std::max(widths[i], displayWidth(line[i]));
+    }
+  }
+  if (width == 0) return widths;
+  const auto shown = static_cast<std::size_t>(std::count_if(
+      columns.begin(), columns.end(), [](const Column& column) { return column.everywhere; }));
+  std::size_t total = std::accumulate(widths.begin(), widths.end(), (shown - 1) * kGap);
+  for (; total > width; --total) {
+    const auto widest = std::max_element(widths.begin(), widths.end());
+    if (*widest <= kSmallestColumn) break;
+    --*widest;
+  }
+  return widths;
+}
+
+void TableFormat::print(const Line& line, const std::vector<std::size_t>& widths) const {
+  std::string text;
+  std::size_t missing = 0;  // blanks are written before a further column only
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (!columns[i].everywhere) continue;
+    const bool isPath = columns[i].kind == Column::Kind::Path;
+    const std::string cell = elided(line[i], widths[i], isPath ? Elide::Start : Elide::End);
+    const std::size_t padding = widths[i] - displayWidth(cell);
+    const bool alignRight = columns[i].kind == Column::Kind::Number;
+    text.append(missing + (alignRight ? padding : 0), ' ').append(cell);
+    missing = kGap + (alignRight ? 0 : padding);
+  }
+  out << text << '\n';
+}
+
+}  // namespace orvel::host

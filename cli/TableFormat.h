@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+#include "cli/ListFormat.h"
+
+namespace orvel::host {
+
+/// Aligned columns for people, fitted to the terminal by shortening the widest: paths at their
+/// start, other texts at their end.
+class TableFormat : public ListFormat {
+ public:
+  /// `availableWidth` 0: as wide as it gets.
+  TableFormat(const std::vector<Column>& wantedColumns, std::ostream& stream,
+              std::size_t availableWidth);
+
+  void row(const Row& row) override;
+  void end() override;
+
+ private:
+  using Line = std::vector<std::string>;
+
+  [[nodiscard]] std::vector<std::size_t> fittedWidths() const;
+  void print(const Line& line, const std::vector<std::size_t>& widths) const;
+
+  std::vector<Column> columns;
+  std::ostream& out;
+  std::size_t width;
+  std::vector<Line> lines;
+};
+
+}  // namespace orvel::host

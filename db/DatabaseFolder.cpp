@@ -1,0 +1,78 @@
+#include "db/DatabaseFolder.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <glib/gstdio.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "base/Log.h"
+#include "base/Md5.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr int kOwnerOnly = 0700;
+constexpr std::size_t kReadableCharacters = 24;
+
+/// A part of the file name that people recognise the device by.
+std::string readablePart(const std::string& deviceId) {
+  std::string part = deviceId.substr(0, kReadableCharacters);
+  for (char& c : part) {
+    if (g_ascii_isalnum(c) == 0 && c != '-' && c != '_') c = '_';
+  }
+  return part;
+}
+
+}  // namespace
+
+DatabaseFolder::~DatabaseFolder() {
+  if (lockFile >= 0) close(lockFile);
+}
+
+void DatabaseFolder::set(const std::string& directory) {
+  const MutexLock lock(mutex);
+  if (lockFile >= 0) close(lockFile);
+  lockFile = -1;
+  path = directory;
+}
+
+std::string DatabaseFolder::get() const {
+  const MutexLock lock(mutex);
+  return path;
+}
+
+void DatabaseFolder::create() {
+  const MutexLock lock(mutex);
+  if (g_mkdir_with_parents(path.c_str(), kOwnerOnly) != 0) {
+    const int error = errno;
+    OV_WARN("cannot create the database folder %s: %s", path.c_str(), std::strerror(error));
+    return;
+  }
+  lockOnce(path);
+}
+
+void DatabaseFolder::lockOnce(const std::string& directory) {
+  if (lockFile >= 0) return;
+  lockFile = open((directory + "/orvel.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (lockFile >= 0 && flock(lockFile, LOCK_EX | LOCK_NB) != 0) {
+    OV_WARN("another process indexes into %s; give each its own folder", directory.c_str());
+  }
+}
+
+std::string DatabaseFolder::fileFor(const std::string& deviceId) const {
+  return get() + "/" + readablePart(deviceId) + "-" + md5Hex(deviceId) + ".db";
+}
+
+void DatabaseFolder::flush() const {
+  const int folder = open(get().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  fsync(folder);
+  close(folder);
+}
+
+}  // namespace orvel

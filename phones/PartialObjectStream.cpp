@@ -1,0 +1,57 @@
+#include "phones/PartialObjectStream.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+/// The first request: most tags without a cover lie in it.
+constexpr std::int64_t kHeadBytes = 12288;
+
+}  // namespace
+
+PartialObjectStream::PartialObjectStream(std::shared_ptr<Device> readDevice, DeviceObject readTrack,
+                                         std::stop_token token)
+    : TagStream(readTrack.name, std::move(token)),
+      device(std::move(readDevice)),
+      track(std::move(readTrack)) {
+  setSize(static_cast<std::int64_t>(track.size));
+}
+
+long PartialObjectStream::readAt(long start, char* target, long length) {
+  long filled = 0;
+  while (filled < length) {
+    // In 64 bits: the piece of an object of 2 GiB or more may end past what a long counts.
+    const std::int64_t at = std::int64_t{start} + filled;
+    const std::int64_t pieceEnd = pieceStart + static_cast<std::int64_t>(piece.size());
+    if (at < pieceStart || at >= pieceEnd) {
+      if (!fetch(at, length - filled)) break;
+      continue;
+    }
+    const auto copied = static_cast<long>(std::min<std::int64_t>(length - filled, pieceEnd - at));
+    std::memcpy(target + filled, piece.data() + (at - pieceStart),
+                static_cast<std::size_t>(copied));
+    filled += copied;
+  }
+  return filled;
+}
+
+bool PartialObjectStream::fetch(std::int64_t start, std::int64_t length) {
+  const std::int64_t wanted = start == 0 ? std::max(length, kHeadBytes) : length;
+  const auto offset = static_cast<std::uint64_t>(start);
+  const auto rest =
+      std::min<std::uint64_t>(track.size - offset, static_cast<std::uint64_t>(wanted));
+  piece.clear();
+  if (offset >= track.size) return false;
+  if (device->readBytes(track, offset, static_cast<std::uint32_t>(rest), piece) != STATUS_OK) {
+    noteReadError();
+    piece.clear();
+  }
+  pieceStart = start;
+  return !piece.empty();
+}
+
+}  // namespace orvel

@@ -1,0 +1,101 @@
+#include "phones/libmtp/PrintedLines.h"
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include "base/Log.h"
+#include "base/Mutex.h"
+
+namespace orvel {
+
+namespace {
+
+/// How many instances live on this thread.
+thread_local int instancesHere = 0;
+
+void logLines(std::string_view text) {
+  // Where the log goes to one of these streams, it goes the ordinary way.
+  const int instances = std::exchange(instancesHere, 0);
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    if (!line.empty()) OV_DEBUG("libmtp: %.*s", static_cast<int>(line.size()), line.data());
+    text.remove_prefix(line.size() == text.size() ? line.size() : line.size() + 1);
+  }
+  instancesHere = instances;
+}
+
+/// Stands in for one of C's streams: sorts what is printed by thread.
+class StreamSorter {
+ public:
+  explicit StreamSorter(std::FILE*& sortedStream) : variable(sortedStream) {
+    cookie_io_functions_t functions{};
+    functions.write = &StreamSorter::write;
+    sorting = fopencookie(this, "w", functions);
+    // Nothing is kept back, so that whoever prints is the thread that writes.
+    if (sorting != nullptr) std::setvbuf(sorting, nullptr, _IONBF, 0);
+  }
+
+  void begin() {
+    if (sorting == nullptr) return;
+    ordinary = variable;
+    variable = sorting;
+  }
+
+  void end() {
+    if (sorting != nullptr && variable == sorting) variable = ordinary;
+  }
+
+ private:
+  static ssize_t write(void* cookie, const char* text, std::size_t length) {
+    if (instancesHere == 0) {
+      auto* const stream = static_cast<StreamSorter*>(cookie)->ordinary.load();
+      return static_cast<ssize_t>(std::fwrite(text, 1, length, stream));
+    }
+    logLines({text, length});
+    return static_cast<ssize_t>(length);
+  }
+
+  std::FILE*& variable;
+  std::FILE* sorting = nullptr;  ///< never closed: a thread may still be printing to it
+  std::atomic<std::FILE*> ordinary{nullptr};
+};
+
+/// Never destroyed: devices may be in a call until the process ends.
+struct Sorting {
+  Mutex mutex;
+  int instances ORVEL_GUARDED_BY(mutex) = 0;
+  StreamSorter output{stdout};
+  StreamSorter error{stderr};
+};
+
+Sorting& sorting() {
+  static auto* const shared = new Sorting;
+  return *shared;
+}
+
+}  // namespace
+
+PrintedLines::PrintedLines() {
+  Sorting& shared = sorting();
+  const MutexLock lock(shared.mutex);
+  ++instancesHere;
+  if (shared.instances++ > 0) return;
+  shared.output.begin();
+  shared.error.begin();
+}
+
+PrintedLines::~PrintedLines() {
+  Sorting& shared = sorting();
+  const MutexLock lock(shared.mutex);
+  --instancesHere;
+  if (--shared.instances > 0) return;
+  shared.output.end();
+  shared.error.end();
+}
+
+}  // namespace orvel

@@ -1,0 +1,157 @@
+#include "phones/scripted/ScriptedBus.h"
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+#include "phones/DeviceBus.h"
+#include "phones/scripted/DeviceScript.h"
+#include "phones/scripted/ScriptedSession.h"
+
+namespace orvel {
+
+namespace scripted {
+
+namespace {
+
+/// The devices by their bus paths, those that were pulled out included.
+class Bus {
+ public:
+  static Bus& instance() {
+    // Never destroyed: the threads of devices may still ask while the process ends.
+    static auto* const bus = new Bus;
+    return *bus;
+  }
+
+  std::string attach(const ScriptedDevice& device, ObjectIds ids = ObjectIds()) {
+    const MutexLock lock(mutex);
+    char path[16];
+    std::snprintf(path, sizeof path, "001-%03u", ++lastAddress);
+    devices.emplace(path, std::make_shared<LiveDevice>(path, device, std::move(ids)));
+    return path;
+  }
+
+  std::shared_ptr<LiveDevice> find(const std::string& path) {
+    const MutexLock lock(mutex);
+    const auto found = devices.find(path);
+    return found == devices.end() ? nullptr : found->second;
+  }
+
+  std::vector<std::shared_ptr<LiveDevice>> all() {
+    const MutexLock lock(mutex);
+    std::vector<std::shared_ptr<LiveDevice>> list;
+    for (const auto& [path, device] : devices) list.push_back(device);
+    return list;
+  }
+
+  void clear() {
+    for (const auto& device : all()) device->remove();
+    const MutexLock lock(mutex);
+    devices.clear();
+  }
+
+ private:
+  Mutex mutex;
+  unsigned lastAddress ORVEL_GUARDED_BY(mutex) = 0;
+  std::map<std::string, std::shared_ptr<LiveDevice>> devices ORVEL_GUARDED_BY(mutex);
+};
+
+std::shared_ptr<LiveDevice> deviceAt(const std::string& path) {
+  auto device = Bus::instance().find(path);
+  if (!device) throw std::out_of_range("no scripted device was ever at " + path);
+  return device;
+}
+
+}  // namespace
+
+std::string attach(const ScriptedDevice& device) {
+  return Bus::instance().attach(device);
+}
+
+void detach(const std::string& path) {
+  deviceAt(path)->remove();
+}
+
+std::string replug(const std::string& path) {
+  const auto device = deviceAt(path);
+  device->remove();
+  const ScriptedDevice description = device->media()->device();
+  ObjectIds ids = device->objectIds();
+  if (description.renumbers) ids = ObjectIds(!ids.reversed());
+  return Bus::instance().attach(description, std::move(ids));
+}
+
+void clear() {
+  Bus::instance().clear();
+}
+
+void update(const std::string& path, const ScriptedDevice& device) {
+  deviceAt(path)->update(device);
+}
+
+void release(const std::string& path) {
+  deviceAt(path)->release();
+}
+
+unsigned blocked(const std::string& path) {
+  return deviceAt(path)->blocked();
+}
+
+Journal journal(const std::string& path) {
+  return deviceAt(path)->journal();
+}
+
+t_track_id idOf(const std::string& path, const std::string& objectPath) {
+  const auto device = deviceAt(path);
+  ScriptedDevice description = device->media()->device();
+  const ScriptedObject* const object = description.find(objectPath);
+  if (object == nullptr) throw std::out_of_range("the device holds no " + objectPath);
+  return device->objectIds().of(object->storage, objectPath);
+}
+
+}  // namespace scripted
+
+namespace deviceBus {
+
+using scripted::Bus;
+
+const char* libraryName() {
+  return "scripted";
+}
+
+std::vector<BusDevice> scan() {
+  std::vector<BusDevice> found;
+  for (const auto& device : Bus::instance().all()) {
+    if (!device->isPresent()) continue;
+    const auto media = device->media();
+    found.push_back({device->path(), media->device().vendor, media->device().product});
+  }
+  return found;
+}
+
+std::unique_ptr<DeviceSession> connect(const BusDevice& device) {
+  auto live = Bus::instance().find(device.path);
+  if (!live) {
+    // It went away meanwhile: the session finds it gone.
+    live = std::make_shared<scripted::LiveDevice>(device.path, scripted::ScriptedDevice(),
+                                                  scripted::ObjectIds());
+    live->remove();
+  }
+  return std::make_unique<scripted::ScriptedSession>(std::move(live));
+}
+
+bool isPresent(const std::string& path) {
+  const auto device = Bus::instance().find(path);
+  return device && device->isPresent();
+}
+
+void attachScripted(const std::string& file) {
+  for (const scripted::ScriptedDevice& device : scripted::readDeviceScript(file)) {
+    scripted::attach(device);
+  }
+}
+
+}  // namespace deviceBus
+
+}  // namespace orvel

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+
+#include "tags/AudioFile.h"
+#include "tags/TagReader.h"
+
+namespace orvel {
+
+/// Parses files on the calling thread. Opens some ahead, so that a slow device fetches them
+/// meanwhile.
+class InProcessTagReader : public TagReader {
+ public:
+  explicit InProcessTagReader(std::stop_token token) : stopped(std::move(token)) {}
+
+  void expect(std::vector<std::string> paths) override;
+  TagResult next() override;
+  TagResult read(TagStream& stream) override;
+
+ private:
+  static constexpr std::size_t kFilesAhead = 16;
+
+  struct File {
+    std::string path;
+    AudioFile audio;  ///< from when it is opened until it is read
+  };
+
+  void openAhead();
+
+  const std::stop_token stopped;
+  std::vector<File> files;
+  std::size_t current = 0;
+  std::size_t opened = 0;  ///< where the files begin that are still to be opened
+};
+
+}  // namespace orvel

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <taglib/tag.h>
+
+#include <utility>
+
+#include "tags/TagValues.h"
+
+namespace orvel {
+
+/// The values of a song's tag behind TagLib's tag interface, with what that interface lacks:
+/// composer, disc number and sort forms.
+class SongTag : public TagLib::Tag {
+ public:
+  explicit SongTag(TagValues tagValues) : values(std::move(tagValues)) {}
+
+  [[nodiscard]] TagLib::String composer() const { return values.composer; }
+  /// 0 when unknown.
+  [[nodiscard]] int disc() const { return values.disc; }
+  [[nodiscard]] const TagValues::SortTexts& sortTexts() const { return values.sort; }
+
+  TagLib::String title() const override { return values.title; }
+  TagLib::String artist() const override { return values.artist; }
+  TagLib::String album() const override { return values.album; }
+  TagLib::String genre() const override { return values.genre; }
+  unsigned int track() const override { return values.track; }
+
+  // Not stored, hence not read.
+  TagLib::String comment() const override { return {}; }
+  unsigned int year() const override { return 0; }
+
+  // Tags are only read here: these do nothing.
+  void setTitle(const TagLib::String& /*text*/) override {}
+  void setArtist(const TagLib::String& /*text*/) override {}
+  void setAlbum(const TagLib::String& /*text*/) override {}
+  void setComment(const TagLib::String& /*text*/) override {}
+  void setGenre(const TagLib::String& /*text*/) override {}
+  void setYear(unsigned int /*number*/) override {}
+  void setTrack(unsigned int /*number*/) override {}
+
+ private:
+  TagValues values;
+};
+
+}  // namespace orvel

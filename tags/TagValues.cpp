@@ -1,0 +1,189 @@
+#include "tags/TagValues.h"
+
+#include <taglib/apetag.h>
+#include <taglib/asffile.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v1tag.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/infotag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/tpropertymap.h>
+#include <taglib/wavfile.h>
+#include <taglib/xiphcomment.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace orvel {
+
+namespace {
+
+/// What a tag says beside the common fields; the disc may be "2/3".
+struct Extras {
+  TagLib::String composer;
+  TagLib::String disc;
+  TagValues::SortTexts sort;
+};
+
+/// Collects the extras under the names that a format gives them; no format sorts genres.
+template <class TextOf>
+Extras collect(TextOf textOf, const char* composer, const char* disc, const char* titleSort,
+               const char* artistSort, const char* albumSort, const char* composerSort) {
+  return {textOf(composer),
+          textOf(disc),
+          {textOf(titleSort), textOf(artistSort), textOf(albumSort), TagLib::String(),
+           textOf(composerSort)}};
+}
+
+template <class TextOf>
+Extras collectByPropertyName(TextOf textOf, const char* disc) {
+  return collect(textOf, "COMPOSER", disc, "TITLESORT", "ARTISTSORT", "ALBUMSORT", "COMPOSERSORT");
+}
+
+/// The tags that lie in one file side by side, null where one is absent.
+using Tags = std::array<const TagLib::Tag*, 3>;
+
+bool isUnknown(const TagLib::String& text) {
+  return text.isEmpty();
+}
+bool isUnknown(unsigned int number) {
+  return number == 0;
+}
+
+/// A value of the first tag that has it. The union of tags that the library itself makes of such
+/// files asks each tag twice.
+template <class Value>
+Value firstOf(const Tags& tags, Value (TagLib::Tag::*get)() const) {
+  Value value{};
+  for (const TagLib::Tag* tag : tags) {
+    if (tag != nullptr && isUnknown(value)) value = (tag->*get)();
+  }
+  return value;
+}
+
+/// A WAV file's tag is its ID3v2 chunk, also when only its INFO chunk has texts.
+const TagLib::Tag* tagWithTexts(const TagLib::RIFF::WAV::File& wav) {
+  const bool onlyInfo =
+      wav.tag()->isEmpty() && wav.InfoTag() != nullptr && !wav.InfoTag()->isEmpty();
+  return onlyInfo ? static_cast<const TagLib::Tag*>(wav.InfoTag()) : wav.tag();
+}
+
+Extras extrasOf(const TagLib::ID3v2::Tag* tag) {
+  if (tag == nullptr) return {};
+  const TagLib::ID3v2::FrameListMap& frames = tag->frameListMap();
+  const auto text = [&](const char* id) {
+    const auto found = frames.find(id);
+    return found == frames.end() || found->second.isEmpty() ? TagLib::String()
+                                                            : found->second.front()->toString();
+  };
+  return collect(text, "TCOM", "TPOS", "TSOT", "TSOP", "TSOA", "TSOC");
+}
+
+Extras extrasOf(const TagLib::APE::Tag* tag) {
+  if (tag == nullptr) return {};
+  const TagLib::APE::ItemListMap& items = tag->itemListMap();
+  const auto text = [&](const char* key) {
+    const auto found = items.find(key);
+    return found == items.end() ? TagLib::String() : found->second.toString();
+  };
+  return collectByPropertyName(text, "DISC");
+}
+
+Extras extrasOf(const TagLib::Ogg::XiphComment* tag) {
+  if (tag == nullptr) return {};
+  const TagLib::Ogg::FieldListMap& fields = tag->fieldListMap();
+  const auto text = [&](const char* key) {
+    const auto found = fields.find(key);
+    return found == fields.end() ? TagLib::String() : found->second.toString();
+  };
+  return collectByPropertyName(text, "DISCNUMBER");
+}
+
+Extras extrasOf(const TagLib::MP4::Tag* tag) {
+  if (tag == nullptr) return {};
+  constexpr std::string_view kDisc = "disk";
+  const auto text = [&](const char* name) {
+    if (!tag->contains(name)) return TagLib::String();
+    const TagLib::MP4::Item item = tag->item(name);
+    return name == kDisc ? TagLib::String::number(item.toIntPair().first)
+                         : item.toStringList().toString(", ");
+  };
+  return collect(text, "\251wrt", kDisc.data(), "sonm", "soar", "soal", "soco");
+}
+
+Extras extrasOf(const TagLib::ASF::Tag* tag) {
+  if (tag == nullptr) return {};
+  const auto text = [&](const char* name) {
+    TagLib::StringList values;
+    for (const TagLib::ASF::Attribute& attribute : tag->attribute(name)) {
+      values.append(attribute.toString());
+    }
+    return values.toString(", ");
+  };
+  return collect(text, "WM/Composer", "WM/PartOfSet", "WM/TitleSortOrder", "WM/ArtistSortOrder",
+                 "WM/AlbumSortOrder", "WM/ComposerSortOrder");
+}
+
+void fillEmpty(TagLib::String& text, const TagLib::String& other) {
+  if (text.isEmpty()) text = other;
+}
+
+Extras orElse(Extras first, const Extras& second) {
+  fillEmpty(first.composer, second.composer);
+  fillEmpty(first.disc, second.disc);
+  for (std::size_t i = 0; i < first.sort.size(); ++i) fillEmpty(first.sort[i], second.sort[i]);
+  return first;
+}
+
+Extras extrasFromProperties(const TagLib::File& file) {
+  const TagLib::PropertyMap properties = file.properties();
+  const auto text = [&](const char* key) {
+    const auto found = properties.find(key);
+    return found == properties.end() ? TagLib::String() : found->second.toString();
+  };
+  return collectByPropertyName(text, "DISCNUMBER");
+}
+
+struct TagsAndExtras {
+  Tags tags;
+  Extras extras;
+};
+
+TagsAndExtras readByFormat(TagLib::File& file) {
+  if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(&file)) {
+    return {Tags{mpeg->ID3v2Tag(), mpeg->APETag(), mpeg->ID3v1Tag()},
+            orElse(extrasOf(mpeg->ID3v2Tag()), extrasOf(mpeg->APETag()))};
+  }
+  if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(&file)) {
+    return {Tags{mp4->tag()}, extrasOf(mp4->tag())};
+  }
+  if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(&file)) {
+    return {Tags{flac->xiphComment(), flac->ID3v2Tag(), flac->ID3v1Tag()},
+            orElse(extrasOf(flac->xiphComment()), extrasOf(flac->ID3v2Tag()))};
+  }
+  if (auto* asf = dynamic_cast<TagLib::ASF::File*>(&file)) {
+    return {Tags{asf->tag()}, extrasOf(asf->tag())};
+  }
+  if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(&file)) {
+    return {Tags{tagWithTexts(*wav)}, extrasOf(wav->ID3v2Tag())};
+  }
+  return {Tags{file.tag()}, extrasFromProperties(file)};
+}
+
+}  // namespace
+
+TagValues tagValuesOf(const TagLib::File& file) {
+  // The accessors that give the formats' own tags are not const, but change nothing.
+  const auto [tags, extras] = readByFormat(const_cast<TagLib::File&>(file));
+  return {firstOf(tags, &TagLib::Tag::title),
+          firstOf(tags, &TagLib::Tag::artist),
+          firstOf(tags, &TagLib::Tag::album),
+          firstOf(tags, &TagLib::Tag::genre),
+          extras.composer,
+          firstOf(tags, &TagLib::Tag::track),
+          std::max(0, extras.disc.toInt()),
+          extras.sort};
+}
+
+}  // namespace orvel

@@ -1,0 +1,203 @@
+#include "tags/isolation/ChildProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "base/Mutex.h"
+
+namespace orvel {
+
+namespace {
+
+/// How long the end of a killed child is awaited; it takes a millisecond or two.
+constexpr std::chrono::milliseconds kPatience{50};
+
+void require(int error, const char* what) {
+  if (error != 0) throw std::system_error(error, std::generic_category(), what);
+}
+
+/// Which descriptors the child has.
+class FileActions {
+ public:
+  explicit FileActions(const std::vector<int>& descriptors) {
+    require(posix_spawn_file_actions_init(&actions), "posix_spawn_file_actions_init");
+    const int end = kFirst + static_cast<int>(descriptors.size());
+    for (const int descriptor : descriptors) {
+      // Out of the way of the numbers that are given out.
+      sources.emplace_back(fcntl(descriptor, F_DUPFD_CLOEXEC, end));
+      require(sources.back() ? 0 : errno, "fcntl");
+      const int number = kFirst + static_cast<int>(sources.size()) - 1;
+      require(posix_spawn_file_actions_adddup2(&actions, sources.back().get(), number), "adddup2");
+    }
+    addNull(STDIN_FILENO, O_RDONLY);
+    addNull(STDOUT_FILENO, O_WRONLY);
+#ifndef ORVEL_SANITIZED
+    addNull(STDERR_FILENO, O_WRONLY);
+#endif
+    require(posix_spawn_file_actions_addclosefrom_np(&actions, end), "addclosefrom_np");
+  }
+  ~FileActions() {
+    posix_spawn_file_actions_destroy(&actions);
+  }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  posix_spawn_file_actions_t actions{};
+
+ private:
+  static constexpr int kFirst = STDERR_FILENO + 1;
+
+  void addNull(int descriptor, int flags) {
+    require(posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", flags, 0),
+            "addopen");
+  }
+
+  std::vector<Descriptor> sources;
+};
+
+/// Signals at their defaults, none blocked; what the terminal sends is not for the child.
+class Attributes {
+ public:
+  Attributes() {
+    require(posix_spawnattr_init(&attributes), "posix_spawnattr_init");
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes, &signals);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(
+        &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+  }
+  ~Attributes() { posix_spawnattr_destroy(&attributes); }
+  Attributes(const Attributes&) = delete;
+  Attributes& operator=(const Attributes&) = delete;
+
+  posix_spawnattr_t attributes{};
+};
+
+/// What loaders, emulators and sanitizers may need to run a program at all; the rest of the host's
+/// environment is none of the child's business.
+std::vector<char*> childEnvironment() {
+  constexpr std::array<std::string_view, 5> kWanted = {"LD_", "QEMU_", "ASAN_", "TSAN_", "UBSAN_"};
+  std::vector<char*> wanted;
+  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+    if (std::any_of(kWanted.begin(), kWanted.end(), [&](std::string_view begin) {
+          return std::string_view(*variable).substr(0, begin.size()) == begin;
+        })) {
+      wanted.push_back(*variable);
+    }
+  }
+  wanted.push_back(nullptr);
+  return wanted;
+}
+
+std::string describe(const siginfo_t& end) {
+  if (end.si_code == CLD_EXITED) return "ended with exit status " + std::to_string(end.si_status);
+  const char* description = sigdescr_np(end.si_status);
+  return "was ended by signal " + std::to_string(end.si_status) +
+         (description == nullptr ? "" : std::string(" (") + description + ")");
+}
+
+}  // namespace
+
+/// Children whose end could not be awaited. Never destroyed: threads may end until the process
+/// does.
+struct ChildProcess::Graveyard {
+  static Graveyard& instance() {
+    static auto* const shared = new Graveyard;
+    return *shared;
+  }
+
+  Mutex mutex;
+  std::vector<Handle> dying ORVEL_GUARDED_BY(mutex);
+};
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors) {
+  buryEarlier();
+  const FileActions files(descriptors);
+  const Attributes attributes;
+  std::string name = program;
+  std::array<char*, 2> arguments = {name.data(), nullptr};
+  require(posix_spawn(&handle.id, program.c_str(), &files.actions, &attributes.attributes,
+                      arguments.data(), childEnvironment().data()),
+          "posix_spawn");
+  handle.descriptor = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, handle.id, 0)));
+}
+
+ChildProcess::~ChildProcess() {
+  end();
+}
+
+bool ChildProcess::waitsIn(long systemCall) const {
+  std::ifstream status("/proc/" + std::to_string(handle.id) + "/syscall");
+  long current = -1;
+  return status >> current && current == systemCall;
+}
+
+std::string ChildProcess::end() {
+  if (ending) return *ending;
+  kill();
+  ending = buryWithin(kPatience);
+  if (!ending) {
+    ending = "does not end";
+    Graveyard& graveyard = Graveyard::instance();
+    const MutexLock lock(graveyard.mutex);
+    graveyard.dying.push_back(std::move(handle));
+  }
+  return *ending;
+}
+
+void ChildProcess::kill() const {
+  if (!handle.descriptor) {
+    ::kill(handle.id, SIGKILL);
+  } else {
+    syscall(SYS_pidfd_send_signal, handle.descriptor.get(), SIGKILL, nullptr, 0);
+  }
+}
+
+/// How the child ended; nothing while it has not.
+std::optional<std::string> ChildProcess::bury(const Handle& handle) {
+  siginfo_t end{};
+  const auto wait = [&](idtype_t type, int id) {
+    return waitid(type, static_cast<id_t>(id), &end, WEXITED | WNOHANG);
+  };
+  int result = handle.descriptor ? wait(P_PIDFD, handle.descriptor.get()) : wait(P_PID, handle.id);
+  if (result != 0 && errno == EINVAL) result = wait(P_PID, handle.id);
+  if (result != 0) return "ended, and the host took its exit status";
+  if (end.si_pid == 0) return std::nullopt;
+  return describe(end);
+}
+
+std::optional<std::string> ChildProcess::buryWithin(std::chrono::milliseconds time) {
+  constexpr std::chrono::milliseconds kPause{1};
+  for (auto left = time; left.count() > 0; left -= kPause) {
+    if (auto end = bury(handle)) return end;
+    pollfd watched{handle.descriptor.get(), POLLIN, 0};
+    poll(&watched, handle.descriptor ? 1 : 0, static_cast<int>(kPause.count()));
+  }
+  return bury(handle);
+}
+
+void ChildProcess::buryEarlier() {
+  Graveyard& graveyard = Graveyard::instance();
+  const MutexLock lock(graveyard.mutex);
+  std::erase_if(graveyard.dying, [](const Handle& dying) { return bury(dying).has_value(); });
+}
+
+}  // namespace orvel

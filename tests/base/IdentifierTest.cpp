@@ -1,0 +1,128 @@
+#include <glib.h>
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <thread>
+
+#include "base/Utf8.h"
+#include "db/Directory.h"
+#include "db/MetaDataInfo.h"
+#include "db/Playlist.h"
+
+namespace orvel::test {
+namespace {
+
+TEST(Md5, IsTheKindAndTheDigest) {
+  for (int kind = 1; kind <= 6; ++kind) {
+    const Md5 md5(static_cast<Md5Kind>(kind), "abc");
+    EXPECT_EQ(md5.text(), std::to_string(kind) + "900150983cd24fb0d6963f7d28e17f72");
+    EXPECT_EQ(static_cast<int>(md5.kind()), kind);
+  }
+  EXPECT_EQ(Md5(Md5Kind::Track, "/ABC").text(), "0900150983cd24fb0d6963f7d28e17f72");
+  EXPECT_EQ(Md5(Md5Kind::Artist, "").text(), "2d41d8cd98f00b204e9800998ecf8427e");
+  EXPECT_EQ(Md5().text(), "");
+  EXPECT_NE(Md5(Md5Kind::Directory, "/A").text(), Md5(Md5Kind::Directory, "/a").text());
+  EXPECT_NE(Md5(Md5Kind::Playlist, "/A").text(), Md5(Md5Kind::Playlist, "A").text());
+}
+
+TEST(Md5, IsRecognisedByTheTextThatCopiesShare) {
+  const Md5 artist(Md5Kind::Artist, "X");
+  Md5 copy = artist;
+  EXPECT_EQ(copy.identity(), artist.identity());
+  EXPECT_EQ(Md5(Md5Kind::Artist, "X").identity(), artist.identity());
+  EXPECT_NE(Md5(Md5Kind::Album, "X").identity(), artist.identity());
+  const void* elsewhere = nullptr;
+  std::string text;
+  std::thread([&] {
+    const Md5 other(Md5Kind::Artist, "X");
+    elsewhere = other.identity();
+    text = other.text();
+    EXPECT_NE(elsewhere, artist.identity());
+  }).join();
+  EXPECT_EQ(text, artist.text());
+  for (int i = 0; i < 1000; ++i) {
+    // A remembered digest must never be taken for another one.
+    const std::string name = "artist " + std::to_string(i % 300);
+    EXPECT_EQ(Md5(Md5Kind::Artist, name).text(), "2" + md5Hex(name));
+  }
+}
+
+/// The key as the Unicode standard defines it, without a look for what can be left out.
+std::string foldedTheLongWay(const std::string& text) {
+  const auto owned = [](char* result) {
+    const std::unique_ptr<char, decltype(&g_free)> freed(result, &g_free);
+    return std::string(result);
+  };
+  const auto composed = [&](const std::string& any) {
+    return owned(g_utf8_normalize(any.c_str(), -1, G_NORMALIZE_NFC));
+  };
+  return composed(owned(g_utf8_casefold(composed(text).c_str(), -1)));
+}
+
+TEST(TrackKey, FoldsEveryCharacterAsTheStandardSays) {
+  const std::string besides[] = {"e", "\u0301", "\u1100", "\u30AB", "\u3099"};
+  for (char32_t c = 0x80; c < 0x10000; ++c) {
+    if (g_unichar_validate(c) == 0) continue;
+    std::string text;
+    for (const std::string& beside : besides) {
+      utf8::append(text, c);
+      text += beside;
+    }
+    ASSERT_EQ(trackKey(text), foldedTheLongWay(text)) << std::hex << static_cast<unsigned>(c);
+  }
+}
+
+TEST(TrackKey, IsOneForEverySpellingOfAPath) {
+  const std::vector<std::vector<std::string>> paths = {
+      {"/media/usb/Lists/a.mp3", "media/usb/Lists/a.mp3", "//media/./usb//x/../Lists/a.mp3",
+       "/../MEDIA/USB/lists/A.MP3", "/media/usb/Lists/a.mp3/"},
+      {"/m/caf\xC3\xA9", "/m/cafe\xCC\x81", "/M/CAF\xC3\x89", "/m/caf\xE9", "/m/x/../CAFE\xCC\x81"},
+      {"/m/stra\xC3\x9F"
+       "e",
+       "/m/STRASSE"},
+      {"/m/\xCE\xA3\xCE\x91\xCE\xA3", "/m/\xCF\x83\xCE\xB1\xCF\x82"},
+      {"/m/cafe"},
+      {"/m/a b"},
+      {"/m/ab"},
+      {"/ma/b"},
+      {"/m/a..b"},
+      {"/m/.../ab"},
+      {"", "/", "..", "/./.."},
+      {"\xFF"},
+  };
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    for (const std::string& spelling : paths[i]) {
+      EXPECT_EQ(trackKey(spelling), trackKey(paths[i][0])) << spelling;
+      EXPECT_EQ(trackKey(trackKey(spelling)), trackKey(spelling)) << spelling;
+      for (std::size_t j = 0; j < i; ++j) EXPECT_NE(trackKey(spelling), trackKey(paths[j][0]));
+    }
+  }
+  EXPECT_EQ(trackKey("/media//usb/./A/../B"), "media/usb/b");
+}
+
+TEST(MetaDataInfo, CarriesIdentifiersThatJoin) {
+  const std::string path = "/m/Music/s.mp3";
+  const StrippedValue title("T");
+  const StrippedValue artist("X");
+  const MetaDataInfo tagged(path, "/m", title, artist, {}, {}, {}, 3, 2, -1);
+  const MetaDataInfo plain(path, "/m", "other", "X", "", "", "", 1, 1, 5);
+  const MetaDataInfo phone(path, "/m", "T", "X", "B", "G", "C", 1, 1, 5, "object 42");
+  for (const MetaDataInfo* song : {&tagged, &plain, &phone}) {
+    EXPECT_EQ(song->titleId.text(), Md5(Md5Kind::Track, "m/music/S.MP3").text());
+    EXPECT_EQ(song->directoryId.text(), Directory("/m/Music", "/m", 0).objectId.text());
+    EXPECT_EQ(song->partitionId.text(), Playlist("/m/p.m3u", "/m", 0).partitionId.text());
+    EXPECT_EQ(song->artistId.identity(), tagged.artistId.identity());
+    EXPECT_EQ(song->name, "s.mp3");
+    EXPECT_EQ(song->audioType, 1);
+    EXPECT_EQ(song->asianFields, nullptr);
+  }
+  EXPECT_EQ(tagged.title + tagged.artist + tagged.album + tagged.genre + tagged.composer, "TX");
+  EXPECT_EQ(phone.title + phone.artist + phone.album + phone.genre + phone.composer, "TXBGC");
+  EXPECT_TRUE(tagged.trackNumber == 3 && tagged.discNumber == 2 && tagged.lastModified == -1);
+  EXPECT_EQ(plain.albumId.text(), "3d41d8cd98f00b204e9800998ecf8427e");
+  EXPECT_EQ(plain.storedObjectId(), plain.titleId.text());
+  EXPECT_EQ(phone.storedObjectId(), "object 42");
+}
+
+}  // namespace
+}  // namespace orvel::test

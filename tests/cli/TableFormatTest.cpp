@@ -1,0 +1,42 @@
+#include "cli/TableFormat.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <sstream>
+
+namespace orvel::host {
+namespace {
+
+std::string tableOf(const std::vector<Row>& rows, std::size_t width) {
+  std::ostringstream out;
+  TableFormat table({{"path", Column::Kind::Path},
+                     {"id", Column::Kind::Text, false},
+                     {"title", Column::Kind::Text},
+                     {"disc", Column::Kind::Number}},
+                    out, width);
+  for (const Row& row : rows) table.row(row);
+  table.end();
+  return out.str();
+}
+
+TEST(TableFormat, AlignsColumnsByWhatATerminalShows) {
+  std::setlocale(LC_ALL, "C.UTF-8");
+  EXPECT_EQ(
+      tableOf({{"/a", "x", "夜明け", std::int64_t{1}}, {"/b\n", "y", {}, std::int64_t{12}}}, 0),
+      "PATH  TITLE   DISC\n"
+      "/a    夜明け     1\n"
+      "/b\\n            12\n");
+}
+
+TEST(TableFormat, ShortensTheWidestToFitTheTerminal) {
+  std::setlocale(LC_ALL, "C.UTF-8");
+  const std::string table =
+      tableOf({{"/media/usb/Music/Artist/Album/song.mp3", "", "A title of some length", {}}}, 32);
+  EXPECT_EQ(table,
+            "PATH          TITLE         DISC\n"
+            "…um/song.mp3  A title of …      \n");
+}
+
+}  // namespace
+}  // namespace orvel::host

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "text/AlphabetModel.h"
+#include "text/Encoding.h"
+#include "text/letterCase.h"
+
+namespace orvel {
+
+/// All alphabetic models, those in Latin script first.
+std::span<const AlphabetModel* const> alphabetModels();
+
+/// How many of them are in Latin script.
+constexpr size_t latinModels = 22;
+
+/// What the bytes of an eight-bit encoding are to the models of the languages written in it.
+struct SingleByteReader {
+  using Symbols = std::array<std::uint8_t, 256>;
+
+  std::array<LetterCase, 256> cases{};
+  std::array<bool, 256> meaningless{};  ///< bytes that no text of this encoding has
+  size_t firstModel = 0;                ///< the languages are neighbours among `alphabetModels()`
+  std::vector<Symbols> symbols;         ///< of each of the languages
+
+  /// The reader of an eight-bit encoding; lives for ever. Any thread.
+  static const SingleByteReader& of(Encoding encoding);
+};
+
+}  // namespace orvel

@@ -1,0 +1,148 @@
+#include "text/TextEncoding.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "base/Utf8.h"
+#include "text/EncodingGuess.h"
+#include "text/TextRegion.h"
+
+namespace orvel {
+namespace {
+
+std::string_view bytesOf(const TrackText& text) {
+  return text.bytes ? std::string_view(text.bytes, text.length) : std::string_view();
+}
+
+void release(TrackText& text) {
+  std::free(text.bytes);
+  text = {};
+}
+
+/// Puts a copy of `bytes` in place of an earlier text. False, and no text, when memory ran out.
+bool store(TrackText& text, std::string_view bytes, const char* encoding) {
+  release(text);
+  text.bytes = static_cast<char*>(std::malloc(bytes.size() + 1));
+  if (!text.bytes) return false;
+  if (!bytes.empty()) std::memcpy(text.bytes, bytes.data(), bytes.size());
+  text.bytes[bytes.size()] = '\0';
+  text.length = static_cast<unsigned>(bytes.size());
+  text.encoding = encoding;
+  return true;
+}
+
+bool isAscii(std::string_view bytes) {
+  return std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+bool isUtf8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    if (!utf8::take(bytes).valid) return false;
+  }
+  return true;
+}
+
+bool claimsUtf8(const TrackText& text) {
+  return text.encoding && !std::strcmp(text.encoding, "UTF-8");
+}
+
+constexpr TrackText TrackRecord::*fields[] = {&TrackRecord::title, &TrackRecord::artist,
+                                              &TrackRecord::album, &TrackRecord::genre,
+                                              &TrackRecord::composer};
+
+std::atomic<TextRegion> currentRegion{TextRegion::neutral};
+
+/// The encoding of the texts that are open to another reading.
+Encoding encodingOf(const TrackRecord& track) {
+  std::array<std::string_view, std::size(fields)> open;
+  size_t count = 0;
+  bool unicodeSeen = false;
+  for (const auto field : fields) {
+    const TrackText& text = track.*field;
+    if (claimsUtf8(text)) {
+      unicodeSeen = unicodeSeen || text.length > 0;
+    } else if (!isAscii(bytesOf(text))) {
+      open[count++] = bytesOf(text);
+    }
+  }
+  if (count == 0) return Encoding::windows1252;
+  return guessEncoding({open.data(), count}, unicodeSeen, currentRegion);
+}
+
+/// UTF-8 of a text of a track in `encoding`. A single text of a Western track may be UTF-8.
+std::string converted(const TrackText& text, Encoding encoding) {
+  const std::string_view bytes = bytesOf(text);
+  if (claimsUtf8(text)) encoding = Encoding::utf8;
+  const bool mayBeUtf8 = encoding == Encoding::utf8 || encoding == Encoding::windows1252;
+  return mayBeUtf8 && isUtf8(bytes) ? std::string(bytes) : toUtf8(encoding, bytes);
+}
+
+/// False when memory ran out.
+bool convert(const TrackRecord& track, TrackRecord& result) {
+  const Encoding encoding = encodingOf(track);
+  return std::ranges::all_of(fields, [&](const auto field) {
+    const TrackText& text = track.*field;
+    return !text.bytes || store(result.*field, converted(text, encoding), "UTF-8");
+  });
+}
+
+}  // namespace
+
+void setTextRegion(TextRegion region) noexcept {
+  currentRegion = region;
+}
+
+void initTrack(TrackRecord* track) {
+  *track = {};
+}
+
+void setTrackTitle(TrackRecord* track, const char* bytes, unsigned length, const char* encoding) {
+  store(track->title, {bytes, length}, encoding);
+}
+
+void setTrackArtist(TrackRecord* track, const char* bytes, unsigned length, const char* encoding) {
+  store(track->artist, {bytes, length}, encoding);
+}
+
+void setTrackAlbum(TrackRecord* track, const char* bytes, unsigned length, const char* encoding) {
+  store(track->album, {bytes, length}, encoding);
+}
+
+void setTrackGenre(TrackRecord* track, const char* bytes, unsigned length, const char* encoding) {
+  store(track->genre, {bytes, length}, encoding);
+}
+
+void setTrackComposer(TrackRecord* track, const char* bytes, unsigned length,
+                      const char* encoding) {
+  store(track->composer, {bytes, length}, encoding);
+}
+
+TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char*) {
+  auto* const result = static_cast<TrackRecord*>(std::malloc(sizeof(TrackRecord)));
+  if (!result) return nullptr;
+  new (result) TrackRecord;
+  try {
+    if (convert(*track, *result)) return result;
+  } catch (const std::bad_alloc&) {
+    // told to the caller like memory that malloc did not give
+  }
+  destroyTrack(result);
+  std::free(result);
+  return nullptr;
+}
+
+bool isMetadataEmptyUTF8(const TrackText& text) {
+  return !text.bytes || text.length == 0;
+}
+
+void destroyTrack(TrackRecord* track) {
+  for (const auto field : fields) release(track->*field);
+}
+
+}  // namespace orvel

@@ -1,0 +1,211 @@
+#include "text/TrackScore.h"
+
+#include <algorithm>
+#include <string>
+
+#include "text/CjkModel.h"
+#include "text/SingleByteReader.h"
+
+namespace orvel {
+namespace {
+
+constexpr unsigned nat = TrackScore::nat;
+constexpr unsigned meaninglessByte = 16 * nat;
+constexpr unsigned cutCharacter = 3 * nat;
+constexpr unsigned otherLanguage = 3 * nat;  // of a text in another language than its track
+constexpr size_t decisiveBytes = 2048;
+
+bool isAscii(unsigned char byte) {
+  return byte < 0x80;
+}
+
+/// Cost of a letter's case behind that of the character in front of it. What tells encodings apart
+/// is a capital behind a small letter: KOI8-R has the cases the other way round.
+unsigned caseCost(LetterCase before, LetterCase letter) {
+  if (letter == LetterCase::none) return 0;
+  if (letter == LetterCase::lower) return before == LetterCase::none ? nat : 0;
+  switch (before) {
+    case LetterCase::none:
+      return nat / 2;
+    case LetterCase::upper:
+      return 3 * nat / 2;
+    default:
+      return 6 * nat;
+  }
+}
+
+/// Cost of bytes without a meaning at some place of a text. The end of a text may cut a character
+/// off: tags with fields of fixed size, the shortest for a comment of 28 bytes, do so; other texts
+/// do not end within a character.
+unsigned invalidCost(const Decoded& character, std::string_view text, bool wholeSeen) {
+  constexpr size_t shortestField = 28;
+  const bool cut = character.cut && wholeSeen && text.size() >= shortestField;
+  return cut ? cutCharacter : meaninglessByte * character.size;
+}
+
+const CjkModel& cjkModel(Encoding encoding) {
+  switch (encoding) {
+    case Encoding::gb18030:
+      return zhModel;
+    case Encoding::big5:
+      return ztModel;
+    case Encoding::eucKr:
+      return koModel;
+    default:
+      return jaModel;
+  }
+}
+
+}  // namespace
+
+/// Costs of the texts in several languages.
+class TrackScore::LanguageCosts {
+ public:
+  explicit LanguageCosts(size_t textCount) : texts(textCount) { least.fill(~0U); }
+
+  void add(const TextCosts& ofLanguage) {
+    for (size_t i = 0; i < texts; ++i) least[i] = std::min(least[i], ofLanguage[i]);
+    languages.push_back(ofLanguage);
+  }
+
+  /// Cost in the best language, from which single texts may differ.
+  unsigned total() const {
+    unsigned best = ~0U;
+    for (const TextCosts& language : languages) {
+      unsigned sum = 0;
+      for (size_t i = 0; i < texts; ++i) sum += std::min(language[i], least[i] + otherLanguage);
+      best = std::min(best, sum);
+    }
+    return best;
+  }
+
+ private:
+  size_t texts;
+  TextCosts least{};
+  std::vector<TextCosts> languages;
+};
+
+TrackScore::TrackScore(std::span<const std::string_view> trackTexts)
+    : count(trackTexts.size()), asciiCosts(latinModels) {
+  leastAscii.fill(~0U);
+  for (size_t i = 0; i < count; ++i) {
+    texts[i].bytes = trackTexts[i].substr(0, decisiveBytes);
+    std::vector<BytePair> asciiPairs;
+    std::uint8_t before = ' ';
+    const auto add = [&](std::uint8_t byte) {
+      (isAscii(before) && isAscii(byte) ? asciiPairs : texts[i].pairs).push_back({before, byte});
+      before = byte;
+    };
+    for (const char byte : texts[i].bytes) add(static_cast<std::uint8_t>(byte));
+    add(' ');
+    const auto& symbols = SingleByteReader::of(Encoding::windows1252).symbols[0];
+    for (size_t model = 0; model < latinModels; ++model) {
+      unsigned& sum = asciiCosts[model][i];
+      for (const auto [first, second] : asciiPairs)
+        sum += alphabetModels()[model]->cost(symbols[first], symbols[second]);
+      leastAscii[i] = std::min(leastAscii[i], sum);
+    }
+  }
+}
+
+/// Where letters of ASCII are not told apart they cost what they do in the best Latin language.
+unsigned TrackScore::asciiCost(size_t model, size_t text) const {
+  return model < latinModels ? asciiCosts[model][text] : leastAscii[text];
+}
+
+unsigned TrackScore::singleByteCost(Encoding encoding, unsigned limit) const {
+  const SingleByteReader& reader = SingleByteReader::of(encoding);
+  unsigned common = 0;
+  for (size_t i = 0; i < count; ++i) {
+    for (const auto [first, second] : texts[i].pairs) {
+      common += caseCost(reader.cases[first], reader.cases[second]);
+      if (reader.meaningless[second]) common += meaninglessByte;
+    }
+  }
+  if (common >= limit) return common;
+
+  LanguageCosts languages(count);
+  for (size_t language = 0; language < reader.symbols.size(); ++language) {
+    const size_t model = reader.firstModel + language;
+    const SingleByteReader::Symbols& symbols = reader.symbols[language];
+    TextCosts costs{};
+    for (size_t i = 0; i < count; ++i) {
+      costs[i] = asciiCost(model, i);
+      for (const auto [first, second] : texts[i].pairs)
+        costs[i] += alphabetModels()[model]->cost(symbols[first], symbols[second]);
+    }
+    languages.add(costs);
+  }
+  return common + languages.total();
+}
+
+unsigned TrackScore::multiByteCost(Encoding encoding, unsigned limit) const {
+  const CjkModel& model = cjkModel(encoding);
+  unsigned sum = 0;
+  for (size_t i = 0; i < count; ++i) {
+    CjkModel::Class before = CjkModel::blank;
+    bool asciiBefore = true, wholeSeen = false;
+    for (std::string_view rest = texts[i].bytes; !rest.empty() && sum < limit;) {
+      const Decoded character = firstCharacter(encoding, rest);
+      rest.remove_prefix(character.size);
+      const bool ascii = character.code < 0x80;
+      const auto kind = character.valid ? CjkModel::classOf(character.code) : CjkModel::rare;
+      if (!character.valid) {
+        sum += invalidCost(character, texts[i].bytes, wholeSeen);
+      } else {
+        if (!ascii || !asciiBefore) sum += model.pairCost(before, kind);
+        if (!ascii) sum += model.cost(kind, character.cell);
+        wholeSeen = wholeSeen || character.size > 1;
+      }
+      before = kind;
+      asciiBefore = ascii;
+    }
+    if (!asciiBefore) sum += model.pairCost(before, CjkModel::blank);
+    sum += leastAscii[i];
+  }
+  return sum;
+}
+
+unsigned TrackScore::utf8Cost() const {
+  unsigned common = 0;
+  std::array<std::u32string, maxTexts> decoded;
+  for (size_t i = 0; i < count; ++i) {
+    decoded[i].assign(1, U' ');
+    bool wholeSeen = false;
+    for (std::string_view rest = texts[i].bytes; !rest.empty();) {
+      const Decoded character = firstCharacter(Encoding::utf8, rest);
+      rest.remove_prefix(character.size);
+      if (character.valid) {
+        common += caseCost(letterCase(decoded[i].back()), letterCase(character.code));
+        decoded[i] += character.code;
+        wholeSeen = wholeSeen || character.size > 1;
+      } else {
+        common += invalidCost(character, texts[i].bytes, wholeSeen);
+      }
+    }
+    decoded[i] += U' ';
+  }
+
+  LanguageCosts languages(count);
+  for (size_t model = 0; model < alphabetModels().size(); ++model) {
+    const AlphabetModel& language = *alphabetModels()[model];
+    TextCosts costs{};
+    for (size_t i = 0; i < count; ++i) {
+      costs[i] = asciiCost(model, i);
+      for (size_t k = 1; k < decoded[i].size(); ++k) {
+        const char32_t first = decoded[i][k - 1], second = decoded[i][k];
+        if (first >= 0x80 || second >= 0x80)
+          costs[i] += language.cost(language.symbol(first), language.symbol(second));
+      }
+    }
+    languages.add(costs);
+  }
+  return common + languages.total();
+}
+
+unsigned TrackScore::cost(Encoding encoding, unsigned limit) const {
+  if (encoding == Encoding::utf8) return utf8Cost();
+  return isSingleByte(encoding) ? singleByteCost(encoding, limit) : multiByteCost(encoding, limit);
+}
+
+}  // namespace orvel
