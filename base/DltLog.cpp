@@ -12,7 +12,7 @@ namespace {
 
 DltContext dltContext;
 
-void writeToDlt(void* /*user*/, int level, const char* function, int line, const char* text) {
+void writeToDlt(void* /*user*/, LogLevel level, const char* function, int line, const char* text) {
   const auto dltLevel = static_cast<DltLogLevelType>(level);
   DltContextData data;
   if (dlt_user_log_write_start(&dltContext, &data, dltLevel) <= 0) return;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kLineBytes = 1024;
 
-std::atomic<int> threshold{LOG_WARN};
+std::atomic<LogLevel> threshold{LogLevel::Warning};
 
 /// Where lines go. Never destroyed, since threads may log until the process ends.
 struct SinkHolder {
@@ -32,10 +32,10 @@ SinkHolder& sinkHolder() {
 }
 
 /// One write per line, past std::cerr, whose buffer is redirected while tags are read.
-void writeToStandardError(int level, const char* function, int line, const char* text) {
+void writeToStandardError(LogLevel level, const char* function, int line, const char* text) {
   char buffer[kLineBytes + 256];
-  const int length =
-      snprintf(buffer, sizeof buffer, "orvel [%d] %s:%d %s\n", level, function, line, text);
+  const int length = snprintf(buffer, sizeof buffer, "orvel [%d] %s:%d %s\n",
+                              static_cast<int>(level), function, line, text);
   if (length <= 0) return;
   std::size_t bytes = static_cast<std::size_t>(length);
   if (bytes >= sizeof buffer) {
@@ -45,7 +45,7 @@ void writeToStandardError(int level, const char* function, int line, const char*
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, buffer, bytes);
 }
 
-void dispatch(int level, const char* function, int line, const char* text) {
+void dispatch(LogLevel level, const char* function, int line, const char* text) {
   SinkHolder& holder = sinkHolder();
   const std::shared_lock guard(holder.mutex);
   if (holder.sink != nullptr) {
@@ -57,7 +57,7 @@ void dispatch(int level, const char* function, int line, const char* text) {
 
 }  // namespace
 
-void setLogThreshold(int level) noexcept {
+void setLogThreshold(LogLevel level) noexcept {
   threshold.store(level, std::memory_order_relaxed);
 }
 
@@ -75,8 +75,9 @@ bool logToDlt(const char* applicationId) noexcept {
   return true;
 }
 
-void implOVLog(int /*reserved*/, int level, const char* function, int line, const char* /*context*/,
-               const char* format, ...) noexcept {
+void implOVLog(int /*reserved*/, int levelNumber, const char* function, int line,
+               const char* /*context*/, const char* format, ...) noexcept {
+  const auto level = static_cast<LogLevel>(levelNumber);
   if (level > threshold.load(std::memory_order_relaxed)) return;
   char text[kLineBytes];
   va_list arguments;

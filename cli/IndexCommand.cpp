@@ -1,12 +1,16 @@
 #include "cli/IndexCommand.h"
 
+#include <orvel/Settings.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <iostream>
 #include <string>
 #include <vector>
 
-#include "base/Log.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexRun.h"
@@ -19,9 +23,32 @@ namespace orvel::host {
 
 namespace {
 
-int logThreshold(const IndexOptions& options) {
-  if (options.quiet) return LOG_ERROR;
-  return std::min<int>(LOG_WARN + options.verbosity, LOG_VERBOSE);
+LogLevel logThreshold(const IndexOptions& options) {
+  if (options.quiet) return LogLevel::Error;
+  const int wanted = static_cast<int>(LogLevel::Warning) + options.verbosity;
+  return static_cast<LogLevel>(std::min(wanted, static_cast<int>(LogLevel::Verbose)));
+}
+
+/// Where the tag reader is beside this program: in its build folder, or where both were installed
+/// together. Empty: where it was to be installed.
+std::string tagReaderNearby() {
+  namespace fs = std::filesystem;
+  const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
+  for (const char* where : {".", ORVEL_LIBEXEC_FROM_BIN}) {
+    const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
+    if (access(program.c_str(), X_OK) == 0) return program;
+  }
+  return {};
+}
+
+Settings settingsFor(const IndexOptions& options) {
+  Settings settings;
+  settings.databaseDirectory = options.databaseFolder;
+  if (options.background) settings.workPriority = WorkPriority::Background;
+  if (!options.inProcess) settings.tagReading = TagReading::Isolated;
+  settings.tagReaderProgram = tagReaderNearby();
+  settings.logThreshold = logThreshold(options);
+  return settings;
 }
 
 /// One object for a device that was named, an array for those that were found.
@@ -53,7 +80,7 @@ int runIndex(const IndexOptions& options) {
   std::vector<IndexResult> results;
   {
     ProgressLine line(!options.quiet);
-    const LogOutput log(line, logThreshold(options));
+    const LogOutput log(line, settingsFor(options));
     results = IndexRun(options, line).run();
   }
   report(options, results);

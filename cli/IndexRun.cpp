@@ -12,16 +12,13 @@
 #include <system_error>
 #include <thread>
 
-#include "base/Log.h"
-#include "base/WorkPriority.h"
+#include <orvel/DatabaseMgr.h>
 #include "cli/AttachedPhones.h"
 #include "cli/BackgroundWork.h"
 #include "cli/DeviceId.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexSession.h"
 #include "cli/MountPoint.h"
-#include "db/DatabaseMgr.h"
-#include "tags/TagReading.h"
 
 namespace orvel::host {
 
@@ -48,35 +45,22 @@ void requireAccess(const std::string& path, int mode, const std::string& what) {
                                    " --db-dir.");
 }
 
-/// Where the tag reader is beside this program: in its build folder, or where both were installed
-/// together. Empty: where it was to be installed.
-std::string tagReaderNearby() {
-  namespace fs = std::filesystem;
-  const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
-  for (const char* where : {".", ORVEL_LIBEXEC_FROM_BIN}) {
-    const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
-    if (access(program.c_str(), X_OK) == 0) return program;
-  }
-  return {};
-}
-
-void readTotals(IndexResult& result) {
+/// Returns why the totals cannot be read; empty when they were.
+std::string readTotals(IndexResult& result) {
   result.databaseBytes = databaseBytes(result.database);
-  if (result.databaseBytes == 0) return;
+  if (result.databaseBytes == 0) return {};
   try {
     result.totals = MediaDatabase(result.database).totals();
   } catch (const HostError& error) {
-    OV_WARN("%s", error.what());
+    return error.what();
   }
+  return {};
 }
 
 }  // namespace
 
 IndexRun::IndexRun(const IndexOptions& indexOptions, ProgressLine& progressLine)
     : options(indexOptions), line(progressLine) {
-  DatabaseMgr::instance().setDirectory(options.databaseFolder);
-  if (options.background) setWorkPriority(WorkPriority::Background);
-  if (!options.inProcess) setTagReading(TagReading::Isolated, tagReaderNearby());
   signals.onSignal = [this] { interrupt(); };
 }
 
@@ -187,7 +171,8 @@ void IndexRun::index(IndexSource& source, const std::vector<std::string>& mountP
     indexing.run();
     session = nullptr;
   }
-  readTotals(result);
+  const std::string failure = readTotals(result);
+  if (!failure.empty() && !options.quiet) line.print("orvel: warning: " + failure);
 }
 
 void IndexRun::prepareDatabase(IndexResult& result) const {

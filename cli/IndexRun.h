@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
+#include <orvel/AttachedDevices.h>
 #include "cli/CommandLine.h"
 #include "cli/IndexResult.h"
 #include "cli/IndexSource.h"
 #include "cli/ProgressLine.h"
 #include "cli/SignalWatcher.h"
-#include "phones/AttachedDevices.h"
 
 namespace orvel::host {
 

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-#include "qt/OrvelQTProxy.h"
+#include <orvel/OrvelQTProxy.h>
 
 namespace orvel::host {
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include <orvel/Orvel.h>
 #include "cli/IndexResult.h"
 #include "cli/IndexSource.h"
 #include "cli/ProgressLine.h"
-#include "orchestration/Orvel.h"
 
 namespace orvel::host {
 

@@ -2,9 +2,9 @@
 
 #include <QString>
 
-#include "mtp/MtpDevice.h"
-#include "phones/AttachedDevices.h"
-#include "qt/OrvelQTProxy.h"
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
+#include <orvel/OrvelQTProxy.h>
 
 namespace orvel::host {
 

@@ -5,12 +5,13 @@
 
 #include <iostream>
 
+#include <orvel/DatabaseMgr.h>
+#include <orvel/Settings.h>
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/ListFormat.h"
 #include "cli/MediaDatabase.h"
 #include "cli/MountPoint.h"
-#include "db/DatabaseMgr.h"
 
 namespace orvel::host {
 
@@ -31,7 +32,9 @@ std::string onlyDatabaseIn(const std::string& folder) {
 std::string databaseFor(const ListOptions& options) {
   if (options.databaseFile) return cleanPath(*options.databaseFile);
   if (!options.deviceId) return onlyDatabaseIn(options.databaseFolder);
-  DatabaseMgr::instance().setDirectory(options.databaseFolder);
+  Settings settings;
+  settings.databaseDirectory = options.databaseFolder;
+  configure(settings);
   return DatabaseMgr::instance().getDbNameFromDevId(*options.deviceId);
 }
 

@@ -1,43 +1,44 @@
 #include "cli/LogOutput.h"
 
 #include <string>
-
-#include "base/Log.h"
+#include <utility>
 
 namespace orvel::host {
 
 namespace {
 
-const char* nameOf(int level) {
+const char* nameOf(LogLevel level) {
   switch (level) {
-    case LOG_ERROR:
+    case LogLevel::Error:
       return "error";
-    case LOG_WARN:
+    case LogLevel::Warning:
       return "warning";
-    case LOG_INFO:
+    case LogLevel::Info:
       return "info";
-    case LOG_DEBUG:
+    case LogLevel::Debug:
       return "debug";
     default:
       return "verbose";
   }
 }
 
-void print(void* user, int level, const char* function, int /*line*/, const char* text) {
-  const std::string origin = level > LOG_WARN ? std::string(function) + ": " : "";
+void print(void* user, LogLevel level, const char* function, int /*line*/, const char* text) {
+  const std::string origin = level > LogLevel::Warning ? std::string(function) + ": " : "";
   static_cast<ProgressLine*>(user)->print(std::string("orvel: ") + nameOf(level) + ": " + origin +
                                           text);
 }
 
 }  // namespace
 
-LogOutput::LogOutput(ProgressLine& line, int threshold) {
-  setLogThreshold(threshold);
-  setLogSink(print, &line);
+LogOutput::LogOutput(ProgressLine& line, Settings settings) : chosen(std::move(settings)) {
+  chosen.logSink = print;
+  chosen.logSinkUser = &line;
+  configure(chosen);
 }
 
 LogOutput::~LogOutput() {
-  setLogSink(nullptr, nullptr);
+  chosen.logSink = nullptr;
+  configure(chosen);
 }
 
 }  // namespace orvel::host

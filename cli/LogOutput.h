@@ -1,17 +1,22 @@
 #pragma once
 
+#include <orvel/Settings.h>
+
 #include "cli/ProgressLine.h"
 
 namespace orvel::host {
 
-/// While it lives, the library's log goes through a progress line.
+/// Configures the library, and while it lives, prints the library's log above a progress line.
 class LogOutput {
  public:
-  /// Lines above `threshold` (see LogLevel) are dropped.
-  LogOutput(ProgressLine& line, int threshold);
+  /// `settings` may leave the log sink out.
+  LogOutput(ProgressLine& line, Settings settings);
   ~LogOutput();
   LogOutput(const LogOutput&) = delete;
   LogOutput& operator=(const LogOutput&) = delete;
+
+ private:
+  Settings chosen;
 };
 
 }  // namespace orvel::host

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include <orvel/Collation.h>
 #include "cli/ExitStatus.h"
-#include "db/Collation.h"
 
 namespace orvel::host {
 

@@ -1,10 +1,11 @@
 #include "cli/MtpListCommand.h"
 
+#include <orvel/Settings.h>
+
 #include <QJsonArray>
 #include <QJsonObject>
 #include <iostream>
 
-#include "base/Log.h"
 #include "cli/AttachedPhones.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
@@ -54,7 +55,9 @@ void print(const AttachedDevice& phone) {
 }  // namespace
 
 int runMtpList(const MtpListOptions& options) {
-  setLogThreshold(LOG_ERROR);  // what a device lacks is in the list
+  Settings settings;
+  settings.logThreshold = LogLevel::Error;  // the list itself tells about each device's problems
+  configure(settings);
   const PhoneRelease release;
   const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
   if (options.json) {

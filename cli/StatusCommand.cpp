@@ -3,11 +3,11 @@
 #include <iomanip>
 #include <iostream>
 
+#include <orvel/Settings.h>
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/MediaDatabase.h"
 #include "cli/Summary.h"
-#include "db/DatabaseMgr.h"
 
 namespace orvel::host {
 
@@ -15,9 +15,10 @@ namespace {
 
 void printSize(const std::string& file) {
   const std::int64_t bytes = databaseBytes(file);
-  const double share = 100.0 * static_cast<double>(bytes) / kDatabaseSizeLimit;
+  const double share =
+      100.0 * static_cast<double>(bytes) / static_cast<double>(Limits().databaseBytes);
   std::cout << "  Size       " << readableSize(bytes) << ", " << std::fixed << std::setprecision(1)
-            << share << " % of the limit of " << readableSize(kDatabaseSizeLimit) << "\n";
+            << share << " % of the limit of " << readableSize(Limits().databaseBytes) << "\n";
 }
 
 /// A database that cannot be read is shown with the reason and hides no other.

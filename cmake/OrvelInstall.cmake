@@ -1,21 +1,6 @@
 include(CMakePackageConfigHelpers)
 
-# The headers that a host includes, and what these include.
-set(ORVEL_PUBLIC_HEADERS
-    base/Export.h base/Log.h base/Mutex.h base/StageThread.h base/ThreadAnnotations.h
-    base/WorkPriority.h base/insist.h
-    db/BusyHandler.h db/Collation.h db/DatabaseMgr.h db/SqlStream.h
-    framework/BaseServer.h framework/BaseServer.tpp framework/Block.h framework/Operation.h
-    framework/OrvelOperation.h framework/RequestProgress.h framework/Runnable.h framework/Server.h
-    framework/Server.tpp
-    mtp/MtpDevice.h
-    orchestration/Orvel.h
-    phones/AttachedDevices.h phones/DeviceTypes.h qt/OrvelQTProxy.h
-    tags/TagReading.h text/TextRegion.h)
-foreach(header IN LISTS ORVEL_PUBLIC_HEADERS)
-  get_filename_component(folder ${header} DIRECTORY)
-  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvel/${folder})
-endforeach()
+install(DIRECTORY include/orvel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
 
 install(TARGETS orvel EXPORT OrvelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 set(ORVEL_PACKAGE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/Orvel)

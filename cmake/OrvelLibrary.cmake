@@ -9,14 +9,17 @@ if(NOT ORVEL_DEVICE_ACCESS)
   endif()
 endif()
 
-# The library as hosts link it: only what carries ORVEL_EXPORT is visible.
+# The library as hosts link it. The version script lists what it exports.
 add_library(orvel SHARED)
 add_library(Orvel::orvel ALIAS orvel)
 target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_phones_${ORVEL_DEVICE_ACCESS} orvel_options
-                      PUBLIC Qt${QT_VERSION_MAJOR}::Core Boost::headers SQLite::SQLite3)
+                      PUBLIC Qt${QT_VERSION_MAJOR}::Core Boost::headers)
+set(ORVEL_VERSION_SCRIPT ${CMAKE_CURRENT_SOURCE_DIR}/cmake/orvel.map)
+target_link_options(orvel PRIVATE "LINKER:--version-script=${ORVEL_VERSION_SCRIPT}")
+set_target_properties(orvel PROPERTIES LINK_DEPENDS ${ORVEL_VERSION_SCRIPT})
 target_include_directories(orvel INTERFACE
-                           $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-                           $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orvel>)
+                           $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                           $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(orvel INTERFACE cxx_std_20)
 set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
                       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})

@@ -1,6 +1,6 @@
 # What every target of the project is built with.
 add_library(orvel_options INTERFACE)
-target_include_directories(orvel_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_include_directories(orvel_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(orvel_options INTERFACE -Wall -Wextra -Wpedantic -Wno-psabi)
 # Without 64-bit offsets a directory listing is empty on 32-bit ARM.
 target_compile_definitions(orvel_options INTERFACE _FILE_OFFSET_BITS=64 QT_NO_KEYWORDS)

@@ -1,4 +1,4 @@
-#include "db/Collation.h"
+#include <orvel/Collation.h>
 
 #include <glib.h>
 

@@ -1,11 +1,12 @@
 #include "db/DatabaseFile.h"
 
 #include <fcntl.h>
+#include <orvel/DatabaseMgr.h>
 #include <unistd.h>
 
 #include "base/Log.h"
 #include "base/StageThread.h"
-#include "db/DatabaseMgr.h"
+#include "db/SqlStream.h"
 
 namespace orvel {
 

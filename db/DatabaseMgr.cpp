@@ -1,4 +1,4 @@
-#include "db/DatabaseMgr.h"
+#include <orvel/DatabaseMgr.h>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -12,14 +12,19 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "base/Limits.h"
+#include "base/Log.h"
 #include "base/Md5.h"
 #include "base/Mutex.h"
 #include "db/DatabaseFile.h"
 #include "db/DatabaseFolder.h"
+#include "db/DatabaseLease.h"
 #include "db/DatabaseSchema.h"
+#include "db/SqlStream.h"
 #include "db/SqlTexts.h"
 
 namespace orvel {
@@ -75,6 +80,57 @@ bool deletePartition(DatabaseFile& database, const std::string& partitionId) {
          database.run("DELETE FROM PARTITIONS WHERE PARTITION_ID = ?;", {partitionId});
 }
 
+/// Creates the schema in a file that has none yet.
+void ensureSchema(sqlite3* connection) {
+  sqlite3_stmt* version = nullptr;
+  bool hasSchema = true;
+  if (sqlite3_prepare_v2(connection, "PRAGMA user_version;", -1, &version, nullptr) == SQLITE_OK &&
+      sqlite3_step(version) == SQLITE_ROW) {
+    hasSchema = sqlite3_column_int(version, 0) != 0;
+  }
+  sqlite3_finalize(version);
+  if (hasSchema) return;
+  DatabaseFile own(sqlite3_db_filename(connection, "main"));
+  if (databaseSchema::probe(own) == databaseSchema::Content::Empty) databaseSchema::create(own);
+}
+
+void enterPartition(DatabaseFile& database, const std::string& partition, bool isFirstPartition) {
+  const std::string id = partitionIdOf(partition);
+  if (!database.exec("BEGIN IMMEDIATE;")) return;
+  const bool entered =
+      database.run(
+          "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, GENERATION) VALUES (?1, ?2,"
+          " (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS) + ?3)"
+          " ON CONFLICT(PARTITION_ID) DO UPDATE SET GENERATION = excluded.GENERATION;",
+          {id, partition, isFirstPartition ? "1" : "0"}) &&
+      // Entries of playlists were cleaned up while their songs were missing: read them again.
+      database.run(
+          "UPDATE PLAYLISTS SET LASTMODIFIED = -1 WHERE PARTITION_ID = ?1 AND EXISTS"
+          " (SELECT 1 FROM PARTITIONS WHERE PARTITION_ID = ?1 AND STATUS = 'PROGRESS');",
+          {id});
+  database.exec(entered ? "COMMIT;" : "ROLLBACK;");
+}
+
+/// Stores the status, in place when that is the only way.
+bool storeStatus(const std::string& file, const std::string& partition, const std::string& status) {
+  const std::string id = partitionIdOf(partition);
+  {
+    DatabaseFile database(file);
+    if (!database.isOpen()) return false;
+    if (database.run("INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
+                     " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
+                     " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
+                     {id, partition, status})) {
+      return true;
+    }
+  }
+  // A full disk must not keep an old "OK" alive; the statuses are few bytes in a page of their own.
+  DatabaseFile database(file);
+  return database.runInPlace("UPDATE PARTITIONS SET STATUS = ?2 WHERE PARTITION_ID = ?1;",
+                             {id, status}) &&
+         sqlite3_changes(database.handle()) == 1;
+}
+
 }  // namespace
 
 struct DatabaseMgr::State {
@@ -96,6 +152,8 @@ struct DatabaseMgr::State {
     const MutexLock lock(mutex);
     return live.count({deviceId, partition}) != 0;
   }
+
+  bool replaceUnusable(DatabaseMgr& manager, const std::string& deviceId, const std::string& file);
 
   std::optional<std::string> unstoredStatus(const std::string& file, const std::string& partition)
       ORVEL_EXCLUDES(mutex) {
@@ -133,6 +191,22 @@ DatabaseMgr::Lease::~Lease() {
   if (found != state.live.end()) state.live.erase(found);
 }
 
+template <class T>
+bool DatabaseMgr::open(const std::string& deviceId, T& stream, int busyTimeoutMs) {
+  const std::string file = getDbNameFromDevId(deviceId);
+  createDirectory();
+  stream.open(file.c_str(), busyTimeoutMs);
+  if (stream.handle() != nullptr) {
+    ensureSchema(stream.handle());
+    return true;
+  }
+  OV_WARN("error opening db: %s", file.c_str());
+  throw std::runtime_error("cannot open db");
+}
+
+template bool DatabaseMgr::open(const std::string&, sqlstl::basic_sqlostream<char>&, int);
+template bool DatabaseMgr::open(const std::string&, sqlstl::basic_sqlistream<char>&, int);
+
 void DatabaseMgr::setDirectory(const std::string& directory) {
   state->folder.set(directory);
 }
@@ -149,24 +223,32 @@ void DatabaseMgr::createDirectory() {
   state->folder.create();
 }
 
-void DatabaseMgr::ensureSchema(sqlite3* connection) {
-  sqlite3_stmt* version = nullptr;
-  bool hasSchema = true;
-  if (sqlite3_prepare_v2(connection, "PRAGMA user_version;", -1, &version, nullptr) == SQLITE_OK &&
-      sqlite3_step(version) == SQLITE_ROW) {
-    hasSchema = sqlite3_column_int(version, 0) != 0;
+/// Makes room for a new database where the file is damaged or foreign. False when the file cannot
+/// be used now: it is locked, or damaged and in use.
+bool DatabaseMgr::State::replaceUnusable(DatabaseMgr& manager, const std::string& deviceId,
+                                         const std::string& file) {
+  using databaseSchema::Content;
+  if (!fileExists(file)) return true;
+  if (!manager.isCondemned(deviceId)) {
+    DatabaseFile database(file);
+    if (!database.isOpen()) return false;
+    const Content content = databaseSchema::probe(database);
+    if (content != Content::Foreign) return content != Content::Unknown;
   }
-  sqlite3_finalize(version);
-  if (hasSchema) return;
-  DatabaseFile own(sqlite3_db_filename(connection, "main"));
-  if (databaseSchema::probe(own) == databaseSchema::Content::Empty) databaseSchema::create(own);
+  if (liveRequests(deviceId) != 0) {
+    manager.condemn(file.c_str());
+    return false;
+  }
+  OV_WARN("%s is damaged or not a database of this version; it is made anew", file.c_str());
+  manager.deleteDb(deviceId);
+  return !fileExists(file);
 }
 
 void DatabaseMgr::createDb(const std::string& deviceId, const std::string& partition,
                            bool isFirstPartition) {
   createDirectory();
   const std::string file = getDbNameFromDevId(deviceId);
-  if (!replaceUnusable(deviceId, file)) return;
+  if (!state->replaceUnusable(*this, deviceId, file)) return;
   DatabaseFile database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   if (!database.isOpen()) return;
   using databaseSchema::Content;
@@ -176,42 +258,6 @@ void DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
     insertStatus(deviceId, partition, *status);
   }
   enterPartition(database, partition, isFirstPartition);
-}
-
-bool DatabaseMgr::replaceUnusable(const std::string& deviceId, const std::string& file) {
-  using databaseSchema::Content;
-  if (!fileExists(file)) return true;
-  if (!isCondemned(deviceId)) {
-    DatabaseFile database(file);
-    if (!database.isOpen()) return false;
-    const Content content = databaseSchema::probe(database);
-    if (content != Content::Foreign) return content != Content::Unknown;
-  }
-  if (state->liveRequests(deviceId) != 0) {
-    condemn(file.c_str());
-    return false;
-  }
-  OV_WARN("%s is damaged or not a database of this version; it is made anew", file.c_str());
-  deleteDb(deviceId);
-  return !fileExists(file);
-}
-
-void DatabaseMgr::enterPartition(DatabaseFile& database, const std::string& partition,
-                                 bool isFirstPartition) {
-  const std::string id = partitionIdOf(partition);
-  if (!database.exec("BEGIN IMMEDIATE;")) return;
-  const bool entered =
-      database.run(
-          "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, GENERATION) VALUES (?1, ?2,"
-          " (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS) + ?3)"
-          " ON CONFLICT(PARTITION_ID) DO UPDATE SET GENERATION = excluded.GENERATION;",
-          {id, partition, isFirstPartition ? "1" : "0"}) &&
-      // Entries of playlists were cleaned up while their songs were missing: read them again.
-      database.run(
-          "UPDATE PLAYLISTS SET LASTMODIFIED = -1 WHERE PARTITION_ID = ?1 AND EXISTS"
-          " (SELECT 1 FROM PARTITIONS WHERE PARTITION_ID = ?1 AND STATUS = 'PROGRESS');",
-          {id});
-  database.exec(entered ? "COMMIT;" : "ROLLBACK;");
 }
 
 std::string DatabaseMgr::getStatus(const std::string& deviceId, const std::string& partition) {
@@ -235,26 +281,6 @@ bool DatabaseMgr::insertStatus(const std::string& deviceId, const std::string& p
     state->unstored[{file, partition}] = status;
   }
   return stored;
-}
-
-bool DatabaseMgr::storeStatus(const std::string& file, const std::string& partition,
-                              const std::string& status) {
-  const std::string id = partitionIdOf(partition);
-  {
-    DatabaseFile database(file);
-    if (!database.isOpen()) return false;
-    if (database.run("INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
-                     " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
-                     " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;",
-                     {id, partition, status})) {
-      return true;
-    }
-  }
-  // A full disk must not keep an old "OK" alive; the statuses are few bytes in a page of their own.
-  DatabaseFile database(file);
-  return database.runInPlace("UPDATE PARTITIONS SET STATUS = ?2 WHERE PARTITION_ID = ?1;",
-                             {id, status}) &&
-         sqlite3_changes(database.handle()) == 1;
 }
 
 void DatabaseMgr::removeDanglingPartitions(const std::string& deviceId,
@@ -305,7 +331,7 @@ void DatabaseMgr::checkAndDelete(const std::string& deviceId, long limit) {
 
 bool DatabaseMgr::dbSizeHasReachLimit(const std::string& deviceId) {
   const std::string file = getDbNameFromDevId(deviceId);
-  return fileSize(file) + fileSize(file + "-wal") + kSizeReserve > kDatabaseSizeLimit;
+  return fileSize(file) + fileSize(file + "-wal") + kSizeReserve > limits().databaseBytes;
 }
 
 void DatabaseMgr::deleteDb(const std::string& deviceId) {

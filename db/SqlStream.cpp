@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
-#include "db/DatabaseMgr.h"
 
 namespace sqlstl {
 

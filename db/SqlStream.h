@@ -12,6 +12,13 @@
 /// Streams over SQLite: a statement is prepared with `query`, its parameters are written with `<<`,
 /// it runs with `step`, and rows are read with `>>`. Errors are logged and turn the stream bad or
 /// failed, the ordinary stream states; nothing here throws. A stream belongs to one thread.
+namespace orvel {
+
+/// How long a stage waits behind another stage's transaction before it fails: one hour.
+constexpr int kBusyTimeoutMs = 3600000;
+
+}  // namespace orvel
+
 namespace sqlstl {
 
 /// What both streams share: the connection, the current statement and the position in it.

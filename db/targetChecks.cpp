@@ -9,7 +9,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "db/DatabaseMgr.h"
+#include <orvel/Settings.h>
 #include "db/FileInfo.h"
 
 namespace orvel {
@@ -26,6 +26,6 @@ static_assert(std::numeric_limits<double>::digits >= 32, "a stored time is read 
 
 // `long` counts the bytes of a database and of what tags are read from; it has 32 bits or more.
 static_assert(CHAR_BIT == 8 && sizeof(int) == 4 && sizeof(long) >= 4);
-static_assert(kDatabaseSizeLimit < std::numeric_limits<std::int32_t>::max());
+static_assert(Limits().databaseBytes < std::numeric_limits<std::int32_t>::max());
 
 }  // namespace orvel

@@ -4,7 +4,7 @@
 #include "base/insist.h"
 #include "db/Directory.h"
 #include "db/FileInfo.h"
-#include "framework/HostSignals.h"
+#include "framework/HostListener.h"
 #include "framework/Server.h"
 
 namespace orvel {
@@ -19,7 +19,7 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
   /// Tells the host that everything has been found.
   void signalCompletion(const Operation& operation) override {
     if (this->running()) {
-      hostSignals::crawlingFinished(operation.mountPoint);
+      this->listener->crawlingFinished(operation.mountPoint);
     } else {
       OV_INFO("Skip signalCrawlingFinished");
     }

@@ -5,9 +5,6 @@
 
 namespace orvel {
 
-/// The kind of device that a request indexes.
-enum OperationType : int { MSD_OPERATION = 0, MTP_OPERATION = 1 };
-
 /// The request that a block belongs to. A plain value that travels with every block.
 struct Operation {
   Operation(int operationId, unsigned int deviceHandle, const std::string& device,

@@ -1,63 +1,122 @@
 #pragma once
 
-#include <boost/make_shared.hpp>
-#include <boost/shared_ptr.hpp>
-#include <exception>
-#include <memory>
-#include <optional>
+#include <orvel/Server.h>
 
+#include <boost/make_shared.hpp>
+
+#include "base/Log.h"
+#include "base/StageThread.h"
+#include "base/insist.h"
 #include "framework/BaseServer.h"
 #include "framework/Block.h"
+#include "framework/HostListener.h"
 #include "framework/RequestProgress.h"
 
+// The bodies of Server, for code that instantiates it.
 namespace orvel {
 
-/// A stage: takes blocks from its queue one at a time, works on each and sends the result to its
-/// sink. Concrete stages supply `doOperation`, which may throw std::exception: the request then
-/// goes on with an empty block in place of the result, so that a LAST marker is never lost.
+/// Runs the loop of the Runnable that `runnable` points to; returns null. The entry of every
+/// server's thread.
+void* runner(void* runnable);
+
 template <class TIN, class TOUT>
-class Server : public BaseServer<TIN> {
- public:
-  using src_block_type_ptr = boost::shared_ptr<TIN>;
-  using sink_block_type_ptr = boost::shared_ptr<TOUT>;
+Server<TIN, TOUT>::Server(const char* serverName, std::size_t threadStackBytes)
+    : BaseServer<TIN>(serverName, threadStackBytes),
+      progress(std::make_shared<RequestProgress>()),
+      listener(&HostListener::none()) {}
 
-  using BaseServer<TIN>::BaseServer;
+template <class TIN, class TOUT>
+Server<TIN, TOUT>::~Server() = default;
 
-  /// Without a thread the stage's request is marked failed.
-  void launch() override;
-  void runLoop() override;
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::launch() {
+  BaseServer<TIN>::launch();
+  if (!this->launched()) progress->fail();
+}
 
-  /// Works on one block on the stage's thread. An empty result sends nothing on.
-  virtual sink_block_type_ptr doOperation(src_block_type_ptr block);
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::runLoop() {
+  stageThread::enter(this->cancellation.get_token());
+  bool holdsMutex = false;
+  while (true) {
+    const src_block_type_ptr block = this->pop(holdsMutex);
+    if (!block || this->stopping()) break;
+    process(block);
+    if (this->stopping()) break;
+  }
+  OV_INFO("%s EXITING Run Loop", this->name);
+  if (holdsMutex) this->releaseQueue();
+}
 
-  /// Where results go; not owned, null for none. Set before `launch`.
-  BaseServer<TOUT>* sink = nullptr;
+template <class TIN, class TOUT>
+typename Server<TIN, TOUT>::sink_block_type_ptr Server<TIN, TOUT>::doOperation(
+    src_block_type_ptr /*block*/) {
+  return {};
+}
 
-  /// Counts what the stage does for its request. Shared by the stages of one pipeline and set
-  /// before `launch`; never null.
-  std::shared_ptr<RequestProgress> progress = std::make_shared<RequestProgress>();
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
+  try {
+    if (sink == nullptr) {
+      // Without memory of its own: a result that reaches its pipeline or the controller counts.
+      doOperation(block);
+    } else {
+      // A copy: the stage may hand its input block on to another stage's thread.
+      const Operation request = insist([&] { return block->operation; });
+      processInto(*sink, request, block);
+    }
+  } catch (const std::exception& error) {
+    OV_ERROR("%s: an error occured: %s", this->name, error.what());
+    progress->leaveUndone(LeftUndone::StageFailed);
+    // The request will never be counted to its end.
+    if (sink != nullptr) progress->fail();
+  }
+}
 
- private:
-  void process(const src_block_type_ptr& block);
-  void processInto(BaseServer<TOUT>& target, const Operation& request,
-                   const src_block_type_ptr& block);
-  void forward(BaseServer<TOUT>& target, const Operation& request, const sink_block_type_ptr& out);
-  void sendFailure(BaseServer<TOUT>& target, const Operation& request, const std::exception& error);
-  /// Remembers that this stage left work of the operation undone, until its LAST block tells.
-  void leaveUndone(const Operation& request, LeftUndone reason);
-  void markLast(Operation& operation) const;
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::processInto(BaseServer<TOUT>& target, const Operation& request,
+                                    const src_block_type_ptr& block) {
+  try {
+    forward(target, request, doOperation(block));
+  } catch (const std::exception& error) {
+    sendFailure(target, request, error);
+  }
+}
 
-  std::optional<int> undoneOperation;  ///< the stage's own thread only
-};
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::forward(BaseServer<TOUT>& target, const Operation& request,
+                                const sink_block_type_ptr& out) {
+  if (!out) return;
+  const bool last = out->operation.last;
+  if (!this->running() && !last) {
+    leaveUndone(request, LeftUndone::Interrupted);
+    return;
+  }
+  markLast(out->operation);
+  if (this->running() && last) this->signalCompletion(out->operation);
+  target.enqueue(out);
+}
 
-}  // namespace orvel
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::sendFailure(BaseServer<TOUT>& target, const Operation& request,
+                                    const std::exception& error) {
+  OV_ERROR("%s: an error occured: %s", this->name, error.what());
+  leaveUndone(request, LeftUndone::StageFailed);
+  if (!this->running() && !request.last) return;
+  const auto empty = insist([&] { return boost::make_shared<TOUT>(request); });
+  markLast(empty->operation);
+  target.enqueue(empty);
+}
 
-#include "framework/Server.tpp"
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::leaveUndone(const Operation& request, LeftUndone reason) {
+  undoneOperation = request.id;
+  progress->leaveUndone(reason);
+}
 
-namespace orvel {
-
-// Pipelines and the controller; hosts call the controller's life cycle across the library's border.
-extern template class ORVEL_EXPORT BaseServer<Block<void>>;
-extern template class ORVEL_EXPORT Server<Block<void>, Block<void>>;
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::markLast(Operation& operation) const {
+  if (operation.last && undoneOperation == operation.id) operation.skipped = true;
+}
 
 }  // namespace orvel

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "db/DatabaseMgr.h"
+#include <orvel/DatabaseMgr.h>
 #include "db/SqlStream.h"
 #include "framework/Server.h"
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
 #include "base/Mutex.h"
 #include "db/MetaDataInfo.h"
 #include "db/MtpDirectory.h"
@@ -12,8 +14,6 @@
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
 #include "mtp/MtpConnection.h"
-#include "mtp/MtpDevice.h"
-#include "phones/AttachedDevices.h"
 #include "phones/DeviceBus.h"
 #include "phones/OwnedList.h"
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
-#include "db/DatabaseMgr.h"
 #include "db/SqlStream.h"
 #include "db/SqlTexts.h"
 #include "fuzz/InputBytes.h"
@@ -80,7 +80,7 @@ class Database {
  private:
   Database() {
     DatabaseMgr& manager = DatabaseMgr::instance();
-    setLogThreshold(0);  // every refused text is an error
+    setLogThreshold(LogLevel{0});  // every refused text is an error
     manager.setDirectory(folder.path("db"));
     manager.createDb("dev", "/m", true);
     manager.open("dev", in, 1000);

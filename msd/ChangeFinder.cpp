@@ -4,7 +4,7 @@
 
 #include "base/Log.h"
 #include "db/SqlTexts.h"
-#include "framework/HostSignals.h"
+#include "framework/HostListener.h"
 #include "msd/GenericChangeFinder.h"
 
 namespace orvel {
@@ -39,7 +39,7 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
     }
     if (running()) {
       progress->contentModified = true;
-      hostSignals::contentModified(operation.mountPoint);
+      listener->contentModified(operation.mountPoint);
     }
   }
   return toAdd;

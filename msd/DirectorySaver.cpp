@@ -7,7 +7,7 @@
 #include "db/SqlTexts.h"
 #include "db/StoredDirectories.h"
 #include "db/Transaction.h"
-#include "framework/HostSignals.h"
+#include "framework/HostListener.h"
 
 namespace orvel {
 
@@ -98,7 +98,7 @@ void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
   }
   if (!running()) return;
   progress->contentModified = true;
-  hostSignals::contentModified(operation.mountPoint);
+  listener->contentModified(operation.mountPoint);
 }
 
 }  // namespace orvel

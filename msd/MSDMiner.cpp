@@ -5,10 +5,10 @@
 #include <optional>
 #include <utility>
 
+#include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "base/retryOnce.h"
-#include "db/DatabaseMgr.h"
 #include "msd/Encoder.h"
 #include "msd/StandardErrorSilence.h"
 #include "tags/SongTag.h"

@@ -5,10 +5,10 @@
 #include <cctype>
 #include <string_view>
 
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "base/StageThread.h"
-#include "mtp/MtpDevice.h"
-#include "phones/AttachedDevices.h"
 #include "phones/ExclusionRules.h"
 #include "phones/MtpUtils.h"
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "mtp/MtpConnection.h"
-#include "mtp/MtpDevice.h"
 #include "phones/MtpUtils.h"
 #include "phones/OwnedList.h"
 

@@ -1,9 +1,12 @@
-#include "mtp/MtpDevice.h"
+#include <orvel/MtpDevice.h>
+#include <pthread.h>
 
 #include <ctime>
+#include <map>
 #include <stop_token>
 
 #include "base/Log.h"
+#include "base/Mutex.h"
 #include "base/StageThread.h"
 
 namespace orvel {
@@ -25,11 +28,31 @@ unsigned int keyOf(std::size_t handle) {
 
 }  // namespace
 
-MtpDevice::MtpDevice() : attributes(), cond(monotonic(attributes)) {}
+struct MtpDevice::State {
+  struct Device {
+    bool connected = false;
+    bool ready = false;
+  };
 
-MtpDevice::~MtpDevice() {
-  pthread_condattr_destroy(&attributes);
-}
+  State() : attributes(), cond(monotonic(attributes)) {}
+  ~State() { pthread_condattr_destroy(&attributes); }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  [[nodiscard]] Device find(std::size_t handle) const ORVEL_REQUIRES(mutex) {
+    const auto found = devices.find(keyOf(handle));
+    return found == devices.end() ? Device() : found->second;
+  }
+
+  Mutex mutex;
+  pthread_condattr_t attributes;
+  Condition cond;
+  std::map<unsigned int, Device> devices ORVEL_GUARDED_BY(mutex);
+  unsigned long broadcasts ORVEL_GUARDED_BY(mutex) = 0;
+};
+
+MtpDevice::MtpDevice() : state(std::make_unique<State>()) {}
+MtpDevice::~MtpDevice() = default;
 
 MtpDevice& MtpDevice::instance() {
   // Never destroyed: stage threads may still ask while the process ends.
@@ -40,8 +63,8 @@ MtpDevice& MtpDevice::instance() {
 void MtpDevice::setDeviceConnected(std::size_t handle) {
   OV_INFO("setDeviceConnected %u", keyOf(handle));
   {
-    const MutexLock lock(mutex);
-    devices[keyOf(handle)] = {true, false};
+    const MutexLock lock(state->mutex);
+    state->devices[keyOf(handle)] = {true, false};
   }
   OV_INFO("setDeviceConnected DONE");
 }
@@ -49,34 +72,29 @@ void MtpDevice::setDeviceConnected(std::size_t handle) {
 void MtpDevice::setDeviceReady(std::size_t handle) {
   OV_INFO("setDeviceReady %u", keyOf(handle));
   {
-    const MutexLock lock(mutex);
-    devices[keyOf(handle)].ready = true;
-    ++broadcasts;
-    cond.broadcast();
+    const MutexLock lock(state->mutex);
+    state->devices[keyOf(handle)].ready = true;
+    ++state->broadcasts;
+    state->cond.broadcast();
   }
   OV_INFO("setDeviceReady DONE");
 }
 
 void MtpDevice::disconnectDevice(std::size_t handle) {
   OV_INFO("disconnectDevice");
-  const MutexLock lock(mutex);
+  const MutexLock lock(state->mutex);
   // Nothing is kept of a device that is gone: each attach has a handle of its own.
-  devices.erase(keyOf(handle));
-}
-
-MtpDevice::Device MtpDevice::find(std::size_t handle) const {
-  const auto found = devices.find(keyOf(handle));
-  return found == devices.end() ? Device() : found->second;
+  state->devices.erase(keyOf(handle));
 }
 
 bool MtpDevice::isDeviceConnected(std::size_t handle) {
-  const MutexLock lock(mutex);
-  return find(handle).connected;
+  const MutexLock lock(state->mutex);
+  return state->find(handle).connected;
 }
 
 bool MtpDevice::isDeviceReady(std::size_t handle) {
-  const MutexLock lock(mutex);
-  return find(handle).ready;
+  const MutexLock lock(state->mutex);
+  return state->find(handle).ready;
 }
 
 bool MtpDevice::waitDeviceReady(std::size_t handle) {
@@ -85,21 +103,21 @@ bool MtpDevice::waitDeviceReady(std::size_t handle) {
   const std::stop_token& stopped = stageThread::stopToken();
   // Outside the lock: the callback takes it, and runs here and now when the stop came first.
   const std::stop_callback wake(stopped, [this] {
-    const MutexLock lock(mutex);
-    cond.broadcast();
+    const MutexLock lock(state->mutex);
+    state->cond.broadcast();
   });
   bool ready = false;
   {
-    const MutexLock lock(mutex);
+    const MutexLock lock(state->mutex);
     timespec deadline{};
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_sec += kReadyTimeoutSeconds;
-    const unsigned long seen = broadcasts;
+    const unsigned long seen = state->broadcasts;
     // A spurious wake-up goes back to waiting: this is one wait.
-    while (broadcasts == seen && !stopped.stop_requested()) {
-      if (!cond.waitUntil(mutex, deadline)) break;
+    while (state->broadcasts == seen && !stopped.stop_requested()) {
+      if (!state->cond.waitUntil(state->mutex, deadline)) break;
     }
-    ready = find(handle).ready;
+    ready = state->find(handle).ready;
   }
   OV_INFO("finished");
   return ready;

@@ -7,7 +7,7 @@
 #include "db/SqlTexts.h"
 #include "db/StoredDirectories.h"
 #include "db/Transaction.h"
-#include "framework/HostSignals.h"
+#include "framework/HostListener.h"
 
 namespace orvel {
 
@@ -60,7 +60,7 @@ void MtpDirectorySaver::rewrite(const Block<MtpDirectory*>& block, Operation& re
   }
   if (!running()) return;
   progress->contentModified = true;
-  hostSignals::contentModified(block.operation.mountPoint);
+  listener->contentModified(block.operation.mountPoint);
 }
 
 }  // namespace orvel

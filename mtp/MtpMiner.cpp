@@ -4,11 +4,11 @@
 #include <memory>
 #include <utility>
 
+#include <orvel/DatabaseMgr.h>
+#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "base/Timer.h"
-#include "db/DatabaseMgr.h"
 #include "mtp/MtpConnection.h"
-#include "mtp/MtpDevice.h"
 #include "tags/TagReaderScope.h"
 
 namespace orvel {

@@ -3,9 +3,9 @@
 #include <memory>
 #include <utility>
 
+#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "mtp/MtpConnection.h"
-#include "mtp/MtpDevice.h"
 
 namespace orvel {
 

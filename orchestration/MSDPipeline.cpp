@@ -9,7 +9,7 @@
 namespace orvel {
 
 MSDPipeline::MSDPipeline(Orvel* owner)
-    : SongDirectoryPipeline("MSDPipeline", owner, MSD_OPERATION) {
+    : SongDirectoryPipeline("MSDPipeline", owner, OperationType::MassStorage) {
   using Content = ChangeFinder::Content;
   const auto watch = std::make_shared<MountPointWatch>();
   crawlerStage =

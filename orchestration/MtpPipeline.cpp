@@ -1,16 +1,16 @@
 #include "orchestration/MtpPipeline.h"
 
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
 #include "db/SqlTexts.h"
-#include "mtp/MtpDevice.h"
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"
 #include "mtp/MtpPlaylistMiner.h"
-#include "phones/AttachedDevices.h"
 
 namespace orvel {
 
 MtpPipeline::MtpPipeline(Orvel* owner)
-    : SongDirectoryPipeline("MtpPipeline", owner, MTP_OPERATION) {
+    : SongDirectoryPipeline("MtpPipeline", owner, OperationType::Mtp) {
   using Content = ChangeFinder::Content;
   // A pulled cable ends every loop at its next item, also before the host has noticed.
   setRemovalListener([](t_handle handle) { MtpDevice::instance().disconnectDevice(handle); });

@@ -10,28 +10,28 @@ namespace orvel {
 using PipelineBase = Pipeline<Block<void>, Block<void>>;
 
 PipelineBase::~Pipeline() {
-  for (const Runnable* stage : stages) delete stage;
+  for (std::unique_ptr<Runnable>& stage : stages) stage.reset();
 }
 
 void PipelineBase::launch() {
   Server::launch();
-  for (Runnable* stage : stages) stage->launch();
+  for (const auto& stage : stages) stage->launch();
 }
 
 void PipelineBase::start() {
-  for (Runnable* stage : stages) stage->start();
+  for (const auto& stage : stages) stage->start();
   Server::start();
 }
 
 void PipelineBase::pause() {
   OV_INFO("pause");
-  for (Runnable* stage : stages) stage->pause();
+  for (const auto& stage : stages) stage->pause();
   Server::pause();
 }
 
 void PipelineBase::stop() {
   OV_INFO("stop %x", static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(this)));
-  for (Runnable* stage : stages) stage->stop();
+  for (const auto& stage : stages) stage->stop();
   Server::stop();
 }
 
@@ -43,7 +43,7 @@ void PipelineBase::join() {
 bool PipelineBase::hasEndedBy(Deadline deadline) {
   return Server::hasEndedBy(deadline) &&
          std::all_of(stages.begin(), stages.end(),
-                     [&](Runnable* stage) { return stage->hasEndedBy(deadline); });
+                     [&](const auto& stage) { return stage->hasEndedBy(deadline); });
 }
 
 PipelineBase::sink_block_type_ptr PipelineBase::doOperation(src_block_type_ptr block) {

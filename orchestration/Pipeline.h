@@ -28,15 +28,17 @@ class Pipeline<Block<void>, Block<void>> : public Server<Block<void>, Block<void
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  protected:
-  /// Registers a stage behind the earlier ones; returns it.
+  /// Registers a stage after the earlier ones; returns it.
   template <class Stage>
   Stage* add(std::unique_ptr<Stage> stage) {
     stage->progress = progress;
-    stages.push_back(stage.get());
-    return stage.release();
+    stage->listener = listener;
+    Stage* const added = stage.get();
+    stages.push_back(std::move(stage));
+    return added;
   }
 
-  std::vector<Runnable*> stages;  ///< owned, in the order of registration
+  std::vector<std::unique_ptr<Runnable>> stages;  ///< in the order of registration
 };
 
 }  // namespace orvel

@@ -1,12 +1,12 @@
 #include "orchestration/SongDirectoryPipeline.h"
 
+#include <orvel/Orvel.h>
+#include "base/Limits.h"
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "base/insist.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
-#include "framework/HostSignals.h"
-#include "orchestration/Orvel.h"
 
 namespace orvel {
 
@@ -19,6 +19,7 @@ SongDirectoryPipeline::SongDirectoryPipeline(const char* pipelineName, Orvel* ow
                                              OperationType kind)
     : Pipeline(pipelineName), type(kind), controller(owner) {
   operation.startTime = Timer::now();
+  if (owner != nullptr) listener = owner->listener;
 }
 
 void SongDirectoryPipeline::leaveBehind() {
@@ -34,7 +35,7 @@ void SongDirectoryPipeline::enqueueNewOperation(OrvelOperation& request, bool is
   lease.emplace(request.deviceId, request.mountPoint);
   if (databases.getStatus(request.deviceId, request.mountPoint) == "OK") {
     progress->databaseExisted = true;
-    hostSignals::databaseExists(request.deviceId, request.mountPoint);
+    listener->databaseExists(request.deviceId, request.mountPoint);
   }
   enqueueOperation(request);
 }
@@ -69,32 +70,48 @@ SongDirectoryPipeline::sink_block_type_ptr SongDirectoryPipeline::doOperation(
 
 void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
   try {
-    insist([this] { clearPlaylists(); });
-    insist([this] { storeStatus(); });
-    flush();
+    insist([this] { removeOrphanedEntries(); });
+    insist([this] { concludeStatus(); });
+    insist([this] { removeDanglingPartitions(); });
+    listener->indexingFinished(operation.mountPoint);
+    insist([this] { makeDurable(); });
     progress->enter(RequestPhase::Finished);
-    report(result);
+    reportToController(result);
   } catch (const std::exception&) {
     progress->fail();
     throw;
   }
 }
 
-void SongDirectoryPipeline::report(const src_block_type_ptr& result) {
+void SongDirectoryPipeline::reportToController(const src_block_type_ptr& result) {
   const MutexLock lock(controllerMutex);
   if (controller != nullptr) controller->enqueue(result);
 }
 
-void SongDirectoryPipeline::storeStatus() {
+void SongDirectoryPipeline::removeOrphanedEntries() {
+  OV_INFO("Clear Playlists");
+  sqlstl::basic_sqlostream<char> out;
+  DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
+  out.exec(sql::kClearPlaylists);
+  if (!Transaction::settle(out.handle()) || !out.good()) leaveUndone(LeftUndone::RowsLost);
+  out.close();
+}
+
+void SongDirectoryPipeline::leaveUndone(LeftUndone reason) {
+  progress->leaveUndone(reason);
+  operation.skipped = true;
+}
+
+void SongDirectoryPipeline::concludeStatus() {
   operation.endTime = Timer::now();
   OV_INFO("End operation for id %d that took %ld", operation.opId,
           Timer::milliseconds(operation.startTime, operation.endTime));
   DatabaseMgr& databases = DatabaseMgr::instance();
   const bool isSound = operation.skipped || databases.verify(operation.deviceId);
-  const bool isCondemned = databases.isCondemned(operation.deviceId);
-  if (!isSound || isCondemned) {
-    progress->leaveUndone(isCondemned ? LeftUndone::DatabaseDamaged : LeftUndone::RowsLost);
-    operation.skipped = true;
+  if (databases.isCondemned(operation.deviceId)) {
+    leaveUndone(LeftUndone::DatabaseDamaged);
+  } else if (!isSound) {
+    leaveUndone(LeftUndone::RowsLost);
   }
   const char* status = operation.skipped ? "PROGRESS" : "OK";
   if (!databases.insertStatus(operation.deviceId, operation.mountPoint, status)) {
@@ -104,24 +121,14 @@ void SongDirectoryPipeline::storeStatus() {
   progress->status = status;
 }
 
-void SongDirectoryPipeline::flush() {
-  DatabaseMgr& databases = DatabaseMgr::instance();
-  insist([&] { databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint); });
-  hostSignals::indexingFinished(operation.mountPoint);
-  insist([&] { databases.sync(operation.deviceId); });
-  insist([&] { databases.checkAndDelete(operation.deviceId, kDatabaseSizeLimit); });
+void SongDirectoryPipeline::removeDanglingPartitions() {
+  DatabaseMgr::instance().removeDanglingPartitions(operation.deviceId, operation.mountPoint);
 }
 
-void SongDirectoryPipeline::clearPlaylists() {
-  OV_INFO("Clear Playlists");
-  sqlstl::basic_sqlostream<char> out;
-  DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
-  out.exec(sql::kClearPlaylists);
-  if (!Transaction::settle(out.handle()) || !out.good()) {
-    progress->leaveUndone(LeftUndone::RowsLost);
-    operation.skipped = true;
-  }
-  out.close();
+void SongDirectoryPipeline::makeDurable() {
+  DatabaseMgr& databases = DatabaseMgr::instance();
+  databases.sync(operation.deviceId);
+  databases.checkAndDelete(operation.deviceId, limits().databaseBytes);
 }
 
 }  // namespace orvel

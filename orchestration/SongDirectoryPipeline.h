@@ -1,11 +1,14 @@
 #pragma once
 
+#include <orvel/OperationType.h>
+
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
-#include "db/DatabaseMgr.h"
+#include "base/Mutex.h"
+#include "db/DatabaseLease.h"
 #include "db/Directory.h"
 #include "framework/OrvelOperation.h"
 #include "msd/ChangeFinder.h"
@@ -30,7 +33,8 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   /// block to the crawler. Called by the controller under its lock; database failures are logged.
   virtual void enqueueNewOperation(OrvelOperation& request, bool isFirstPartition);
 
-  /// Ends everything that binds a stopped pipeline to others, for one that is left to itself.
+  /// Cuts a stopped pipeline off from the controller and its database lease, for one whose threads
+  /// do not end.
   void leaveBehind();
 
   /// The stage that takes the root block; null here.
@@ -65,16 +69,22 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   OperationType type;
 
  private:
-  void report(const src_block_type_ptr& result) ORVEL_EXCLUDES(controllerMutex);
-
   Mutex controllerMutex;
   Orvel* controller ORVEL_GUARDED_BY(controllerMutex);
 
   void enqueueOperation(OrvelOperation& request);
+
+  // The end of a request, in this order.
   void finish(const src_block_type_ptr& result);
-  void clearPlaylists();
-  void storeStatus();
-  void flush();
+  void removeOrphanedEntries();
+  /// Stores "OK" when nothing was left undone and the database is sound, else "PROGRESS".
+  void concludeStatus();
+  void removeDanglingPartitions();
+  /// Flushes the database, and deletes it when it is too large.
+  void makeDurable();
+  void reportToController(const src_block_type_ptr& result) ORVEL_EXCLUDES(controllerMutex);
+
+  void leaveUndone(LeftUndone reason);
 
   /// Registers stages that feed one another; the last one reports to the pipeline.
   template <class Stage, class... Rest>

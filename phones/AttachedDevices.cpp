@@ -1,4 +1,4 @@
-#include "phones/AttachedDevices.h"
+#include <orvel/AttachedDevices.h>
 
 #include <algorithm>
 #include <chrono>

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "phones/AttachedDevices.h"
+#include <orvel/AttachedDevices.h>
 #include "phones/DeviceTypes.h"
 
 namespace orvel {

@@ -1,15 +1,11 @@
 #pragma once
 
+#include <orvel/DeviceHandle.h>
+
 #include <cstdint>
 
 /// The types of the device-access library: plain values and C structures.
 namespace orvel {
-
-/// Identifies an attached device within this process; 0 means no device.
-using t_handle = std::uint32_t;
-
-/// Identifies an object (track, folder, playlist) on a device for one session with it.
-using t_track_id = std::uint32_t;
 
 using t_status = std::int32_t;
 inline constexpr t_status STATUS_OK = 0;

@@ -1,13 +1,15 @@
-#include "qt/OrvelQTProxy.h"
+#include <orvel/MtpDevice.h>
+#include <orvel/Orvel.h>
+#include <orvel/OrvelQTProxy.h>
 
 #include <QMetaObject>
 #include <string>
 #include <utility>
 
+#include <orvel/Orvel.h>
 #include "base/Log.h"
 #include "base/StageThread.h"
-#include "orchestration/Orvel.h"
-#include "qt/FacadeLife.h"
+#include "qt/FacadeListener.h"
 
 namespace {
 
@@ -38,17 +40,22 @@ OrvelQTProxy& OrvelQTProxy::instance() {
 }
 
 OrvelQTProxy::OrvelQTProxy(QObject* parent) : QObject(parent) {
-  orvel::facadeLife::began(this);
+  orvel::FacadeListener::instance().facadeBegan(this);
 }
 
 OrvelQTProxy::~OrvelQTProxy() {
-  orvel::facadeLife::ended(this);
+  orvel::FacadeListener::instance().facadeEnds(this);
+}
+
+void OrvelQTProxy::setController(orvel::Orvel* attached) {
+  controller = attached;
+  if (controller != nullptr) controller->listener = &orvel::FacadeListener::instance();
 }
 
 void OrvelQTProxy::startIndexing(const QString& device_id, const QString& mount_point,
                                  bool isFirstPartition) {
   outsideStageThreads(*this, [this, device_id, mount_point, isFirstPartition] {
-    controller->enqueueNewOperation(orvel::MSD_OPERATION, bytesOf(device_id), 0,
+    controller->enqueueNewOperation(orvel::OperationType::MassStorage, bytesOf(device_id), 0,
                                     bytesOf(mount_point), isFirstPartition);
   });
 }
@@ -57,8 +64,8 @@ void OrvelQTProxy::startMtpIndexing(const QString& device_id, t_device_handle ha
                                     bool isFirstPartition) {
   outsideStageThreads(*this, [this, device_id, handle, isFirstPartition] {
     const std::string deviceId = bytesOf(device_id);
-    controller->enqueueNewOperation(orvel::MTP_OPERATION, deviceId, handle, mtpMountPoint(deviceId),
-                                    isFirstPartition);
+    controller->enqueueNewOperation(orvel::OperationType::Mtp, deviceId, handle,
+                                    mtpMountPoint(deviceId), isFirstPartition);
   });
 }
 
@@ -75,7 +82,7 @@ void OrvelQTProxy::prioritizeMsdDevice(const QString& device_id, const QString& 
   const std::string deviceId = bytesOf(device_id);
   OV_INFO("%s", deviceId.c_str());
   outsideStageThreads(*this, [this, deviceId, mountPoint = bytesOf(mount_point)] {
-    controller->prioritizeOperation(orvel::MSD_OPERATION, deviceId, 0, mountPoint);
+    controller->prioritizeOperation(orvel::OperationType::MassStorage, deviceId, 0, mountPoint);
   });
 }
 
@@ -83,7 +90,7 @@ void OrvelQTProxy::prioritizeMtpDevice(const QString& device_id, t_device_handle
   const std::string deviceId = bytesOf(device_id);
   OV_INFO("%s", deviceId.c_str());
   outsideStageThreads(*this, [this, deviceId, handle] {
-    controller->prioritizeOperation(orvel::MTP_OPERATION, deviceId, handle,
+    controller->prioritizeOperation(orvel::OperationType::Mtp, deviceId, handle,
                                     mtpMountPoint(deviceId));
   });
 }

@@ -5,7 +5,7 @@
 
 #include "base/Utf8.h"
 #include "text/PinyinTable.h"
-#include "text/tables/PinyinWords.h"
+#include "text/PinyinWords.h"
 
 namespace orvel {
 namespace {

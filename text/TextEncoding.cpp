@@ -56,7 +56,7 @@ constexpr TrackText TrackRecord::*fields[] = {&TrackRecord::title, &TrackRecord:
                                               &TrackRecord::album, &TrackRecord::genre,
                                               &TrackRecord::composer};
 
-std::atomic<TextRegion> currentRegion{TextRegion::neutral};
+std::atomic<TextRegion> currentRegion{TextRegion::Neutral};
 
 /// The encoding of the texts that are open to another reading.
 Encoding encodingOf(const TrackRecord& track) {

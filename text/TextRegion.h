@@ -1,30 +1,10 @@
 #pragma once
 
-#include "base/Export.h"
+#include <orvel/Settings.h>
 
 namespace orvel {
 
-/// Where a device's music probably comes from. In doubt the encodings of that region are preferred;
-/// clear cases do not change.
-enum class TextRegion : unsigned char {
-  neutral,
-  centralEurope,
-  turkey,
-  baltic,
-  vietnam,
-  easternEurope,
-  greece,
-  arabia,
-  israel,
-  thailand,
-  china,
-  taiwan,
-  japan,
-  korea
-};
-
-/// Chooses the region for the tracks that are guessed from now on; at start it is neutral. Any
-/// thread, at any time.
-ORVEL_EXPORT void setTextRegion(TextRegion region) noexcept;
+/// Chooses the region for the tracks that are guessed from now on. Any thread.
+void setTextRegion(TextRegion region) noexcept;
 
 }  // namespace orvel

@@ -5,8 +5,8 @@
 #include <memory>
 #include <random>
 
+#include <orvel/DatabaseMgr.h>
 #include "base/Md5.h"
-#include "db/DatabaseMgr.h"
 #include "db/SqlStream.h"
 #include "db/SqlTexts.h"
 

@@ -47,8 +47,8 @@ TEST(Log, NamesTheFunctionShortOrInFull) {
     EXPECT_EQ(log.lines()[0].function, "logSomething");
     EXPECT_THAT(log.lines()[1].function, HasSubstr("void orvel::test::"));
     EXPECT_EQ(log.lines()[1].text, "1 two");
-    EXPECT_EQ(log.lines()[1].level, LOG_INFO);
-    setLogThreshold(LOG_ERROR);
+    EXPECT_EQ(log.lines()[1].level, LogLevel::Info);
+    setLogThreshold(LogLevel::Error);
     OV_WARN("dropped");
     OV_VERBOSE("dropped");
     EXPECT_EQ(log.lines().size(), 2U);
@@ -62,21 +62,21 @@ TEST(Log, NoThreadIsInsideASinkThatWasReplaced) {
     std::atomic<int> lines{0};
   };
   std::atomic<bool> finished{false};
-  setLogSink([](void*, int, const char*, int, const char*) {}, nullptr);
+  setLogSink([](void*, LogLevel, const char*, int, const char*) {}, nullptr);
   std::thread logging([&] {
     while (!finished) OV_ERROR("line");
   });
   for (int i = 0; i < 50; ++i) {
     Receiver receiver;
     setLogSink(
-        [](void* user, int, const char*, int, const char*) {
+        [](void* user, LogLevel, const char*, int, const char*) {
           auto& self = *static_cast<Receiver*>(user);
           EXPECT_FALSE(self.gone);
           ++self.lines;
         },
         &receiver);
     while (receiver.lines == 0) std::this_thread::yield();
-    setLogSink([](void*, int, const char*, int, const char*) {}, nullptr);
+    setLogSink([](void*, LogLevel, const char*, int, const char*) {}, nullptr);
     receiver.gone = true;
   }
   finished = true;

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "db/DatabaseLease.h"
+#include "db/SqlStream.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 
@@ -140,7 +142,7 @@ TEST_F(DamagedDatabase, WhatCannotBeOpenedIsOneLineAndOnlyOpenThrows) {
     } catch (const std::runtime_error& error) {
       EXPECT_STREQ(error.what(), "cannot open db");
     }
-    EXPECT_EQ(log.levelOf("error opening db: " + databaseOf("blocked")), LOG_WARN);
+    EXPECT_EQ(log.levelOf("error opening db: " + databaseOf("blocked")), LogLevel::Warning);
     EXPECT_TRUE(in.bad() && in.handle() == nullptr);
   }
   EXPECT_TRUE(fs::is_directory(blocked));

@@ -1,4 +1,5 @@
-#include "db/DatabaseMgr.h"
+#include <orvel/DatabaseMgr.h>
+#include <orvel/Settings.h>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -9,7 +10,9 @@
 #include <filesystem>
 #include <set>
 
+#include "db/DatabaseLease.h"
 #include "db/Directory.h"
+#include "db/SqlStream.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 
@@ -168,7 +171,7 @@ TEST_F(DatabaseMgrTest, TheSizeLimitCountsTheLogAndAReserve) {
     EXPECT_EQ(ftruncate(descriptor, size), 0);
     close(descriptor);
   };
-  resize("", kDatabaseSizeLimit - kReserve);
+  resize("", Limits().databaseBytes - kReserve);
   EXPECT_FALSE(manager.dbSizeHasReachLimit("dev"));
   resize("-wal", 1);
   EXPECT_TRUE(manager.dbSizeHasReachLimit("dev"));

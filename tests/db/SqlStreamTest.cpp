@@ -65,7 +65,7 @@ TEST_F(SqlStream, OpensConfiguredConnectionsAndFailsWithoutAWord) {
   log.clear();
   stream.open(file.c_str(), 3600000);
   EXPECT_TRUE(stream.good());
-  EXPECT_EQ(log.levelOf("Set timeout to 3600000 ms"), LOG_INFO);
+  EXPECT_EQ(log.levelOf("Set timeout to 3600000 ms"), LogLevel::Info);
   int doubleQuoted = 0;
   int trusted = 1;
   sqlite3_db_config(stream.handle(), SQLITE_DBCONFIG_DQS_DML, -1, &doubleQuoted);
@@ -103,10 +103,10 @@ TEST_F(SqlStream, WritesRowsAndReadsThemInTheirTypes) {
 TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
   out.query("INSERT INTO NOWHERE VALUES(?);");
   EXPECT_TRUE(out.bad());
-  EXPECT_EQ(log.levelOf("exec failed: 1 no such table: NOWHERE"), LOG_ERROR);
+  EXPECT_EQ(log.levelOf("exec failed: 1 no such table: NOWHERE"), LogLevel::Error);
   log.clear();
   out << "x" << 1 << 2L << sqlstl::step;
-  EXPECT_EQ(log.levelOf("step failed"), LOG_ERROR);
+  EXPECT_EQ(log.levelOf("step failed"), LogLevel::Error);
   in.query("SELECT nonsense;");
   in.step();
   EXPECT_TRUE(in.bad());
@@ -167,7 +167,7 @@ TEST_F(SqlStream, CloseFinalizesAndForgetsTheHandleEvenWhenItFails) {
   out.close();
   EXPECT_EQ(out.handle(), nullptr);
   ASSERT_EQ(log.texts("Could not close db connection: 5 ").size(), 1U);
-  EXPECT_EQ(log.lines()[0].level, LOG_ERROR);
+  EXPECT_EQ(log.lines()[0].level, LogLevel::Error);
   sqlite3_finalize(foreign);
   sqlite3_close(connection);
 }

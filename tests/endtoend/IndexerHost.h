@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "orchestration/Orvel.h"
+#include <orvel/Orvel.h>
+#include <orvel/OrvelQTProxy.h>
 #include "phones/DeviceTypes.h"
-#include "qt/OrvelQTProxy.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/MainLoopThread.h"
 

@@ -30,7 +30,7 @@ class RunLogTest : public IndexerHost {
     for (const LogCapture::Line& line : log.lines()) {
       std::string text = line.text;
       for (const auto& [pattern, mask] : masks) text = std::regex_replace(text, pattern, mask);
-      lines.push_back(std::to_string(line.level) + " " + text + "\n");
+      lines.push_back(std::to_string(static_cast<int>(line.level)) + " " + text + "\n");
     }
     std::sort(lines.begin(), lines.end());
     return std::accumulate(lines.begin(), lines.end(), std::string());

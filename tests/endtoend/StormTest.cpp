@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <random>
 
-#include "mtp/MtpDevice.h"
+#include <orvel/MtpDevice.h>
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/Effort.h"

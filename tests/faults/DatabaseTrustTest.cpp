@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <orvel/Settings.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -272,7 +273,7 @@ TEST_F(DatabaseTrustTest, OthersAtWork) {
 }
 
 TEST_F(DatabaseTrustTest, SizeLimit) {
-  run("too large", [this] { fs::resize_file(database(), kDatabaseSizeLimit + 1); });
+  run("too large", [this] { fs::resize_file(database(), Limits().databaseBytes + 1); });
 }
 
 }  // namespace

@@ -84,9 +84,9 @@ TEST_F(StageServer, StopDropsTheQueueAndRefusesEverythingAfterwards) {
   stage.join();
   EXPECT_EQ(stage.currentState(), TestStage::STOPPING);
   EXPECT_TRUE(stage.received().empty());
-  EXPECT_EQ(log.levelOf("SYSTEM is Stopping cannot start it again S"), LOG_WARN);
-  EXPECT_EQ(log.levelOf("SYSTEM is Stopping cannot be paused S"), LOG_WARN);
-  EXPECT_EQ(log.levelOf("1: enqueue skipped block for op 8"), LOG_INFO);
+  EXPECT_EQ(log.levelOf("SYSTEM is Stopping cannot start it again S"), LogLevel::Warning);
+  EXPECT_EQ(log.levelOf("SYSTEM is Stopping cannot be paused S"), LogLevel::Warning);
+  EXPECT_EQ(log.levelOf("1: enqueue skipped block for op 8"), LogLevel::Info);
 }
 
 TEST_F(StageServer, AFullQueueHoldsItsProducerUntilThereIsRoomOrAStop) {
@@ -135,7 +135,7 @@ TEST_F(StageServer, ALastMarkSurvivesAnyFailureAndTellsOfIt) {
   EXPECT_THAT(marks, ElementsAre("1 last skipped", "2", "2 last skipped", "3 last"));
   EXPECT_THAT(stage.completions(), ElementsAre(2, 3));
   EXPECT_EQ(log.count("S: an error occured: no luck"), 2);
-  EXPECT_EQ(log.levelOf("S: an error occured: no luck"), LOG_ERROR);
+  EXPECT_EQ(log.levelOf("S: an error occured: no luck"), LogLevel::Error);
 }
 
 TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
@@ -153,7 +153,7 @@ TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
   std::this_thread::sleep_for(20ms);
   EXPECT_EQ(stage.received().size(), 1U) << "a paused stage takes no block";
   stage.start();
-  EXPECT_EQ(log.levelOf("S is now paused play it again"), LOG_INFO);
+  EXPECT_EQ(log.levelOf("S is now paused play it again"), LogLevel::Info);
   ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 2; }));
   stage.pause();  // the LAST block in hand is sent all the same, without a completion
   gates[1].set_value();
@@ -170,9 +170,9 @@ TEST_F(StageServer, AStageWithoutAThreadCanStillBeStoppedJoinedAndDestroyed) {
   constexpr std::size_t kMoreThanThereIs = std::numeric_limits<std::size_t>::max() / 4 * 3;
   TestStage failing("Failing", kMoreThanThereIs);
   failing.launch();
-  EXPECT_EQ(log.levelOf("pthread_create"), LOG_DEBUG);
+  EXPECT_EQ(log.levelOf("pthread_create"), LogLevel::Debug);
   ASSERT_EQ(log.texts("pthread_create FAILED").size(), 1U);
-  EXPECT_EQ(log.levelOf(log.texts("pthread_create FAILED")[0]), LOG_ERROR);
+  EXPECT_EQ(log.levelOf(log.texts("pthread_create FAILED")[0]), LogLevel::Error);
   failing.stop();
   failing.join();
 }

@@ -16,11 +16,12 @@ class CatchingSink : public BaseServer<T> {
 
   /// The blocks sent since the last call.
   std::vector<boost::shared_ptr<T>> take() {
-    const MutexLock lock(this->mutex);
-    std::vector<boost::shared_ptr<T>> blocks(this->queue.begin(), this->queue.end());
-    this->queue.clear();
-    this->count = 0;
-    return blocks;
+    auto& waiting = *this->blocks;
+    const MutexLock lock(waiting.mutex);
+    std::vector<boost::shared_ptr<T>> taken(waiting.queue.begin(), waiting.queue.end());
+    waiting.queue.clear();
+    waiting.count = 0;
+    return taken;
   }
 };
 

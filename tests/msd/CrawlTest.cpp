@@ -122,8 +122,8 @@ TEST_F(Crawl, AFolderThatRefusesIsPassedOver) {
   setfsuid(static_cast<uid_t>(earlier));
   chmod((stick + "/Closed").c_str(), 0700);
   EXPECT_THAT(namesOf(songs), ElementsAre("Open/b.mp3"));
-  EXPECT_EQ(log.levelOf("Error opening dir: " + stick + "/Closed"), LOG_WARN);
-  EXPECT_EQ(log.levelOf("go on"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("Error opening dir: " + stick + "/Closed"), LogLevel::Warning);
+  EXPECT_EQ(log.levelOf("go on"), LogLevel::Warning);
   EXPECT_EQ(skippedBlocks(), 0);
 }
 
@@ -134,7 +134,7 @@ TEST_F(Crawl, AMountPointThatGoesEndsTheWalk) {
     return WalkGoesOn::Yes;
   });
   const std::string line = "MOUNT POINT IS NOT PRESENT ANYMORE " + stick + ": 2";
-  EXPECT_EQ(log.levelOf(line), LOG_ERROR);
+  EXPECT_EQ(log.levelOf(line), LogLevel::Error);
   EXPECT_EQ(log.count(line), 1);
   EXPECT_EQ(skippedBlocks(), 3);
   EXPECT_LT(songs.items.size(), 3U);
@@ -157,7 +157,7 @@ TEST_F(Crawl, StopsAtTheLimitOfSongs) {
   }
   walk();
   EXPECT_THAT(songs.items, SizeIs(kMaxSongs));
-  EXPECT_EQ(log.levelOf("16000 track reached"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("16000 track reached"), LogLevel::Warning);
   EXPECT_TRUE(progress.snapshot().limitReached);
   EXPECT_EQ(skippedBlocks(), 0) << "the rest is left out on purpose";
 }
@@ -197,7 +197,7 @@ TEST_F(Crawl, TheCrawlerSendsThreeLastBlocksAndTellsTheHostWhenRunning) {
   EXPECT_EQ(log.count("MSDCrawler for:  (op: 1)"), 1);
   crawler.pause();
   crawler.signalCompletion(operation);
-  EXPECT_EQ(log.levelOf("Skip signalCrawlingFinished"), LOG_INFO);
+  EXPECT_EQ(log.levelOf("Skip signalCrawlingFinished"), LogLevel::Info);
 }
 
 }  // namespace

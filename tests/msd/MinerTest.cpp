@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <orvel/Settings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,8 +43,8 @@ TEST_F(Miner, WhatCannotBeReadIsASongWithoutTexts) {
   }
   const MetaDataInfo& first = *songs->items[0];
   EXPECT_TRUE(first.trackNumber == 1 && first.discNumber == 1 && first.name == "vanished.wma");
-  EXPECT_EQ(log.levelOf("NULL file for track: " + first.path), LOG_WARN);
-  EXPECT_EQ(log.levelOf("insert empty: " + first.path), LOG_WARN);
+  EXPECT_EQ(log.levelOf("NULL file for track: " + first.path), LogLevel::Warning);
+  EXPECT_EQ(log.levelOf("insert empty: " + first.path), LogLevel::Warning);
   EXPECT_FALSE(songs->operation.skipped);
 }
 
@@ -70,7 +71,7 @@ TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
 TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {
   const std::string gone = temporary.path("gone");
   EXPECT_TRUE(mine({"a.mp3", "b.mp3"}, gone)->operation.skipped);
-  EXPECT_EQ(log.levelOf("MOUNT POINT IS NOT PRESENT ANYMORE " + gone + ": 2"), LOG_ERROR);
+  EXPECT_EQ(log.levelOf("MOUNT POINT IS NOT PRESENT ANYMORE " + gone + ": 2"), LogLevel::Error);
   EXPECT_THAT(log.texts("NULL file"), SizeIs(1));
   EXPECT_THAT(log.texts("MSDMiner timer"), SizeIs(0));
   EXPECT_TRUE(mine({}, gone, 1, true)->operation.skipped);
@@ -80,11 +81,11 @@ TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {
 TEST_F(Miner, AStopAndTheSizeLimitLeaveWorkUndone) {
   manager.createDirectory();
   const int descriptor = open((databaseOf("dev") + "-wal").c_str(), O_CREAT | O_WRONLY, 0600);
-  ASSERT_EQ(ftruncate(descriptor, kDatabaseSizeLimit), 0);
+  ASSERT_EQ(ftruncate(descriptor, Limits().databaseBytes), 0);
   close(descriptor);
   const auto full = mine({"a.mp3"}, temporary.path());
   EXPECT_TRUE(full->operation.skipped && full->items.empty());
-  EXPECT_EQ(log.levelOf("MSDMiner SKIPPED db size limit reached (op: 1)"), LOG_INFO);
+  EXPECT_EQ(log.levelOf("MSDMiner SKIPPED db size limit reached (op: 1)"), LogLevel::Info);
   manager.deleteDb("dev");
   miner.stop();
   const auto stopped = mine({"a.mp3"}, temporary.path(), 2);

@@ -5,9 +5,9 @@
 #include <map>
 #include <thread>
 
+#include <orvel/AttachedDevices.h>
 #include "base/StageThread.h"
 #include "phones/Access.h"
-#include "phones/AttachedDevices.h"
 #include "phones/MtpUtils.h"
 #include "phones/OwnedList.h"
 #include "tests/mtp/responder/LibusbStandIn.h"

@@ -2,11 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "db/MetaDataInfo.h"
 #include "db/MtpDirectory.h"
 #include "db/Playlist.h"
-#include "mtp/MtpDevice.h"
 #include "phones/Access.h"
 #include "phones/MtpUtils.h"
 #include "phones/OwnedList.h"
@@ -171,7 +171,7 @@ TEST_F(MtpConnectionTest, LoadsNothingFromADeviceThatIsGoneOrDoesNotCount) {
   EXPECT_FALSE(connection->loadDeviceData(tracks.out(), playlists.out()));
   EXPECT_EQ(log.levelOf("Device with handle " + std::to_string(phone.handle) +
                         " disconnected or not found"),
-            LOG_ERROR);
+            LogLevel::Error);
 }
 
 TEST_F(MtpConnectionTest, DirectoriesKnowTheirParents) {
@@ -273,7 +273,7 @@ TEST_F(MtpConnectionTest, FoldersOfTracksAreFoundOnceFromBelow) {
   EXPECT_THAT(folders, SizeIs(3)) << "an unknown track ends it";
   t_playlist_items_list tooLong{16001, nullptr};
   connection->MTPCreateDirCache(folders, tooLong);
-  EXPECT_EQ(log.levelOf("Invalid playlist size: 16001"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("Invalid playlist size: 16001"), LogLevel::Warning);
   t_playlist_items_list withoutItems{3, nullptr};
   connection->MTPCreateDirCache(folders, withoutItems);
   EXPECT_THAT(folders, SizeIs(3));

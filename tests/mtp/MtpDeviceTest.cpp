@@ -1,4 +1,4 @@
-#include "mtp/MtpDevice.h"
+#include <orvel/MtpDevice.h>
 
 #include <gmock/gmock.h>
 

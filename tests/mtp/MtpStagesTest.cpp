@@ -2,9 +2,9 @@
 
 #include <thread>
 
+#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "mtp/MtpCrawler.h"
-#include "mtp/MtpDevice.h"
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"
 #include "mtp/MtpPlaylistMiner.h"
@@ -90,8 +90,8 @@ TEST_F(MtpStagesTest, ADeviceThatIsNotReadyGivesEmptyBlocksMarkedSkipped) {
   const auto tracks = crawl();
   EXPECT_THAT(tracks->items, IsEmpty());
   EXPECT_TRUE(tracks->operation.last && tracks->operation.skipped);
-  EXPECT_EQ(log.levelOf("wait returned false"), LOG_ERROR);
-  EXPECT_EQ(log.levelOf("setInterrupted device is not ready"), LOG_WARN);
+  EXPECT_EQ(log.levelOf("wait returned false"), LogLevel::Error);
+  EXPECT_EQ(log.levelOf("setInterrupted device is not ready"), LogLevel::Warning);
   EXPECT_TRUE(playlists.take().at(0)->operation.skipped);
   EXPECT_TRUE(directories.take().at(0)->operation.skipped);
 }

@@ -4,7 +4,7 @@
 #include <random>
 #include <thread>
 
-#include "orchestration/Orvel.h"
+#include <orvel/Orvel.h>
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MainLoopThread.h"
@@ -31,7 +31,7 @@ class Controller : public DatabaseFolderFixture {
     return temporary.path(name);
   }
   static void request(Orvel& target, const std::string& device, const std::string& mount) {
-    target.enqueueNewOperation(MSD_OPERATION, device, 0, mount, true);
+    target.enqueueNewOperation(OperationType::MassStorage, device, 0, mount, true);
   }
   bool awaitPlaylist(int id) const {
     return log.waitFor("MSDPlaylistMiner for: 1 (op: " + std::to_string(id) + ")");
@@ -102,14 +102,14 @@ TEST_F(Controller, PriorityRunsOneDeviceAndParksTheOthers) {
   request(controller, "a", a);
   request(controller, "b", b);
   ASSERT_TRUE(awaitPlaylist(1));
-  controller.prioritizeOperation(MSD_OPERATION, "b", 0, b);
+  controller.prioritizeOperation(OperationType::MassStorage, "b", 0, b);
   EXPECT_EQ(log.count("Orvel::prioritizeOperation Starting b " + b + " 0"), 1);
   ASSERT_TRUE(awaitPlaylist(2));
-  controller.prioritizeOperation(MSD_OPERATION, "unknown", 0, a);
+  controller.prioritizeOperation(OperationType::MassStorage, "unknown", 0, a);
   const MainLoopThread loop;
   std::this_thread::sleep_for(100ms);
   EXPECT_EQ(controller.liveRequests(), 2U) << "everything is parked";
-  controller.prioritizeOperation(MSD_OPERATION, "b", 0, b);
+  controller.prioritizeOperation(OperationType::MassStorage, "b", 0, b);
   ASSERT_TRUE(awaitEnd(controller));
   EXPECT_THAT(log.texts("Orvel finished operation"),
               ElementsAre("Orvel finished operation b hanlde 0 mp " + b + " opid: 2",
@@ -128,7 +128,7 @@ TEST_F(Controller, StopsAtAnyMomentAndRefusesWhatComesLater) {
     run(controller);
     request(controller, "a", a);
     request(controller, "b", b);
-    controller.prioritizeOperation(MSD_OPERATION, round % 2 == 0 ? "a" : "b", 0,
+    controller.prioritizeOperation(OperationType::MassStorage, round % 2 == 0 ? "a" : "b", 0,
                                    round % 2 == 0 ? a : b);
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 30000));
     if (round % 3 == 0) continue;  // an owner that forgets to stop and join
@@ -164,7 +164,7 @@ TEST_F(Controller, AStormOfCallsLeavesEveryDatabaseComplete) {
         if (random() % 3 != 0) {
           request(controller, device, mount);
         } else {
-          controller.prioritizeOperation(MSD_OPERATION, device, 0, mount);
+          controller.prioritizeOperation(OperationType::MassStorage, device, 0, mount);
         }
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
       }
@@ -173,7 +173,7 @@ TEST_F(Controller, AStormOfCallsLeavesEveryDatabaseComplete) {
   for (std::thread& host : hosts) host.join();
   for (const auto& [device, mount] : devices) {
     request(controller, device, mount);
-    controller.prioritizeOperation(MSD_OPERATION, device, 0, mount);
+    controller.prioritizeOperation(OperationType::MassStorage, device, 0, mount);
     ASSERT_TRUE(waitUntil(
         [&mount = mount, &controller] {
           return controller.progressOf(mount)->phase == RequestPhase::Finished;

@@ -52,7 +52,7 @@ TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
   EXPECT_EQ(log.count("MSDCrawler stop DELETING 1"), 1) << "the root block was the crawler's";
   log.clear();
   pipeline.pause();
-  EXPECT_EQ(log.levelOf("pause"), LOG_INFO);
+  EXPECT_EQ(log.levelOf("pause"), LogLevel::Info);
   EXPECT_THAT(log.texts("SYSTEM is Stopping cannot be paused "), SizeIs(10));
 }
 
@@ -73,8 +73,8 @@ TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   result(5, false);
   result(4, true);
   result(5, true);
-  EXPECT_EQ(log.levelOf("Received a non LAST block! WE SHOULD NEVER BE HERE"), LOG_ERROR);
-  EXPECT_EQ(log.levelOf("OPERATION MISMATCH!!"), LOG_ERROR);
+  EXPECT_EQ(log.levelOf("Received a non LAST block! WE SHOULD NEVER BE HERE"), LogLevel::Error);
+  EXPECT_EQ(log.levelOf("OPERATION MISMATCH!!"), LogLevel::Error);
   EXPECT_THAT(log.texts("Result for"), ElementsAre("Result for id 5: 1", "Result for id 5: 2"));
   EXPECT_EQ(manager.getStatus("dev", mount), "");
   rowsOf("dev", "INSERT INTO PLAYLISTS(PLAYPATH, TRACKID) VALUES('p', 'gone');");

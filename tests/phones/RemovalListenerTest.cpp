@@ -3,8 +3,8 @@
 #include <atomic>
 #include <future>
 
+#include <orvel/AttachedDevices.h>
 #include "phones/Access.h"
-#include "phones/AttachedDevices.h"
 #include "phones/scripted/ScriptedBus.h"
 
 namespace orvel {

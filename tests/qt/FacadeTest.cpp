@@ -6,9 +6,10 @@
 #include <optional>
 #include <thread>
 
-#include "framework/HostSignals.h"
-#include "orchestration/Orvel.h"
-#include "qt/OrvelQTProxy.h"
+#include <orvel/MtpDevice.h>
+#include <orvel/Orvel.h>
+#include <orvel/OrvelQTProxy.h>
+#include "qt/FacadeListener.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 
@@ -101,8 +102,8 @@ TEST_F(Facade, SignalsReachAHostOnItsOwnThreadAsUtf8) {
   QObject::connect(&facade, &OrvelQTProxy::indexingFinished, &context, receive);
   QObject::connect(&facade, &OrvelQTProxy::contentModified, &context, receive);
   std::thread([] {
-    hostSignals::indexingFinished("/media/M\xC3\xBCsik \xF0\x9F\x8E\xB5");
-    hostSignals::contentModified("/media/\xFF");
+    FacadeListener::instance().indexingFinished("/media/M\xC3\xBCsik \xF0\x9F\x8E\xB5");
+    FacadeListener::instance().contentModified("/media/\xFF");
   }).join();
   EXPECT_TRUE(received.isEmpty());
   QCoreApplication::processEvents();

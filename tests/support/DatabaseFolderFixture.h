@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "db/DatabaseMgr.h"
+#include <orvel/DatabaseMgr.h>
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/rows.h"
 

@@ -8,15 +8,15 @@ namespace orvel::test {
 
 LogCapture::LogCapture() {
   setLogSink(&LogCapture::receive, this);
-  setLogThreshold(LOG_VERBOSE);
+  setLogThreshold(LogLevel::Verbose);
 }
 
 LogCapture::~LogCapture() {
-  setLogThreshold(LOG_WARN);
+  setLogThreshold(LogLevel::Warning);
   setLogSink(nullptr, nullptr);
 }
 
-void LogCapture::receive(void* self, int level, const char* function, int /*line*/,
+void LogCapture::receive(void* self, LogLevel level, const char* function, int /*line*/,
                          const char* text) {
   auto& capture = *static_cast<LogCapture*>(self);
   const std::lock_guard lock(capture.mutex);
@@ -43,11 +43,11 @@ int LogCapture::count(const std::string& text) const {
       std::count_if(all.begin(), all.end(), [&](const Line& line) { return line.text == text; }));
 }
 
-int LogCapture::levelOf(const std::string& text) const {
+std::optional<LogLevel> LogCapture::levelOf(const std::string& text) const {
   for (const Line& line : lines()) {
     if (line.text == text) return line.level;
   }
-  return -1;
+  return std::nullopt;
 }
 
 bool LogCapture::waitFor(const std::string& part, std::chrono::milliseconds timeout) const {

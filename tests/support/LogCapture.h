@@ -1,8 +1,10 @@
 #pragma once
 
+#include <orvel/Log.h>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,7 @@ namespace orvel::test {
 class LogCapture {
  public:
   struct Line {
-    int level;
+    LogLevel level;
     std::string function;
     std::string text;
   };
@@ -28,15 +30,15 @@ class LogCapture {
   [[nodiscard]] std::vector<std::string> texts(const std::string& part = "") const;
   /// How many lines have exactly this text.
   [[nodiscard]] int count(const std::string& text) const;
-  /// The level of the first line with exactly this text; -1 when there is none.
-  [[nodiscard]] int levelOf(const std::string& text) const;
+  /// The level of the first line with exactly this text; nothing when there is none.
+  [[nodiscard]] std::optional<LogLevel> levelOf(const std::string& text) const;
   /// Waits until a line contains `part`; false when none came in time.
   bool waitFor(const std::string& part,
                std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
   void clear();
 
  private:
-  static void receive(void* self, int level, const char* function, int line, const char* text);
+  static void receive(void* self, LogLevel level, const char* function, int line, const char* text);
 
   mutable std::mutex mutex;
   mutable std::condition_variable received;

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "mtp/MtpDevice.h"
+#include <orvel/MtpDevice.h>
 
 namespace orvel::test {
 

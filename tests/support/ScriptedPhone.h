@@ -4,7 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "phones/AttachedDevices.h"
+#include <orvel/AttachedDevices.h>
 #include "phones/scripted/ScriptedBus.h"
 #include "phones/scripted/ScriptedDevice.h"
 

@@ -105,8 +105,8 @@ TEST_P(HostileFile, CostsItselfAndNoOther) {
     EXPECT_EQ(songs->items[i]->name, names[i]);
   }
   for (const auto& name : {names[20], names[41]}) {
-    EXPECT_EQ(log.levelOf("NULL file for track: " + temporary.path(name)), LOG_WARN);
-    EXPECT_EQ(log.levelOf("insert empty: " + temporary.path(name)), LOG_WARN);
+    EXPECT_EQ(log.levelOf("NULL file for track: " + temporary.path(name)), LogLevel::Warning);
+    EXPECT_EQ(log.levelOf("insert empty: " + temporary.path(name)), LogLevel::Warning);
     EXPECT_THAT(log.texts(" for track: " + temporary.path(name)).front(), HasSubstr(deed.end));
   }
 }
@@ -132,7 +132,7 @@ TEST_F(IsolatedMiner, AnExceptionOfTheParserIsToldAsItIsInProcess) {
   EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3", "Title of b.mp3"));
   EXPECT_EQ(log.levelOf("exception from taglib for track: " + temporary.path("throw.mp3") +
                         " what thrown by the parser"),
-            LOG_ERROR);
+            LogLevel::Error);
 }
 
 TEST_F(IsolatedMiner, AStopEndsAReaderThatHangs) {

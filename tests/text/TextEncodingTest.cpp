@@ -23,7 +23,7 @@ class TextEncodingTest : public testing::Test {
   void SetUp() override { initTrack(&track); }
   void TearDown() override {
     destroyTrack(&track);
-    setTextRegion(TextRegion::neutral);
+    setTextRegion(TextRegion::Neutral);
   }
 
   void title(std::string_view bytes, const char* encoding = "ISO-8859-1") {
@@ -163,7 +163,7 @@ TEST_F(TextEncodingTest, cutCharactersAreDropped) {
 TEST_F(TextEncodingTest, regionDecidesInDoubt) {
   const std::string_view doubtful = "Akal\xFDn";
   EXPECT_EQ(guessedTitle(doubtful), "Akalýn");
-  setTextRegion(TextRegion::turkey);
+  setTextRegion(TextRegion::Turkey);
   EXPECT_EQ(guessedTitle(doubtful), "Akalın");
   EXPECT_EQ(guessedTitle("Mot\xF6rhead"), "Motörhead");
 }

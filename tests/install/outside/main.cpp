@@ -1,15 +1,17 @@
 // A host outside of the project: indexes one folder against the installed library.
+#include <orvel/Orvel.h>
+#include <orvel/OrvelQTProxy.h>
+#include <orvel/Settings.h>
+
 #include <QCoreApplication>
 #include <QTimer>
 #include <cstdio>
 
-#include "db/DatabaseMgr.h"
-#include "orchestration/Orvel.h"
-#include "qt/OrvelQTProxy.h"
-
 int main(int argc, char** argv) {
   QCoreApplication application(argc, argv);
-  orvel::DatabaseMgr::instance().setDirectory(argv[2]);
+  orvel::Settings settings;
+  settings.databaseDirectory = argv[2];
+  orvel::configure(settings);
   OrvelQTProxy& facade = OrvelQTProxy::instance();
   orvel::Orvel controller;
   controller.launch();

@@ -1,10 +1,23 @@
-#include "framework/BaseServer.h"
+#include <orvel/BaseServer.h>
+#include <pthread.h>
 
+#include <cassert>
+#include <semaphore>
 #include <string>
 
 #include "base/Log.h"
+#include "framework/Server.h"
 
 namespace orvel {
+
+struct ServerThread::Thread {
+  const std::size_t stackBytes;
+  pthread_t thread = 0;
+  std::binary_semaphore ended{0};
+  bool joinable = false;  ///< the thread exists and was not joined; used by the owner's thread only
+
+  [[nodiscard]] bool isCurrent() const { return pthread_equal(thread, pthread_self()) != 0; }
+};
 
 namespace {
 
@@ -15,37 +28,49 @@ void nameThread(pthread_t thread, const char* name) {
 
 }  // namespace
 
-ServerThread::ServerThread(const char* serverName, std::size_t threadStackBytes)
-    : name(serverName), stackBytes(threadStackBytes) {}
+void* runner(void* runnable) {
+  static_cast<Runnable*>(runnable)->runLoop();
+  return nullptr;
+}
 
-ServerThread::~ServerThread() = default;
+ServerThread::ServerThread(const char* serverName, std::size_t threadStackBytes)
+    : name(serverName), thread(new Thread{threadStackBytes}) {}
+
+ServerThread::~ServerThread() {
+  assert(!launched() && "joined before it is destroyed");
+}
+
+bool ServerThread::launched() const {
+  return thread->joinable;
+}
 
 void ServerThread::launch() {
+  assert(!launched());
   OV_DEBUG("pthread_create");
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, stackBytes);
-  const int error = pthread_create(&thread, &attributes, run, this);
+  pthread_attr_setstacksize(&attributes, thread->stackBytes);
+  const int error = pthread_create(&thread->thread, &attributes, run, this);
   pthread_attr_destroy(&attributes);
   if (error != 0) {
     OV_ERROR("pthread_create FAILED %d", error);
     return;
   }
-  joinable = true;
-  nameThread(thread, name);
+  thread->joinable = true;
+  nameThread(thread->thread, name);
 }
 
 void* ServerThread::run(void* server) {
   auto& self = *static_cast<ServerThread*>(server);
   void* const result = runner(static_cast<Runnable*>(&self));
-  self.ended.release();
+  self.thread->ended.release();
   return result;
 }
 
 bool ServerThread::hasEndedBy(Deadline deadline) {
-  if (!joinable || pthread_equal(thread, pthread_self()) != 0) return true;
-  if (!ended.try_acquire_until(deadline)) return false;
-  ended.release();  // for the next who asks
+  if (!launched() || thread->isCurrent()) return true;
+  if (!thread->ended.try_acquire_until(deadline)) return false;
+  thread->ended.release();  // for the next who asks
   return true;
 }
 
@@ -59,9 +84,9 @@ void ServerThread::pause() {
 
 void ServerThread::join() {
   OV_INFO("%s join", name);
-  if (joinable && pthread_equal(thread, pthread_self()) == 0) {
-    pthread_join(thread, nullptr);
-    joinable = false;
+  if (launched() && !thread->isCurrent()) {
+    pthread_join(thread->thread, nullptr);
+    thread->joinable = false;
   }
   OV_INFO("%s joined", name);
 }

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <orvel/DeviceHandle.h>
+#include <orvel/Export.h>
+
 #include <QObject>
 #include <QString>
-
-#include "base/Export.h"
-#include "mtp/MtpDevice.h"
 
 namespace orvel {
 class Orvel;
@@ -32,7 +32,7 @@ class ORVEL_EXPORT OrvelQTProxy : public QObject {
   ~OrvelQTProxy() override;
 
   /// Attaches the controller, which stays the host's; null detaches it.
-  void setController(orvel::Orvel* attached) { controller = attached; }
+  void setController(orvel::Orvel* attached);
 
  Q_SIGNALS:
   /// All songs, playlists and folders of the device have been found.
@@ -52,7 +52,7 @@ class ORVEL_EXPORT OrvelQTProxy : public QObject {
   void startMtpIndexing(const QString& device_id, t_device_handle handle, bool isFirstPartition);
   /// Tells that the MTP device can be read.
   void setDeviceReady(t_device_handle handle);
-  /// Always 0; `orvel::Orvel::progress` tells how far a request is.
+  /// Always 0; `orvel::Orvel::progressOf` tells how far a request is.
   int indexingProgress(const QString& mount_point);
   /// Runs the requests of this device and mount point and parks all others.
   void prioritizeMsdDevice(const QString& device_id, const QString& mount_point);

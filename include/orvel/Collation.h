@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Export.h"
+#include <orvel/Export.h>
 
 /// A UTF-8 collation for SQLite that a host registers on its own connections, for example with
 /// `sqlite3_create_collation(db, "UTF8", SQLITE_UTF8, nullptr, collation_utf8)`. It follows the

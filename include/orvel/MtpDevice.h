@@ -1,15 +1,10 @@
 #pragma once
 
-#include <pthread.h>
+#include <orvel/DeviceHandle.h>
+#include <orvel/Export.h>
 
 #include <cstddef>
-#include <map>
-
-#include "base/Export.h"
-#include "base/Mutex.h"
-
-/// Identifies an attached MTP device; 0 means no device.
-using t_device_handle = unsigned int;
+#include <memory>
 
 namespace orvel {
 
@@ -40,18 +35,9 @@ class ORVEL_EXPORT MtpDevice {
   MtpDevice();
   ~MtpDevice();
 
-  struct Device {
-    bool connected = false;
-    bool ready = false;
-  };
+  struct State;
 
-  [[nodiscard]] Device find(std::size_t handle) const ORVEL_REQUIRES(mutex);
-
-  Mutex mutex;
-  pthread_condattr_t attributes;
-  Condition cond;
-  std::map<unsigned int, Device> devices ORVEL_GUARDED_BY(mutex);
-  unsigned long broadcasts ORVEL_GUARDED_BY(mutex) = 0;
+  std::unique_ptr<State> state;
 };
 
 }  // namespace orvel

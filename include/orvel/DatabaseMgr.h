@@ -1,22 +1,11 @@
 #pragma once
 
+#include <orvel/Export.h>
+
 #include <memory>
-#include <stdexcept>
 #include <string>
 
-#include "base/Export.h"
-#include "base/Log.h"
-#include "db/SqlStream.h"
-
 namespace orvel {
-
-class DatabaseFile;
-
-/// How long a stage waits behind another stage's transaction before it fails: one hour.
-constexpr int kBusyTimeoutMs = 3600000;
-
-/// The size above which a device's database is deleted: 85 MiB.
-constexpr long kDatabaseSizeLimit = 89128960;
 
 /// Maps a device to its database file, creates and deletes databases, keeps a status per partition
 /// and opens streams. One instance per process; every operation may be called from any thread.
@@ -30,22 +19,13 @@ class ORVEL_EXPORT DatabaseMgr {
   /// Keeps a request for a partition known as alive; see `removeDanglingPartitions`.
   class Lease;
 
-  /// Opens `stream` on the device's database, which is created where it has no schema yet.
-  /// Returns true; throws std::runtime_error("cannot open db") when it cannot be opened.
+  /// Opens `stream`, an SQL stream of the indexer, on the device's database, which is created where
+  /// it has no schema yet. Returns true; throws std::runtime_error("cannot open db") when it cannot
+  /// be opened.
   template <class T>
-  bool open(const std::string& deviceId, T& stream, int busyTimeoutMs) {
-    const std::string file = getDbNameFromDevId(deviceId);
-    createDirectory();
-    stream.open(file.c_str(), busyTimeoutMs);
-    if (stream.handle() != nullptr) {
-      ensureSchema(stream.handle());
-      return true;
-    }
-    OV_WARN("error opening db: %s", file.c_str());
-    throw std::runtime_error("cannot open db");
-  }
+  bool open(const std::string& deviceId, T& stream, int busyTimeoutMs);
 
-  /// Replaces the folder of database files. To be called before the first request.
+  /// Replaces the folder of database files; a host names it in `Settings`.
   void setDirectory(const std::string& directory);
   [[nodiscard]] std::string directory() const;
 
@@ -99,31 +79,8 @@ class ORVEL_EXPORT DatabaseMgr {
   DatabaseMgr();
   ~DatabaseMgr();
 
-  static void ensureSchema(sqlite3* connection);
-  /// Makes room for a new database where the file is damaged or foreign. False when the file cannot
-  /// be used now: it is locked, or damaged and in use.
-  bool replaceUnusable(const std::string& deviceId, const std::string& file);
-  static void enterPartition(DatabaseFile& database, const std::string& partition,
-                             bool isFirstPartition);
-  /// Stores the status, in place when that is the only way.
-  static bool storeStatus(const std::string& file, const std::string& partition,
-                          const std::string& status);
-
   struct State;
   std::unique_ptr<State> state;
-};
-
-/// Marks a request for one partition of a device as alive for as long as it exists.
-class DatabaseMgr::Lease {
- public:
-  Lease(std::string device, std::string mountPoint);
-  ~Lease();
-  Lease(const Lease&) = delete;
-  Lease& operator=(const Lease&) = delete;
-
- private:
-  std::string deviceId;
-  std::string partition;
 };
 
 }  // namespace orvel

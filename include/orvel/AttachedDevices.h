@@ -1,12 +1,12 @@
 #pragma once
 
+#include <orvel/DeviceHandle.h>
+#include <orvel/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "base/Export.h"
-#include "phones/DeviceTypes.h"
 
 /// What a host needs of the device-access library: which devices are attached and how they are
 /// named. Any thread; the calls may wait for a device, up to 20 seconds for one that hangs.

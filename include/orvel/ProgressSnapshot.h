@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvel {
+
+/// Where a request is.
+enum class RequestPhase { Waiting, Crawling, Indexing, Finished, Failed };
+
+/// A copy of a request's progress at one moment; plain values.
+struct ProgressSnapshot {
+  RequestPhase phase = RequestPhase::Waiting;
+  struct Songs {
+    unsigned found = 0;      ///< song files on the device
+    unsigned unchanged = 0;  ///< already in the database
+    unsigned added = 0;      ///< new or changed: to be read
+    unsigned removed = 0;    ///< in the database, no longer on the device
+    unsigned stored = 0;     ///< written to the database
+    unsigned skipped = 0;    ///< to be read, but without a usable record
+  } songs;
+  struct Files {
+    unsigned found = 0;
+    unsigned stored = 0;
+  } playlists, directories;
+  /// Seconds from the creation of the request to the first song in the database.
+  std::optional<double> firstSongSeconds;
+  /// Seconds from the creation of the request to the whole folder tree in the database.
+  std::optional<double> folderTreeSeconds;
+  bool databaseExisted = false;  ///< the last status was "OK" when the request was made
+  bool contentModified = false;
+  /// The host chose isolated tag reading, and tags were read in its own process all the same.
+  bool isolationFailed = false;
+  bool limitReached = false;            ///< more than 16000 songs: the rest was not looked at
+  std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
+  /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.
+  std::string status;
+};
+
+}  // namespace orvel
