@@ -7,18 +7,18 @@
 
 #include "phones/AttachedDevices.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Said when no device is attached.
 inline constexpr char kNoPhone[] =
     "No phone or player is attached. Plug one in, unlock it and allow file transfer.";
 
 /// Looks for attached phones and players, described ones when a script is named; opens them. May
-/// wait for a device that hangs. Throws HostError (CouldNotRun) when there can be none in this
+/// wait for a device that hangs. Throws CommandError (CouldNotRun) when there can be none in this
 /// build.
 std::vector<AttachedDevice> findPhones(const std::optional<std::string>& scriptedFile);
 
-/// The phone with this serial number or device id. Throws HostError (CouldNotRun) when there is
+/// The phone with this serial number or device id. Throws CommandError (CouldNotRun) when there is
 /// none.
 AttachedDevice phoneNamed(const std::string& serial, const std::vector<AttachedDevice>& phones);
 
@@ -37,4 +37,4 @@ class PhoneRelease {
   PhoneRelease& operator=(const PhoneRelease&) = delete;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -10,7 +10,7 @@
 
 #include "cli/SignalWatcher.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Has `work`, which may hang with a device, done on a thread of its own while the main loop runs.
 /// Nothing when a signal or the deadline came first: `work` then ends behind the caller, so it must
@@ -39,4 +39,4 @@ auto doInBackground(
   return result.get();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

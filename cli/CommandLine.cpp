@@ -9,7 +9,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/MountPoint.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -83,7 +83,7 @@ class VerbParser {
   [[nodiscard]] PrintedText help() const { return {parser.helpText().toStdString()}; }
 
   [[noreturn]] void fail(const std::string& reason) const {
-    throw HostError(WrongUsage, reason + " 'orvel --help' shows how the command is used.");
+    throw CommandError(WrongUsage, reason + " 'orvel --help' shows how the command is used.");
   }
 
  private:
@@ -221,8 +221,9 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
   QStringList texts;
   for (int i = 0; i < argumentCount; ++i) {
     if (!isValidUtf8(arguments[i])) {
-      throw HostError(WrongUsage, std::string("The argument '") + arguments[i] +
-                                      "' is not valid UTF-8. Mount the device under another name.");
+      throw CommandError(WrongUsage,
+                         std::string("The argument '") + arguments[i] +
+                             "' is not valid UTF-8. Mount the device under another name.");
     }
     texts.append(QString::fromUtf8(arguments[i]));
   }
@@ -233,10 +234,10 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
   if (verb == "status") return parseStatus(texts);
   if (verb == "--help" || verb == "-h" || verb == "help") return PrintedText{kSynopsis};
   if (verb == "--version") return PrintedText{"orvel " ORVEL_VERSION "\n"};
-  throw HostError(WrongUsage,
-                  (verb.isEmpty() ? std::string("No command was given.")
+  throw CommandError(
+      WrongUsage, (verb.isEmpty() ? std::string("No command was given.")
                                   : "'" + verb.toStdString() + "' is no command.") +
                       " The commands are index, mtp, list and status; 'orvel --help' shows more.");
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

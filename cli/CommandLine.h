@@ -8,7 +8,7 @@
 
 #include "cli/ListQuery.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// `orvel index`.
 struct IndexOptions {
@@ -55,7 +55,7 @@ struct PrintedText {
 
 using Command = std::variant<IndexOptions, MtpListOptions, ListOptions, StatusOptions, PrintedText>;
 
-/// Reads the command line; an application object must exist. Throws HostError (WrongUsage).
+/// Reads the command line; an application object must exist. Throws CommandError (WrongUsage).
 Command parseCommandLine(int argumentCount, const char* const* arguments);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <system_error>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -77,4 +77,4 @@ std::string defaultDeviceId(const std::string& folder, const MountTable& table) 
   return folder;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

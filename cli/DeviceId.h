@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Where the system describes its mounts and file systems.
 struct MountTable {
@@ -15,4 +15,4 @@ struct MountTable {
 /// it is plugged in; else the path itself.
 std::string defaultDeviceId(const std::string& folder, const MountTable& table = {});
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

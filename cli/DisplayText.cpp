@@ -6,7 +6,7 @@
 
 #include "base/Utf8.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -99,4 +99,4 @@ std::string elided(std::string_view text, std::size_t width, Elide part) {
   return out;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

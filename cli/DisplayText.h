@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Texts from devices, made fit for people and programs. Every result is valid UTF-8; ill-formed
 /// input shows as U+FFFD.
@@ -28,4 +28,4 @@ enum class Elide { Start, End };
 /// A text of `displayText` cut to at most `width` columns, the cut shown as "…".
 std::string elided(std::string_view text, std::size_t width, Elide part = Elide::End);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Exit statuses of the command. An interrupted run ends with 128 plus the signal's number.
 enum ExitStatus : int {
@@ -14,12 +14,12 @@ enum ExitStatus : int {
 };
 
 /// Why a command ends early; the text is for people and names a remedy.
-class HostError : public std::runtime_error {
+class CommandError : public std::runtime_error {
  public:
-  HostError(ExitStatus exitStatus, const std::string& text)
+  CommandError(ExitStatus exitStatus, const std::string& text)
       : std::runtime_error(text), status(exitStatus) {}
 
   ExitStatus status;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -15,7 +15,7 @@
 #include "cli/LogOutput.h"
 #include "cli/Summary.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -42,7 +42,7 @@ void report(const IndexOptions& options, const std::vector<IndexResult>& results
     }
   }
   if (options.json) printJson(options, results);
-  if (!std::cout) throw HostError(CouldNotRun, "The result of the run cannot be written.");
+  if (!std::cout) throw CommandError(CouldNotRun, "The result of the run cannot be written.");
 }
 
 }  // namespace
@@ -60,4 +60,4 @@ int runIndex(const IndexOptions& options) {
   return exitStatusOf(results);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

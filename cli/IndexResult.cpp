@@ -4,7 +4,7 @@
 
 #include "cli/ExitStatus.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -39,4 +39,4 @@ int exitStatusOf(const std::vector<IndexResult>& results) {
   return worst;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

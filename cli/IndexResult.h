@@ -8,7 +8,7 @@
 #include "cli/MediaDatabase.h"
 #include "framework/RequestProgress.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// What became of one partition.
 struct PartitionResult {
@@ -43,4 +43,4 @@ struct IndexResult {
 /// The exit status of a run over several devices: that of the worst.
 int exitStatusOf(const std::vector<IndexResult>& results);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -23,7 +23,7 @@
 #include "db/DatabaseMgr.h"
 #include "tags/TagReading.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -33,19 +33,19 @@ constexpr std::chrono::milliseconds kStoragePause{500};
 void requireGlibLoop() {
   const QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
   if (dispatcher != nullptr && dispatcher->inherits("QEventDispatcherGlib")) return;
-  throw HostError(CouldNotRun,
-                  std::string("Playlists cannot be parsed: the event loop is ") +
-                      (dispatcher == nullptr ? "absent" : dispatcher->metaObject()->className()) +
-                      ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
+  throw CommandError(
+      CouldNotRun, std::string("Playlists cannot be parsed: the event loop is ") +
+                       (dispatcher == nullptr ? "absent" : dispatcher->metaObject()->className()) +
+                       ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
 }
 
 /// Throws when `path`, which is called `what`, fails a test of access(2).
 void requireAccess(const std::string& path, int mode, const std::string& what) {
   if (access(path.c_str(), mode) == 0) return;
   const int error = errno;
-  throw HostError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
-                                   "). Change its permissions or name another folder with"
-                                   " --db-dir.");
+  throw CommandError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
+                                      "). Change its permissions or name another folder with"
+                                      " --db-dir.");
 }
 
 /// Where the tag reader is beside this program: in its build folder, or where both were installed
@@ -65,7 +65,7 @@ void readTotals(IndexResult& result) {
   if (result.databaseBytes == 0) return;
   try {
     result.totals = MediaDatabase(result.database).totals();
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     OV_WARN("%s", error.what());
   }
 }
@@ -94,7 +94,7 @@ void IndexRun::record(const std::function<void(IndexResult&)>& work) {
   IndexResult result;
   try {
     work(result);
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     if (error.status == WrongUsage) throw;
     result.error = error.what();
   } catch (const std::exception& error) {
@@ -128,9 +128,9 @@ std::vector<AttachedDevice> IndexRun::wantedPhones() {
   auto found = doInBackground([file = options.scriptedFile] { return findPhones(file); }, signals);
   if (!found) return {};
   if (options.serial) return {phoneNamed(*options.serial, *found)};
-  if (found->empty()) throw HostError(CouldNotRun, kNoPhone);
+  if (found->empty()) throw CommandError(CouldNotRun, kNoPhone);
   if (options.deviceId && found->size() > 1) {
-    throw HostError(
+    throw CommandError(
         WrongUsage,
         "Several devices are attached. Say which one --device-id is for: --mtp SERIAL.");
   }
@@ -143,13 +143,13 @@ std::vector<AttachedDevice> IndexRun::wantedPhones() {
 void IndexRun::indexPhone(const AttachedDevice& phone, IndexResult& result) {
   result.deviceId = options.deviceId.value_or(phone.deviceId);
   if (signals.received() != 0) return;
-  if (!phone.error.empty()) throw HostError(CouldNotRun, nameOf(phone) + ": " + phone.error);
+  if (!phone.error.empty()) throw CommandError(CouldNotRun, nameOf(phone) + ": " + phone.error);
   const bool isKnown = std::any_of(results.begin(), results.end(), [&](const IndexResult& earlier) {
     return earlier.deviceId == result.deviceId;
   });
   if (isKnown) {
-    throw HostError(CouldNotRun, "Another attached device has the id " + result.deviceId +
-                                     ", too. Unplug one: they would share a database.");
+    throw CommandError(CouldNotRun, "Another attached device has the id " + result.deviceId +
+                                        ", too. Unplug one: they would share a database.");
   }
   if (phone.storages.empty() && !waitForStorage(phone)) return;
   PhoneSource source(phone.handle);
@@ -168,10 +168,10 @@ bool IndexRun::waitForStorage(const AttachedDevice& phone) {
     if (signals.received() != 0) return false;
     if (isUnlocked) return true;
     if (!isAttached(phone.handle)) {
-      throw HostError(CouldNotRun, nameOf(phone) + " was unplugged. Plug it in and try again.");
+      throw CommandError(CouldNotRun, nameOf(phone) + " was unplugged. Plug it in and try again.");
     }
   }
-  throw HostError(CouldNotRun, lockedText(phone) + " Then try again; nothing was changed.");
+  throw CommandError(CouldNotRun, lockedText(phone) + " Then try again; nothing was changed.");
 }
 
 void IndexRun::index(IndexSource& source, const std::vector<std::string>& mountPoints,
@@ -208,4 +208,4 @@ void IndexRun::interrupt() {
   if (session != nullptr) session->interrupt();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

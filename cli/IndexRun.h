@@ -12,7 +12,7 @@
 #include "cli/SignalWatcher.h"
 #include "phones/AttachedDevices.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 class IndexSession;
 
@@ -22,7 +22,7 @@ class IndexRun {
  public:
   IndexRun(const IndexOptions& indexOptions, ProgressLine& progressLine);
 
-  /// What became of each device, at least one. Throws HostError for wrong usage only.
+  /// What became of each device, at least one. Throws CommandError for wrong usage only.
   std::vector<IndexResult> run();
 
  private:
@@ -48,4 +48,4 @@ class IndexRun {
   std::vector<IndexResult> results;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,7 +4,7 @@
 
 #include "qt/OrvelQTProxy.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -114,4 +114,4 @@ void IndexSession::shutDown() {
   OrvelQTProxy::instance().setController(nullptr);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -12,7 +12,7 @@
 #include "cli/ProgressLine.h"
 #include "orchestration/Orvel.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Indexes the partitions of one device, one after the other, through the facade and a controller
 /// of its own. Lives on the main thread; the application's event loop must be GLib's.
@@ -58,4 +58,4 @@ class IndexSession {
   QTimer attendTimer;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

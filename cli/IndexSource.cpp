@@ -6,7 +6,7 @@
 #include "phones/AttachedDevices.h"
 #include "qt/OrvelQTProxy.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 void StickSource::start(const std::string& deviceId, const std::string& mountPoint,
                         bool isFirstPartition) {
@@ -37,4 +37,4 @@ void PhoneSource::attend() {
   MtpDevice::instance().disconnectDevice(handle);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

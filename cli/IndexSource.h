@@ -4,7 +4,7 @@
 
 #include "phones/DeviceTypes.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// How one device is indexed through the facade.
 class IndexSource {
@@ -45,4 +45,4 @@ class PhoneSource : public IndexSource {
   bool isGone = false;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

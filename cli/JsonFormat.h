@@ -2,7 +2,7 @@
 
 #include "cli/ListFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// One JSON array with an object per row and line. A path that is not valid UTF-8 is followed by
 /// its bytes in hexadecimal digits under the key "path_hex".
@@ -19,4 +19,4 @@ class JsonFormat : public ListFormat {
   bool isFirst = true;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

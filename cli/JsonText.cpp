@@ -5,7 +5,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 QString jsonString(std::string_view bytes) {
   return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
@@ -20,4 +20,4 @@ std::string jsonArray(const std::vector<std::string>& lines) {
   return "[" + boost::algorithm::join(lines, ",") + "]";
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// A text from a device as a JSON value; ill-formed UTF-8 becomes U+FFFD.
 QString jsonString(std::string_view bytes);
@@ -18,4 +18,4 @@ std::string jsonLine(const QJsonObject& object);
 /// An array of objects that are lines of `jsonLine`, on one line, too.
 std::string jsonArray(const std::vector<std::string>& lines);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

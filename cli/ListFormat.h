@@ -6,7 +6,7 @@
 #include "cli/CommandLine.h"
 #include "cli/MediaDatabase.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Prints a listing row by row. Everything that is printed is valid UTF-8 without control
 /// characters.
@@ -29,4 +29,4 @@ class ListFormat {
                                           std::size_t width);
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -1,6 +1,6 @@
 #include "cli/ListQuery.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -157,4 +157,4 @@ Listing listingFor(const ListQuery& query) {
   return {};
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

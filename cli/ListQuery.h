@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 enum class ListKind { Songs, Artists, Albums, Genres, Composers, Directories, Playlists };
 
@@ -37,4 +37,4 @@ struct Listing {
 /// The statement for a query on a database whose connection has the collation UTF8.
 Listing listingFor(const ListQuery& query);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,7 +4,7 @@
 
 #include "base/Log.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -40,4 +40,4 @@ LogOutput::~LogOutput() {
   setLogSink(nullptr, nullptr);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -2,7 +2,7 @@
 
 #include "cli/ProgressLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// While it lives, the library's log goes through a progress line.
 class LogOutput {
@@ -14,4 +14,4 @@ class LogOutput {
   LogOutput& operator=(const LogOutput&) = delete;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -8,7 +8,7 @@
 #include "cli/ExitStatus.h"
 #include "db/Collation.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -56,7 +56,7 @@ std::int64_t numberOf(const Cell& cell) {
 MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
   std::error_code ignored;
   if (!fs::is_regular_file(path, ignored)) {
-    throw HostError(CouldNotRun, "There is no database " + path + ". Run 'orvel index' first.");
+    throw CommandError(CouldNotRun, "There is no database " + path + ". Run 'orvel index' first.");
   }
   if (open(fileUri(path, "?mode=ro")) && isReadable()) return;
   // Reading makes an index of the journal. Where the folder does not take one, and the journal
@@ -115,9 +115,9 @@ void MediaDatabase::query(const std::string& sql, const std::vector<std::string>
 }
 
 void MediaDatabase::fail() const {
-  throw HostError(CouldNotRun, "Cannot read the database " + path + " (" +
-                                   sqlite3_errmsg(connection.get()) +
-                                   "). Index the device again, or name another database.");
+  throw CommandError(CouldNotRun, "Cannot read the database " + path + " (" +
+                                      sqlite3_errmsg(connection.get()) +
+                                      "). Index the device again, or name another database.");
 }
 
 Totals MediaDatabase::totals() const {
@@ -165,11 +165,11 @@ std::vector<std::string> databasesIn(const std::string& folder) {
     databases.push_back(entry->path().string());
   }
   if (error && error != std::errc::no_such_file_or_directory) {
-    throw HostError(CouldNotRun, "Cannot read the database folder " + folder + " (" +
-                                     error.message() + "). Name another with --db-dir.");
+    throw CommandError(CouldNotRun, "Cannot read the database folder " + folder + " (" +
+                                        error.message() + "). Name another with --db-dir.");
   }
   std::sort(databases.begin(), databases.end());
   return databases;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

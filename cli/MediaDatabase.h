@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// How many rows of each kind a database has.
 struct Totals {
@@ -33,7 +33,7 @@ struct StoredPartition {
 using Cell = std::variant<std::monostate, std::int64_t, std::string_view>;
 using Row = std::vector<Cell>;
 
-/// A device's database, read while an indexer may be writing it. Failures are HostErrors.
+/// A device's database, read while an indexer may be writing it. Failures are CommandErrors.
 class MediaDatabase {
  public:
   /// Opens `file` read-only; throws when it is absent or not a database of this version.
@@ -70,8 +70,8 @@ class MediaDatabase {
 /// The bytes of a database with what its journal still holds; 0 when there is none.
 std::int64_t databaseBytes(const std::string& file);
 
-/// The databases in a folder, sorted by name. Throws HostError when the folder is there but cannot
-/// be read.
+/// The databases in a folder, sorted by name. Throws CommandError when the folder is there but
+/// cannot be read.
 std::vector<std::string> databasesIn(const std::string& folder);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -8,7 +8,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -113,4 +113,4 @@ void ProgressLine::erase() {
   if (isTerminal) line.clear();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -6,7 +6,7 @@
 
 #include "framework/RequestProgress.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Shows on standard error how far the run is: on a terminal one line that is rewritten in place,
 /// otherwise a line per phase and then one every few seconds. Log lines go through it, so that the
@@ -45,4 +45,4 @@ class ProgressLine {
   Clock::time_point shown;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Turns the first SIGINT or SIGTERM into a call on the main loop. A second one ends the process at
 /// once, as without a watcher. To be constructed before any thread is started, since threads
@@ -32,4 +32,4 @@ class SignalWatcher {
   std::unique_ptr<QSocketNotifier> notifier;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

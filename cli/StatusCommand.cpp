@@ -9,7 +9,7 @@
 #include "cli/Summary.h"
 #include "db/DatabaseMgr.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -33,7 +33,7 @@ void print(const std::string& file) {
                 << "\n";
     }
     std::cout << "  Content    " << readableTotals(database.totals()) << "\n";
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     std::cout << "  " << displayText(error.what()) << "\n";
   }
   printSize(file);
@@ -51,4 +51,4 @@ int runStatus(const StatusOptions& options) {
   return Done;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

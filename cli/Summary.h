@@ -4,7 +4,7 @@
 
 #include "cli/IndexResult.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// The result of a run in lines for people.
 std::string summary(const IndexResult& result);
@@ -15,4 +15,4 @@ std::string readableSize(std::int64_t bytes);
 /// The counts of a database for people, in one line.
 std::string readableTotals(const Totals& totals);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -6,7 +6,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -84,4 +84,4 @@ void TableFormat::print(const Line& line, const std::vector<std::size_t>& widths
   out << text << '\n';
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

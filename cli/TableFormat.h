@@ -4,7 +4,7 @@
 
 #include "cli/ListFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Aligned columns for people, fitted to the terminal by shortening the widest: paths at their
 /// start, other texts at their end.
@@ -29,4 +29,4 @@ class TableFormat : public ListFormat {
   std::vector<Line> lines;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

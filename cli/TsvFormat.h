@@ -2,7 +2,7 @@
 
 #include "cli/ListFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Tab-separated values with a header line. Tabs, line ends, other controls and backslashes in
 /// values are escaped with a backslash.
@@ -18,4 +18,4 @@ class TsvFormat : public ListFormat {
   std::ostream& out;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

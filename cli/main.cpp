@@ -20,7 +20,7 @@
 
 namespace {
 
-using namespace orvel::host;
+using namespace orvel::cli;
 
 /// Everything that is read and printed is UTF-8, whatever a bare system's locale says.
 void useUtf8Locale() {
@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName("orvel");
   try {
     return std::visit(RunCommand{}, parseCommandLine(argc, argv));
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     std::cerr << "orvel: " << displayText(error.what()) << std::endl;
     return error.status;
   } catch (const std::exception& error) {
