@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MPL-2.0
+
 include(CMakePackageConfigHelpers)
 
 # The headers that a host includes, and what these include.

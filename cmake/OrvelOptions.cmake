@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MPL-2.0
+
 # What every target of the project is built with.
 add_library(orvel_options INTERFACE)
 target_include_directories(orvel_options INTERFACE ${PROJECT_SOURCE_DIR})

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MPL-2.0
+
 # Cross-builds for 32-bit ARM with Debian's compiler, against the packages that tools/armhf/makeSysroot.sh
 # unpacked. Programs are started through the emulator, by name: no machine has to know the format.
 set(CMAKE_SYSTEM_NAME Linux)

@@ -1,4 +1,6 @@
 #!/bin/bash
+# SPDX-License-Identifier: MPL-2.0
+
 # Unpacks the libraries that an armhf build needs: makeSysroot.sh FOLDER PACKAGE...
 #
 # Done once for a list of packages. No emulated maintainer scripts run, and the packages of the machine

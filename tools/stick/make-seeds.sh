@@ -1,4 +1,6 @@
 #!/bin/bash
+# SPDX-License-Identifier: MPL-2.0
+
 # Makes the seed files from which orvel-make-stick builds its songs. They are checked in; run this
 # (it needs ffmpeg) only to change them.
 set -euo pipefail
