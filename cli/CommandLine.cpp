@@ -41,7 +41,7 @@ const std::map<std::string, ListOptions::Format> kFormats = {{"table", ListOptio
                                                              {"tsv", ListOptions::Format::Tsv},
                                                              {"json", ListOptions::Format::Json}};
 
-/// The options and arguments of one verb.
+/// Parses the options and operands of one verb.
 class VerbParser {
  public:
   explicit VerbParser(const QString& verb, const QString& purpose) {
@@ -60,7 +60,7 @@ class VerbParser {
     return !parser.isSet("help");
   }
 
-  /// What follows the verb.
+  /// The arguments after the verb that are no options.
   [[nodiscard]] std::vector<std::string> operands() const {
     std::vector<std::string> result;
     for (const QString& text : parser.positionalArguments().mid(1)) {
@@ -106,7 +106,7 @@ void parseWait(const VerbParser& verb, IndexOptions& options) {
   if (!isNumber) verb.fail("'" + *text + "' is no number of seconds up to 65535.");
 }
 
-/// What is meant by the words behind `index`.
+/// Sorts the operands of `index` into mount points or a serial number.
 void parseOperands(const VerbParser& verb, IndexOptions& options) {
   options.isPhone = verb.isSet("mtp");
   if (!options.isPhone) {
@@ -130,16 +130,16 @@ Command parseIndex(const QStringList& arguments) {
                                    "MOUNT_POINT... | --mtp [SERIAL]");
   verb.get().addOptions(
       {{"mtp", "Index the attached phone with this serial number, or all attached phones."},
-       {"wait", "How long a locked phone is waited for; default: 60.", "SECONDS"},
+       {"wait", "Seconds to wait for a locked phone; default: 60.", "SECONDS"},
        scriptedOption(),
        {"device-id",
         "Name of the device; default: the UUID of the file system or the path; for a phone its"
         " vendor, product and serial number.",
         "ID"},
        {"in-process",
-        "Read a stick's tags in this process, where a broken file can end the run, instead of one"
-        " of its own."},
-       {"background", "Use only the processor time and the device's time that nobody else wants."},
+        "Read a stick's tags in this process, where a broken file can end the run, instead of in a"
+        " separate one."},
+       {"background", "Use only processor time and device time that nobody else needs."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
        {"v", "Print what the indexer does; -vv and -vvv print more."}});

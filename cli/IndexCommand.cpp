@@ -24,7 +24,7 @@ int logThreshold(const IndexOptions& options) {
   return std::min<int>(LOG_WARN + options.verbosity, LOG_VERBOSE);
 }
 
-/// One object for a device that was named, an array for those that were found.
+/// Prints one object for a device that the user named, and an array for the attached phones.
 void printJson(const IndexOptions& options, const std::vector<IndexResult>& results) {
   std::vector<std::string> reports;
   reports.reserve(results.size());
@@ -48,7 +48,7 @@ void report(const IndexOptions& options, const std::vector<IndexResult>& results
 }  // namespace
 
 int runIndex(const IndexOptions& options) {
-  // A reader of the progress that goes away must not end the run.
+  // The run must survive a reader of the progress that exits.
   std::signal(SIGPIPE, SIG_IGN);
   std::vector<IndexResult> results;
   {

@@ -8,7 +8,7 @@ namespace orvel::cli {
 
 namespace {
 
-/// Is added to the number of the signal that ended a run.
+/// Added to the number of the signal that ended a run, as shells do.
 constexpr int kSignalStatus = 128;
 
 }  // namespace

@@ -29,7 +29,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kStoragePause{500};
 
-/// Playlists are parsed on GLib's main loop: under another one the indexer would wait for ever.
+/// Playlists are parsed on GLib's main loop: with another one the indexer would wait for ever.
 void requireGlibLoop() {
   const QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
   if (dispatcher != nullptr && dispatcher->inherits("QEventDispatcherGlib")) return;
@@ -39,7 +39,7 @@ void requireGlibLoop() {
                        ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
 }
 
-/// Throws when `path`, which is called `what`, fails a test of access(2).
+/// Throws if access(2) refuses `mode` on `path`, which the message calls `what`.
 void requireAccess(const std::string& path, int mode, const std::string& what) {
   if (access(path.c_str(), mode) == 0) return;
   const int error = errno;
@@ -48,8 +48,8 @@ void requireAccess(const std::string& path, int mode, const std::string& what) {
                                       " --db-dir.");
 }
 
-/// Where the tag reader is beside this program: in its build folder, or where both were installed
-/// together. Empty: where it was to be installed.
+/// Finds the tag reader of this program's own build or installation. Empty if there is none: the
+/// library then uses the place where it was to be installed.
 std::string tagReaderNearby() {
   namespace fs = std::filesystem;
   const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
@@ -134,7 +134,7 @@ std::vector<AttachedDevice> IndexRun::wantedPhones() {
         WrongUsage,
         "Several devices are attached. Say which one --device-id is for: --mtp SERIAL.");
   }
-  // Those that can be read at once first: a locked one may take its time.
+  // Unlocked phones first: waiting for a locked one must not delay them.
   std::stable_partition(found->begin(), found->end(),
                         [](const AttachedDevice& phone) { return !phone.storages.empty(); });
   return *found;
@@ -194,7 +194,7 @@ void IndexRun::prepareDatabase(IndexResult& result) const {
   DatabaseMgr& databases = DatabaseMgr::instance();
   result.database = databases.getDbNameFromDevId(result.deviceId);
   databases.createDirectory();
-  // The trailing "/" tells a file in the folder's place.
+  // With the trailing "/" access(2) refuses a file in the folder's place.
   requireAccess(options.databaseFolder + "/", W_OK | X_OK,
                 "The database folder " + options.databaseFolder);
   std::error_code ignored;

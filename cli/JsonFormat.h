@@ -4,8 +4,8 @@
 
 namespace orvel::cli {
 
-/// One JSON array with an object per row and line. A path that is not valid UTF-8 is followed by
-/// its bytes in hexadecimal digits under the key "path_hex".
+/// Prints one JSON array with one object, on one line, per row. For a path that is not valid UTF-8
+/// the key "path_hex" adds its bytes in hexadecimal digits.
 class JsonFormat : public ListFormat {
  public:
   JsonFormat(std::vector<Column> wantedColumns, std::ostream& stream);

@@ -6,7 +6,7 @@
 
 namespace orvel::cli {
 
-/// The result of a run as one JSON object on one line, for programs.
+/// Formats a result as one JSON object on one line, for programs.
 std::string jsonReport(const IndexResult& result);
 
 }  // namespace orvel::cli

@@ -12,7 +12,7 @@ QString jsonString(std::string_view bytes) {
 }
 
 std::string jsonLine(const QJsonObject& object) {
-  // What JSON lets through stands inside strings, where the escapes of texts are JSON's own.
+  // Remaining control characters are inside strings, where displayText's escapes are valid JSON.
   return displayText(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
 }
 

@@ -4,7 +4,7 @@
 
 namespace orvel::cli {
 
-/// While it lives, the library's log goes through a progress line.
+/// Sends the library's log through a progress line while in scope.
 class LogOutput {
  public:
   /// Lines above `threshold` (see LogLevel) are dropped.

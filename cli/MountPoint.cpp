@@ -15,8 +15,8 @@ namespace orvel::cli {
 
 namespace {
 
-/// The indexer finds the rows of a mount point with SQLite's LIKE and an unescaped pattern, so "_",
-/// "%" and the case of ASCII letters count as well.
+/// Mirrors the indexer, which selects the rows of a mount point with SQLite's LIKE and an unescaped
+/// pattern: "_" and "%" are wildcards, and ASCII letters match in either case.
 bool ownsRowsOf(const std::string& mountPoint, const std::string& other) {
   return sqlite3_strlike((mountPoint + "%").c_str(), other.c_str(), 0) == 0;
 }

@@ -54,7 +54,7 @@ void print(const AttachedDevice& phone) {
 }  // namespace
 
 int runMtpList(const MtpListOptions& options) {
-  setLogThreshold(LOG_ERROR);  // what a device lacks is in the list
+  setLogThreshold(LOG_ERROR);  // the list itself shows a device's problems
   const PhoneRelease release;
   const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
   if (options.json) {

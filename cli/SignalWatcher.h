@@ -8,8 +8,8 @@
 namespace orvel::cli {
 
 /// Turns the first SIGINT or SIGTERM into a call on the main loop. A second one ends the process at
-/// once, as without a watcher. To be constructed before any thread is started, since threads
-/// inherit which signals they leave alone.
+/// once, as it would without a watcher. Construct it before the first thread starts: threads
+/// inherit the signal mask.
 class SignalWatcher {
  public:
   SignalWatcher();
@@ -19,7 +19,7 @@ class SignalWatcher {
 
   /// Called at most once.
   std::function<void()> onSignal;
-  /// The number of the signal that came, 0 for none.
+  /// The number of the received signal, 0 for none.
   [[nodiscard]] int received() const { return number; }
 
  private:

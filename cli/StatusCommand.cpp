@@ -20,7 +20,8 @@ void printSize(const std::string& file) {
             << share << " % of the limit of " << readableSize(kDatabaseSizeLimit) << "\n";
 }
 
-/// A database that cannot be read is shown with the reason and hides no other.
+/// Prints one database. For an unreadable one it prints the reason, so that the others still
+/// follow.
 void print(const std::string& file) {
   std::cout << displayText(file) << "\n";
   try {

@@ -2,7 +2,7 @@
 
 include(CMakePackageConfigHelpers)
 
-# The headers that a host includes, and what these include.
+# The headers that hosts include, and the headers that these include.
 set(ORVEL_PUBLIC_HEADERS
     base/Export.h base/Log.h base/Mutex.h base/StageThread.h base/ThreadAnnotations.h
     base/WorkPriority.h base/insist.h

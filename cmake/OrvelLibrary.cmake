@@ -3,7 +3,7 @@
 set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_db orvel_framework orvel_phones orvel_msd
     orvel_mtp orvel_orchestration orvel_qt)
 
-# Tests link the implementation of device access that they need.
+# For the shared library; tests link the implementation that they need.
 if(NOT ORVEL_DEVICE_ACCESS)
   set(ORVEL_DEVICE_ACCESS scripted)
   if(TARGET orvel_phones_libmtp)
@@ -11,7 +11,7 @@ if(NOT ORVEL_DEVICE_ACCESS)
   endif()
 endif()
 
-# The library as hosts link it: only what carries ORVEL_EXPORT is visible.
+# The library for hosts: only symbols marked ORVEL_EXPORT are visible.
 add_library(orvel SHARED)
 add_library(Orvel::orvel ALIAS orvel)
 target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_phones_${ORVEL_DEVICE_ACCESS} orvel_options
@@ -23,7 +23,7 @@ target_compile_features(orvel INTERFACE cxx_std_20)
 set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
                       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 
-# The same code for the tests, which look inside.
+# The same code for the tests, which use internals.
 add_library(orvel_static STATIC)
 target_link_libraries(orvel_static PUBLIC ${ORVEL_PARTS})
 foreach(part IN LISTS ORVEL_PARTS)

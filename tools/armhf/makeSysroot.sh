@@ -19,7 +19,7 @@ skip() {
 }
 
 # The Debian mirror that apt is configured with; fails when there is none. The security suite is left out:
-# its armhf packages often lag behind, and libraries of different versions do not install together.
+# its armhf packages are often late, and libraries of different versions do not install together.
 sources() {
   local mirror suite
   # shellcheck disable=SC2016
