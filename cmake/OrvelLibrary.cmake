@@ -1,5 +1,3 @@
-# SPDX-License-Identifier: MPL-2.0
-
 set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_db orvel_framework orvel_phones orvel_msd
     orvel_mtp orvel_orchestration orvel_qt)
 
