@@ -65,10 +65,6 @@ std::optional<t_track_id> findObject(const std::string& deviceId, const std::str
   });
 }
 
-void setRemovalListener(RemovalListener listener) {
-  DeviceList::instance().setRemovalListener(listener);
-}
-
 void releaseDevices() {
   std::vector<std::future<void>> released;
   for (const auto& device : DeviceList::instance().all()) {

@@ -5,6 +5,7 @@
 
 #include "phones/Access.h"
 #include "phones/AttachedDevices.h"
+#include "phones/DeviceList.h"
 #include "phones/scripted/ScriptedBus.h"
 
 namespace orvel {
@@ -25,7 +26,7 @@ TEST(RemovalListener, KnowsOfARemovalBeforeAnyCallerDoes) {
   const std::string path = scripted::attach({});
   const t_handle handle = attachedDevices().back().handle;
   ASSERT_EQ(countStorages(handle), STATUS_OK);
-  setRemovalListener([](t_handle) {
+  DeviceList::instance().setRemovalListener([](t_handle) {
     entered.set_value();
     mayReturn.get_future().wait();
     returned = true;
@@ -41,7 +42,7 @@ TEST(RemovalListener, KnowsOfARemovalBeforeAnyCallerDoes) {
   mayReturn.set_value();
   EXPECT_EQ(stage.get(), STATUS_NOT_OK_BAD_HANDLE);
   EXPECT_FALSE(host.get());
-  setRemovalListener(nullptr);
+  DeviceList::instance().setRemovalListener(nullptr);
 }
 
 }  // namespace
