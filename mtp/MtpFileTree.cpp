@@ -5,17 +5,17 @@
 #include <unordered_set>
 
 #include "base/Log.h"
+#include "framework/SongLimit.h"
 #include "mtp/MtpConnectionImpl.h"
+#include "phones/DeviceLimits.h"
 #include "phones/MtpUtils.h"
 
 namespace orvel {
 
 namespace {
 
-constexpr std::size_t kMaxDepth = 128;
-constexpr std::uint32_t kMaxTracks = 16000;
-/// After so many pages that brought nothing a folder is given up.
-constexpr int kMaxFruitlessPages = 81;
+/// How many empty or failed pages end the listing of a folder: as many as calls to a busy device.
+constexpr int kMaxFruitlessPages = kBusyRetries + 1;
 
 /// One recount is allowed for each run of short reads, whichever folder or thread it happens to.
 std::atomic<bool> recountAllowed{true};
@@ -68,7 +68,7 @@ bool MtpConnection::Impl::crawlMtpDevice() {
 bool MtpConnection::Impl::MTPFileTree(int device, const int& storageId, const int& folderId,
                                       bool isRoot) {
   if (isRoot) OV_INFO("Root folder");
-  if (ancestors.size() > kMaxDepth ||
+  if (ancestors.size() > kMaxFolderDepth ||
       std::find(ancestors.begin(), ancestors.end(), folderId) != ancestors.end()) {
     return true;
   }
@@ -166,7 +166,7 @@ bool MtpConnection::Impl::visit(const FolderWalk& walk, const t_mtp_item& item) 
 void MtpConnection::Impl::MTPCreateDirCache(std::vector<std::string>& dirs,
                                             t_playlist_items_list& tracks) {
   OV_INFO("MTPCreateDirCache");
-  if (tracks.count > kMaxTracks) {
+  if (tracks.count > kMaxSongs) {
     OV_WARN("Invalid playlist size: %d", static_cast<int>(tracks.count));
     return;
   }

@@ -7,6 +7,7 @@
 #include "base/Log.h"
 #include "base/StageThread.h"
 #include "phones/DeviceList.h"
+#include "phones/retryWhileBusy.h"
 
 namespace orvel {
 
@@ -14,9 +15,6 @@ namespace {
 
 /// How long a call that may answer "busy" waits for its turn.
 constexpr std::chrono::milliseconds kPatience{1000};
-/// How often, and after what pauses, a call that may not answer "busy" is repeated.
-constexpr int kBusyRetries = 80;
-constexpr std::chrono::milliseconds kBusyPause{1000};
 
 std::string deviceIdOf(const deviceBus::BusDevice& bus, const std::string& serial) {
   std::array<char, 11> ids{};
@@ -170,12 +168,11 @@ t_status Device::answerTo(const std::function<t_status(DeviceSession&)>& questio
 template <class Value>
 t_status Device::ask(Question<Value> question, Value& value, WhenBusy whenBusy) {
   if (whenBusy == WhenBusy::Answer) return askOnce(question, value, kPatience);
-  t_status status = askOnce(question, value, {});
-  for (int retry = 0; status == STATUS_BUSY && retry < kBusyRetries; ++retry) {
-    if (!stageThread::sleep(kBusyPause)) return STATUS_NOT_OK_GENERIC_PLUGIN_ERROR;
-    status = askOnce(question, value, {});
-  }
-  return status == STATUS_BUSY ? STATUS_NOT_OK : status;
+  const t_status status =
+      retryWhileBusy([&] { return askOnce(question, value, {}); }, [](int /*retry*/) {});
+  if (status != STATUS_BUSY) return status;
+  const bool isStopped = stageThread::stopToken().stop_requested();
+  return isStopped ? STATUS_NOT_OK_GENERIC_PLUGIN_ERROR : STATUS_NOT_OK;
 }
 
 t_status Device::listStorages(std::vector<DeviceStorage>& storages, WhenBusy whenBusy) {
