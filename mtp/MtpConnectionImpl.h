@@ -77,7 +77,7 @@ class MtpConnection::Impl {
   void recount(FolderWalk& walk);
   bool visit(const FolderWalk& walk, const t_mtp_item& item);
   Page giveUp(const FolderWalk& walk);
-  CTrackInfo readTexts(t_track_id id);
+  CTrackInfo readInfo(t_track_id id);
 
   std::string getText(TextCall call, const char* method, t_track_id id, const char* otherwise);
   /// Strips the text that a call wrote; `otherwise` when it failed or nothing is left.

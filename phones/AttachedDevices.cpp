@@ -39,7 +39,7 @@ std::vector<AttachedDevice> attachedDevices() {
 std::vector<DeviceStorage> storagesOf(t_handle handle) {
   std::vector<DeviceStorage> storages;
   const auto device = DeviceList::instance().find(handle);
-  if (device != nullptr) device->listStorages(storages, Device::WhenBusy::Wait);
+  if (device != nullptr) device->listStorages(storages, WhenBusy::Wait);
   return storages;
 }
 

@@ -5,7 +5,9 @@
 #include <array>
 #include <future>
 
+#include "phones/Access.h"
 #include "phones/DeviceBus.h"
+#include "phones/OwnedList.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::scripted {
@@ -106,16 +108,22 @@ TEST_F(ScriptedBusTest, FaultsHappenAtTheirCalls) {
   phone.addFault(kAtAnyCall, Fault::Effect::Remove).from = 6;
   const std::string path = attach(phone);
   const auto session = open(path);
-  std::array<t_status, 4> statuses{};
-  for (t_status& status : statuses) status = session->enterCall("Access_GetItems");
-  EXPECT_THAT(statuses, ElementsAre(STATUS_OK, STATUS_BUSY, STATUS_BUSY, STATUS_OK));
   EXPECT_EQ(list(*session, 0).size(), 2U);
   EXPECT_EQ(list(*session, idOf(path, "/Music")).size(), 1U);
   EXPECT_EQ(list(*session, idOf(path, "/Music")).size(), 3U);
-  EXPECT_EQ(session->countItems({CONTAINER_FOLDER, 0, 1}, 2), 99U);
 
-  EXPECT_EQ(session->enterCall("Access_GetTrackTitle"), STATUS_OK);
-  EXPECT_EQ(session->enterCall("Access_GetTrackTitle"), STATUS_NOT_OK_BAD_HANDLE);
+  const t_handle handle = attachedDevices().back().handle;
+  const t_mtp_container root{CONTAINER_FOLDER, 0, phone.storages[0].id};
+  std::uint32_t count = 0;
+  EXPECT_EQ(Access_GetNumItems(handle, root, TYPE_OBJECT, count), STATUS_OK);
+  EXPECT_EQ(count, 99U);
+  std::array<t_status, 4> statuses{};
+  for (t_status& status : statuses) {
+    OwnedItems items;
+    status = Access_GetItems(handle, root, TYPE_OBJECT, 0, 1, items.out());
+  }
+  EXPECT_THAT(statuses, ElementsAre(STATUS_OK, STATUS_BUSY, STATUS_BUSY, STATUS_OK));
+  EXPECT_EQ(Command_ResetCategory(handle), STATUS_NOT_OK_BAD_HANDLE) << "the sixth call";
   std::vector<DeviceStorage> storages;
   EXPECT_EQ(session->listStorages(storages), STATUS_NOT_OK_BAD_HANDLE);
   EXPECT_THAT(deviceBus::scan(), IsEmpty());
