@@ -5,8 +5,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include "phones/DeviceBus.h"
+#include "phones/Device.h"
 #include "phones/scripted/DeviceScript.h"
+#include "phones/scripted/FaultyCalls.h"
 #include "phones/scripted/ScriptedSession.h"
 
 namespace orvel {
@@ -56,6 +57,15 @@ class Bus {
   unsigned lastAddress ORVEL_GUARDED_BY(mutex) = 0;
   std::map<std::string, std::shared_ptr<LiveDevice>> devices ORVEL_GUARDED_BY(mutex);
 };
+
+/// The device at `path`; a device that is gone when none is there any more.
+std::shared_ptr<LiveDevice> presentOrGone(const std::string& path) {
+  auto live = Bus::instance().find(path);
+  if (live != nullptr) return live;
+  live = std::make_shared<LiveDevice>(path, ScriptedDevice(), ObjectIds());
+  live->remove();
+  return live;
+}
 
 std::shared_ptr<LiveDevice> deviceAt(const std::string& path) {
   auto device = Bus::instance().find(path);
@@ -131,14 +141,11 @@ std::vector<BusDevice> scan() {
 }
 
 std::unique_ptr<DeviceSession> connect(const BusDevice& device) {
-  auto live = Bus::instance().find(device.path);
-  if (!live) {
-    // It went away meanwhile: the session finds it gone.
-    live = std::make_shared<scripted::LiveDevice>(device.path, scripted::ScriptedDevice(),
-                                                  scripted::ObjectIds());
-    live->remove();
-  }
-  return std::make_unique<scripted::ScriptedSession>(std::move(live));
+  return std::make_unique<scripted::ScriptedSession>(scripted::presentOrGone(device.path));
+}
+
+std::unique_ptr<DeviceCalls> callsOf(Device& device) {
+  return std::make_unique<scripted::FaultyCalls>(device, scripted::presentOrGone(device.busPath()));
 }
 
 bool isPresent(const std::string& path) {
