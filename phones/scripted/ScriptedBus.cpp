@@ -88,7 +88,7 @@ std::string replug(const std::string& path) {
   device->remove();
   const ScriptedDevice description = device->media()->device();
   ObjectIds ids = device->objectIds();
-  if (description.renumbers) ids = ObjectIds(!ids.reversed());
+  if (description.renumbers) ids.renumber();
   return Bus::instance().attach(description, std::move(ids));
 }
 

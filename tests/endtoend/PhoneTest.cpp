@@ -116,8 +116,7 @@ TEST_F(PhoneTest, RemovalAtAnyCallEndsTheRunAndTheNextOneRepairs) {
   for (unsigned call = 1; call <= calls; ++call) {
     SCOPED_TRACE("removed at call " + std::to_string(call));
     manager.deleteDb("phone1");
-    Fault& removal = phone.device.addFault(scripted::kAtAnyCall, Effect::Remove);
-    removal.from = call;
+    phone.device.addFault({.at = scripted::kAtAnyCall, .effect = Effect::Remove, .from = call});
     indexPhone(phone.plugIn());
     EXPECT_TRUE(status() == "PROGRESS" || contents() == complete);
     phone.device.faults.clear();
@@ -136,13 +135,10 @@ TEST_F(PhoneTest, StoppingNeverWaitsForTheDevice) {
     SCOPED_TRACE(at);
     manager.deleteDb("phone1");
     ScriptedPhone slow;
-    if (std::string(at) == "readBytes") {
-      slow.device.find("/Music/A/s.mp3")->tags.reset();
-      slow.device.find("/Music/A/s.mp3")->content = "no song";
-    }
-    slow.device.addFault(at, Effect::Block);
+    slow.device.addTrack("/Music/untagged.mp3").content = "no song";
     // The host's own question for the storages comes first.
-    slow.device.faults[0].from = std::string(at) == "listStorages" ? 2 : 1;
+    const unsigned from = std::string(at) == "listStorages" ? 2 : 1;
+    slow.device.addFault({.at = at, .effect = Effect::Block, .from = from});
     const Readiness readiness(slow.plugIn());
     startPhone(slow.handle);
     ASSERT_TRUE(waitUntil([&] { return scripted::blocked(slow.path) == 1; }));
@@ -158,8 +154,8 @@ TEST_F(PhoneTest, StoppingNeverWaitsForReadinessNorForABusyDevice) {
   const LogCapture log;
   startPhone(phone.plugIn());
   ASSERT_TRUE(log.waitFor("waitDeviceReady"));
-  phone.device.addFault("Access_GetItems", Effect::Answer).status = STATUS_BUSY;
-  phone.device.faults[0].times = scripted::kForEver;
+  phone.device.addFault(
+      {.at = "Access_GetItems", .times = scripted::kForEver, .status = STATUS_BUSY});
   phone.update();
   EXPECT_LT(secondsUntil([&] { startPhone(phone.handle); }), 1.0);
   ASSERT_TRUE(log.waitFor(" Processing from portix API. count = 1"));
@@ -176,7 +172,7 @@ TEST_F(PhoneTest, SticksComeBeforePhonesAndPrioritiesBeforeBoth) {
   second.device.serial = "phone2";
   const Readiness readiness(phone.plugIn());
   const Readiness secondReadiness(second.plugIn());
-  phone.device.addFault("listFolder", Effect::Block);
+  phone.device.addFault({"listFolder", Effect::Block});
   phone.update();
   OrvelQTProxy& facade = OrvelQTProxy::instance();
   startPhone(phone.handle);
@@ -265,12 +261,13 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
   phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
   indexPhone(phone.plugIn());
   const auto complete = contents();
-  const auto failsWith = [&](const char* at, Effect effect, t_status failure, const char* path) {
-    SCOPED_TRACE(std::string(at) + " " + path);
-    Fault& fault = phone.device.addFault(at, effect);
-    fault.status = failure;
-    fault.path = path;
-    fault.times = scripted::kForEver;
+  for (const Fault& fault :
+       {Fault{.at = "Access_GetNumElements", .status = STATUS_NOT_OK_GENERIC_PLUGIN_ERROR},
+        Fault{"Access_GetPlaylistElements"}, Fault{"Access_GetItems"},
+        Fault{scripted::kAtPage, Effect::Items, "/Music"}, Fault{scripted::kAtCount, Effect::Items},
+        Fault{"Command_SelectCategory"}}) {
+    SCOPED_TRACE(fault.at);
+    phone.device.addFault(fault).times = scripted::kForEver;
     phone.update();
     manager.deleteDb("phone1");
     indexPhone(phone.handle);
@@ -280,22 +277,14 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
     indexPhone(phone.handle);
     EXPECT_EQ(status(), "OK");
     EXPECT_EQ(contents(), complete);
-  };
-  failsWith("Access_GetNumElements", Effect::Answer, STATUS_NOT_OK_GENERIC_PLUGIN_ERROR, "");
-  failsWith("Access_GetPlaylistElements", Effect::Answer, STATUS_NOT_OK, "");
-  failsWith("Access_GetItems", Effect::Answer, STATUS_NOT_OK, "");
-  failsWith(scripted::kAtPage, Effect::Items, STATUS_OK, "/Music");
-  failsWith(scripted::kAtCount, Effect::Items, STATUS_OK, "");
-  failsWith("Command_SelectCategory", Effect::Answer, STATUS_NOT_OK, "");
+  }
 }
 
 TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
   phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
   indexPhone(phone.plugIn());
   const auto before = everything("phone1");
-  Fault& refusal = phone.device.addFault("listFolder", Effect::Answer);
-  refusal.path = "/Music/B";
-  refusal.times = scripted::kForEver;
+  phone.device.addFault({.at = "listFolder", .path = "/Music/B", .times = scripted::kForEver});
   phone.update();
   indexPhone(phone.handle);
   EXPECT_EQ(everything("phone1"), before);
