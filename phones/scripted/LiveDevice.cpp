@@ -1,5 +1,6 @@
 #include "phones/scripted/LiveDevice.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace orvel::scripted {
@@ -130,6 +131,13 @@ Journal LiveDevice::journal() const {
 ObjectIds LiveDevice::objectIds() const {
   const MutexLock lock(mutex);
   return ids;
+}
+
+t_track_id LiveDevice::idOf(const std::string& objectPath) const {
+  ScriptedDevice description = media()->device();
+  const ScriptedObject* const object = description.find(objectPath);
+  if (object == nullptr) throw std::out_of_range("the device holds no " + objectPath);
+  return objectIds().of(object->storage, objectPath);
 }
 
 }  // namespace orvel::scripted

@@ -44,15 +44,17 @@ class LiveDevice {
   [[nodiscard]] std::shared_ptr<const MediaIndex> media() const;
 
   [[nodiscard]] bool isPresent() const;
-  /// Ends everything that waits, too.
+  /// Pulls it out. Waiting operations end; it can still be asked about.
   void remove();
-  /// Replaces the description; faults count anew.
+  /// Replaces the description: objects keep their ids, faults count from the start.
   void update(ScriptedDevice description);
   /// Lets what is blocked go on.
   void release();
   [[nodiscard]] unsigned blocked() const;
   [[nodiscard]] Journal journal() const;
   [[nodiscard]] ObjectIds objectIds() const;
+  /// The id of the first object with this path; throws std::out_of_range when there is none.
+  [[nodiscard]] t_track_id idOf(const std::string& objectPath) const;
 
  private:
   struct Planned {

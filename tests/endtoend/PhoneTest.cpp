@@ -73,8 +73,7 @@ TEST_F(PhoneTest, AnUnchangedPhoneChangesNothingAlsoUnderOtherObjectIds) {
   EXPECT_THAT(takeSignals(), Not(Contains("contentModified " + std::string(kMountPoint))));
   const auto song = query("SELECT * FROM SONGS");
 
-  phone.path = scripted::replug(phone.path);
-  phone.handle = attachedDevices().back().handle;
+  phone.replug();
   indexPhone(phone.handle);
   EXPECT_EQ(query("SELECT * FROM SONGS"), song);
   EXPECT_EQ(phone.count("readTags"), 0U);
@@ -111,7 +110,7 @@ TEST_F(PhoneTest, RemovalAtAnyCallEndsTheRunAndTheNextOneRepairs) {
   phone.device.addPlaylist("/Worst", {"/Music/B/t.mp3", "/Music/A/s.mp3"});
   indexPhone(phone.plugIn());
   const auto complete = contents();
-  const unsigned calls = scripted::journal(phone.path).calls;
+  const unsigned calls = phone.live->journal().calls;
   ASSERT_GT(calls, 30U);
   for (unsigned call = 1; call <= calls; ++call) {
     SCOPED_TRACE("removed at call " + std::to_string(call));
@@ -141,10 +140,10 @@ TEST_F(PhoneTest, StoppingNeverWaitsForTheDevice) {
     slow.device.addFault({.at = at, .effect = Effect::Block, .from = from});
     const Readiness readiness(slow.plugIn());
     startPhone(slow.handle);
-    ASSERT_TRUE(waitUntil([&] { return scripted::blocked(slow.path) == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return slow.live->blocked() == 1; }));
     // A newer request for the same device stops the one that waits.
     EXPECT_LT(secondsUntil([&] { startPhone(slow.handle); }), 1.0);
-    scripted::release(slow.path);
+    slow.live->release();
     ASSERT_TRUE(waitUntilIdle());
     EXPECT_EQ(status(), "OK");
   }
@@ -176,10 +175,10 @@ TEST_F(PhoneTest, SticksComeBeforePhonesAndPrioritiesBeforeBoth) {
   phone.update();
   OrvelQTProxy& facade = OrvelQTProxy::instance();
   startPhone(phone.handle);
-  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  ASSERT_TRUE(waitUntil([&] { return phone.live->blocked() == 1; }));
   facade.startMtpIndexing("phone2", second.handle, true);
   start("dev1", stick);
-  scripted::release(phone.path);
+  phone.live->release();
   ASSERT_TRUE(waitUntilIdle());
   std::vector<std::string> finished;
   for (const std::string& signal : takeSignals()) {
@@ -189,13 +188,13 @@ TEST_F(PhoneTest, SticksComeBeforePhonesAndPrioritiesBeforeBoth) {
 
   phone.update();
   startPhone(phone.handle);
-  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  ASSERT_TRUE(waitUntil([&] { return phone.live->blocked() == 1; }));
   facade.startMtpIndexing("phone2", second.handle, true);
   facade.prioritizeMtpDevice("phone2", second.handle);
   ASSERT_TRUE(waitUntil([&] {
     return controller->progressOf("mtp-folder://phone2")->phase == RequestPhase::Finished;
   })) << "the one that is parked does not hold the other up";
-  scripted::release(phone.path);
+  phone.live->release();
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), "OK") << "it goes on when the other one has ended";
 }

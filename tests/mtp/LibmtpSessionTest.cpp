@@ -213,9 +213,7 @@ TEST_F(LibmtpSessionTest, ReadsTagsOnlyWhereTheDeviceKeepsThem) {
   EXPECT_EQ(device->responder.operations(), 9U);
 
   device->unplug();
-  DeviceIdentity identity;
-  identity.formats = {ptp::kUndefined, ptp::kAssociation};  // it plays nothing itself
-  plugInAndWalk(identity);
+  plugInAndWalk({.formats = {ptp::kUndefined, ptp::kAssociation}});  // it plays nothing itself
   EXPECT_EQ(session->readTags(one, tags), STATUS_NOT_SUPPORTED);
   EXPECT_EQ(device->responder.operations(), 0U);
 }
@@ -255,9 +253,7 @@ TEST_F(LibmtpSessionTest, ReadsBytesFromAnyPlace) {
 TEST_F(LibmtpSessionTest, FetchesFilesOnceWhereNoPartsCanBeRead) {
   media.add(card, "/four.mp3", ptp::kUndefined, content + "4");
   media.objects[media.add(card, "/large.wav")].size = 1U << 30U;
-  DeviceIdentity identity;
-  identity.operations.erase(ptp::kGetPartialObject);
-  plugInAndWalk(identity);
+  plugInAndWalk({.readsParts = false});
   std::string bytes;
   for (const std::uint64_t offset : {0U, 4990U, 5000U, 6000U}) {
     EXPECT_EQ(session->readBytes(found["Card/three.mp3"], offset, 100, bytes), STATUS_OK);

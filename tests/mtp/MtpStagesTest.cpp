@@ -127,7 +127,7 @@ TEST_F(MtpStagesTest, TheMinerMakesRecordsUntilTheDeviceIsGoneOrTheDatabaseFull)
   EXPECT_EQ(log.count("MtpMiner SKIPPED db size limit reached (op: 5)"), 1);
   manager.deleteDb("phone1");
 
-  scripted::detach(phone.path);
+  phone.live->remove();
   EXPECT_FALSE(isAttached(phone.handle));
   MtpDevice::instance().disconnectDevice(phone.handle);
   songs = miner.doOperation(items(three));

@@ -75,7 +75,7 @@ void StandInDevice::unplugAll() {
 
 namespace {
 
-constexpr std::uint8_t kMakerText = 1, kModelText = 2, kSerialText = 3, kInterfaceText = 4;
+constexpr std::uint8_t kInterfaceText = 4;
 constexpr std::uint8_t kEndpointIn = 0x81, kEndpointOut = 0x02, kEndpointEvents = 0x83;
 
 /// The configuration of all devices and what it points to.
@@ -117,19 +117,6 @@ void forgive([[maybe_unused]] const void* leaked) {
 #endif
 }
 
-std::string stringDescriptor(const DeviceIdentity& identity, std::uint8_t index) {
-  switch (index) {
-    case kMakerText:
-      return "Orvel";
-    case kModelText:
-      return "Test player";
-    case kSerialText:
-      return identity.serial;
-    default:
-      return "MTP";
-  }
-}
-
 }  // namespace
 }  // namespace orvel::test
 
@@ -166,9 +153,6 @@ int LIBUSB_CALL libusb_get_device_descriptor(libusb_device* device,
   *descriptor = {};
   descriptor->idVendor = device->device->identity.vendor;
   descriptor->idProduct = device->device->identity.product;
-  descriptor->iManufacturer = kMakerText;
-  descriptor->iProduct = kModelText;
-  descriptor->iSerialNumber = kSerialText;
   descriptor->bNumConfigurations = 1;
   return LIBUSB_SUCCESS;
 }
@@ -243,10 +227,10 @@ int LIBUSB_CALL libusb_reset_device(libusb_device_handle* handle) {
   return LIBUSB_SUCCESS;
 }
 
-int LIBUSB_CALL libusb_get_string_descriptor_ascii(libusb_device_handle* handle, uint8_t index,
+int LIBUSB_CALL libusb_get_string_descriptor_ascii(libusb_device_handle* handle, uint8_t,
                                                    unsigned char* data, int length) {
   if (!handle->isPresent()) return LIBUSB_ERROR_NO_DEVICE;
-  const std::string text = stringDescriptor(handle->device().identity, index);
+  const std::string text = "MTP";
   const std::size_t count = std::min<std::size_t>(text.size(), length - 1);
   std::copy_n(text.begin(), count, data);
   data[count] = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <span>
 #include <utility>
 
 #include "tests/mtp/responder/Dataset.h"
@@ -9,11 +10,23 @@
 namespace orvel::test {
 namespace {
 
+/// Some devices do not know the last one.
+constexpr std::uint16_t kOperations[] = {
+    ptp::kGetDeviceInfo,           ptp::kOpenSession,       ptp::kCloseSession,
+    ptp::kGetStorageIds,           ptp::kGetStorageInfo,    ptp::kGetNumObjects,
+    ptp::kGetObjectHandles,        ptp::kGetObjectInfo,     ptp::kGetObject,
+    ptp::kGetObjectPropsSupported, ptp::kGetObjectPropDesc, ptp::kGetObjectPropValue,
+    ptp::kGetObjectReferences,     ptp::kGetPartialObject};
+
 std::uint32_t numberAt(std::string_view bytes, std::size_t position, unsigned size) {
   std::uint32_t value = 0;
   for (unsigned i = 0; i < size && position + i < bytes.size(); ++i)
     value |= std::uint32_t{static_cast<unsigned char>(bytes[position + i])} << 8 * i;
   return value;
+}
+
+std::span<const std::uint16_t> operationsOf(const DeviceIdentity& identity) {
+  return {kOperations, std::size(kOperations) - (identity.readsParts ? 0 : 1)};
 }
 
 /// One message on the bus; all kinds have the same head.
@@ -198,7 +211,8 @@ Fault* Responder::faultOf(const Command& command) {
 }
 
 Responder::Answer Responder::execute(const Command& command) {
-  if (!identity.operations.contains(command.code)) return {.code = ptp::kOperationNotSupported};
+  if (std::ranges::count(operationsOf(identity), command.code) == 0)
+    return {.code = ptp::kOperationNotSupported};
   if (command.code == ptp::kGetDeviceInfo) return {.dataset = deviceInfo()};
   if (command.code == ptp::kOpenSession) {
     const bool wasOpen = std::exchange(sessionOpen, true);
@@ -264,7 +278,7 @@ std::string Responder::deviceInfo() const {
       .u16(100)
       .text(identity.extensions)
       .u16(0)
-      .array(std::vector<std::uint16_t>(identity.operations.begin(), identity.operations.end()))
+      .array(operationsOf(identity))
       .array(none)  // events
       .array(none)  // device properties
       .array(none)  // formats that it records

@@ -5,7 +5,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,20 +20,7 @@ struct DeviceIdentity {
   std::uint16_t product = 0x0004;  ///< libmtp knows these two and treats the device without quirks
   std::string serial = "R0001";
   std::u16string extensions = u"microsoft.com: 1.0;";
-  std::set<std::uint16_t> operations = {ptp::kGetDeviceInfo,
-                                        ptp::kOpenSession,
-                                        ptp::kCloseSession,
-                                        ptp::kGetStorageIds,
-                                        ptp::kGetStorageInfo,
-                                        ptp::kGetNumObjects,
-                                        ptp::kGetObjectHandles,
-                                        ptp::kGetObjectInfo,
-                                        ptp::kGetObject,
-                                        ptp::kGetPartialObject,
-                                        ptp::kGetObjectPropsSupported,
-                                        ptp::kGetObjectPropDesc,
-                                        ptp::kGetObjectPropValue,
-                                        ptp::kGetObjectReferences};
+  bool readsParts = true;  ///< knows GetPartialObject
   std::vector<std::uint16_t> formats = {ptp::kUndefined, ptp::kAssociation, ptp::kMp3,
                                         ptp::kFlac,      ptp::kMp4,         ptp::kPlaylist};
 };
