@@ -21,7 +21,7 @@ namespace {
 constexpr std::chrono::milliseconds kItemsPause{10};
 
 constexpr char kDefaultDate[] = "THU JAN 1 00:00:00 1970";
-/// What the library answers for a missing date.
+/// The library's answer for a missing date.
 constexpr std::string_view kMissingDate = "Thu Jan  1 00:00:00 1970";
 
 void logNoDevice() {
@@ -44,7 +44,7 @@ t_status pacedWhileBusy(Call call) {
   });
 }
 
-/// Without the spaces, and only those, at both ends.
+/// Removes spaces, but no other white space, at both ends.
 std::string withoutSpaces(std::string text) {
   text.erase(text.find_last_not_of(' ') + 1);
   text.erase(0, text.find_first_not_of(' '));
@@ -183,7 +183,7 @@ std::string MtpConnection::Impl::getTrackDateModified(t_track_id id) {
 std::int32_t MtpConnection::Impl::getTrackDateModifiedEpoch(t_track_id id) {
   const std::string date = getTrackDateModified(id);
   std::tm parts{};
-  // The apostrophes match no real date: what counts is that every run gets the same value.
+  // The apostrophes match no real date, but changing them would change every stored date.
   strptime(date.c_str(), "%a' '%b' '%d' '%H:%M:%S' '%Y", &parts);
   return static_cast<std::int32_t>(std::mktime(&parts));
 }

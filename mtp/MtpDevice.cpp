@@ -32,7 +32,7 @@ MtpDevice::~MtpDevice() {
 }
 
 MtpDevice& MtpDevice::instance() {
-  // Never destroyed: stage threads may still ask while the process ends.
+  // Never destroyed: stage threads may outlive the main function.
   static auto* const registry = new MtpDevice;
   return *registry;
 }
@@ -60,7 +60,7 @@ void MtpDevice::setDeviceReady(std::size_t handle) {
 void MtpDevice::disconnectDevice(std::size_t handle) {
   OV_INFO("disconnectDevice");
   const MutexLock lock(mutex);
-  // Nothing is kept of a device that is gone: each attach has a handle of its own.
+  // Every attachment has a new handle: nothing about this one is needed again.
   devices.erase(keyOf(handle));
 }
 
@@ -83,7 +83,8 @@ bool MtpDevice::waitDeviceReady(std::size_t handle) {
   if (!isDeviceConnected(handle)) return false;
   OV_INFO("waitDeviceReady %u", keyOf(handle));
   const std::stop_token& stopped = stageThread::stopToken();
-  // Outside the lock: the callback takes it, and runs here and now when the stop came first.
+  // Made without the lock, because the constructor runs the callback if the stage is stopped
+  // already.
   const std::stop_callback wake(stopped, [this] {
     const MutexLock lock(mutex);
     cond.broadcast();
@@ -95,7 +96,7 @@ bool MtpDevice::waitDeviceReady(std::size_t handle) {
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_sec += kReadyTimeoutSeconds;
     const unsigned long seen = broadcasts;
-    // A spurious wake-up goes back to waiting: this is one wait.
+    // Goes back to waiting after a spurious wake-up.
     while (broadcasts == seen && !stopped.stop_requested()) {
       if (!cond.waitUntil(mutex, deadline)) break;
     }

@@ -10,14 +10,11 @@ namespace orvel {
 /// How far the listing of one folder has come. Makes no call to the device. Used by one thread.
 ///
 /// Every request asks for the folder's whole count; the library delivers as many items as it likes.
-/// - A delivered page moves the start of the next request behind its items.
-/// - A page that fails moves it by the length of the page before, as if that many items were lost.
-/// - An empty page before the end is a short read: the folder may have lost items, so the caller
-/// may
-///   count it again.
-/// - After 81 empty or failed pages that moved nothing the rest of the folder is given up; at once
-/// if
-///   the last of them was still answered "busy" after its repetitions.
+/// A delivered page moves the start of the next request past its items. A page that fails moves it
+/// by the length of the page before, as if that many items were lost. An empty page before the end
+/// is a short read: the folder may have lost items, and the caller may count it again. The rest of
+/// the folder is given up after 81 empty or failed pages that moved nothing, or at once when such a
+/// page was still answered "busy" after its repetitions.
 class PagedListing {
  public:
   explicit PagedListing(std::uint32_t itemCount) : count(itemCount) {}

@@ -12,8 +12,9 @@ class Device;
 /// The texts of an object that a caller can ask for.
 enum class TrackText { Title, Artist, Album, Genre, Composer, FileName, DateModified };
 
-/// The calls of Access.h for one device, which outlives this; Access.h describes each. Made only
-/// while the device is open. Any thread. What a failing call would fill stays as the caller set it.
+/// The calls of Access.h for one device, which must outlive this object and be open. Access.h
+/// documents each call. Any thread. A call that fails leaves its results as the caller initialised
+/// them.
 class DeviceCalls {
  public:
   explicit DeviceCalls(Device& calledDevice) : device(calledDevice) {}

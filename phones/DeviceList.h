@@ -22,11 +22,11 @@ class DeviceList {
 
   /// Null when the handle is unknown or its device is gone.
   std::shared_ptr<Device> find(t_handle handle);
-  /// The device that the host indexes under this id; null when there is none.
+  /// The device that the host indexes under this id; null if there is none.
   std::shared_ptr<Device> find(const std::string& deviceId);
   /// In the order of their handles.
   std::vector<std::shared_ptr<Device>> all();
-  /// Enters a device of the bus unless it is there already.
+  /// Adds a device of the bus unless it is in the list.
   void add(const deviceBus::BusDevice& bus);
   /// Tells the listener that a device is gone, then removes the device. In this order the listener
   /// knows of the removal before any call answers STATUS_NOT_OK_BAD_HANDLE.

@@ -39,6 +39,7 @@ class DeviceThread {
   struct Task;
 
   static void serve(State& state);
+  /// The caller holds the state's mutex.
   std::shared_ptr<Task> append(std::function<void()> work);
 
   const std::shared_ptr<State> state;  ///< shared with the thread, which may outlive this

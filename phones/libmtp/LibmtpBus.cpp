@@ -40,7 +40,7 @@ bool deviceBus::isPresent(const std::string& path) {
   try {
     return address && UsbBus().has(*address);
   } catch (const std::runtime_error&) {
-    return true;  // as long as the bus cannot be looked at, nobody knows better
+    return true;  // unknown while the bus cannot be read
   }
 }
 
