@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "base/Log.h"
-#include "base/Md5.h"
+#include "base/md5Hex.h"
 
 namespace orvel {
 

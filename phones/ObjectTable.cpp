@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "base/Md5.h"
+#include "base/md5Hex.h"
 #include "phones/ExclusionRules.h"
 
 namespace orvel {

@@ -5,6 +5,8 @@
 #include <thread>
 
 #include "base/Utf8.h"
+#include "base/md5Hex.h"
+#include "base/trackKey.h"
 #include "db/Directory.h"
 #include "db/MetaDataInfo.h"
 #include "db/Playlist.h"
