@@ -12,7 +12,7 @@
 #include "tags/TagStream.h"
 #include "tags/isolation/ChildProcess.h"
 #include "tags/isolation/Patience.h"
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 
 namespace orvel {
 

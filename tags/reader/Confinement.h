@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 
 namespace orvel {
 

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "tags/AudioStream.h"
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 #include "tags/reader/Confinement.h"
 
 namespace orvel {

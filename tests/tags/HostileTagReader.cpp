@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 #include "tags/readTags.h"
 #include "tags/reader/TagService.h"
 

@@ -1,4 +1,4 @@
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 
 #include <cstring>
 #include <type_traits>

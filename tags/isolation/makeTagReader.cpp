@@ -1,4 +1,4 @@
-#include "tags/TagReader.h"
+#include "tags/isolation/makeTagReader.h"
 
 #include <utility>
 
