@@ -84,7 +84,7 @@ std::optional<LeftUndone> MSDMiner::mineGuarded(const FileInfo& file, const Oper
 std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& operation,
                                          Block<MetaDataInfo*>& songs) {
   using Outcome = TagResult::Outcome;
-  TagResult read = reader->next();
+  TagResult read = reader->next(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
   if (read.outcome == Outcome::Interrupted) return LeftUndone::Interrupted;
   if (read.outcome == Outcome::Stalled) return LeftUndone::ReadError;

@@ -9,6 +9,7 @@
 #include "msd/MountPointWatch.h"
 #include "tags/SongTag.h"
 #include "tags/TagReader.h"
+#include "tags/isolation/makeTagReader.h"
 
 namespace orvel {
 

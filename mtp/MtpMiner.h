@@ -6,6 +6,7 @@
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
 #include "tags/TagReader.h"
+#include "tags/isolation/makeTagReader.h"
 
 namespace orvel {
 

@@ -1,6 +1,7 @@
 #include "tags/InProcessTagReader.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "base/retryOnce.h"
@@ -15,7 +16,10 @@ void InProcessTagReader::expect(std::vector<std::string> paths) {
   current = opened = 0;
 }
 
-TagResult InProcessTagReader::next() {
+TagResult InProcessTagReader::next(const std::string& path) {
+  const bool isNext = current < files.size() && files[current].path == path;
+  assert(isNext && "next() asked for a file out of order");
+  if (!isNext) return {TagResult::Outcome::ReaderLost};
   openAhead();
   File& file = files[current++];
   return retryOnce([&] {

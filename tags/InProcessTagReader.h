@@ -14,7 +14,7 @@ class InProcessTagReader : public TagReader {
   explicit InProcessTagReader(std::stop_token token) : stopped(std::move(token)) {}
 
   void expect(std::vector<std::string> paths) override;
-  TagResult next() override;
+  TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
 
  private:

@@ -1,5 +1,6 @@
 #include "tags/isolation/IsolatedTagReader.h"
 
+#include <cassert>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -43,7 +44,11 @@ void IsolatedTagReader::expect(std::vector<std::string> paths) {
   current = handedOver = 0;
 }
 
-TagResult IsolatedTagReader::next() {
+TagResult IsolatedTagReader::next(const std::string& path) {
+  if (inProcess != nullptr) return inProcess->next(path);
+  const bool isNext = current < files.size() && files[current].path == path;
+  assert(isNext && "next() asked for a file out of order");
+  if (!isNext) return {Outcome::ReaderLost};
   tagMessages::Result answer;
   try {
     answer = retryOnce([this] { return answerOrForget(); });
@@ -52,7 +57,7 @@ TagResult IsolatedTagReader::next() {
     throw;
   }
   if (answer.result.outcome == Outcome::ReaderLost && inProcess != nullptr) {
-    return inProcess->next();
+    return inProcess->next(path);
   }
   ++current;
   if (answer.error) throw std::runtime_error(*answer.error);

@@ -25,7 +25,7 @@ class IsolatedTagReader : public TagReader {
   ~IsolatedTagReader() override;
 
   void expect(std::vector<std::string> paths) override;
-  TagResult next() override;
+  TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
   [[nodiscard]] bool isolationFailed() const override { return inProcess != nullptr; }
 

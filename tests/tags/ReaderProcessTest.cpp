@@ -88,10 +88,10 @@ class ReaderProcess : public testing::Test {
   void whileReaderHangs(Look look) {
     const auto reader = readerOf(kEndless);
     reader->expect({good(), bad("hang")});
-    ASSERT_EQ(titleOf(reader->next()), "Good");
+    ASSERT_EQ(titleOf(reader->next(good())), "Good");
     const auto children = childrenOf(getpid());
     ASSERT_THAT(children, SizeIs(1));
-    std::jthread waiting([&] { reader->next(); });
+    std::jthread waiting([&] { reader->next(bad("hang")); });
     look(children.front());
     stop.request_stop();
   }
@@ -115,10 +115,10 @@ TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
     const auto reader = readerOf(kEndless);
     reader->expect(std::vector<std::string>(200, bad("crash")));
     for (int i = 0; i < 200; ++i) {
-      EXPECT_EQ(reader->next().outcome, TagResult::Outcome::Unreadable);
+      EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
     }
     reader->expect({good()});
-    EXPECT_EQ(titleOf(reader->next()), "Good");
+    EXPECT_EQ(titleOf(reader->next(good())), "Good");
     EXPECT_THAT(childrenOf(getpid()), SizeIs(1));
   }
   EXPECT_EQ(openDescriptors(), before);
@@ -150,7 +150,7 @@ TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
   const auto reader = readerOf(kEndless);
   reader->expect(std::vector<std::string>(200, good()));
   for (int i = 0; i < 200; ++i) {
-    EXPECT_EQ(titleOf(reader->next()), "Good") << i;
+    EXPECT_EQ(titleOf(reader->next(good())), "Good") << i;
     // A service manager asks all of a service's processes to end; the kernel kills when memory is
     // short.
     if (i % 20 == 5) kill(childrenOf(getpid()).at(0), i % 40 == 5 ? SIGTERM : SIGKILL);
@@ -165,9 +165,9 @@ TEST_F(ReaderProcess, DiesWithItsHost) {
   if (host == 0) {
     const auto reader = readerOf(kEndless);
     reader->expect(paths);
-    reader->next();
+    reader->next(paths[0]);
     const pid_t process = childrenOf(getpid()).at(0);
-    if (write(ends[1], &process, sizeof process) > 0) reader->next();
+    if (write(ends[1], &process, sizeof process) > 0) reader->next(paths[1]);
     _exit(1);
   }
   pid_t process = 0;
@@ -193,9 +193,10 @@ extern "C" void reapEveryChild(int /*signal*/) {
 TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
   const auto readSome = [&] {
     const auto reader = readerOf(kEndless);
-    reader->expect({good(), bad("crash"), good(), bad("exit"), good()});
+    const std::vector<std::string> paths = {good(), bad("crash"), good(), bad("exit"), good()};
+    reader->expect(paths);
     std::vector<std::string> read;
-    for (int i = 0; i < 5; ++i) read.push_back(titleOf(reader->next()));
+    for (const std::string& path : paths) read.push_back(titleOf(reader->next(path)));
     EXPECT_THAT(read, ElementsAre("Good", "", "Good", "", "Good"));
   };
   std::signal(SIGCHLD, SIG_IGN);
@@ -218,7 +219,8 @@ TEST_F(ReaderProcess, WorksInAHostWithoutStandardDescriptors) {
     for (int number = 0; number < 8; ++number) close(number);
     const auto reader = readerOf(kEndless);
     reader->expect(paths);
-    const bool isRead = titleOf(reader->next()) == "Good" && titleOf(reader->next()) == "Good";
+    const bool isRead =
+        titleOf(reader->next(paths[0])) == "Good" && titleOf(reader->next(paths[1])) == "Good";
     _exit(isRead && !reader->isolationFailed() ? 0 : 1);
   }
   int status = -1;

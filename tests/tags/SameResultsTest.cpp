@@ -17,11 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Everything that a reader tells of its next file.
-std::string nextOf(TagReader& reader) {
+/// Everything that a reader tells of a file.
+std::string resultOf(TagReader& reader, const std::string& path) {
   TagResult read;
   try {
-    read = reader.next();
+    read = reader.next(path);
   } catch (const std::exception& error) {
     return std::string("threw ") + error.what();
   }
@@ -46,8 +46,8 @@ class SameResults : public testing::Test {
     inProcess.expect(paths);
     isolated.expect(paths);
     for (const std::string& path : paths) {
-      const std::string expected = nextOf(inProcess);
-      const std::string actual = nextOf(isolated);
+      const std::string expected = resultOf(inProcess, path);
+      const std::string actual = resultOf(isolated, path);
       EXPECT_TRUE(actual == expected) << path;
     }
     EXPECT_FALSE(isolated.isolationFailed());
@@ -112,6 +112,28 @@ TEST_F(SameResults, OnFilesThatAreDamagedAtRandom) {
     }
   }
   expectSame(paths);
+}
+
+TEST_F(SameResults, ForNoOtherFileThanTheOneThatIsNext) {
+  std::vector<std::string> paths;
+  for (const char* name : {"a.mp3", "b.mp3"}) {
+    paths.push_back(temporary.path(name));
+    writeSong(paths.back(), {name, "X"});
+  }
+  InProcessTagReader inProcess({});
+  IsolatedTagReader isolated({}, ORVEL_TAG_READER);
+  for (TagReader* reader : std::initializer_list<TagReader*>{&inProcess, &isolated}) {
+    reader->expect(paths);
+    const auto expectRefusal = [&](const std::string& path) {
+      EXPECT_DEBUG_DEATH(EXPECT_EQ(reader->next(path).outcome, TagResult::Outcome::ReaderLost),
+                         "out of order");
+    };
+    expectRefusal(paths[1]);
+    for (const std::string& path : paths) {
+      EXPECT_EQ(reader->next(path).values.title.to8Bit(true), fs::path(path).filename());
+    }
+    expectRefusal(paths[1]);
+  }
 }
 
 }  // namespace
