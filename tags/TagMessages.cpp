@@ -25,7 +25,7 @@ class Writer {
     message.append(text);
   }
 
-  /// The text's 16-bit units, which need not be well-formed.
+  /// Writes the text's 16-bit units, which need not be well-formed.
   void text(const TagLib::String& text) {
     number(static_cast<std::uint32_t>(text.size()));
     for (const wchar_t unit : text) number(static_cast<std::uint16_t>(unit));
@@ -34,7 +34,7 @@ class Writer {
   std::string message;
 };
 
-/// Takes values off a message; after the first that is not there all are empty.
+/// Takes values off a message. Returns empty values from the first missing one on.
 class Parser {
  public:
   explicit Parser(std::string_view message) : rest(message) {}
@@ -61,7 +61,7 @@ class Parser {
     return wide;
   }
 
-  /// True when the message was exactly as long as what was taken off it.
+  /// True when every value was there and no byte is left.
   [[nodiscard]] bool isDone() const { return !failed && rest.empty(); }
 
  private:
@@ -77,7 +77,7 @@ class Parser {
   bool failed = false;
 };
 
-/// Does the same with every text of `values`, in one order for both directions.
+/// Applies `action` to every text of `values`, in the same order for both directions.
 template <class Values, class Action>
 void forEachText(Values& values, Action action) {
   for (auto* text :
@@ -87,7 +87,7 @@ void forEachText(Values& values, Action action) {
   for (auto& text : values.sort) action(text);
 }
 
-/// Fills in the length that was left open at the beginning.
+/// Fills in the length that was left blank at the beginning.
 std::string withLength(std::string message) {
   const auto length = static_cast<ResultLength>(message.size() - sizeof(ResultLength));
   std::memcpy(message.data(), &length, sizeof length);
@@ -96,10 +96,17 @@ std::string withLength(std::string message) {
 
 }  // namespace
 
+std::string nameEndingOf(const std::string& path) {
+  constexpr std::size_t kLongest = 16;
+  const std::size_t dot = path.rfind('.');
+  return dot == std::string::npos ? std::string() : path.substr(dot, kLongest);
+}
+
 std::string encodeRequests(const std::vector<FileRequest>& files) {
   Writer writer;
   writer.number(static_cast<std::uint32_t>(files.size()));
   for (const FileRequest& file : files) {
+    writer.number(file.id);
     writer.number(file.bytes);
     writer.bytes(file.ending);
     writer.number(file.isAskedFor);
@@ -113,6 +120,7 @@ std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message)
   if (count > kMostFiles) return std::nullopt;
   std::vector<FileRequest> files(count);
   for (FileRequest& file : files) {
+    file.id = parser.number<std::uint32_t>();
     file.bytes = parser.number<std::int64_t>();
     file.ending = parser.bytes();
     file.isAskedFor = parser.number<std::uint8_t>() != 0;
@@ -170,9 +178,10 @@ std::optional<std::int64_t> decodeAnswer(std::string_view message) {
   return count;
 }
 
-std::string encodeResult(const TagResult& result) {
+std::string encodeResult(std::uint32_t id, const TagResult& result) {
   Writer writer;
   writer.number(ResultLength{0});
+  writer.number(id);
   writer.number(static_cast<std::uint8_t>(result.outcome));
   writer.number(std::uint32_t{result.values.track});
   writer.number(std::int32_t{result.values.disc});
@@ -180,9 +189,10 @@ std::string encodeResult(const TagResult& result) {
   return withLength(std::move(writer.message));
 }
 
-std::string encodeError(std::string_view error) {
+std::string encodeError(std::uint32_t id, std::string_view error) {
   Writer writer;
   writer.number(ResultLength{0});
+  writer.number(id);
   writer.number(kThrown);
   writer.bytes(error);
   return withLength(std::move(writer.message));
@@ -190,8 +200,9 @@ std::string encodeError(std::string_view error) {
 
 std::optional<Result> decodeResult(std::string_view message) {
   Parser parser(message);
-  const auto outcome = parser.number<std::uint8_t>();
   Result decoded;
+  decoded.id = parser.number<std::uint32_t>();
+  const auto outcome = parser.number<std::uint8_t>();
   if (outcome == kThrown) {
     decoded.error = parser.bytes();
   } else if (outcome <= kLastOutcome) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,78 +9,81 @@
 
 #include "tags/TagResult.h"
 
-/// What the library and the tag reader's process tell each other. Both run on one machine and are
-/// built together: numbers are in its own byte order.
+/// The messages between the library and a worker, the process `orvel-tag-reader`. Both run on one
+/// machine, so numbers are in its byte order.
 ///
-/// A socket that keeps messages apart carries the greeting, then requests one way and, for each
-/// that is done with, `kRequestDone` the other way; for a file without a descriptor also questions
-/// and answers about its bytes. Results go through a pipe, each as soon as it
-/// is there: the library knows at which file a reader ended, and yet need not wake up for every
-/// one.
+/// A socket that keeps messages apart carries the greeting, then requests to the worker and
+/// `kRequestDone` back for each that is finished; for a file without a descriptor also questions
+/// about its bytes and their answers. A pipe carries each result as soon as it is ready: the
+/// library knows at which file a worker ended, yet need not wake up for every file.
 namespace orvel::tagMessages {
 
-/// Descriptors in the reader's process.
+/// Descriptors in the worker.
 constexpr int kControlSocket = 3;
 constexpr int kResultPipe = 4;
-/// Changes with every message: the two may come from different builds.
-constexpr std::uint32_t kVersion = 1;
-/// How many files one request hands over at most.
+/// Bump whenever a message format changes; library and worker may be from different builds.
+constexpr std::uint32_t kVersion = 2;
+/// Largest number of files in one request.
 constexpr std::size_t kMostFiles = 16;
-/// How long a message over the socket is at most.
+/// Largest size of a message on the socket.
 constexpr std::size_t kMostMessageBytes = 4096;
-/// How long a result is at most, with all its texts.
+/// Largest size of a result with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{32} << 20;
-/// How many bytes a question may ask for: what a file may cost in all.
+/// Largest number of bytes that a question may ask for, equal to the budget of a whole file.
 constexpr std::int64_t kMostAskedBytes = 32LL << 20;
 constexpr char kRequestDone = 'D';
 
-/// How the reader's process ends by itself.
+/// Exit statuses of a worker.
 enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
 
-/// What keeps the reader's process in bounds, beside its limits.
+/// The confinement of a worker beside its limits.
 struct Confinement {
-  bool systemCalls = false;  ///< no other system call than those that reading takes
-  bool files = false;        ///< no way to any file by name
+  bool systemCalls = false;  ///< only the system calls that reading needs
+  bool files = false;        ///< no access to any file by name
 };
 
-/// A file that a request hands over.
+/// One file of a request.
 struct FileRequest {
+  std::uint32_t id = 0;  ///< repeated in the result, so that no other file can get it
   std::int64_t bytes = 0;
   std::string ending;       ///< of the file's name, with the dot
-  bool isAskedFor = false;  ///< no descriptor goes along: each byte must be asked for
+  bool isAskedFor = false;  ///< sent without descriptor: the worker asks for its bytes
 };
 
-/// A part of the file that is asked for.
+/// A part of the file that the worker asks for.
 struct ByteRange {
   std::int64_t start = 0;
   std::int64_t length = 0;
 };
 
-/// A result, or what the parser threw.
+/// The result of one file, or the text of the parser's exception.
 struct Result {
+  std::uint32_t id = 0;
   TagResult result;
   std::optional<std::string> error;
 };
 
+/// The end of a file's name from its last dot on, by which the parser chooses the format.
+std::string nameEndingOf(const std::string& path);
+
 std::string encodeRequests(const std::vector<FileRequest>& files);
 std::string encodeGreeting(Confinement confinement);
 std::string encodeQuestion(const ByteRange& range);
-/// @param count  how many bytes lie in the file whose descriptor goes along; negative after an
-/// error
+/// @param count  number of bytes in the file whose descriptor is sent along; negative after an
+///               error
 std::string encodeAnswer(std::int64_t count);
-/// What stands before each result in the pipe: its length.
+/// Precedes each result in the pipe.
 using ResultLength = std::uint32_t;
-/// With the length before it.
-std::string encodeResult(const TagResult& result);
-std::string encodeError(std::string_view error);
+/// Includes the length.
+std::string encodeResult(std::uint32_t id, const TagResult& result);
+std::string encodeError(std::uint32_t id, std::string_view error);
 
-// Each gives nothing when the message is not what it should be: the reader may be in the hands of
-// the file that it reads.
+// Each decoder returns nothing for a malformed message: a file may have taken the worker over.
 std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message);
 std::optional<Confinement> decodeGreeting(std::string_view message);
 std::optional<ByteRange> decodeQuestion(std::string_view message);
 std::optional<std::int64_t> decodeAnswer(std::string_view message);
-/// Without the length.
+/// @param message  without the length
 std::optional<Result> decodeResult(std::string_view message);
 
 }  // namespace orvel::tagMessages

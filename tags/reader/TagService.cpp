@@ -28,10 +28,10 @@ namespace {
 
 using namespace tagMessages;
 
-/// Shorter than the library's: what a slow device gave in time is better than nothing.
+/// Less than the library's limit, so that a slow device still yields the part read in time.
 constexpr std::chrono::milliseconds kReadTime{4000};
 
-/// What the library says.
+/// A message from the library.
 struct Message {
   std::string text;
   std::vector<Descriptor> descriptors;
@@ -54,7 +54,7 @@ std::vector<Descriptor> takeDescriptors(msghdr& message) {
   return taken;
 }
 
-/// Nothing when the library is gone.
+/// Waits for a message; returns nothing when the library is gone.
 std::optional<Message> receiveMessage() {
   std::array<char, kMostMessageBytes> text;
   alignas(cmsghdr) std::array<char, CMSG_SPACE(kMostFiles * sizeof(int))> rights{};
@@ -81,7 +81,7 @@ bool sendMessage(std::string_view text) {
   return sendmsg(kControlSocket, &message, MSG_NOSIGNAL) >= 0;
 }
 
-/// The same for a result.
+/// Returns false when the library is gone.
 bool writeResult(std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(kResultPipe, text.data(), text.size());
@@ -91,7 +91,7 @@ bool writeResult(std::string_view text) {
   return true;
 }
 
-/// A file that only the library can read.
+/// A file that only the library can read: asks it for every part.
 class AskedStream : public TagStream {
  public:
   explicit AskedStream(const FileRequest& file) : TagStream(file.ending, {}, kReadTime) {
@@ -113,24 +113,24 @@ class AskedStream : public TagStream {
   }
 };
 
-std::string resultOf(TagStream& stream, ReadingDepth depth, ReadTags read) {
+std::string resultOf(std::uint32_t id, TagStream& stream, ReadingDepth depth, ReadTags read) {
   try {
-    return encodeResult(read(stream, depth));
+    return encodeResult(id, read(stream, depth));
   } catch (const std::exception& error) {
-    return encodeError(error.what());
+    return encodeError(id, error.what());
   }
 }
 
 std::string resultOf(const FileRequest& file, Descriptor descriptor, ReadTags read) {
   if (file.isAskedFor) {
     AskedStream stream(file);
-    return resultOf(stream, ReadingDepth::Tag, read);
+    return resultOf(file.id, stream, ReadingDepth::Tag, read);
   }
   AudioStream stream({std::move(descriptor), file.bytes}, file.ending, {}, kReadTime);
-  return resultOf(stream, ReadingDepth::TagAndAudio, read);
+  return resultOf(file.id, stream, ReadingDepth::TagAndAudio, read);
 }
 
-/// Returns false when the library is gone, or says what cannot be understood.
+/// Answers one request. Returns false when the library is gone or the request is malformed.
 bool serve(Message request, ReadTags read) {
   const auto files = decodeRequests(request.text);
   if (!files) return false;
@@ -150,7 +150,7 @@ int serveTags(ReadTags read) {
     std::cerr << "orvel-tag-reader is started by Orvel itself and of no use by hand.\n";
     return NotStartedByLibrary;
   }
-  // A parser without memory is not asked to go on: a fresh process has all of it.
+  // Out of memory, end at once: a fresh worker starts with all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
   if (!sendMessage(encodeGreeting(confineProcess()))) return NoConnection;
   while (auto request = receiveMessage()) {
