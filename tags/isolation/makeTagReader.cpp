@@ -11,7 +11,7 @@ namespace orvel {
 
 namespace {
 
-/// What the host has chosen. Never destroyed: requests may begin until the process ends.
+/// The host's choice. Never destroyed, because requests may begin until the process ends.
 struct Choice {
   Mutex mutex;
   TagReading reading ORVEL_GUARDED_BY(mutex) = TagReading::InProcess;

@@ -13,7 +13,7 @@
 
 #include "tags/TagMessages.h"
 #include "tags/readTags.h"
-#include "tags/reader/TagService.h"
+#include "tags/worker/serveTags.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tags/reader/TagService.h"
+#include "tags/worker/serveTags.h"
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -20,7 +20,7 @@
 
 #include "tags/AudioStream.h"
 #include "tags/TagMessages.h"
-#include "tags/reader/Confinement.h"
+#include "tags/worker/Confinement.h"
 
 namespace orvel {
 
