@@ -23,14 +23,15 @@ TagResult InProcessTagReader::next(const std::string& path) {
   openAhead();
   File& file = files[current++];
   return retryOnce([&] {
-    // A first attempt uses it up, and what could not be opened then may be by now.
+    // The first attempt consumed the file, or could not open it.
     if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
     AudioStream stream(std::move(file.audio), file.path, stopped);
     return readTags(stream, ReadingDepth::TagAndAudio);
   });
 }
 
-/// Without memory of its own: each call of `next` is for one file, whatever fails.
+/// Allocates nothing that could fail after `current` has advanced, so that each call of `next` is
+/// for one file.
 void InProcessTagReader::openAhead() {
   const std::size_t end = std::min(files.size(), current + 1 + kFilesAhead);
   for (; opened < end; ++opened) files[opened].audio = AudioFile::open(files[opened].path);
