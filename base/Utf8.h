@@ -7,11 +7,11 @@
 
 namespace orvel::utf8 {
 
-constexpr char32_t replacement = 0xFFFD;
+constexpr char32_t kReplacement = 0xFFFD;
 
 /// One character at the start of a text.
 struct Character {
-  char32_t code = replacement;
+  char32_t code = kReplacement;
   unsigned size = 1;   ///< in bytes
   bool valid = false;  ///< false for an ill-formed part; `code` is U+FFFD then
 };
@@ -30,7 +30,7 @@ inline Character first(std::string_view text) {
   unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
   char32_t code = lead & (0xFFU >> (length + 1));
   for (unsigned i = 1; i < length; ++i) {
-    if (i == text.size() || byte(i) < low || byte(i) > high) return {replacement, i, false};
+    if (i == text.size() || byte(i) < low || byte(i) > high) return {kReplacement, i, false};
     code = code << 6 | (byte(i) & 0x3F);
     low = 0x80;
     high = 0xBF;

@@ -8,14 +8,16 @@ namespace orvel {
 /// How probable pairs of letters are in the texts of one language. Alphabetic scripts only.
 struct AlphabetModel {
   /// Symbols that every model has, before its letters.
-  enum Symbol : std::uint8_t { blank, digit, punctuation, typographic, odd, foreign, fixedSymbols };
+  enum Symbol : std::uint8_t { Blank, Digit, Punctuation, Typographic, Odd, Foreign, FixedSymbols };
 
   std::u16string_view letters;  ///< lower-case letters beyond ASCII, in code point order
   bool latin;                   ///< a to z are 26 symbols before `letters`; otherwise they are one
   std::string_view costs;       ///< a square matrix of printable digits
 
   /// Number of symbols, which is one side of the matrix.
-  unsigned size() const { return fixedSymbols + (latin ? 26 : 1) + unsigned(letters.size()); }
+  unsigned size() const {
+    return FixedSymbols + (latin ? 26 : 1) + static_cast<unsigned>(letters.size());
+  }
 
   /// What a character is to this model.
   std::uint8_t symbol(char32_t character) const;

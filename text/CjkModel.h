@@ -10,17 +10,17 @@ namespace orvel {
 struct CjkModel {
   /// Kinds of characters.
   enum Class : std::uint8_t {
-    blank,
-    letter,
-    ascii,
-    hiragana,
-    katakana,
-    han,
-    hangul,
-    halfWidth,
-    mark,
-    rare,
-    classes
+    Blank,
+    Letter,
+    Ascii,
+    Hiragana,
+    Katakana,
+    Han,
+    Hangul,
+    HalfWidth,
+    Mark,
+    Rare,
+    Classes
   };
 
   std::string_view cells;     ///< levels of the cells of an encoding's table, two in each digit

@@ -9,7 +9,7 @@
 namespace orvel {
 
 /// The encoding that the texts of one track most probably have in common.
-/// @param texts        at most `TrackScore::maxTexts`, each with bytes outside ASCII
+/// @param texts        at most `TrackScore::kMaxTexts`, each with bytes outside ASCII
 /// @param unicodeSeen  another text of the track came as Unicode, from a tagger that knows about
 ///                     encodings: anything but windows-1252 is improbable
 /// @param region       whose encodings are preferred in doubt

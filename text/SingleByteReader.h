@@ -15,7 +15,7 @@ namespace orvel {
 std::span<const AlphabetModel* const> alphabetModels();
 
 /// How many of them are in Latin script.
-constexpr size_t latinModels = 22;
+constexpr std::size_t kLatinModels = 22;
 
 /// What the bytes of an eight-bit encoding are to the models of the languages written in it.
 struct SingleByteReader {
@@ -23,7 +23,7 @@ struct SingleByteReader {
 
   std::array<LetterCase, 256> cases{};
   std::array<bool, 256> meaningless{};  ///< bytes that no text of this encoding has
-  size_t firstModel = 0;                ///< the languages are neighbours among `alphabetModels()`
+  std::size_t firstModel = 0;           ///< the languages are neighbours among `alphabetModels()`
   std::vector<Symbols> symbols;         ///< of each of the languages
 
   /// The reader of an eight-bit encoding; lives for ever. Any thread.

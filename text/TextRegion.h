@@ -7,20 +7,20 @@ namespace orvel {
 /// Where a device's music probably comes from. In doubt the encodings of that region are preferred;
 /// clear cases do not change.
 enum class TextRegion : unsigned char {
-  neutral,
-  centralEurope,
-  turkey,
-  baltic,
-  vietnam,
-  easternEurope,
-  greece,
-  arabia,
-  israel,
-  thailand,
-  china,
-  taiwan,
-  japan,
-  korea
+  Neutral,
+  CentralEurope,
+  Turkey,
+  Baltic,
+  Vietnam,
+  EasternEurope,
+  Greece,
+  Arabia,
+  Israel,
+  Thailand,
+  China,
+  Taiwan,
+  Japan,
+  Korea
 };
 
 /// Chooses the region for the tracks that are guessed from now on; at start it is neutral. Any

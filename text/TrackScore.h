@@ -18,12 +18,12 @@ namespace orvel {
 /// them best together counts.
 class TrackScore {
  public:
-  static constexpr size_t maxTexts = 5;
+  static constexpr std::size_t kMaxTexts = 5;
 
   /// Costs are negative logarithms of probabilities in this fraction of a nat.
-  static constexpr unsigned nat = 6;
+  static constexpr unsigned kNat = 6;
 
-  /// Prepares for texts, at most `maxTexts`, whose bytes must outlive this object. Of very long
+  /// Prepares for texts, at most `kMaxTexts`, whose bytes must outlive this object. Of very long
   /// ones the start decides.
   explicit TrackScore(std::span<const std::string_view> texts);
 
@@ -39,16 +39,16 @@ class TrackScore {
     std::string_view bytes;
     std::vector<BytePair> pairs;  ///< neighbours of which one is not ASCII; the ends are blanks
   };
-  using TextCosts = std::array<unsigned, maxTexts>;
+  using TextCosts = std::array<unsigned, kMaxTexts>;
   class LanguageCosts;
 
   unsigned singleByteCost(Encoding encoding, unsigned limit) const;
   unsigned multiByteCost(Encoding encoding, unsigned limit) const;
   unsigned utf8Cost() const;
-  unsigned asciiCost(size_t model, size_t text) const;
+  unsigned asciiCost(std::size_t model, std::size_t text) const;
 
-  std::array<Text, maxTexts> texts;
-  size_t count;
+  std::array<Text, kMaxTexts> texts;
+  std::size_t count;
   // What the pairs within ASCII cost in each Latin language; every encoding reads these alike.
   std::vector<TextCosts> asciiCosts;
   TextCosts leastAscii{};

@@ -2,7 +2,7 @@
 
 namespace orvel {
 
-enum class LetterCase : unsigned char { none, lower, upper };
+enum class LetterCase : unsigned char { None, Lower, Upper };
 
 /// The lower-case form of a Latin, Greek or Cyrillic letter of the eight-bit encodings; other
 /// characters unchanged. The dotted capital I of Turkish stays, as it has no single counterpart.
@@ -41,10 +41,10 @@ constexpr char32_t lowerCase(char32_t c) {
 
 /// Upper, lower or without case, for the letters that `lowerCase` knows.
 constexpr LetterCase letterCase(char32_t c) {
-  if (c == 0x130 || lowerCase(c) != c) return LetterCase::upper;
+  if (c == 0x130 || lowerCase(c) != c) return LetterCase::Upper;
   const bool lower = (c >= 'a' && c <= 'z') || (c >= 0xDF && c <= 0x24F && c != 0xF7) ||
                      (c >= 0x3AC && c <= 0x3CE) || (c >= 0x430 && c <= 0x45F) || c == 0x491;
-  return lower ? LetterCase::lower : LetterCase::none;
+  return lower ? LetterCase::Lower : LetterCase::None;
 }
 
 }  // namespace orvel

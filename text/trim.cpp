@@ -6,6 +6,7 @@
 #include "base/Utf8.h"
 
 namespace orvel {
+
 namespace {
 
 bool isControl(char32_t c) {
@@ -27,11 +28,11 @@ std::string_view withoutPadding(std::string_view bytes) {
 }  // namespace
 
 std::string trim(const char* text, unsigned length) {
-  if (!text) return {};
+  if (text == nullptr) return {};
   std::string_view rest = withoutPadding({text, length});
   std::string out;
   out.reserve(rest.size());
-  size_t end = 0;  // of the last character worth keeping
+  std::size_t end = 0;  // of the last character worth keeping
   bool inControls = false;
   while (!rest.empty()) {
     const utf8::Character character = utf8::take(rest);
@@ -44,7 +45,7 @@ std::string trim(const char* text, unsigned length) {
     }
     inControls = control;
     // U+FFFD at the end stands for a sequence that was cut off there.
-    if (!isBlank(character.code) && character.code != utf8::replacement) end = out.size();
+    if (!isBlank(character.code) && character.code != utf8::kReplacement) end = out.size();
   }
   out.resize(end);
   return out;

@@ -23,7 +23,7 @@ class TextEncodingTest : public testing::Test {
   void SetUp() override { initTrack(&track); }
   void TearDown() override {
     destroyTrack(&track);
-    setTextRegion(TextRegion::neutral);
+    setTextRegion(TextRegion::Neutral);
   }
 
   void title(std::string_view bytes, const char* encoding = "ISO-8859-1") {
@@ -163,7 +163,7 @@ TEST_F(TextEncodingTest, cutCharactersAreDropped) {
 TEST_F(TextEncodingTest, regionDecidesInDoubt) {
   const std::string_view doubtful = "Akal\xFDn";
   EXPECT_EQ(guessedTitle(doubtful), "Akalýn");
-  setTextRegion(TextRegion::turkey);
+  setTextRegion(TextRegion::Turkey);
   EXPECT_EQ(guessedTitle(doubtful), "Akalın");
   EXPECT_EQ(guessedTitle("Mot\xF6rhead"), "Motörhead");
 }
@@ -196,7 +196,7 @@ TEST_F(TextEncodingTest, anyBytesGiveValidUtf8) {
     expectValid();
   }
   std::string large(1 << 20, '\xA4');
-  for (size_t i = 0; i < large.size(); i += 3) large[i] = static_cast<char>(random());
+  for (std::size_t i = 0; i < large.size(); i += 3) large[i] = static_cast<char>(random());
   title(large);
   artist(std::string(1 << 20, '\xFF'));
   album(std::string(1 << 20, '\0'));

@@ -5,6 +5,7 @@
 #include <new>
 
 namespace orvel {
+
 namespace {
 
 int digit(char c) {
@@ -17,7 +18,7 @@ int digit(char c) {
 std::optional<std::string> fromHex(std::string_view hex) {
   if (hex.size() % 2 != 0) return std::nullopt;
   std::string bytes;
-  for (size_t i = 0; i < hex.size(); i += 2) {
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
     const int high = digit(hex[i]), low = digit(hex[i + 1]);
     if (high < 0 || low < 0) return std::nullopt;
     bytes += static_cast<char>(high * 16 + low);
@@ -26,8 +27,8 @@ std::optional<std::string> fromHex(std::string_view hex) {
 }
 
 using Setter = void (*)(TrackRecord*, const char*, unsigned, const char*);
-constexpr std::array<Setter, 5> setters{setTrackTitle, setTrackArtist, setTrackAlbum, setTrackGenre,
-                                        setTrackComposer};
+constexpr std::array<Setter, 5> kSetters{setTrackTitle, setTrackArtist, setTrackAlbum,
+                                         setTrackGenre, setTrackComposer};
 
 /// Appends a text with blanks in place of control characters.
 void print(const TrackText& text, std::string& out) {
@@ -49,18 +50,18 @@ void TrackRelease::operator()(TrackRecord* track) const {
 }
 
 bool TaggedTrack::read(std::string_view line) {
-  for (size_t i = 0; i < setters.size(); ++i) {
-    const size_t tab = line.find('\t');
+  for (std::size_t i = 0; i < kSetters.size(); ++i) {
+    const std::size_t tab = line.find('\t');
     const bool last = tab == std::string_view::npos;
-    if (last != (i + 1 == setters.size())) return false;
+    if (last != (i + 1 == kSetters.size())) return false;
     std::string_view field = line.substr(0, tab);
     const bool unicode = field.starts_with("u:");
     if (unicode) field.remove_prefix(2);
     const std::optional<std::string> bytes = fromHex(field);
     if (!bytes) return false;
     if (!bytes->empty()) {
-      setters[i](&record, bytes->data(), static_cast<unsigned>(bytes->size()),
-                 unicode ? "UTF-8" : "ISO-8859-1");
+      kSetters[i](&record, bytes->data(), static_cast<unsigned>(bytes->size()),
+                  unicode ? "UTF-8" : "ISO-8859-1");
     }
     line.remove_prefix(last ? line.size() : tab + 1);
   }
@@ -69,7 +70,7 @@ bool TaggedTrack::read(std::string_view line) {
 
 GuessedTrack TaggedTrack::guess() const {
   GuessedTrack guessed(guess_and_convert_by_prio(&record, "ISO-8859-1"));
-  if (!guessed) throw std::bad_alloc();
+  if (guessed == nullptr) throw std::bad_alloc();
   return guessed;
 }
 

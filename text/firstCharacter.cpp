@@ -1,12 +1,16 @@
+#include "text/firstCharacter.h"
+
+#include <cassert>
+
 #include "base/Utf8.h"
 #include "text/CodeTables.h"
-#include "text/Encoding.h"
 #include "text/MissingCharacters.h"
 
 namespace orvel {
+
 namespace {
 
-constexpr unsigned noCell = ~0U;
+constexpr unsigned kNoCell = ~0U;
 
 constexpr bool within(unsigned value, unsigned low, unsigned high) {
   return value >= low && value <= high;
@@ -14,14 +18,14 @@ constexpr bool within(unsigned value, unsigned low, unsigned high) {
 
 /// A character of a table, or an invalid one.
 Decoded fromTable(std::u16string_view table, unsigned index, unsigned size,
-                  unsigned cell = noCell) {
-  const char32_t code = index < table.size() ? table[index] : utf8::replacement;
-  return {code, size, code != utf8::replacement, cell};
+                  unsigned cell = kNoCell) {
+  const char32_t code = index < table.size() ? table[index] : utf8::kReplacement;
+  return {code, size, code != utf8::kReplacement, cell};
 }
 
 /// The same for a character that was computed.
 Decoded computed(char32_t code, unsigned size) {
-  return {code, size, code != utf8::replacement, noCell};
+  return {code, size, code != utf8::kReplacement, kNoCell};
 }
 
 /// Han characters that GB 2312 lacks, in the order in which GBK has them.
@@ -55,34 +59,35 @@ const MissingCharacters& gb18030Rest() {
 Decoded gb18030(unsigned lead, unsigned trail) {
   if (lead >= 0xA1 && trail >= 0xA1) {
     const unsigned index = (lead - 0xA1) * 94 + trail - 0xA1;
-    constexpr unsigned firstHan = (0xB0 - 0xA1) * 94;
-    return fromTable(gb2312Table, index, 2, index < firstHan ? noCell : index - firstHan);
+    constexpr unsigned kFirstHan = (0xB0 - 0xA1) * 94;
+    return fromTable(gb2312Table, index, 2, index < kFirstHan ? kNoCell : index - kFirstHan);
   }
   if (!within(trail, 0x40, 0xFE) || trail == 0x7F) return {};
   const unsigned column = trail - 0x40 - (trail > 0x7F);
   if (lead < 0xA1) return computed(gbkHan().at((lead - 0x81) * 190 + column), 2);
   if (within(lead, 0xA8, 0xA9)) return fromTable(gbkSymbolTable, (lead - 0xA8) * 96 + column, 2);
   if (lead < 0xAA) return {};
-  constexpr unsigned first = 32 * 190, last = 14139;
-  const unsigned number = first + (lead - 0xAA) * 96 + column;
-  return number < last ? computed(gbkHan().at(number), 2)
-                       : fromTable(gbkTailTable, number - last, 2);
+  constexpr unsigned kFirst = 32 * 190;
+  constexpr unsigned kEnd = 14139;
+  const unsigned number = kFirst + (lead - 0xAA) * 96 + column;
+  return number < kEnd ? computed(gbkHan().at(number), 2)
+                       : fromTable(gbkTailTable, number - kEnd, 2);
 }
 
 /// Four bytes, of which the second and the fourth are digits.
 Decoded gb18030Long(std::string_view bytes) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
   if (bytes.size() < 4) {
     const bool cut = bytes.size() < 3 || within(byte(2), 0x81, 0xFE);
-    return {.size = cut ? unsigned(bytes.size()) : 1, .cut = cut};
+    return {.size = cut ? static_cast<unsigned>(bytes.size()) : 1, .cut = cut};
   }
   if (!within(byte(2), 0x81, 0xFE) || !within(byte(3), 0x30, 0x39)) return {};
   const unsigned number =
       (((byte(0) - 0x81U) * 10 + byte(1) - 0x30U) * 126 + byte(2) - 0x81U) * 10 + byte(3) - 0x30U;
-  constexpr unsigned supplementary = 189000;
-  if (number < supplementary) return computed(gb18030Rest().at(number), 4);
-  const char32_t code = 0x10000 + number - supplementary;
-  return computed(code <= 0x10FFFF ? code : utf8::replacement, 4);
+  constexpr unsigned kSupplementary = 189000;
+  if (number < kSupplementary) return computed(gb18030Rest().at(number), 4);
+  const char32_t code = 0x10000 + number - kSupplementary;
+  return computed(code <= 0x10FFFF ? code : utf8::kReplacement, 4);
 }
 
 Decoded big5(unsigned lead, unsigned trail) {
@@ -90,21 +95,21 @@ Decoded big5(unsigned lead, unsigned trail) {
   if (!low && !within(trail, 0xA1, 0xFE)) return {};
   if (lead < 0xA1) return {.size = low ? 1U : 2U};
   const unsigned index = (lead - 0xA1) * 157 + (low ? trail - 0x40 : trail - 0xA1 + 63);
-  constexpr unsigned firstHan = (0xA4 - 0xA1) * 157;
-  return fromTable(big5Table, index, 2, index < firstHan ? noCell : index - firstHan);
+  constexpr unsigned kFirstHan = (0xA4 - 0xA1) * 157;
+  return fromTable(big5Table, index, 2, index < kFirstHan ? kNoCell : index - kFirstHan);
 }
 
 /// A row and a cell of the Japanese table, both counted from 1.
 Decoded japanese(unsigned row, unsigned cell, unsigned size) {
-  constexpr unsigned kanaRow = 4;
-  const unsigned place = within(row, kanaRow, 84) ? (row - kanaRow) * 94 + cell - 1 : noCell;
+  constexpr unsigned kKanaRow = 4;
+  const unsigned place = within(row, kKanaRow, 84) ? (row - kKanaRow) * 94 + cell - 1 : kNoCell;
   // The table has no lines for the rows without characters.
-  unsigned line = noCell;
+  unsigned line = kNoCell;
   if (within(row, 1, 8)) line = row - 1;
   if (row == 13) line = 8;
   if (within(row, 16, 84)) line = row - 16 + 9;
   if (within(row, 115, 119)) line = row - 115 + 78;
-  if (line == noCell) return {.size = size};
+  if (line == kNoCell) return {.size = size};
   return fromTable(jisTable, line * 94 + cell - 1, size, place);
 }
 
@@ -119,8 +124,8 @@ Decoded shiftJis(unsigned lead, unsigned trail) {
 Decoded korean(unsigned lead, unsigned trail) {
   if (lead >= 0xA1 && trail >= 0xA1) {
     const unsigned index = (lead - 0xA1) * 94 + trail - 0xA1;
-    constexpr unsigned firstHangul = (0xB0 - 0xA1) * 94;
-    return fromTable(koreanTable, index, 2, index < firstHangul ? noCell : index - firstHangul);
+    constexpr unsigned kFirstHangul = (0xB0 - 0xA1) * 94;
+    return fromTable(koreanTable, index, 2, index < kFirstHangul ? kNoCell : index - kFirstHangul);
   }
   static const MissingCharacters extension = [] {
     MissingCharacters missing(0xAC00, 0xD7A3);
@@ -128,11 +133,11 @@ Decoded korean(unsigned lead, unsigned trail) {
     missing.count();
     return missing;
   }();
-  unsigned column = noCell;
+  unsigned column = kNoCell;
   if (within(trail, 0x41, 0x5A)) column = trail - 0x41;
   if (within(trail, 0x61, 0x7A)) column = trail - 0x61 + 26;
   if (within(trail, 0x81, 0xFE)) column = trail - 0x81 + 52;
-  if (column == noCell) return {};
+  if (column == kNoCell) return {};
   if (lead <= 0xA0) return computed(extension.at((lead - 0x81) * 178 + column), 2);
   return column < 84 ? computed(extension.at(32 * 178 + (lead - 0xA1) * 84 + column), 2)
                      : Decoded{};
@@ -140,10 +145,10 @@ Decoded korean(unsigned lead, unsigned trail) {
 
 /// The table is a vendor's; outside Shift_JIS these characters have the meaning of the standard.
 char32_t standardJapanese(char32_t code) {
-  constexpr std::u32string_view vendor = U"\uFF5E\u2225\uFF0D\uFFE0\uFFE1\uFFE2";
-  constexpr std::u32string_view standard = U"\u301C\u2016\u2212\u00A2\u00A3\u00AC";
-  const size_t place = vendor.find(code);
-  return place == std::u32string_view::npos ? code : standard[place];
+  constexpr std::u32string_view kVendor = U"\uFF5E\u2225\uFF0D\uFFE0\uFFE1\uFFE2";
+  constexpr std::u32string_view kStandard = U"\u301C\u2016\u2212\u00A2\u00A3\u00AC";
+  const std::size_t place = kVendor.find(code);
+  return place == std::u32string_view::npos ? code : kStandard[place];
 }
 
 /// Half-width katakana follow a lead byte of their own in EUC-JP.
@@ -159,34 +164,35 @@ Decoded eucJp(std::string_view bytes, unsigned lead, unsigned trail) {
 }
 
 bool isLead(Encoding encoding, unsigned byte) {
-  if (encoding == Encoding::eucJp) return within(byte, 0xA1, 0xFE) || within(byte, 0x8E, 0x8F);
-  if (encoding == Encoding::shiftJis) return within(byte, 0x81, 0x9F) || within(byte, 0xE0, 0xFC);
+  if (encoding == Encoding::EucJp) return within(byte, 0xA1, 0xFE) || within(byte, 0x8E, 0x8F);
+  if (encoding == Encoding::ShiftJis) return within(byte, 0x81, 0x9F) || within(byte, 0xE0, 0xFC);
   return within(byte, 0x81, 0xFE);
 }
 
 }  // namespace
 
 Decoded firstCharacter(Encoding encoding, std::string_view bytes) {
+  assert(!bytes.empty() && !isSingleByte(encoding));
   const unsigned lead = static_cast<unsigned char>(bytes[0]);
   if (lead < 0x80) return {lead, 1, true};
-  if (encoding == Encoding::utf8) {
+  if (encoding == Encoding::Utf8) {
     const utf8::Character character = utf8::first(bytes);
     const bool cut = !character.valid && character.size == bytes.size() && lead >= 0xC2;
-    return {character.code, character.size, character.valid, noCell, cut};
+    return {character.code, character.size, character.valid, kNoCell, cut};
   }
-  if (encoding == Encoding::shiftJis && within(lead, 0xA1, 0xDF))
+  if (encoding == Encoding::ShiftJis && within(lead, 0xA1, 0xDF))
     return computed(0xFF61 + lead - 0xA1, 1);
   if (!isLead(encoding, lead)) return {};
   if (bytes.size() == 1) return {.cut = true};
   const unsigned trail = static_cast<unsigned char>(bytes[1]);
   switch (encoding) {
-    case Encoding::gb18030:
+    case Encoding::Gb18030:
       return within(trail, 0x30, 0x39) ? gb18030Long(bytes) : gb18030(lead, trail);
-    case Encoding::big5:
+    case Encoding::Big5:
       return big5(lead, trail);
-    case Encoding::shiftJis:
+    case Encoding::ShiftJis:
       return shiftJis(lead, trail);
-    case Encoding::eucKr:
+    case Encoding::EucKr:
       return korean(lead, trail);
     default:
       return eucJp(bytes, lead, trail);
