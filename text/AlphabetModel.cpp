@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-/// Marks of ordinary typesetting; other characters that are no letters are rare in tags.
+/// Marks of ordinary typesetting. All other characters that are no letters are rare in tags.
 bool isTypographic(char32_t c) {
   constexpr std::u16string_view kMarks =
       u"\u00A0\u00A9\u00AB\u00AE\u00B0\u00B4\u00B7\u00BB\u2010\u2011\u2012\u2013\u2014\u2018\u2019"
@@ -21,8 +21,8 @@ bool isOddMark(char32_t c) {
   return c < 0xC0 || c == 0xD7 || c == 0xF7 || (c >= 0x2B0 && c < 0x370) || c >= 0x2000;
 }
 
-/// Romanian letters with a comma below are also written with a cedilla, the only form that most of
-/// the eight-bit encodings have.
+/// Maps Romanian letters with a comma below to those with a cedilla, the only form that most
+/// eight-bit encodings have.
 char32_t withCedilla(char32_t c) {
   if (c == 0x219) return 0x15F;
   return c == 0x21B ? 0x163 : c;

@@ -20,7 +20,7 @@ bool isHan(char32_t c) {
          within(c, 0x20000, 0x3FFFD) || within(c, 0x3005, 0x3007);
 }
 
-/// Letters only: Chinese texts use the middle dot and the length mark as well.
+/// Letters only, because Chinese texts use the middle dot and the length mark too.
 bool isKana(char32_t c) {
   return within(c, 0x3041, 0x3096) || within(c, 0x309D, 0x309F) || within(c, 0x30A1, 0x30FA) ||
          within(c, 0x30FD, 0x30FF) || within(c, 0x31F0, 0x31FF) || within(c, 0xFF66, 0xFF6F) ||
@@ -44,14 +44,14 @@ bool isLatinLetter(char32_t c) {
   return within(c, 'a', 'z') || (within(c, 0xC0, 0x24F) && c != 0xD7 && c != 0xF7);
 }
 
-/// Quotes, brackets and marks that do not count when a text is looked up by its first letter.
+/// Quotes, brackets and marks that are ignored when people look a text up by its first letter.
 bool isOpening(char32_t c) {
   return std::u32string_view(U"\"'([{<.-~*#_/«»‹›・〜･").find(c) != std::u32string_view::npos ||
          within(c, 0x2010, 0x2027) || within(c, 0x3001, 0x3003) || within(c, 0x3008, 0x3011) ||
          within(c, 0x3014, 0x301F) || within(c, 0xFE30, 0xFE4F) || within(c, 0xFF61, 0xFF65);
 }
 
-/// Punctuation behind which a blank stands in Latin script.
+/// Punctuation that a blank follows in Latin script.
 bool isClosing(char32_t c) {
   return std::u32string_view(U".,:;?!)]}。、").find(c) != std::u32string_view::npos;
 }
@@ -63,7 +63,7 @@ constexpr std::u32string_view kHalfWidthKana =
     U"をぁぃぅぇぉゃゅょっーあいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほまみむめも"
     U"やゆよらりるれろわん\u3099\u309A";
 
-/// Half-width letters and blanks, hiragana for katakana; other characters unchanged.
+/// Makes letters and blanks half-width, letters lower case, and katakana hiragana.
 char32_t fold(char32_t c) {
   if (within(c, 0xFF01, 0xFF5E)) c -= 0xFEE0;
   if (within(c, 'A', 'Z')) return c + 0x20;
@@ -73,7 +73,7 @@ char32_t fold(char32_t c) {
   return c;
 }
 
-/// The kana with a voiced or semi-voiced mark joined to it; 0 when there is none.
+/// Joins a kana with a voiced or semi-voiced mark; returns 0 when they form no character.
 char32_t voiced(char32_t kana, char32_t mark) {
   const bool haRow = within(kana, U'は', U'ほ') && (kana - U'は') % 3 == 0;
   if (mark == kSemiVoicedMark) return haRow ? kana + 2 : 0;
@@ -83,8 +83,8 @@ char32_t voiced(char32_t kana, char32_t mark) {
   return plain ? kana + 1 : 0;
 }
 
-/// The Hangul syllable of a leading consonant and a vowel, or of a syllable and a closing consonant
-/// (the Unicode standard, chapter 3.12); 0 when they form none.
+/// Joins a leading consonant and a vowel, or a syllable and a closing consonant, to a Hangul
+/// syllable (the Unicode standard, chapter 3.12); returns 0 when they form none.
 char32_t joinedHangul(char32_t first, char32_t second) {
   constexpr char32_t kLeads = 0x1100, kVowels = 0x1161, kTails = 0x11A7, kSyllables = 0xAC00;
   if (within(first, kLeads, kLeads + 18) && within(second, kVowels, kVowels + 20))
@@ -93,7 +93,7 @@ char32_t joinedHangul(char32_t first, char32_t second) {
   return open && within(second, kTails + 1, kTails + 27) ? first + (second - kTails) : 0;
 }
 
-/// The folded characters of a text, composed where kana or Hangul came in parts.
+/// Folds the characters of a text and composes kana and Hangul that come in parts.
 std::u32string folded(std::string_view text) {
   std::u32string out;
   out.reserve(text.size());
@@ -117,7 +117,7 @@ std::u32string folded(std::string_view text) {
 
 enum class Language { None, Chinese, Korean, Japanese };
 
-/// What the script of a text says about its language; a later one of the list outweighs others.
+/// Judges a text's language by its script. Later enumerators outweigh earlier ones.
 Language languageOf(std::string_view text) {
   Language language = Language::None;
   while (!text.empty()) {
@@ -130,24 +130,24 @@ Language languageOf(std::string_view text) {
   return language;
 }
 
-/// The longest of `words` at the start of `text`; null: none.
+/// The longest of `words` at the start of `text`, or null.
 const PinyinWord* wordAt(std::span<const PinyinWord> words, std::u32string_view text) {
   const auto byFirst = [](const PinyinWord& entry, char32_t c) { return entry.word[0] < c; };
   const PinyinWord* longest = nullptr;
   for (auto it = std::lower_bound(words.begin(), words.end(), text[0], byFirst);
        it != words.end() && it->word[0] == text[0]; ++it) {
     const bool whole = it->word[1] == 0 || (text.size() > 1 && text[1] == it->word[1]);
-    if (whole) longest = &*it;  // a longer word sorts behind its start
+    if (whole) longest = &*it;  // words sort after their own prefixes
   }
   return longest;
 }
 
 struct Reading {
-  std::string_view text;  ///< empty: the character is kept
+  std::string_view text;  ///< empty when the character is kept
   std::size_t characters = 1;
 };
 
-/// How the start of `text`, a Han character, is read in Mandarin.
+/// The Mandarin reading of the Han character, or word, at the start of `text`.
 Reading readingAt(std::u32string_view text, bool surname) {
   const PinyinWord* word = surname ? wordAt(pinyinSurnames, text) : nullptr;
   if (word == nullptr) word = wordAt(pinyinWords, text);
@@ -156,7 +156,7 @@ Reading readingAt(std::u32string_view text, bool surname) {
   return {pinyin(text[0])};
 }
 
-/// True when a Latin text has a blank between these two characters of a Chinese one.
+/// True when the pinyin of a Chinese text needs a blank between these two characters.
 bool needsBlank(char32_t before, char32_t after) {
   if (isHan(before)) return isHan(after) || isLatinLetter(after);
   return isHan(after) && (isLatinLetter(before) || isClosing(before));

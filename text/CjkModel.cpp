@@ -6,7 +6,7 @@ namespace orvel {
 
 namespace {
 
-/// Costs of single characters are kept as one of nine levels.
+/// The costs of single characters are stored as one of nine levels.
 constexpr unsigned kLevels = 9, kLowestLevel = 12, kLevelStep = 7;
 
 }  // namespace

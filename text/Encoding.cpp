@@ -1,6 +1,7 @@
 #include "text/Encoding.h"
 
 #include <array>
+#include <cassert>
 
 #include "base/Utf8.h"
 #include "text/CodeTables.h"
@@ -10,12 +11,13 @@ namespace orvel {
 
 namespace {
 
-/// Vowels in rows of six: plain and with the tone marks grave, acute, tilde, hook above, dot below.
+/// Vowels in rows of six: plain, then with grave, acute, tilde, hook above and dot below.
 constexpr std::u16string_view kVietnameseVowels =
     u"aàáãảạăằắẵẳặâầấẫẩậeèéẽẻẹêềếễểệiìíĩỉịoòóõỏọôồốỗổộơờớỡởợuùúũủụưừứữửựyỳýỹỷỵ"
     u"AÀÁÃẢẠĂẰẮẴẲẶÂẦẤẪẨẬEÈÉẼẺẸÊỀẾỄỂỆIÌÍĨỈỊOÒÓÕỎỌÔỒỐỖỔỘƠỜỚỠỞỢUÙÚŨỦỤƯỪỨỮỬỰYỲÝỸỶỴ";
 
-/// A vowel with its tone mark, which windows-1258 writes behind it; 0: they do not combine.
+/// Joins a vowel with the tone mark that windows-1258 writes after it; returns 0 when they do not
+/// combine.
 char32_t vietnamese(char32_t vowel, char32_t mark) {
   const std::size_t tone =
       std::u16string_view(u"\u0300\u0301\u0303\u0309\u0323").find(static_cast<char16_t>(mark));
@@ -28,7 +30,7 @@ char32_t vietnamese(char32_t vowel, char32_t mark) {
 std::string singleByteToUtf8(Encoding encoding, std::string_view bytes) {
   const std::u16string_view upper = upperHalf(encoding);
   std::string out;
-  char32_t held = 0;  // the last character, as long as a mark may still change it
+  char32_t held = 0;  // the last character, which a mark may still change
   for (const unsigned char byte : bytes) {
     const char32_t code = byte < 0x80 ? byte : upper[byte - 0x80];
     if (encoding == Encoding::Windows1258) {
@@ -53,6 +55,7 @@ std::u16string_view upperHalf(Encoding encoding) {
                                  &cp1254Table,    &cp1255Table,   &cp1256Table, &cp1257Table,
                                  &cp1258Table,    &cp874Table,    &koi8uTable,  &iso88592Table,
                                  &iso885915Table, &iso885916Table};
+  assert(isSingleByte(encoding));
   return *tables[static_cast<std::size_t>(encoding)];
 }
 

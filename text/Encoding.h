@@ -6,9 +6,9 @@
 
 namespace orvel {
 
-/// The encodings that texts claimed as ISO-8859-1 are found to have.
+/// The encodings that texts claimed as ISO-8859-1 may really have.
 enum class Encoding : std::uint8_t {
-  // eight-bit
+  // Eight-bit encodings.
   Windows1250,
   Windows1251,
   Windows1252,
@@ -23,7 +23,7 @@ enum class Encoding : std::uint8_t {
   Iso8859_2,
   Iso8859_15,
   Iso8859_16,
-  // with characters of several bytes
+  // Multi-byte encodings.
   Gb18030,
   Big5,
   ShiftJis,
@@ -36,10 +36,11 @@ constexpr bool isSingleByte(Encoding encoding) {
   return encoding <= Encoding::Iso8859_16;
 }
 
-/// What the bytes 0x80 to 0xFF of an eight-bit encoding mean; U+FFFD: nothing.
+/// The characters of the bytes 0x80 to 0xFF in an eight-bit encoding, U+FFFD for unassigned bytes.
 std::u16string_view upperHalf(Encoding encoding);
 
-/// Bytes in UTF-8: U+FFFD for what has no meaning, a character cut off at the end is left out.
+/// Converts bytes to UTF-8. Writes U+FFFD for bytes without a meaning and drops a character that is
+/// cut off at the end.
 std::string toUtf8(Encoding encoding, std::string_view bytes);
 
 }  // namespace orvel

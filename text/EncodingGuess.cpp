@@ -14,12 +14,11 @@ namespace {
 
 constexpr unsigned kNat = TrackScore::kNat;
 
-/// By how much an encoding must explain a track better than windows-1252, which most tags have, to
-/// be taken for it.
+/// The margin by which an encoding must explain a track better than windows-1252, the commonest.
 struct Priority {
   unsigned handicap = 0;
   Encoding encoding = Encoding::Windows1252;
-  std::optional<Encoding> like = {};  ///< a more frequent encoding that has most bytes in common
+  std::optional<Encoding> like = {};  ///< a more frequent encoding that shares most codes
 };
 
 constexpr Priority kPriorities[] = {
@@ -45,7 +44,7 @@ constexpr Priority kPriorities[] = {
     {16 * kNat, Encoding::Windows1258},
 };
 
-/// The encodings that a region moves up in the list.
+/// An encoding that a region moves up in the list.
 struct RegionPriority {
   TextRegion region;
   Encoding encoding;
@@ -83,11 +82,11 @@ unsigned handicap(const Priority& priority, bool unicodeSeen, TextRegion region)
   return priority.handicap - bonus + (unicodeSeen ? kUnicodeTagger : 0);
 }
 
-/// What a track's texts are as UTF-8.
+/// How strongly a track's texts look like UTF-8.
 enum class Utf8Evidence { None, Possible, Certain };
 
-/// Well-formed texts, of which the ends may be cut off, are possible with a sequence of two bytes
-/// and certain with a longer one, which does not come about by chance.
+/// Judges well-formed texts, whose ends may be cut off: a sequence of two bytes makes UTF-8
+/// possible; a longer one makes it certain, because it hardly occurs by chance.
 Utf8Evidence utf8Evidence(std::span<const std::string_view> texts) {
   unsigned longest = 1;
   for (std::string_view text : texts) {
@@ -114,7 +113,7 @@ UpperBytes upperBytesOf(std::span<const std::string_view> texts) {
   return used;
 }
 
-/// True when two eight-bit encodings read these bytes alike.
+/// True when two eight-bit encodings assign the same characters to these bytes.
 bool alike(Encoding first, Encoding second, const UpperBytes& used) {
   const std::u16string_view a = upperHalf(first), b = upperHalf(second);
   for (std::size_t i = 0; i < used.size(); ++i) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 
 #include "base/Utf8.h"
 
@@ -20,7 +21,7 @@ void MissingCharacters::remove(char32_t character) {
 
 void MissingCharacters::remove(std::u16string_view characters) {
   for (const char32_t character : characters) {
-    if (character != utf8::kReplacement) remove(character);  // what stands for no character
+    if (character != utf8::kReplacement) remove(character);
   }
 }
 
@@ -32,6 +33,7 @@ void MissingCharacters::count() {
 }
 
 char32_t MissingCharacters::at(unsigned number) const {
+  assert(!before.empty() && "count() was not called");
   if (number >= total) return utf8::kReplacement;
   const std::size_t index = std::ranges::upper_bound(before, number) - before.begin() - 1;
   std::uint64_t word = present[index];

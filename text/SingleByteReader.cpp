@@ -1,5 +1,7 @@
 #include "text/SingleByteReader.h"
 
+#include <cassert>
+
 namespace orvel {
 
 namespace {
@@ -10,7 +12,7 @@ constexpr std::array<const AlphabetModel*, 29> kModels{
     &roModel, &hrModel, &trModel, &ltModel, &lvModel, &viModel, &ruModel, &ukModel,
     &bgModel, &elModel, &arModel, &heModel, &thModel};
 
-/// Where the languages of an encoding stand among the models.
+/// The range of an encoding's languages among the models.
 struct Languages {
   Encoding encoding;
   std::size_t first, count;
@@ -54,6 +56,7 @@ const SingleByteReader& SingleByteReader::of(Encoding encoding) {
     for (const Languages& range : kLanguages) made.push_back(makeReader(range));
     return made;
   }();
+  assert(isSingleByte(encoding));
   return readers[static_cast<std::size_t>(encoding)];  // the table is in the order of the encodings
 }
 

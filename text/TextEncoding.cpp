@@ -26,7 +26,7 @@ void release(TrackText& text) {
   text = {};
 }
 
-/// Puts a copy of `bytes` in place of an earlier text. False, and no text, when memory ran out.
+/// Replaces a text by a copy of `bytes`. Leaves it absent and returns false when memory runs out.
 bool store(TrackText& text, std::string_view bytes, const char* encoding) {
   release(text);
   text.bytes = static_cast<char*>(std::malloc(bytes.size() + 1));
@@ -59,7 +59,7 @@ constexpr TrackText TrackRecord::*kFields[] = {&TrackRecord::title, &TrackRecord
 
 std::atomic<TextRegion> currentRegion{TextRegion::Neutral};
 
-/// The encoding of the texts that are open to another reading.
+/// Guesses the encoding of the texts that are neither Unicode nor ASCII.
 Encoding encodingOf(const TrackRecord& track) {
   std::array<std::string_view, std::size(kFields)> open;
   std::size_t count = 0;
@@ -76,7 +76,8 @@ Encoding encodingOf(const TrackRecord& track) {
   return guessEncoding({open.data(), count}, unicodeSeen, currentRegion);
 }
 
-/// UTF-8 of a text of a track in `encoding`. A single text of a Western track may be UTF-8.
+/// Converts a text of a track in `encoding` to UTF-8. In a Western track, a single text may still
+/// be UTF-8.
 std::string converted(const TrackText& text, Encoding encoding) {
   const std::string_view bytes = bytesOf(text);
   if (claimsUtf8(text)) encoding = Encoding::Utf8;
@@ -84,7 +85,7 @@ std::string converted(const TrackText& text, Encoding encoding) {
   return mayBeUtf8 && isUtf8(bytes) ? std::string(bytes) : toUtf8(encoding, bytes);
 }
 
-/// False when memory ran out.
+/// Returns false when memory runs out.
 bool convert(const TrackRecord& track, TrackRecord& result) {
   const Encoding encoding = encodingOf(track);
   return std::ranges::all_of(kFields, [&](const auto field) {
@@ -131,7 +132,7 @@ TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char*) {
   try {
     if (convert(*track, *result)) return result;
   } catch (const std::bad_alloc&) {
-    // told to the caller like memory that malloc did not give
+    // reported like a failing malloc
   }
   destroyTrack(result);
   std::free(result);

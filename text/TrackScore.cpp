@@ -1,6 +1,7 @@
 #include "text/TrackScore.h"
 
 #include <algorithm>
+#include <cassert>
 #include <string>
 
 #include "text/CjkModel.h"
@@ -14,15 +15,15 @@ namespace {
 constexpr unsigned kNat = TrackScore::kNat;
 constexpr unsigned kMeaninglessByte = 16 * kNat;
 constexpr unsigned kCutCharacter = 3 * kNat;
-constexpr unsigned kOtherLanguage = 3 * kNat;  // of a text in another language than its track
+constexpr unsigned kOtherLanguage = 3 * kNat;  // for a text in another language than its track
 constexpr std::size_t kDecisiveBytes = 2048;
 
 bool isAscii(unsigned char byte) {
   return byte < 0x80;
 }
 
-/// Cost of a letter's case behind that of the character in front of it. What tells encodings apart
-/// is a capital behind a small letter: KOI8-R has the cases the other way round.
+/// The cost of a letter's case after that of the character before it. A capital after a small
+/// letter reveals a wrong encoding: KOI8-R and windows-1251 have their cases the other way round.
 unsigned caseCost(LetterCase before, LetterCase letter) {
   if (letter == LetterCase::None) return 0;
   if (letter == LetterCase::Lower) return before == LetterCase::None ? kNat : 0;
@@ -36,9 +37,8 @@ unsigned caseCost(LetterCase before, LetterCase letter) {
   }
 }
 
-/// Cost of bytes without a meaning at some place of a text. The end of a text may cut a character
-/// off: tags with fields of fixed size, the shortest for a comment of 28 bytes, do so; other texts
-/// do not end within a character.
+/// The cost of bytes without a meaning. A character cut off at the end of a text costs less,
+/// because tags with fixed field sizes cut texts there; the shortest such field has 28 bytes.
 unsigned invalidCost(const Decoded& character, std::string_view text, bool wholeSeen) {
   constexpr std::size_t kShortestField = 28;
   const bool cut = character.cut && wholeSeen && text.size() >= kShortestField;
@@ -60,7 +60,7 @@ const CjkModel& cjkModel(Encoding encoding) {
 
 }  // namespace
 
-/// Costs of the texts in several languages.
+/// The costs of the texts in several languages.
 class TrackScore::LanguageCosts {
  public:
   explicit LanguageCosts(std::size_t textCount) : texts(textCount) { least.fill(~0U); }
@@ -70,7 +70,7 @@ class TrackScore::LanguageCosts {
     languages.push_back(ofLanguage);
   }
 
-  /// Cost in the best language, from which single texts may differ.
+  /// The cost in the best language. Single texts may be in another one for an extra cost.
   unsigned total() const {
     unsigned best = ~0U;
     for (const TextCosts& language : languages) {
@@ -90,6 +90,7 @@ class TrackScore::LanguageCosts {
 
 TrackScore::TrackScore(std::span<const std::string_view> trackTexts)
     : count(trackTexts.size()), asciiCosts(kLatinModels) {
+  assert(count <= kMaxTexts);
   leastAscii.fill(~0U);
   for (std::size_t i = 0; i < count; ++i) {
     texts[i].bytes = trackTexts[i].substr(0, kDecisiveBytes);
@@ -111,7 +112,7 @@ TrackScore::TrackScore(std::span<const std::string_view> trackTexts)
   }
 }
 
-/// Where letters of ASCII are not told apart they cost what they do in the best Latin language.
+/// Models that do not distinguish ASCII letters charge them as the best Latin language does.
 unsigned TrackScore::asciiCost(std::size_t model, std::size_t text) const {
   return model < kLatinModels ? asciiCosts[model][text] : leastAscii[text];
 }

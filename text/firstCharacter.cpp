@@ -16,19 +16,19 @@ constexpr bool within(unsigned value, unsigned low, unsigned high) {
   return value >= low && value <= high;
 }
 
-/// A character of a table, or an invalid one.
+/// A character of a table; invalid past its end.
 Decoded fromTable(std::u16string_view table, unsigned index, unsigned size,
                   unsigned cell = kNoCell) {
   const char32_t code = index < table.size() ? table[index] : utf8::kReplacement;
   return {code, size, code != utf8::kReplacement, cell};
 }
 
-/// The same for a character that was computed.
+/// A character that was computed instead of looked up.
 Decoded computed(char32_t code, unsigned size) {
   return {code, size, code != utf8::kReplacement, kNoCell};
 }
 
-/// Han characters that GB 2312 lacks, in the order in which GBK has them.
+/// The Han characters that GB 2312 lacks, in the order of GBK.
 const MissingCharacters& gbkHan() {
   static const MissingCharacters characters = [] {
     MissingCharacters missing(0x4E00, 0x9FA5);
@@ -39,14 +39,14 @@ const MissingCharacters& gbkHan() {
   return characters;
 }
 
-/// What GB 18030 has in four bytes, of the Basic Multilingual Plane.
+/// The characters of the Basic Multilingual Plane that take four bytes in GB 18030.
 const MissingCharacters& gb18030Rest() {
   static const MissingCharacters characters = [] {
     MissingCharacters missing(0x80, 0xFFFF);
     for (const auto& table : {gb2312Table, gbkSymbolTable, gbkTailTable}) missing.remove(table);
     for (char32_t han = 0x4E00; han <= 0x9FA5; ++han) missing.remove(han);
-    // Surrogates, and the private-use characters that have two bytes: of those up to U+E864 the
-    // codes of four bytes leave room for 81.
+    // Surrogates, and the private-use characters with two-byte codes: all up to U+E864 but the last
+    // 81.
     for (char32_t other = 0xD800; other <= 0xE864 - 81; ++other) missing.remove(other);
     missing.count();
     return missing;
@@ -54,8 +54,8 @@ const MissingCharacters& gb18030Rest() {
   return characters;
 }
 
-/// Rows of GB 2312, surrounded by the Han characters that it lacks; the first of these areas has
-/// 190 codes for a lead byte, the second 96.
+/// Two bytes: the rows of GB 2312, surrounded by two areas for the Han characters that it lacks.
+/// The first area has 190 codes per lead byte, the second 96.
 Decoded gb18030(unsigned lead, unsigned trail) {
   if (lead >= 0xA1 && trail >= 0xA1) {
     const unsigned index = (lead - 0xA1) * 94 + trail - 0xA1;
@@ -74,7 +74,7 @@ Decoded gb18030(unsigned lead, unsigned trail) {
                        : fromTable(gbkTailTable, number - kEnd, 2);
 }
 
-/// Four bytes, of which the second and the fourth are digits.
+/// Four bytes; the second and the fourth are ASCII digits.
 Decoded gb18030Long(std::string_view bytes) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
   if (bytes.size() < 4) {
@@ -99,11 +99,11 @@ Decoded big5(unsigned lead, unsigned trail) {
   return fromTable(big5Table, index, 2, index < kFirstHan ? kNoCell : index - kFirstHan);
 }
 
-/// A row and a cell of the Japanese table, both counted from 1.
+/// The character at a row and a cell of the Japanese table, both counted from 1.
 Decoded japanese(unsigned row, unsigned cell, unsigned size) {
   constexpr unsigned kKanaRow = 4;
   const unsigned place = within(row, kKanaRow, 84) ? (row - kKanaRow) * 94 + cell - 1 : kNoCell;
-  // The table has no lines for the rows without characters.
+  // The table leaves out the rows without characters.
   unsigned line = kNoCell;
   if (within(row, 1, 8)) line = row - 1;
   if (row == 13) line = 8;
@@ -120,7 +120,7 @@ Decoded shiftJis(unsigned lead, unsigned trail) {
   return japanese(rowPair + 1, trail - 0x3F - (trail > 0x7F), 2);
 }
 
-/// Hangul syllables that KS X 1001 lacks are numbered in Unicode order by code page 949.
+/// Code page 949 numbers the Hangul syllables that KS X 1001 lacks in Unicode order.
 Decoded korean(unsigned lead, unsigned trail) {
   if (lead >= 0xA1 && trail >= 0xA1) {
     const unsigned index = (lead - 0xA1) * 94 + trail - 0xA1;
@@ -143,7 +143,7 @@ Decoded korean(unsigned lead, unsigned trail) {
                      : Decoded{};
 }
 
-/// The table is a vendor's; outside Shift_JIS these characters have the meaning of the standard.
+/// The table is a vendor's. In EUC-JP these characters have the meanings of the standard.
 char32_t standardJapanese(char32_t code) {
   constexpr std::u32string_view kVendor = U"\uFF5E\u2225\uFF0D\uFFE0\uFFE1\uFFE2";
   constexpr std::u32string_view kStandard = U"\u301C\u2016\u2212\u00A2\u00A3\u00AC";
@@ -151,7 +151,7 @@ char32_t standardJapanese(char32_t code) {
   return place == std::u32string_view::npos ? code : kStandard[place];
 }
 
-/// Half-width katakana follow a lead byte of their own in EUC-JP.
+/// EUC-JP has a lead byte of its own for half-width katakana.
 Decoded eucJp(std::string_view bytes, unsigned lead, unsigned trail) {
   if (lead == 0x8E)
     return within(trail, 0xA1, 0xDF) ? computed(0xFF61 + trail - 0xA1, 2) : Decoded{};
