@@ -14,7 +14,7 @@ int digit(char c) {
   return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
-/// The bytes that pairs of hexadecimal digits stand for; nothing when they are none.
+/// Decodes pairs of hexadecimal digits; returns nothing when the text is malformed.
 std::optional<std::string> fromHex(std::string_view hex) {
   if (hex.size() % 2 != 0) return std::nullopt;
   std::string bytes;
@@ -30,12 +30,12 @@ using Setter = void (*)(TrackRecord*, const char*, unsigned, const char*);
 constexpr std::array<Setter, 5> kSetters{setTrackTitle, setTrackArtist, setTrackAlbum,
                                          setTrackGenre, setTrackComposer};
 
-/// Appends a text with blanks in place of control characters.
+/// Appends a text and replaces its control characters by blanks.
 void print(const TrackText& text, std::string& out) {
   if (isMetadataEmptyUTF8(text)) return;
   for (unsigned i = 0; i < text.length; ++i) {
     const auto byte = static_cast<unsigned char>(text.bytes[i]);
-    // The control characters beyond ASCII are the two bytes C2 80 to C2 9F.
+    // Control characters beyond ASCII are the byte pairs C2 80 to C2 9F.
     const bool upper = byte == 0xC2 && static_cast<unsigned char>(text.bytes[i + 1]) < 0xA0;
     out += byte < 0x20 || byte == 0x7F || upper ? ' ' : text.bytes[i];
     if (upper) ++i;
