@@ -99,7 +99,7 @@ CELLS = {
     "ja": ("euc_jp", range(0xA4, 0xF5), list(HIGH)),
     "ko": ("euc_kr", range(0xB0, 0xC9), list(HIGH)),
 }
-# The number of characters of each class outside the cost table; they share the rest of its probability.
+# The number of characters of each class outside the cost table, which share its remaining cost.
 UNLISTED = [1, 1, 1, 20, 20, 12000, 8000, 60, 30, 500]
 CLASSES = 10
 
