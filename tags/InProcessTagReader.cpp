@@ -12,8 +12,8 @@ namespace orvel {
 
 void InProcessTagReader::expect(std::vector<std::string> paths) {
   files.clear();
-  for (std::string& path : paths) files.push_back({std::move(path), {}});
   current = opened = 0;
+  for (std::string& path : paths) files.push_back({std::move(path), {}});
 }
 
 TagResult InProcessTagReader::next(const std::string& path) {
@@ -30,8 +30,7 @@ TagResult InProcessTagReader::next(const std::string& path) {
   });
 }
 
-/// Allocates nothing that could fail after `current` has advanced, so that each call of `next` is
-/// for one file.
+/// Must not throw: `next` always advances by one file, whatever fails.
 void InProcessTagReader::openAhead() {
   const std::size_t end = std::min(files.size(), current + 1 + kFilesAhead);
   for (; opened < end; ++opened) files[opened].audio = AudioFile::open(files[opened].path);

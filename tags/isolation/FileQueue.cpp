@@ -16,9 +16,10 @@ constexpr std::size_t kFilesAhead = tagMessages::kMostFiles;
 }  // namespace
 
 void FileQueue::announce(std::vector<std::string> paths) {
+  assert(!hasUnanswered());
   files.clear();
-  for (std::string& path : paths) files.push_back({std::move(path), takeId(), {}});
   current = sent = 0;
+  for (std::string& path : paths) files.push_back({std::move(path), takeId(), {}});
 }
 
 bool FileQueue::isNext(const std::string& path) const {

@@ -27,8 +27,8 @@ class FileQueue {
     std::size_t end = 0;
   };
 
-  /// Replaces all files. Unless `hasUnanswered` is false, drop the worker: it would answer for
-  /// files that are gone.
+  /// Replaces all files. While `hasUnanswered`, the caller must drop the worker first: it would
+  /// answer for files that are gone.
   void announce(std::vector<std::string> paths);
 
   /// True when `path` is the current file.

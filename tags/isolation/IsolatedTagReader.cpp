@@ -29,8 +29,6 @@ IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerPr
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
-// Interface
-
 void IsolatedTagReader::expect(std::vector<std::string> paths) {
   assertOwner();
   if (state == State::InProcess) return inProcess->expect(std::move(paths));
@@ -50,8 +48,10 @@ TagResult IsolatedTagReader::next(const std::string& path) {
       return ask({files.currentId(), path, nullptr}, [this] { return sendCurrent(); });
     });
   } catch (const std::exception&) {
-    files.finishCurrent();
-    throw;
+    if (state != State::InProcess) {
+      files.finishCurrent();
+      throw;
+    }
   }
   if (state == State::InProcess) return inProcess->next(path);
   files.finishCurrent();
@@ -101,6 +101,7 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
   return withoutTag(stopped.stop_requested() ? Outcome::Interrupted : Outcome::ReaderLost);
 }
 
+/// Returns a result, or throws the exception of the worker's parser.
 TagResult IsolatedTagReader::settle(tagMessages::Result answer) {
   if (answer.error) throw std::runtime_error(*answer.error);
   return std::move(answer.result);
@@ -112,7 +113,7 @@ std::optional<TagResult::Outcome> IsolatedTagReader::sendCurrent() {
   return files.currentRefusal();
 }
 
-/// Keeps the worker busy. Returns false when it cannot take another file for good.
+/// Keeps the worker busy. Returns false when the next files can never be sent.
 bool IsolatedTagReader::sendAhead() {
   if (!files.needsSending()) return true;
   using Sent = WorkerConnection::Sent;
@@ -125,7 +126,7 @@ bool IsolatedTagReader::sendAhead() {
 
 // Transitions
 
-/// The arrows of the class comment.
+/// True for the changes of state in the class comment.
 bool IsolatedTagReader::isTransition(State from, State to) {
   switch (from) {
     case State::Untried:

@@ -15,28 +15,27 @@
 
 namespace orvel {
 
-/// Has files parsed by a worker: a process that may do nothing else (`orvel-tag-reader`), so that a
-/// file that makes the parser crash, hang or bloat loses only its own tags. Opens the files itself
-/// and sends them ahead.
+/// Parses files in a worker, a process that may do nothing else (`orvel-tag-reader`): a file that
+/// makes the parser crash, hang or bloat loses only its own tags. Opens the files itself and sends
+/// them ahead.
 ///
 /// The reader is a state machine. Each transition is the function of that name:
 ///
-///     state      event                                  transition     new state  the file's
-///     result
-///     ---------  -------------------------------------  -------------  --------- -----------------
-///     Untried    a file is due, the worker greets       workerStarted  Running
-///     Untried    it cannot be started                   startFailed    InProcess  read in-process
-///     Running    the result arrives                     -              Running    as received
-///     Running    the worker fails; it is worn, and      dropWorker     Down       asked again
-///                time is left
-///     Running    the worker fails when fresh, or        blameFile      Down       Unreadable or
-///                time is up                                                       Stalled
-///     Running    stop, lack of memory, file unsendable  dropWorker     Down       Interrupted,
-///                or no longer announced                                           thrown,
-///                ReaderLost
-///     Down       a file is due, the worker greets       workerStarted  Running
-///     Down       it cannot be started                   startFailed    Down       ReaderLost
-///     InProcess  any                                    -              InProcess  read in-process
+///     state      event                             transition     next state  result of the file
+///     ---------  --------------------------------  -------------  ----------  -------------------
+///     Untried    a file is due, the worker greets  workerStarted  Running
+///     Untried    a file is due, no worker starts   startFailed    InProcess   read in-process
+///     Running    the result arrives                               Running     as received
+///     Running    a worn worker fails in time       dropWorker     Down        (asked again)
+///     Running    a fresh worker fails              blameFile      Down        Unreadable
+///     Running    the time is up                    blameFile      Down        Unreadable, Stalled
+///     Running    the request is stopped            dropWorker     Down        Interrupted
+///     Running    the file cannot be sent           dropWorker     Down        ReaderLost
+///     Running    an allocation fails               dropWorker     Down        (throws)
+///     Running    the sent files are replaced       dropWorker     Down
+///     Down       a file is due, the worker greets  workerStarted  Running
+///     Down       a file is due, no worker starts   startFailed    Down        ReaderLost
+///     InProcess  a file is due                                    InProcess   read in-process
 ///
 /// A worn worker has answered before. It may have failed because of damage from earlier files, or
 /// by somebody else's signal; a fresh worker then decides whether the file is to blame. InProcess
@@ -77,7 +76,7 @@ class IsolatedTagReader : public TagReader {
   };
   template <class Send>
   tagMessages::Result ask(const Question& question, Send send);
-  TagResult settle(tagMessages::Result answer);
+  static TagResult settle(tagMessages::Result answer);
 
   bool ensureRunning();
   void startWorker();

@@ -163,6 +163,17 @@ TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
   }
 }
 
+TEST_F(ReaderProcess, FilesKeepTheirOwnTagsWhenOneAppearsAfterItWasFirstOpened) {
+  const std::string late = temporary.path("late.mp3");
+  const auto reader = readerOf(kEndless);
+  reader->expect({good(), bad("crash"), late, good()});
+  EXPECT_EQ(titleOf(reader->next(good())), "Good");
+  writeSong(late, {"Late", "X"});
+  EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
+  EXPECT_EQ(titleOf(reader->next(late)), "Late") << "opened again for the next process";
+  EXPECT_EQ(titleOf(reader->next(good())), "Good");
+}
+
 TEST_F(ReaderProcess, DiesWithItsHost) {
   std::array<int, 2> ends{};
   ASSERT_EQ(pipe(ends.data()), 0);
