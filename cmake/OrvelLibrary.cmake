@@ -1,5 +1,5 @@
-set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_db orvel_framework orvel_phones orvel_msd
-    orvel_mtp orvel_orchestration orvel_qt)
+set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_sqlite orvel_db orvel_framework
+    orvel_phones orvel_msd orvel_mtp orvel_orchestration orvel_qt)
 
 # Tests link the implementation of device access that they need.
 if(NOT ORVEL_DEVICE_ACCESS)

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "db/BusyHandler.h"
+#include "db/sqlite/Connection.h"
+#include "db/sqlite/Statement.h"
 
 /// Streams over SQLite: a statement is prepared with `query`, its parameters are written with `<<`,
 /// it runs with `step`, and rows are read with `>>`. Errors are logged and turn the stream bad or
@@ -39,8 +41,10 @@ class basic_sqlstream : virtual public std::basic_ios<charT, traits> {
   /// stage. The state of the stream stays.
   void finalize();
 
-  /// The connection, null when closed or when opening failed. Owned by the stream.
-  [[nodiscard]] sqlite3* handle() const { return connection; }
+  /// SQLite's handle of the connection, null when closed or when opening failed.
+  [[nodiscard]] sqlite3* handle() const { return connection.get(); }
+  /// The connection itself, for transactions and schema checks on it.
+  [[nodiscard]] orvel::sqlite::Connection& database() { return connection; }
 
  protected:
   basic_sqlstream();
@@ -52,9 +56,10 @@ class basic_sqlstream : virtual public std::basic_ios<charT, traits> {
   /// The same with SQLite's own message.
   void reportFailure(int code);
 
-  sqlite3* connection = nullptr;
+  orvel::sqlite::Connection connection;
+  /// The next parameter to bind, counted from 1, or the next column to read, counted from 0.
   int position = 0;
-  sqlite3_stmt* statement = nullptr;
+  orvel::sqlite::Statement statement;
 
  private:
   sqlstreambuf buffer;

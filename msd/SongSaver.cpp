@@ -147,7 +147,7 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
   out.clear();
   out.exec(sql::kCleanNames);
-  const bool settled = Transaction::settle(out.handle());
+  const bool settled = Transaction::settle(out);
   auto result = boost::make_shared<Block<void>>(operation);
   result->operation.skipped = std::exchange(anySkipped, false);
   if (!settled || !out.good()) rowsWereLost(result->operation);

@@ -20,9 +20,6 @@ namespace {
 
 /// How long a pipeline's end is waited for: on a healthy device it takes a tenth.
 constexpr std::chrono::milliseconds kPatience{500};
-/// How long a call of the host waits for others' locks on databases, all in all: its thread draws
-/// the rear-view camera's menu.
-constexpr std::chrono::milliseconds kPatienceForLocks{900};
 /// A host that tries a dead device over and over must not run out of threads.
 constexpr std::size_t kMostLeftBehind = 16;
 
@@ -98,7 +95,7 @@ void Orvel::accept(HostCall call) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void Orvel::carryOut(const HostCall& call) {
-  const sqlstl::WaitLimit limit(kPatienceForLocks);
+  const sqlstl::WaitLimit limit(sqlstl::kHostLockWait);
   try {
     if (call.kind == HostCall::Start) {
       startOperation(call);

@@ -117,7 +117,7 @@ void SongDirectoryPipeline::clearPlaylists() {
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
   out.exec(sql::kClearPlaylists);
-  if (!Transaction::settle(out.handle()) || !out.good()) {
+  if (!Transaction::settle(out) || !out.good()) {
     progress->leaveUndone(LeftUndone::RowsLost);
     operation.skipped = true;
   }

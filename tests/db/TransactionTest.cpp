@@ -46,8 +46,8 @@ TEST_F(TransactionTest, RollsBackWhatCannotBeCommitted) {
   EXPECT_THAT(stored(), ElementsAre());
 
   out.exec("BEGIN; INSERT INTO T VALUES(2);");
-  EXPECT_TRUE(Transaction::settle(out.handle()));
-  EXPECT_TRUE(Transaction::settle(out.handle()));
+  EXPECT_TRUE(Transaction::settle(out));
+  EXPECT_TRUE(Transaction::settle(out));
   EXPECT_THAT(stored(), ElementsAre("2"));
 }
 
