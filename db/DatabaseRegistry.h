@@ -10,15 +10,15 @@
 
 namespace orvel {
 
-/// What the process knows about the devices' databases beyond their files: the requests that are
-/// alive, the files that were found damaged, and the statuses that a file could not take.
+/// The state of the devices' databases that only lives in memory: the live requests, the files that
+/// were found damaged, and the statuses that a file could not take.
 ///
-/// Every function may be called from any thread. Those that add something throw std::bad_alloc.
+/// Every function may be called from any thread. All but `removeRequest` may throw std::bad_alloc.
 class DatabaseRegistry {
  public:
-  /// A request for one partition of a device begins. Several may be alive for the same partition.
+  /// Call it when a request for a partition begins. Several may be alive for the same partition.
   void addRequest(const std::string& deviceId, const std::string& mountPoint);
-  /// One of these requests ends.
+  /// Call it when that request ends.
   void removeRequest(const std::string& deviceId, const std::string& mountPoint) noexcept;
   [[nodiscard]] std::size_t countRequests(const std::string& deviceId) const;
   [[nodiscard]] bool hasRequest(const std::string& deviceId, const std::string& mountPoint) const;
@@ -30,13 +30,13 @@ class DatabaseRegistry {
   /// Keeps a status that `file` could not take; it replaces the one stored there.
   void keepStatus(const std::string& file, const std::string& mountPoint,
                   const std::string& status);
-  /// The kept status of a partition; nothing when its file is right.
+  /// The kept status of a partition; nothing when the one in the file counts.
   [[nodiscard]] std::optional<std::string> keptStatus(const std::string& file,
                                                       const std::string& mountPoint) const;
-  /// The status has been stored.
+  /// Call it when the file has taken a status.
   void dropStatus(const std::string& file, const std::string& mountPoint);
 
-  /// `file` has been deleted: drops its damage and its statuses, not the device's requests.
+  /// Call it when `file` was deleted: forgets its damage and its statuses, not the live requests.
   void forgetFile(const std::string& file);
 
  private:

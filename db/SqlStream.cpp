@@ -47,7 +47,7 @@ void basic_sqlstream<charT, traits>::close() {
   const int result = connection.close();
   if (result == SQLITE_OK) return;
   OV_ERROR("Could not close db connection: %d %s", result, connection.errorMessage());
-  // Somebody else's statement keeps it open; nobody uses the connection any more.
+  // A statement prepared directly on the handle keeps the connection open; its owner must close it.
   connection.release();
 }
 
@@ -186,7 +186,7 @@ void basic_sqlostream<charT, traits>::step() {
   if (result == SQLITE_DONE) {
     this->statement.reset();
   } else if (isErrorCode(result) || result == SQLITE_ROW) {
-    // A row counts as an error on purpose: an output statement must not return rows.
+    // An output statement must not return rows.
     this->reportFailure(result);
     this->finalize();
   }
