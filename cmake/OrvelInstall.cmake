@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 set(ORVEL_PUBLIC_HEADERS
     base/Export.h base/Log.h base/Mutex.h base/StageThread.h base/ThreadAnnotations.h
     base/WorkPriority.h base/insist.h
-    db/BusyHandler.h db/Collation.h db/DatabaseMgr.h db/SqlStream.h
+    db/BusyHandler.h db/Collation.h db/DatabaseMgr.h db/SqlStream.h db/sqlite/Connection.h
+    db/sqlite/Statement.h
     framework/BaseServer.h framework/BaseServer.tpp framework/Block.h framework/Operation.h
     framework/OrvelOperation.h framework/RequestProgress.h framework/Runnable.h framework/Server.h
     framework/Server.tpp

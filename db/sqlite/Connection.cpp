@@ -23,7 +23,7 @@ int Connection::open(const char* path, int flags) {
 
 int Connection::close() {
   const int result = sqlite3_close(handle.get());
-  if (result == SQLITE_OK) handle.release();
+  if (result == SQLITE_OK) static_cast<void>(handle.release());
   return result;
 }
 

@@ -8,16 +8,16 @@ namespace orvel::sqlite {
 
 /// Owns one connection to a database and closes it on destruction.
 ///
-/// Adds no policy: nothing is logged and nothing throws. Functions that return an int return
-/// SQLite's result code, SQLITE_MISUSE while no connection is open; each user reports errors in its
-/// own way. Use a connection on one thread at a time, and destroy its statements before it.
+/// Adds no policy: logs nothing and throws nothing, so each user reports errors in its own way.
+/// `open`, `close` and `exec` return SQLite's result code, `exec` SQLITE_MISUSE while nothing is
+/// open. Use a connection on one thread at a time, and finalize its statements before it is closed.
 class Connection {
  public:
   /// Opens `path` with the flags of sqlite3_open_v2 in place of an open connection. Allows
   /// double-quoted literals and distrusts the file's schema. After a failure no connection is open.
   int open(const char* path, int flags);
-  /// Closes the connection. SQLITE_BUSY while a statement of it is not finalized: the connection
-  /// then stays open.
+  /// Closes the connection if it is open. SQLITE_BUSY, and still open, while one of its statements
+  /// is not finalized.
   int close();
   /// Gives the connection up without closing it.
   sqlite3* release() { return handle.release(); }
@@ -30,7 +30,7 @@ class Connection {
   int exec(const char* sql);
 
   [[nodiscard]] bool isInTransaction() const;
-  /// How many rows the last INSERT, UPDATE or DELETE changed.
+  /// The number of rows that the last INSERT, UPDATE or DELETE changed.
   [[nodiscard]] int changes() const;
   /// The database's path; null when there is none.
   [[nodiscard]] const char* fileName() const;
