@@ -37,11 +37,13 @@ template <class TIN, class TOUT>
 void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
   try {
     if (sink == nullptr) {
-      // Without memory of its own: a result that reaches its pipeline or the controller counts.
+      // Must not allocate: the pipeline and the controller count every result that reaches them.
       doOperation(block);
     } else {
       // A copy: the stage may hand its input block on to another stage's thread.
       const Operation request = insist([&] { return block->operation; });
+      // Only LAST blocks reach the pipeline: carry the mark of an earlier block over to that one.
+      if (request.skipped) undoneOperation = request.id;
       processInto(*sink, request, block);
     }
   } catch (const std::exception& error) {
@@ -56,19 +58,18 @@ template <class TIN, class TOUT>
 void Server<TIN, TOUT>::processInto(BaseServer<TOUT>& target, const Operation& request,
                                     const src_block_type_ptr& block) {
   try {
-    forward(target, request, doOperation(block));
+    forward(target, doOperation(block));
   } catch (const std::exception& error) {
     sendFailure(target, request, error);
   }
 }
 
 template <class TIN, class TOUT>
-void Server<TIN, TOUT>::forward(BaseServer<TOUT>& target, const Operation& request,
-                                const sink_block_type_ptr& out) {
+void Server<TIN, TOUT>::forward(BaseServer<TOUT>& target, const sink_block_type_ptr& out) {
   if (!out) return;
   const bool last = out->operation.last;
   if (!this->running() && !last) {
-    leaveUndone(request, LeftUndone::Interrupted);
+    noteUndone(out->operation.id, LeftUndone::Interrupted);
     return;
   }
   markLast(out->operation);
@@ -80,7 +81,7 @@ template <class TIN, class TOUT>
 void Server<TIN, TOUT>::sendFailure(BaseServer<TOUT>& target, const Operation& request,
                                     const std::exception& error) {
   OV_ERROR("%s: an error occured: %s", this->name, error.what());
-  leaveUndone(request, LeftUndone::StageFailed);
+  noteUndone(request.id, LeftUndone::StageFailed);
   if (!this->running() && !request.last) return;
   const auto empty = insist([&] { return boost::make_shared<TOUT>(request); });
   markLast(empty->operation);
@@ -88,8 +89,14 @@ void Server<TIN, TOUT>::sendFailure(BaseServer<TOUT>& target, const Operation& r
 }
 
 template <class TIN, class TOUT>
-void Server<TIN, TOUT>::leaveUndone(const Operation& request, LeftUndone reason) {
-  undoneOperation = request.id;
+void Server<TIN, TOUT>::leaveUndone(Operation& result, LeftUndone reason) {
+  result.skipped = true;
+  noteUndone(result.id, reason);
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::noteUndone(int operationId, LeftUndone reason) {
+  undoneOperation = operationId;
   progress->leaveUndone(reason);
 }
 

@@ -39,12 +39,6 @@ class ServerDB : public Server<TIN, TOUT> {
     ServerDB& server;
   };
 
-  /// Notes that rows of the request did not reach the database.
-  void rowsWereLost(Operation& operation) {
-    operation.skipped = true;
-    this->progress->leaveUndone(LeftUndone::RowsLost);
-  }
-
   sqlstl::basic_sqlostream<char> out;
   sqlstl::basic_sqlistream<char> in;
 };

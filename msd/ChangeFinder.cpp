@@ -29,13 +29,15 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
     finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
     // What cannot be read for the mount point's own sake never could be.
     const bool readable = isMtp || sql::fitsPathPattern(operation.mountPoint);
-    if (!finder.committed() || (readable && !finder.sawAllRows())) rowsWereLost(toAdd->operation);
+    if (!finder.committed() || (readable && !finder.sawAllRows())) {
+      leaveUndone(toAdd->operation, LeftUndone::RowsLost);
+    }
     count(files, toAdd->items.size(), finder.vanished());
   }
   if (!toAdd->items.empty()) {
     if (!DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint,
                                               "PROGRESS")) {
-      rowsWereLost(toAdd->operation);
+      leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
     if (running()) {
       progress->contentModified = true;

@@ -41,7 +41,9 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   const std::vector<std::string> ids = idsOfMusicDirectories(*block);
   const std::size_t differences = countDifferences(in, operation.mountPoint, ids);
   // What cannot be read for the mount point's own sake never could be.
-  if (!in.eof() && sql::fitsPathPattern(operation.mountPoint)) rowsWereLost(result->operation);
+  if (!in.eof() && sql::fitsPathPattern(operation.mountPoint)) {
+    leaveUndone(result->operation, LeftUndone::RowsLost);
+  }
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
     progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
@@ -69,8 +71,7 @@ void DirectorySaver::propagateMusicPresence(src_block_type* block) const {
 
 void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
   if (stopping()) {
-    result.skipped = true;
-    progress->leaveUndone(LeftUndone::Interrupted);
+    leaveUndone(result, LeftUndone::Interrupted);
     return;
   }
   const Operation& operation = block.operation;
@@ -92,7 +93,7 @@ void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
   const bool inserted = out.good();
   out.finalize();
   if (!transaction.end() || !deleted || !inserted) {
-    rowsWereLost(result);
+    leaveUndone(result, LeftUndone::RowsLost);
   } else {
     progress->directoriesAreStored(stored);
   }

@@ -30,12 +30,11 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
   auto songs = boost::make_shared<Block<MetaDataInfo*>>(operation);
   songs->items.reserve(block->items.size());
-  if (cutOperation == operation.id) songs->operation.skipped = true;
   OV_INFO("MSDMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
   const Timer timer;
   if (DatabaseMgr::instance().dbSizeHasReachLimit(operation.deviceId)) {
     OV_INFO("MSDMiner SKIPPED db size limit reached (op: %d)", operation.id);
-    leaveUndone(*songs, LeftUndone::SizeLimit);
+    leaveUndone(songs->operation, LeftUndone::SizeLimit);
   } else {
     const bool isDevicePresent = mineFiles(*block, *songs);
     if (operation.last) reader.reset();
@@ -62,7 +61,7 @@ bool MSDMiner::mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& so
     const std::optional<LeftUndone> cut =
         stopping() ? LeftUndone::Interrupted : mineGuarded(*file, files.operation, songs);
     if (!cut) continue;
-    leaveUndone(songs, *cut);
+    leaveUndone(songs.operation, *cut);
     return cut != LeftUndone::MountPointGone;
   }
   progress->songsSkipped += static_cast<unsigned>(files.items.size() - songs.items.size());
@@ -125,14 +124,8 @@ std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const O
                                              none, none, 1, 1,
                                              deviceFailed ? kNeverRead : file.lastModified));
   });
-  if (deviceFailed) leaveUndone(songs, LeftUndone::ReadError);
+  if (deviceFailed) leaveUndone(songs.operation, LeftUndone::ReadError);
   return std::nullopt;
-}
-
-void MSDMiner::leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason) {
-  songs.operation.skipped = true;
-  cutOperation = songs.operation.id;
-  progress->leaveUndone(reason);
 }
 
 }  // namespace orvel

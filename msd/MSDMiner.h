@@ -35,13 +35,10 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
                       Block<MetaDataInfo*>& songs);
   std::optional<LeftUndone> mineUnreadable(const FileInfo& file, const Operation& operation,
                                            bool deviceFailed, Block<MetaDataInfo*>& songs);
-  void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;
   TagReaderFactory makeReader;
   std::unique_ptr<TagReader> reader;  ///< from the first file of a request to its last
-  /// The operation whose block was cut before; its later blocks say so, too. Own thread only.
-  std::optional<int> cutOperation;
 };
 
 }  // namespace orvel

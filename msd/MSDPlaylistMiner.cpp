@@ -83,7 +83,7 @@ bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
   } else if (deviceDelivers(file, playlists)) {
     switch (parseOnMainLoop(playlist, wrapper)) {
       case Parse::Pending:
-        leaveUndone(playlists, LeftUndone::Interrupted);
+        leaveUndone(playlists.operation, LeftUndone::Interrupted);
         return false;
       case Parse::Done:
         break;
@@ -91,7 +91,7 @@ bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
         deviceDelivers(file, playlists);
         break;
       case Parse::Failed:
-        leaveUndone(playlists, LeftUndone::StageFailed);
+        leaveUndone(playlists.operation, LeftUndone::StageFailed);
         break;
     }
   }
@@ -107,7 +107,7 @@ bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Block<Playlist*>& pl
   const bool gone = watch->vanished(operation.id, operation.mountPoint) != 0;
   if (!gone && isOrdinaryRefusal(error)) return true;
   OV_WARN("cannot read playlist %s: %d", file.path->c_str(), error);
-  leaveUndone(playlists, gone ? LeftUndone::MountPointGone : LeftUndone::ReadError);
+  leaveUndone(playlists.operation, gone ? LeftUndone::MountPointGone : LeftUndone::ReadError);
   return false;
 }
 
@@ -133,11 +133,6 @@ PlaylistWrapper::Parse MSDPlaylistMiner::parseOnMainLoop(std::unique_ptr<Playlis
   wrapper->abandoned = wrapper->parse == Parse::Pending;
   if (!wrapper->abandoned) playlist = std::move(wrapper->owner);
   return wrapper->parse;
-}
-
-void MSDPlaylistMiner::leaveUndone(Block<Playlist*>& playlists, LeftUndone reason) {
-  playlists.operation.skipped = true;
-  progress->leaveUndone(reason);
 }
 
 }  // namespace orvel

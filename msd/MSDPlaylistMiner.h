@@ -27,7 +27,6 @@ class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
   bool deviceDelivers(const FileInfo& file, Block<Playlist*>& playlists);
   PlaylistWrapper::Parse parseOnMainLoop(std::unique_ptr<Playlist>& playlist,
                                          const std::shared_ptr<PlaylistWrapper>& wrapper);
-  void leaveUndone(Block<Playlist*>& playlists, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;
 };

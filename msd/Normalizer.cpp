@@ -4,6 +4,7 @@
 
 #include "base/Log.h"
 #include "base/Timer.h"
+#include "db/limits.h"
 
 namespace orvel {
 
@@ -13,7 +14,7 @@ Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block
   const Timer timer;
   if (files == 0) return boost::make_shared<Block<FileInfo*>>(block->operation);
   std::size_t begin = 0;
-  for (; begin + kBatchSize < files; begin += kBatchSize) {
+  for (; begin + kSongsPerBlock < files; begin += kSongsPerBlock) {
     const auto batch = takeBatch(*block, begin);
     batch->operation.last = false;
     if (sink != nullptr) sink->enqueue(batch);
@@ -24,10 +25,10 @@ Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block
   return finalBatch;
 }
 
-/// Moves the files from `begin` on into a block of their own. Each slot is nulled as it is taken,
-/// so that every file has exactly one owner whatever fails.
+/// Moves the next batch, which starts at `begin`, into a block of its own. Nulls each slot as it
+/// takes the file, so that every file has exactly one owner even if an allocation fails.
 Normalizer::sink_block_type_ptr Normalizer::takeBatch(Block<FileInfo*>& block, std::size_t begin) {
-  const std::size_t end = std::min(begin + kBatchSize, block.items.size());
+  const std::size_t end = std::min(begin + kSongsPerBlock, block.items.size());
   auto batch = boost::make_shared<Block<FileInfo*>>(block.operation);
   batch->items.reserve(end - begin);
   for (std::size_t i = begin; i < end; ++i) {

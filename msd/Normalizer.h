@@ -5,12 +5,10 @@
 
 namespace orvel {
 
-/// Cuts a block of files into blocks of at most 500, so that the stages behind work in bounded
-/// batches. Keeps the order; only the last block of the result carries LAST.
+/// Cuts a block of files into blocks of at most `kSongsPerBlock`, which bounds the memory and the
+/// transactions of the stages after it. Keeps the order; only the last block carries LAST.
 class Normalizer : public Server<Block<FileInfo*>, Block<FileInfo*>> {
  public:
-  static constexpr std::size_t kBatchSize = 500;
-
   using Server::Server;
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;

@@ -25,7 +25,7 @@ PlaylistSaver::sink_block_type_ptr PlaylistSaver::doOperation(src_block_type_ptr
   if (transaction.end() && written) {
     progress->playlistsStored += static_cast<unsigned>(block->items.size());
   } else {
-    rowsWereLost(result->operation);
+    leaveUndone(result->operation, LeftUndone::RowsLost);
   }
   out.finalize();
   OV_INFO("PlaylistSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <string>
-#include <utility>
 
 #include "base/Log.h"
 #include "base/Timer.h"
@@ -71,13 +70,11 @@ SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) 
   const Operation& operation = block->operation;
   OV_INFO("SongSaver for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
   const Timer timer;
-  anySkipped = anySkipped || operation.skipped;
   if (out.handle() == nullptr) open(operation.deviceId);
   if (save(*block)) {
     progress->songsWereStored(static_cast<unsigned>(block->items.size()));
   } else {
-    anySkipped = true;
-    progress->leaveUndone(LeftUndone::RowsLost);
+    leaveUndone(block->operation, LeftUndone::RowsLost);
   }
   OV_INFO("SongSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return operation.last ? finish(operation) : sink_block_type_ptr();
@@ -149,8 +146,7 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   out.exec(sql::kCleanNames);
   const bool settled = Transaction::settle(out.handle());
   auto result = boost::make_shared<Block<void>>(operation);
-  result->operation.skipped = std::exchange(anySkipped, false);
-  if (!settled || !out.good()) rowsWereLost(result->operation);
+  if (!settled || !out.good()) leaveUndone(result->operation, LeftUndone::RowsLost);
   OV_INFO("SongSaver close db");
   close();
   return result;

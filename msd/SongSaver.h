@@ -34,8 +34,6 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
   bool forget(const Block<MetaDataInfo*>& block);
   bool saveDimension(Block<MetaDataInfo*>& block, const Dimension& dimension);
   sink_block_type_ptr finish(const Operation& operation);
-
-  bool anySkipped = false;  ///< a block of the request left work undone
 };
 
 }  // namespace orvel

@@ -28,7 +28,7 @@ void MtpDirectorySaver::save(const Block<MtpDirectory*>& block, Operation& resul
   for (const MtpDirectory* directory : block.items) ids.push_back(directory->objectId.text());
   std::sort(ids.begin(), ids.end());
   const std::size_t differences = countDifferences(in, "", ids);
-  if (!in.eof()) rowsWereLost(result);
+  if (!in.eof()) leaveUndone(result, LeftUndone::RowsLost);
   if (differences == 0) {
     OV_INFO("RNC: Did not find changes");
     progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
@@ -40,8 +40,7 @@ void MtpDirectorySaver::save(const Block<MtpDirectory*>& block, Operation& resul
 
 void MtpDirectorySaver::rewrite(const Block<MtpDirectory*>& block, Operation& result) {
   if (stopping()) {
-    result.skipped = true;
-    progress->leaveUndone(LeftUndone::Interrupted);
+    leaveUndone(result, LeftUndone::Interrupted);
     return;
   }
   Transaction transaction(out);
@@ -54,7 +53,7 @@ void MtpDirectorySaver::rewrite(const Block<MtpDirectory*>& block, Operation& re
   const bool inserted = out.good();
   out.finalize();
   if (!transaction.end() || !deleted || !inserted) {
-    rowsWereLost(result);
+    leaveUndone(result, LeftUndone::RowsLost);
   } else {
     progress->directoriesAreStored(static_cast<unsigned>(block.items.size()));
   }

@@ -25,6 +25,7 @@ MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
   songs->items.reserve(block->items.size());
   if (DatabaseMgr::instance().dbSizeHasReachLimit(operation.deviceId)) {
     OV_INFO("MtpMiner SKIPPED db size limit reached (op: %d)", operation.id);
+    // Only the reason is recorded: a phone that is too large ends with status "OK".
     progress->leaveUndone(LeftUndone::SizeLimit);
   } else {
     if (reader == nullptr) reader = makeReader(cancellation.get_token());
@@ -60,8 +61,7 @@ void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& 
     progress->songsSkipped += missing;
     return;
   }
-  songs.operation.skipped = true;
-  progress->leaveUndone(stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
+  leaveUndone(songs.operation, stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
 }
 
 }  // namespace orvel

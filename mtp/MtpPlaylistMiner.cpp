@@ -26,8 +26,7 @@ MtpPlaylistMiner::sink_block_type_ptr MtpPlaylistMiner::doOperation(src_block_ty
     if (playlist != nullptr) playlists->add(std::move(playlist));
   }
   if (!block->items.empty() && (!goesOn() || !connection.isComplete())) {
-    playlists->operation.skipped = true;
-    progress->leaveUndone(stopping() ? LeftUndone::Interrupted : LeftUndone::ReadError);
+    leaveUndone(playlists->operation, stopping() ? LeftUndone::Interrupted : LeftUndone::ReadError);
   }
   OV_INFO("MtpPlaylistMiner done (op: %d)", operation.id);
   return playlists;

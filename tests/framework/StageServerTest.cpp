@@ -138,6 +138,26 @@ TEST_F(StageServer, ALastMarkSurvivesAnyFailureAndTellsOfIt) {
   EXPECT_EQ(log.levelOf("S: an error occured: no luck"), LOG_ERROR);
 }
 
+TEST_F(StageServer, TheLastBlockTellsThatAnEarlierOneLeftWorkUndone) {
+  stage.work = [&](const FilesPtr& block) {
+    if (!block->items.empty()) stage.leaveUndone(block->operation, LeftUndone::ReadError);
+    return block->operation.last ? block : FilesPtr();
+  };
+  run();
+  const auto marked = filesOf(1, false);
+  marked->operation.skipped = true;
+  for (const auto& block : {marked, filesOf(1, true), filesOf(2, false, 1), filesOf(2, true),
+                            filesOf(3, false), filesOf(3, true)}) {
+    stage.enqueue(block);
+  }
+  ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 3; }));
+  std::vector<bool> marks;
+  for (const Operation& got : sink.received()) marks.push_back(got.skipped);
+  EXPECT_THAT(marks, ElementsAre(true, true, false));
+  EXPECT_THAT(stage.progress->snapshot().leftUndone,
+              ElementsAre("the device could not be read in places"));
+}
+
 TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
   std::promise<void> gates[2];
   stage.work = [&gates, n = 0](const FilesPtr& block) mutable {

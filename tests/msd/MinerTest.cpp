@@ -17,9 +17,8 @@ using testing::SizeIs;
 
 class Miner : public DatabaseFolderFixture {
  protected:
-  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1,
-            bool last = false) {
-    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, last));
+  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1) {
+    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, false));
     for (const auto& name : names) block->items.push_back(new FileInfo(mount + "/" + name, 0, 5));
     return miner.doOperation(block);
   }
@@ -67,14 +66,12 @@ TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
   EXPECT_EQ(songs->items[0]->title, "Kept");
 }
 
-TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {
+TEST_F(Miner, ARemovedDeviceCutsTheBlock) {
   const std::string gone = temporary.path("gone");
   EXPECT_TRUE(mine({"a.mp3", "b.mp3"}, gone)->operation.skipped);
   EXPECT_EQ(log.levelOf("MOUNT POINT IS NOT PRESENT ANYMORE " + gone + ": 2"), LOG_ERROR);
   EXPECT_THAT(log.texts("NULL file"), SizeIs(1));
   EXPECT_THAT(log.texts("MSDMiner timer"), SizeIs(0));
-  EXPECT_TRUE(mine({}, gone, 1, true)->operation.skipped);
-  EXPECT_FALSE(mine({}, gone, 2, true)->operation.skipped);
 }
 
 TEST_F(Miner, AStopAndTheSizeLimitLeaveWorkUndone) {
