@@ -4,11 +4,13 @@
 
 #include "db/DatabaseMgr.h"
 #include "db/SqlStream.h"
+#include "framework/HostSignals.h"
 #include "framework/Server.h"
 
 namespace orvel {
 
-/// A stage that reads and writes the device's database over two connections of its own.
+/// A stage that reads and writes the device's database over two connections of its own. Only the
+/// stage's thread uses them.
 template <class TIN, class TOUT>
 class ServerDB : public Server<TIN, TOUT> {
  public:
@@ -27,7 +29,7 @@ class ServerDB : public Server<TIN, TOUT> {
     out.close();
   }
 
-  /// Closes both streams at the end of a scope, however it is left.
+  /// Closes both streams at the end of a scope, also after an exception.
   class ClosingScope {
    public:
     explicit ClosingScope(ServerDB& scoped) : server(scoped) {}
@@ -38,6 +40,13 @@ class ServerDB : public Server<TIN, TOUT> {
    private:
     ServerDB& server;
   };
+
+  /// Tells the host that rows of the device have changed, unless the stage is paused or stopped.
+  void signalContentModified(const Operation& operation) {
+    if (!this->running()) return;
+    this->progress->contentModified = true;
+    hostSignals::contentModified(operation.mountPoint);
+  }
 
   sqlstl::basic_sqlostream<char> out;
   sqlstl::basic_sqlistream<char> in;

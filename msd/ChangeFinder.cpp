@@ -4,7 +4,6 @@
 
 #include "base/Log.h"
 #include "db/SqlTexts.h"
-#include "framework/HostSignals.h"
 #include "msd/GenericChangeFinder.h"
 
 namespace orvel {
@@ -27,9 +26,9 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
     finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
-    // What cannot be read for the mount point's own sake never could be.
-    const bool readable = isMtp || sql::fitsPathPattern(operation.mountPoint);
-    if (!finder.committed() || (readable && !finder.sawAllRows())) {
+    // A mount point that contains '"' is never queried, so unread rows are expected there.
+    const bool isQueryable = isMtp || sql::fitsPathPattern(operation.mountPoint);
+    if (!finder.committed() || (isQueryable && !finder.sawAllRows())) {
       leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
     count(files, toAdd->items.size(), finder.vanished());
@@ -39,10 +38,7 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
                                               "PROGRESS")) {
       leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
-    if (running()) {
-      progress->contentModified = true;
-      hostSignals::contentModified(operation.mountPoint);
-    }
+    signalContentModified(operation);
   }
   return toAdd;
 }
