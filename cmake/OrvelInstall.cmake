@@ -3,7 +3,7 @@ include(CMakePackageConfigHelpers)
 # The headers that a host includes, and what these include.
 set(ORVEL_PUBLIC_HEADERS
     base/Export.h base/Log.h base/Mutex.h base/StageThread.h base/ThreadAnnotations.h
-    base/WorkPriority.h base/insist.h
+    base/WorkPriority.h base/retryOnBadAlloc.h
     db/BusyHandler.h db/Collation.h db/DatabaseMgr.h db/SqlStream.h
     framework/BaseServer.h framework/BaseServer.tpp framework/Block.h framework/Operation.h
     framework/OrvelOperation.h framework/RequestProgress.h framework/Runnable.h framework/Server.h

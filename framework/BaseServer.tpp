@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/Log.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 
 namespace orvel {
 
@@ -52,7 +52,7 @@ void BaseServer<T>::stop() {
 template <class T>
 void BaseServer<T>::enqueue(block_type_ptr block) {
   const int operationId = block->operation.id;
-  if (!stopping() && insist([&] { return append(block); })) return;
+  if (!stopping() && retryOnBadAlloc([&] { return append(block); })) return;
   OV_INFO("%d: enqueue skipped block for op %d", static_cast<int>(STOPPING), operationId);
 }
 

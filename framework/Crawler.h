@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cassert>
+
 #include "base/Log.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 #include "db/Directory.h"
 #include "db/FileInfo.h"
 #include "framework/HostSignals.h"
@@ -40,6 +42,7 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
 
   /// Marks the blocks of all three branches: the run loop marks only the songs, which it sends.
   void leaveAllUndone(const Found& found, LeftUndone reason) {
+    assert(found.songs && found.playlists && found.directories);
     leaveUndone(found.songs->operation, reason);
     leaveUndone(found.playlists->operation, reason);
     leaveUndone(found.directories->operation, reason);
@@ -49,7 +52,8 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
   /// block the request could never finish.
   template <class T>
   boost::shared_ptr<Block<T>> makeBlock(const Operation& operation) {
-    return orFail([&] { return insist([&] { return boost::make_shared<Block<T>>(operation); }); });
+    return orFail(
+        [&] { return retryOnBadAlloc([&] { return boost::make_shared<Block<T>>(operation); }); });
   }
 
   /// Sends the LAST blocks of playlists and directories; the run loop sends the songs.

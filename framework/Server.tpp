@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cassert>
+
 #include "base/Log.h"
 #include "base/StageThread.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 
 namespace orvel {
 
@@ -35,13 +37,14 @@ typename Server<TIN, TOUT>::sink_block_type_ptr Server<TIN, TOUT>::doOperation(
 
 template <class TIN, class TOUT>
 void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
+  assert(block != nullptr);
   try {
     if (sink == nullptr) {
       // Must not allocate: the pipeline and the controller count every result that reaches them.
       doOperation(block);
     } else {
-      // A copy: the stage may hand its input block on to another stage's thread.
-      const Operation request = insist([&] { return block->operation; });
+      // Copy the request: a stage may hand its input block to another stage's thread.
+      const Operation request = retryOnBadAlloc([&] { return block->operation; });
       // Only LAST blocks reach the pipeline: carry the mark of an earlier block over to that one.
       if (request.skipped) undoneOperation = request.id;
       processInto(*sink, request, block);
@@ -83,7 +86,7 @@ void Server<TIN, TOUT>::sendFailure(BaseServer<TOUT>& target, const Operation& r
   OV_ERROR("%s: an error occured: %s", this->name, error.what());
   noteUndone(request.id, LeftUndone::StageFailed);
   if (!this->running() && !request.last) return;
-  const auto empty = insist([&] { return boost::make_shared<TOUT>(request); });
+  const auto empty = retryOnBadAlloc([&] { return boost::make_shared<TOUT>(request); });
   markLast(empty->operation);
   target.enqueue(empty);
 }

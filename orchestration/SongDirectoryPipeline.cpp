@@ -2,7 +2,7 @@
 
 #include "base/Log.h"
 #include "base/Timer.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
 #include "framework/HostSignals.h"
@@ -69,8 +69,8 @@ SongDirectoryPipeline::sink_block_type_ptr SongDirectoryPipeline::doOperation(
 
 void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
   try {
-    insist([this] { clearPlaylists(); });
-    insist([this] { storeStatus(); });
+    retryOnBadAlloc([this] { clearPlaylists(); });
+    retryOnBadAlloc([this] { storeStatus(); });
     flush();
     progress->enter(RequestPhase::Finished);
     report(result);
@@ -106,10 +106,11 @@ void SongDirectoryPipeline::storeStatus() {
 
 void SongDirectoryPipeline::flush() {
   DatabaseMgr& databases = DatabaseMgr::instance();
-  insist([&] { databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint); });
+  retryOnBadAlloc(
+      [&] { databases.removeDanglingPartitions(operation.deviceId, operation.mountPoint); });
   hostSignals::indexingFinished(operation.mountPoint);
-  insist([&] { databases.sync(operation.deviceId); });
-  insist([&] { databases.checkAndDelete(operation.deviceId, kDatabaseSizeLimit); });
+  retryOnBadAlloc([&] { databases.sync(operation.deviceId); });
+  retryOnBadAlloc([&] { databases.checkAndDelete(operation.deviceId, kDatabaseSizeLimit); });
 }
 
 void SongDirectoryPipeline::clearPlaylists() {

@@ -1,5 +1,5 @@
 #include "framework/HostSignals.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 
 #include <exception>
 
@@ -64,7 +64,7 @@ void emitOnFacade(Emit emitSignal) noexcept {
   try {
     const Emission emission;
     // A receiver may get a signal twice, but none waits for ever for one that memory was short for.
-    if (emission.facade() != nullptr) insist([&] { emitSignal(*emission.facade()); });
+    if (emission.facade() != nullptr) retryOnBadAlloc([&] { emitSignal(*emission.facade()); });
   } catch (const std::exception& error) {
     OV_ERROR("a signal to the host was lost: %s", error.what());
   }

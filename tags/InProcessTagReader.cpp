@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/retryOnce.h"
+#include "base/retryOnBadAlloc.h"
 #include "tags/AudioStream.h"
 #include "tags/readTags.h"
 
@@ -18,12 +18,14 @@ void InProcessTagReader::expect(std::vector<std::string> paths) {
 TagResult InProcessTagReader::next() {
   openAhead();
   File& file = files[current++];
-  return retryOnce([&] {
-    // A first attempt uses it up, and what could not be opened then may be by now.
-    if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
-    AudioStream stream(std::move(file.audio), file.path, stopped);
-    return readTags(stream, ReadingDepth::TagAndAudio);
-  });
+  return retryOnBadAlloc(
+      [&] {
+        // A first attempt uses it up, and what could not be opened then may be by now.
+        if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
+        AudioStream stream(std::move(file.audio), file.path, stopped);
+        return readTags(stream, ReadingDepth::TagAndAudio);
+      },
+      kOneRetry);
 }
 
 /// Without memory of its own: each call of `next` is for one file, whatever fails.

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "base/Log.h"
-#include "base/retryOnce.h"
+#include "base/retryOnBadAlloc.h"
 #include "tags/AudioStream.h"
 #include "tags/InProcessTagReader.h"
 
@@ -46,7 +46,7 @@ void IsolatedTagReader::expect(std::vector<std::string> paths) {
 TagResult IsolatedTagReader::next() {
   tagMessages::Result answer;
   try {
-    answer = retryOnce([this] { return answerOrForget(); });
+    answer = retryOnBadAlloc([this] { return answerOrForget(); }, kOneRetry);
   } catch (const std::exception&) {
     handedOver = ++current;
     throw;
