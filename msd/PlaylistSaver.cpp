@@ -18,7 +18,7 @@ PlaylistSaver::sink_block_type_ptr PlaylistSaver::doOperation(src_block_type_ptr
   Transaction transaction(out);
   out.query(sql::kInsertPlaylistEntry);
   for (const Playlist* playlist : block->items) {
-    // The statement keeps its bindings: the further step stores the last entry once more.
+    // The statement keeps its bindings, so this step repeats the last entry.
     out << playlist << sqlstl::step;
   }
   const bool written = out.good();

@@ -56,7 +56,7 @@ bool uniqueOnComposer(const MetaDataInfo* a, const MetaDataInfo* b) {
   return uniqueOn<&MetaDataInfo::composerId>(a, b);
 }
 
-/// One of the tables of names that songs refer to.
+/// One of the four tables of names.
 struct SongSaver::Dimension {
   bool (*sort)(const MetaDataInfo*, const MetaDataInfo*);
   bool (*unique)(const MetaDataInfo*, const MetaDataInfo*);
@@ -80,7 +80,8 @@ SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) 
   return operation.last ? finish(operation) : sink_block_type_ptr();
 }
 
-/// Returns true when every row is committed.
+/// Returns true when every row is committed. If a name is lost, commits the songs for the next
+/// request to read again, or nothing.
 bool SongSaver::save(Block<MetaDataInfo*>& block) {
   static constexpr Dimension kDimensions[] = {
       {sortOnGenre, uniqueOnGenre, sql::kReplaceGenre, &MetaDataInfo::genreId, &MetaDataInfo::genre,
@@ -97,7 +98,7 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
   for (const Dimension& dimension : kDimensions) {
     written = saveDimension(block, dimension) && written;
   }
-  const bool repairable = written || forget(block);
+  const bool repairable = written || forgetModificationTimes(block);
   out.finalize();
   if (!repairable) {
     transaction.rollBack();
@@ -106,8 +107,8 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
   return transaction.end() && written;
 }
 
-/// Without one of its names a song would count as stored for ever.
-bool SongSaver::forget(const Block<MetaDataInfo*>& block) {
+/// Makes the songs of the block look changed to the next request, which repairs their names.
+bool SongSaver::forgetModificationTimes(const Block<MetaDataInfo*>& block) {
   out.query(sql::kForgetModification);
   for (const MetaDataInfo* song : block.items) out << song->path << sqlstl::step;
   return out.good();
@@ -130,7 +131,7 @@ bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dime
   std::sort(block.items.begin(), block.items.end(), dimension.sort);
   out.query(dimension.replaceSql);
   const MetaDataInfo* earlier = nullptr;
-  // std::unique would overwrite pointers that the block owns; duplicates are passed over instead.
+  // Skip duplicates here: std::unique would overwrite pointers that the block owns.
   for (const MetaDataInfo* song : block.items) {
     if (earlier != nullptr && dimension.unique(earlier, song)) continue;
     out << (song->*dimension.id).text() << song->*dimension.text

@@ -1,5 +1,6 @@
 #include "msd/StandardErrorSilence.h"
 
+#include <cassert>
 #include <iostream>
 #include <optional>
 
@@ -10,7 +11,8 @@ namespace orvel {
 
 namespace {
 
-/// Never destroyed: std::cerr may be written to until the process ends.
+/// Shared by all instances. Never destroyed: any thread may write to std::cerr until the process
+/// ends.
 struct Redirection {
   Mutex mutex;
   int holders ORVEL_GUARDED_BY(mutex) = 0;
@@ -34,6 +36,7 @@ StandardErrorSilence::StandardErrorSilence() {
 StandardErrorSilence::~StandardErrorSilence() {
   Redirection& shared = redirection();
   const MutexLock lock(shared.mutex);
+  assert(shared.holders > 0);
   if (--shared.holders == 0) shared.active.reset();
 }
 
