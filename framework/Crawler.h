@@ -7,6 +7,7 @@
 #include "db/Directory.h"
 #include "db/FileInfo.h"
 #include "framework/HostSignals.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 
 namespace orvel {

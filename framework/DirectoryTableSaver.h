@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "db/SqlTexts.h"
 #include "db/StoredDirectories.h"
 #include "db/Transaction.h"
+#include "framework/RequestProgress.h"
 #include "framework/ServerDB.h"
 
 namespace orvel {
@@ -34,6 +36,7 @@ class DirectoryTableSaver : public ServerDB<Block<DIRECTORY>, Block<void>> {
   /// of the block that the stage sends. Requires open streams.
   void update(const Block<DIRECTORY>& block, const Scope& scope, std::vector<std::string> ids,
               Operation& result) {
+    assert(this->out.handle() != nullptr && this->in.handle() != nullptr);
     std::sort(ids.begin(), ids.end());
     const std::size_t differences = countDifferences(this->in, scope.pathPrefix, ids);
     if (!this->in.eof() && scope.isQueryable) this->leaveUndone(result, LeftUndone::RowsLost);

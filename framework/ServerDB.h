@@ -5,6 +5,7 @@
 #include "db/DatabaseMgr.h"
 #include "db/SqlStream.h"
 #include "framework/HostSignals.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 
 namespace orvel {

@@ -40,6 +40,7 @@ void sortByKey(Pointers& pointers) {
 /// Counts the rows whose path no file has. Both sides are sorted.
 unsigned countVanished(const std::vector<const DbObject*>& rows,
                        const std::vector<FileInfo*>& files) {
+  assert(std::is_sorted(files.begin(), files.end(), DbObjectPtrComparer()));
   unsigned vanished = 0;
   auto file = files.begin();
   for (const DbObject* row : rows) {

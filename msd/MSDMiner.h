@@ -5,6 +5,7 @@
 
 #include "db/FileInfo.h"
 #include "db/MetaDataInfo.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
 #include "tags/SongTag.h"

@@ -9,6 +9,7 @@
 
 #include "base/Log.h"
 #include "base/ReadError.h"
+#include "framework/RequestProgress.h"
 #include "msd/PlaylistGuard.h"
 #include "msd/PlaylistParser.h"
 

@@ -12,7 +12,6 @@
 
 #include "base/Log.h"
 #include "base/ReadError.h"
-#include "db/limits.h"
 #include "tags/MediaKind.h"
 
 namespace orvel {
@@ -48,6 +47,7 @@ MSDWalk::MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles,
       host(std::move(walkHost)) {}
 
 void MSDWalk::run() {
+  assert(host.goesOn && host.leaveUndone);
   // A removed stick may leave an empty folder, which would pass for its content.
   if (watch.remember(directories.operation.id, directories.operation.mountPoint) != 0) {
     host.leaveUndone(LeftUndone::MountPointGone);
@@ -58,7 +58,7 @@ void MSDWalk::run() {
     progress.directoriesFound = static_cast<unsigned>(directories.items.size());
   }
   if (!limitReached()) return;
-  OV_WARN("%d track reached", static_cast<int>(kMostSongs));
+  OV_WARN("%d track reached", kMaxSongs);
   progress.limitReached = true;
 }
 
@@ -166,7 +166,7 @@ bool MSDWalk::isOwnAncestor(std::size_t parent, Identity identity) const {
 }
 
 bool MSDWalk::limitReached() const {
-  return songs.items.size() >= kMostSongs;
+  return songs.items.size() >= std::size_t{kMaxSongs};
 }
 
 }  // namespace orvel

@@ -13,6 +13,7 @@
 #include "db/FileInfo.h"
 #include "framework/Block.h"
 #include "framework/RequestProgress.h"
+#include "framework/SongLimit.h"
 #include "msd/MountPointWatch.h"
 
 namespace orvel {

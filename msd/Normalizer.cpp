@@ -1,10 +1,10 @@
 #include "msd/Normalizer.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "base/Log.h"
 #include "base/Timer.h"
-#include "db/limits.h"
 
 namespace orvel {
 
@@ -14,7 +14,7 @@ Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block
   const Timer timer;
   if (files == 0) return boost::make_shared<Block<FileInfo*>>(block->operation);
   std::size_t begin = 0;
-  for (; begin + kSongsPerBlock < files; begin += kSongsPerBlock) {
+  for (; begin + kBatchSize < files; begin += kBatchSize) {
     const auto batch = takeBatch(*block, begin);
     batch->operation.last = false;
     if (sink != nullptr) sink->enqueue(batch);
@@ -28,7 +28,8 @@ Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block
 /// Moves the next batch, which starts at `begin`, into a block of its own. Nulls each slot as it
 /// takes the file, so that every file has exactly one owner even if an allocation fails.
 Normalizer::sink_block_type_ptr Normalizer::takeBatch(Block<FileInfo*>& block, std::size_t begin) {
-  const std::size_t end = std::min(begin + kSongsPerBlock, block.items.size());
+  assert(begin < block.items.size());
+  const std::size_t end = std::min(begin + kBatchSize, block.items.size());
   auto batch = boost::make_shared<Block<FileInfo*>>(block.operation);
   batch->items.reserve(end - begin);
   for (std::size_t i = begin; i < end; ++i) {

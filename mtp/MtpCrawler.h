@@ -21,7 +21,7 @@ class MtpCrawler : public Crawler<MtpDirectory*> {
   void addTracks(const Found& found, MtpConnection& connection, const OwnedElements& tracks);
   void addPlaylists(const Found& found, const OwnedElements& playlists);
   void addDirectories(const Found& found, MtpConnection& connection, OwnedElements& tracks);
-  /// False when the device is gone or the stage was stopped.
+  /// Returns false when the device is gone or the stage was stopped.
   [[nodiscard]] bool goesOn(const Operation& operation) const;
 };
 

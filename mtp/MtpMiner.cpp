@@ -7,6 +7,7 @@
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "db/DatabaseMgr.h"
+#include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
 #include "tags/TagReaderScope.h"

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Log.h"
+#include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/MtpDevice.h"
 

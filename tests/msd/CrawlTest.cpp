@@ -8,7 +8,6 @@
 #include <set>
 
 #include "base/Log.h"
-#include "db/limits.h"
 #include "msd/MSDCrawler.h"
 #include "msd/MSDWalk.h"
 #include "tags/MediaKind.h"
@@ -153,11 +152,11 @@ TEST_F(Crawl, AnotherFileSystemInItsPlaceCountsAsGone) {
 TEST_F(Crawl, StopsAtTheLimitOfSongs) {
   const std::string song = temporary.file("stick/A/Deep/x.mp3");
   const std::string folders[] = {stick + "/A/", temporary.folder("stick/B") + "/"};
-  for (int i = 0; i < static_cast<int>(kMostSongs); ++i) {
+  for (int i = 0; i < kMaxSongs; ++i) {
     fs::create_hard_link(song, folders[i % 2] + std::to_string(i) + ".mp3");
   }
   walk();
-  EXPECT_THAT(songs.items, SizeIs(kMostSongs));
+  EXPECT_THAT(songs.items, SizeIs(kMaxSongs));
   EXPECT_EQ(log.levelOf("16000 track reached"), LOG_WARN);
   EXPECT_TRUE(progress.snapshot().limitReached);
   EXPECT_THAT(undone, IsEmpty()) << "the rest is left out on purpose";
