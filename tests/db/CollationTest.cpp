@@ -51,18 +51,4 @@ TEST(Collation, OrdersHostileBytesConsistently) {
   }
 }
 
-TEST(Collation, AnnouncesItselfInGLibsDebugLog) {
-  std::vector<std::string> messages;
-  const GLogFunc earlier = g_log_set_default_handler(
-      [](const gchar*, GLogLevelFlags level, const gchar* message, gpointer seen) {
-        if ((level & G_LOG_LEVEL_MASK) != G_LOG_LEVEL_DEBUG) return;
-        static_cast<std::vector<std::string>*>(seen)->emplace_back(message);
-      },
-      &messages);
-  EXPECT_EQ(tracker_collation_init(), 0);
-  tracker_collation_shutdown();
-  g_log_set_default_handler(earlier, nullptr);
-  EXPECT_THAT(messages, testing::ElementsAre("[GLib collation] Initializing collator"));
-}
-
 }  // namespace

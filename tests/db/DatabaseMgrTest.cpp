@@ -74,22 +74,6 @@ TEST_F(DatabaseMgrTest, EveryDeviceIdGetsAFileOfItsOwnInTheFolder) {
   EXPECT_THAT(fs::path(databaseOf("")).filename().string(), "-d41d8cd98f00b204e9800998ecf8427e.db");
 }
 
-TEST_F(DatabaseMgrTest, KeepsAStatusPerPartition) {
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "");
-  EXPECT_FALSE(fs::exists(databaseOf("dev"))) << "a question creates no database";
-  manager.createDb("dev", "/m", true);
-  const std::string odd = "/m'; DROP TABLE PARTITIONS; \"";
-  manager.insertStatus("dev", "/m", "PROGRESS");
-  manager.insertStatus("dev", odd, "OK");
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "PROGRESS");
-  manager.insertStatus("dev", "/m", "OK");
-  manager.createDb("dev", "/m", true);
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "OK");
-  EXPECT_EQ(manager.getStatus("dev", odd), "OK");
-  EXPECT_EQ(manager.getStatus("dev", "/other"), "");
-  EXPECT_EQ(manager.getStatus("other", "/m"), "");
-}
-
 TEST_F(DatabaseMgrTest, PlaylistsOfAnUnfinishedRunAreReadAgain) {
   for (const char* mount : {"/m", "/n"}) {
     manager.createDb("dev", mount, false);
@@ -193,21 +177,6 @@ TEST_F(DatabaseMgrTest, SyncGivesSpaceBackAndTruncatesTheLog) {
   manager.sync("dev");
   EXPECT_EQ(fs::file_size(databaseOf("dev") + "-wal"), 0U);
   EXPECT_LT(fs::file_size(databaseOf("dev")), full / 4);
-}
-
-TEST_F(DatabaseMgrTest, AHostsThreadWaitsAtMostASecondForALock) {
-  manager.createDb("dev", "/m", true);
-  for (const char* lock : {"BEGIN IMMEDIATE;", "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE;"}) {
-    sqlstl::basic_sqlostream<char> holder;
-    holder.open(databaseOf("dev").c_str(), 1000);
-    holder.exec(lock);
-    ASSERT_TRUE(holder.good());
-    const LogCapture log;
-    const auto begin = std::chrono::steady_clock::now();
-    manager.createDb("dev", "/n", false);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1700)) << lock;
-    EXPECT_THAT(log.texts("database is locked"), SizeIs(1)) << lock;
-  }
 }
 
 TEST_F(DatabaseMgrTest, WarnsOfAnotherIndexerInTheFolder) {

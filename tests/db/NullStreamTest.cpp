@@ -11,21 +11,6 @@
 namespace orvel::test {
 namespace {
 
-TEST(NullStream, AcceptsEverythingAndIsPutBack) {
-  sqlstl::basic_onullstream<char> nothing;
-  std::ostringstream text;
-  text << "before ";
-  {
-    const sqlstl::stream_redirector redirected(text, nothing.rdbuf());
-    text << "lost" << std::string(100000, 'x') << '\xFF' << std::flush;
-    EXPECT_TRUE(text.good());
-  }
-  text << "after";
-  EXPECT_EQ(text.str(), "before after");
-  nothing << 1 << std::endl;
-  EXPECT_TRUE(nothing.good());
-}
-
 TEST(NullStream, SilencesStandardErrorForAsLongAsAnyMinerNeedsIt) {
   std::ostringstream seen;
   const sqlstl::stream_redirector redirected(std::cerr, seen.rdbuf());

@@ -23,17 +23,6 @@ class TransactionTest : public testing::Test {
   sqlstl::basic_sqlostream<char> out;
 };
 
-TEST_F(TransactionTest, CommitsAndNoticesARollbackBehindItsBack) {
-  Transaction kept(out);
-  out.exec("INSERT INTO T VALUES(1);");
-  EXPECT_THAT(stored(), ElementsAre());
-  EXPECT_TRUE(kept.end());
-  Transaction lost(out);
-  out.exec("INSERT INTO T VALUES(2); ROLLBACK;");
-  EXPECT_FALSE(lost.end());
-  EXPECT_THAT(stored(), ElementsAre("1"));
-}
-
 TEST_F(TransactionTest, RollsBackWhatCannotBeCommitted) {
   sqlstl::basic_sqlistream<char> reader;
   reader.open(file.c_str(), 20);

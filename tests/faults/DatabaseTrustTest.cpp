@@ -219,16 +219,6 @@ TEST_F(DatabaseTrustTest, FoldersAndLinksInThePlaceOfFiles) {
   run("empty file", [this] { writeBytes(database(), ""); });
 }
 
-TEST_F(DatabaseTrustTest, WithoutPermission) {
-  if (geteuid() == 0) GTEST_SKIP() << "root may read and write everything";
-  const auto permit = [this](fs::perms allowed) {
-    return [this, allowed] { fs::permissions(database(), allowed); };
-  };
-  const Deed all = permit(fs::perms::owner_read | fs::perms::owner_write);
-  run("unreadable", permit(fs::perms::none), all);
-  run("not to be written", permit(fs::perms::owner_read), all);
-}
-
 TEST_F(DatabaseTrustTest, OthersAtWork) {
   sqlite3* other = nullptr;
   const auto close = [&] { sqlite3_close(std::exchange(other, nullptr)); };

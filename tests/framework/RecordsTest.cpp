@@ -18,27 +18,6 @@ struct Counted {
   int& count;
 };
 
-TEST(Block, OwnsWhatItHoldsAndNothingElse) {
-  int living = 0;
-  std::unique_ptr<Counted> taken;
-  {
-    Block<Counted*> block(Operation(1, 0, "", "", false));
-    for (int i = 0; i < 3; ++i) block.items.push_back(new Counted(living));
-    taken.reset(block.items[1]);
-    block.items[1] = nullptr;
-  }
-  EXPECT_EQ(living, 1);
-}
-
-TEST(Operation, IsNeverSkippedAtFirstAndCopiesTheMark) {
-  Operation operation(1, 2, "device", "/mount", true);
-  EXPECT_FALSE(operation.skipped);
-  operation.skipped = true;
-  const Operation copy = operation;
-  EXPECT_TRUE(copy.skipped && copy.last);
-  EXPECT_EQ(Block<void>(copy).operation.mountPoint, "/mount");
-}
-
 TEST(OrvelOperation, IsOrderedByHandleDeviceMountPointAndId) {
   const auto key = [](unsigned handle, const char* device, const char* mount, int id) {
     OrvelOperation operation;
@@ -69,29 +48,6 @@ TEST(Timer, RoundsToTheNearestMillisecond) {
   EXPECT_EQ(elapsed(10, 999000, 12, 500), 1002);
   EXPECT_EQ(elapsed(2, 0, 1, 400), -1000);
   EXPECT_EQ(elapsed(0, 0, 1800000000, 0), INT32_MAX) << "a clock that was set from 1970 to today";
-}
-
-TEST(RequestProgress, TellsTheFirstSongAndTheFoldersOnceAndEveryReason) {
-  RequestProgress progress;
-  EXPECT_FALSE(progress.snapshot().folderTreeSeconds);
-  progress.directoriesAreStored(0);
-  const auto tree = progress.snapshot().folderTreeSeconds;
-  progress.directoriesAreStored(7);
-  progress.songsWereStored(0);
-  EXPECT_FALSE(progress.snapshot().firstSongSeconds);
-  progress.songsWereStored(2);
-  const auto first = progress.snapshot().firstSongSeconds;
-  progress.songsWereStored(3);
-  progress.leaveUndone(LeftUndone::SizeLimit);
-  progress.leaveUndone(LeftUndone::MountPointGone);
-  progress.leaveUndone(LeftUndone::SizeLimit);
-  const ProgressSnapshot snapshot = progress.snapshot();
-  EXPECT_EQ(snapshot.songs.stored, 5U);
-  EXPECT_TRUE(first && *first > 0 && snapshot.firstSongSeconds == first);
-  EXPECT_TRUE(tree && *tree > 0 && snapshot.folderTreeSeconds == tree);
-  EXPECT_EQ(snapshot.directories.stored, 7U);
-  EXPECT_THAT(snapshot.leftUndone,
-              ElementsAre("the device went away", "the database has reached its size limit"));
 }
 
 }  // namespace

@@ -35,31 +35,6 @@ class StageServer : public testing::Test {
   TestStage stage{"S"};
 };
 
-TEST_F(StageServer, WorksInTheBackgroundOnlyWhenTheHostWantsIt) {
-  std::promise<bool> backgroundOfStage;
-  stage.work = [&](FilesPtr block) {
-    backgroundOfStage.set_value(isInBackground(0));
-    return block;
-  };
-  {
-    const BackgroundScope background;
-    stage.launch();
-    stage.start();
-    stage.enqueue(filesOf(1, true));
-    EXPECT_TRUE(backgroundOfStage.get_future().get());
-  }
-  EXPECT_FALSE(isInBackground(0));
-  std::promise<bool> backgroundOfSink;
-  sink.work = [&](FilesPtr block) {
-    backgroundOfSink.set_value(isInBackground(0));
-    return block;
-  };
-  sink.launch();
-  sink.start();
-  sink.enqueue(filesOf(1, true));
-  EXPECT_FALSE(backgroundOfSink.get_future().get());
-}
-
 TEST_F(StageServer, StopDropsTheQueueAndRefusesEverythingAfterwards) {
   boost::weak_ptr<Files> queued[3];
   for (auto& block : queued) {
@@ -160,40 +135,6 @@ TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
   ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 1; }));
   EXPECT_TRUE(sink.received()[0].last && sink.received()[0].skipped);
   EXPECT_TRUE(stage.completions().empty());
-}
-
-TEST_F(StageServer, AStageWithoutAThreadCanStillBeStoppedJoinedAndDestroyed) {
-  TestStage never("Never");
-  never.enqueue(filesOf(1, true));
-  never.join();
-  EXPECT_EQ(log.count("Never joined"), 1);
-  constexpr std::size_t kMoreThanThereIs = std::numeric_limits<std::size_t>::max() / 4 * 3;
-  TestStage failing("Failing", kMoreThanThereIs);
-  failing.launch();
-  EXPECT_EQ(log.levelOf("pthread_create"), LOG_DEBUG);
-  ASSERT_EQ(log.texts("pthread_create FAILED").size(), 1U);
-  EXPECT_EQ(log.levelOf(log.texts("pthread_create FAILED")[0]), LOG_ERROR);
-  failing.stop();
-  failing.join();
-}
-
-TEST_F(StageServer, AStopReachesWhateverTheStageWaitsIn) {
-  std::atomic<bool> ended{false};
-  stage.work = [&](const FilesPtr& block) {
-    EXPECT_TRUE(stageThread::isCurrent());
-    ended = waitUntil([] { return stageThread::stopToken().stop_requested(); });
-    return block;
-  };
-  run();
-  stage.enqueue(filesOf(1, false));
-  ASSERT_TRUE(waitUntil([&] { return !stage.received().empty(); }));
-  stage.pause();  // a pause cancels nothing
-  std::this_thread::sleep_for(10ms);
-  EXPECT_FALSE(ended);
-  stage.stop();
-  stage.join();
-  EXPECT_TRUE(ended);
-  EXPECT_FALSE(stageThread::isCurrent());
 }
 
 }  // namespace

@@ -102,16 +102,6 @@ TEST_F(Crawl, FindsWhatARealTreeHolds) {
   EXPECT_THAT(log.texts(), ElementsAre());
 }
 
-TEST_F(Crawl, NarrowsTimesByValue) {
-  const std::pair<long long, int> times[] = {
-      {0, 0}, {1700000000, 1700000000}, {2147483648, INT_MIN}, {4294967301, 5}, {-1, -1}};
-  for (const auto& [seconds, narrowed] : times) EXPECT_EQ(narrowTime(seconds), narrowed);
-  temporary.file("stick/a.mp3");
-  temporary.touch("stick/a.mp3", 4000000000);
-  walk();
-  EXPECT_EQ(songs.items.at(0)->lastModified, static_cast<std::int32_t>(4000000000U));
-}
-
 TEST_F(Crawl, AFolderThatRefusesIsPassedOver) {
   temporary.file("stick/Closed/a.mp3");
   temporary.file("stick/Open/b.mp3");
@@ -149,19 +139,6 @@ TEST_F(Crawl, AnotherFileSystemInItsPlaceCountsAsGone) {
   EXPECT_EQ(watch.missing(1, stick + "/none"), ENOENT);
 }
 
-TEST_F(Crawl, StopsAtTheLimitOfSongs) {
-  const std::string song = temporary.file("stick/A/Deep/x.mp3");
-  const std::string folders[] = {stick + "/A/", temporary.folder("stick/B") + "/"};
-  for (int i = 0; i < kMaxSongs; ++i) {
-    fs::create_hard_link(song, folders[i % 2] + std::to_string(i) + ".mp3");
-  }
-  walk();
-  EXPECT_THAT(songs.items, SizeIs(kMaxSongs));
-  EXPECT_EQ(log.levelOf("16000 track reached"), LOG_WARN);
-  EXPECT_TRUE(progress.snapshot().limitReached);
-  EXPECT_EQ(skippedBlocks(), 0) << "the rest is left out on purpose";
-}
-
 TEST_F(Crawl, APauseCutsListingsAndAStopTheWalk) {
   for (const char* file : {"stick/A/a.mp3", "stick/A/b.mp3", "stick/B/c.mp3"}) temporary.file(file);
   int asked = 0;
@@ -169,35 +146,6 @@ TEST_F(Crawl, APauseCutsListingsAndAStopTheWalk) {
   EXPECT_EQ(skippedBlocks(), 3);
   EXPECT_GE(asked, 6) << "each further folder is still asked for";
   EXPECT_THAT(progress.snapshot().leftUndone, ElementsAre("the request was interrupted"));
-}
-
-TEST_F(Crawl, TheCrawlerSendsThreeLastBlocksAndTellsTheHostWhenRunning) {
-  temporary.file("stick/a.mp3");
-  temporary.file("stick/p.m3u");
-  MSDCrawler crawler("MSDCrawler");
-  CatchingSink<Block<FileInfo*>> lists;
-  CatchingSink<Block<Directory*>> folders;
-  crawler.playlistSink = &lists;
-  crawler.directorySink = &folders;
-  crawler.start();
-  const auto root = boost::make_shared<Block<Directory*>>(operation);
-  root->items.push_back(new Directory(stick, stick, -1));
-  for (const auto& input : {root, boost::make_shared<Block<Directory*>>(operation)}) {
-    const std::size_t expected = input == root ? 1 : 0;
-    const auto found = crawler.doOperation(input);
-    const auto sentLists = lists.take();
-    const auto sentFolders = folders.take();
-    ASSERT_TRUE(sentLists.size() == 1 && sentFolders.size() == 1);
-    EXPECT_TRUE(found->operation.last && sentLists[0]->operation.last &&
-                sentFolders[0]->operation.last);
-    EXPECT_THAT(found->items, SizeIs(expected));
-    EXPECT_THAT(sentLists[0]->items, SizeIs(expected));
-    EXPECT_THAT(sentFolders[0]->items, SizeIs(expected));
-  }
-  EXPECT_EQ(log.count("MSDCrawler for:  (op: 1)"), 1);
-  crawler.pause();
-  crawler.signalCompletion(operation);
-  EXPECT_EQ(log.levelOf("Skip signalCrawlingFinished"), LOG_INFO);
 }
 
 }  // namespace

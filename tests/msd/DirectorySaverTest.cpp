@@ -80,19 +80,5 @@ TEST_F(DirectorySaverTest, MarksAncestorsAndRefusesAParentOutsideTheBlock) {
   }
 }
 
-TEST_F(DirectorySaverTest, WritesNothingWhenItIsStoppingAndSaysSo) {
-  saver.stop();
-  EXPECT_TRUE(saver.doOperation(deepTree(true))->operation.skipped);
-  EXPECT_THAT(stored(), SizeIs(0));
-}
-
-TEST_F(DirectorySaverTest, TellsOfRowsThatWereLost) {
-  rowsOf("dev",
-         "CREATE TRIGGER T BEFORE INSERT ON DIRECTORIES WHEN NEW.NAME = 'B'"
-         " BEGIN SELECT RAISE(ABORT, 'no'); END;");
-  const LogCapture quiet;
-  EXPECT_TRUE(saver.doOperation(deepTree(true))->operation.skipped);
-}
-
 }  // namespace
 }  // namespace orvel::test

@@ -67,16 +67,6 @@ TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
   EXPECT_EQ(songs->items[0]->title, "Kept");
 }
 
-TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {
-  const std::string gone = temporary.path("gone");
-  EXPECT_TRUE(mine({"a.mp3", "b.mp3"}, gone)->operation.skipped);
-  EXPECT_EQ(log.levelOf("MOUNT POINT IS NOT PRESENT ANYMORE " + gone + ": 2"), LOG_ERROR);
-  EXPECT_THAT(log.texts("NULL file"), SizeIs(1));
-  EXPECT_THAT(log.texts("MSDMiner timer"), SizeIs(0));
-  EXPECT_TRUE(mine({}, gone, 1, true)->operation.skipped);
-  EXPECT_FALSE(mine({}, gone, 2, true)->operation.skipped);
-}
-
 TEST_F(Miner, AStopAndTheSizeLimitLeaveWorkUndone) {
   manager.createDirectory();
   const int descriptor = open((databaseOf("dev") + "-wal").c_str(), O_CREAT | O_WRONLY, 0600);

@@ -89,31 +89,6 @@ TEST_F(PlaylistStages, AnEmptyListLeavesNoRowOfItsOwn) {
   EXPECT_THAT(log.texts("failed"), ElementsAre());
 }
 
-TEST_F(PlaylistStages, RealFilesOfEveryKindAreReadOnTheMainLoop) {
-  const MainLoopThread loop;
-  temporary.file("a b.mp3", "ID3");
-  const std::vector<std::string> files = {
-      temporary.file("1.m3u", "../" + temporary.path().substr(5) + "/A%20b.mp3\na b.mp3\n"),
-      temporary.file("2.m3u8", "#EXTM3U\n#EXTINF:1,x\na b.mp3\n"),
-      temporary.file("3%#\xC3\xA4.pls", "[playlist]\nNumberOfEntries=1\nFile1=a b.mp3\n"),
-      temporary.file("4.asx", "<ASX version=\"3.0\"><ENTRY><REF HREF=\"a b.mp3\"/></ENTRY></ASX>"),
-      temporary.file("5.wpl",
-                     "<?wpl version=\"1.0\"?><smil><body><seq><media src=\"a b.mp3\"/></seq>"
-                     "</body></smil>"),
-      temporary.file("6.m3u", std::string(3000, '\xFF')),
-      temporary.path("7.m3u")};
-  const auto lists = miner.doOperation(filesOf(files));
-  ASSERT_EQ(lists->items.size(), files.size());
-  const std::string song = Md5(Md5Kind::Track, temporary.path("a b.mp3")).text();
-  for (std::size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(lists->items[i]->path, files[i]);
-    ASSERT_FALSE(lists->items[i]->entries.empty()) << files[i];
-    EXPECT_EQ(lists->items[i]->entries.back().trackId.text(), song) << files[i];
-  }
-  EXPECT_TRUE(lists->items[6]->entries.empty());
-  EXPECT_FALSE(lists->operation.skipped);
-}
-
 TEST_F(PlaylistStages, WhatWouldHarmTheMainLoopDoesNotReachIt) {
   const LogCapture log;
   const std::string large = temporary.file("large.m3u", "a.mp3\n");
@@ -128,27 +103,6 @@ TEST_F(PlaylistStages, WhatWouldHarmTheMainLoopDoesNotReachIt) {
   EXPECT_EQ(log.texts("playlist not parsed, since it is larger than 2 MiB").size(), 1U);
   EXPECT_EQ(log.texts("playlist not parsed, since its entries are misnumbered").size(), 2U);
   EXPECT_EQ(log.texts("playlist not parsed, since it ends within a character").size(), 2U);
-}
-
-TEST_F(PlaylistStages, AStopEndsTheWaitForAMainLoopThatDoesNotRun) {
-  CatchingSink<Block<Playlist*>> sink;
-  miner.sink = &sink;
-  const LogCapture log;
-  miner.launch();
-  miner.start();
-  miner.enqueue(filesOf({temporary.file("1.m3u", "a.mp3\n")}));
-  ASSERT_TRUE(log.waitFor("MSDPlaylistMiner for: 1"));
-  std::this_thread::sleep_for(20ms);
-  const auto begin = std::chrono::steady_clock::now();
-  miner.stop();
-  miner.join();
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
-  const auto sent = sink.take();
-  ASSERT_EQ(sent.size(), 1U);
-  EXPECT_TRUE(sent[0]->operation.last && sent[0]->operation.skipped);
-  const MainLoopThread late;  // an abandoned parse touches nothing
-  std::this_thread::sleep_for(20ms);
-  EXPECT_TRUE(log.texts("TOTEM").empty());
 }
 
 }  // namespace

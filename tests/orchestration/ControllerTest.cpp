@@ -51,27 +51,6 @@ class Controller : public DatabaseFolderFixture {
   LogCapture log;
 };
 
-TEST_F(Controller, ANewRequestSupersedesTheOneThatWaitsForTheSameMainLoop) {
-  Orvel controller;
-  run(controller);
-  const std::string mount = stick("s");
-  request(controller, "dev", mount);
-  ASSERT_TRUE(awaitPlaylist(1));
-  const auto begin = std::chrono::steady_clock::now();
-  request(controller, "dev", mount);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
-  EXPECT_THAT(
-      log.texts("Stopping dev type 0"),
-      ElementsAre(MatchesRegex("Stopping dev type 0 handle 0 mp " + mount + " pipe [0-9a-f]+")));
-  EXPECT_THAT(log.texts("Erasing "), SizeIs(1));
-  EXPECT_EQ(log.count("START IT"), 2);
-  const MainLoopThread loop;
-  ASSERT_TRUE(awaitEnd(controller));
-  EXPECT_THAT(contents("dev"), isComplete());
-  EXPECT_EQ(controller.progressOf(mount)->phase, RequestPhase::Finished);
-  EXPECT_EQ(controller.progressOf("/never"), std::nullopt);
-}
-
 TEST_F(Controller, WaitingRequestsRunInTheOrderOfTheirKeys) {
   Orvel controller;
   run(controller);
@@ -147,41 +126,6 @@ TEST_F(Controller, StopsAtAnyMomentAndRefusesWhatComesLater) {
   request(controller, "b", b);
   ASSERT_TRUE(awaitEnd(controller));
   for (const char* device : {"a", "b"}) EXPECT_THAT(contents(device), isComplete());
-}
-
-TEST_F(Controller, AStormOfCallsLeavesEveryDatabaseComplete) {
-  const std::vector<std::pair<std::string, std::string>> devices = {
-      {"a", stick("a")}, {"b", stick("b")}, {"c", stick("c")}};
-  const MainLoopThread loop;
-  Orvel controller;
-  run(controller);
-  std::vector<std::thread> hosts;
-  for (unsigned seed : {1U, 2U}) {
-    hosts.emplace_back([&, seed] {
-      std::mt19937 random(seed);
-      for (int i = 0; i < 40; ++i) {
-        const auto& [device, mount] = devices[random() % devices.size()];
-        if (random() % 3 != 0) {
-          request(controller, device, mount);
-        } else {
-          controller.prioritizeOperation(MSD_OPERATION, device, 0, mount);
-        }
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
-      }
-    });
-  }
-  for (std::thread& host : hosts) host.join();
-  for (const auto& [device, mount] : devices) {
-    request(controller, device, mount);
-    controller.prioritizeOperation(MSD_OPERATION, device, 0, mount);
-    ASSERT_TRUE(waitUntil(
-        [&mount = mount, &controller] {
-          return controller.progressOf(mount)->phase == RequestPhase::Finished;
-        },
-        20s));
-  }
-  ASSERT_TRUE(awaitEnd(controller));
-  for (const auto& [device, mount] : devices) EXPECT_THAT(contents(device), isComplete()) << device;
 }
 
 }  // namespace

@@ -56,18 +56,6 @@ TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
   EXPECT_THAT(log.texts("SYSTEM is Stopping cannot be paused "), SizeIs(10));
 }
 
-TEST(MtpPipeline, HasTheStagesOfAPhoneInTheirOrder) {
-  const LogCapture log;
-  MtpPipeline pipeline(nullptr);
-  EXPECT_NE(dynamic_cast<MtpCrawler*>(pipeline.crawler()), nullptr);
-  pipeline.stop();
-  EXPECT_THAT(log.texts(" stopped"),
-              ElementsAre("ChangeFinder-MtpSong stopped", "Normalizer stopped", "MtpMiner stopped",
-                          "SongSaver stopped", "ChangeFinder-MtpPlaylist stopped",
-                          "MtpPlaylistMiner stopped", "PlaylistSaver stopped", "MtpCrawler stopped",
-                          "MtpDirectorySaver stopped", "MtpPipeline stopped"));
-}
-
 TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   result(5, true);
   result(5, false);
@@ -82,14 +70,6 @@ TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   EXPECT_EQ(manager.getStatus("dev", mount), "OK");
   EXPECT_THAT(rowsOf("dev", "SELECT * FROM PLAYLISTS;"), SizeIs(0));
   EXPECT_THAT(log.texts("End operation for id 5 that took "), SizeIs(1));
-}
-
-TEST_F(PipelineTest, WorkLeftUndoneAndDamageKeepTheStatusAtProgress) {
-  result(5, true, true);
-  result(5, true);
-  result(5, true);
-  EXPECT_EQ(manager.getStatus("dev", mount), "PROGRESS");
-  EXPECT_EQ(pipeline.progress->snapshot().status, "PROGRESS");
 }
 
 TEST_F(PipelineTest, ADatabaseThatCannotBeOpenedAtTheEndFailsTheRequest) {

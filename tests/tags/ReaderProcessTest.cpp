@@ -101,14 +101,6 @@ class ReaderProcess : public testing::Test {
   TemporaryFolder temporary;
 };
 
-TEST_F(ReaderProcess, WorksInTheBackgroundWithItsStage) {
-  const BackgroundScope background;
-  std::thread([&] {
-    stageThread::enter({});
-    whileReaderHangs([](pid_t reader) { EXPECT_TRUE(isInBackground(reader)); });
-  }).join();
-}
-
 TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
   const std::size_t before = openDescriptors();
   {
@@ -157,32 +149,6 @@ TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
   }
 }
 
-TEST_F(ReaderProcess, DiesWithItsHost) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
-  const std::vector<std::string> paths = {good(), bad("hang")};
-  const pid_t host = fork();
-  if (host == 0) {
-    const auto reader = readerOf(kEndless);
-    reader->expect(paths);
-    reader->next();
-    const pid_t process = childrenOf(getpid()).at(0);
-    if (write(ends[1], &process, sizeof process) > 0) reader->next();
-    _exit(1);
-  }
-  pid_t process = 0;
-  ASSERT_EQ(read(ends[0], &process, sizeof process), static_cast<ssize_t>(sizeof process));
-  close(ends[0]);
-  close(ends[1]);
-  ASSERT_EQ(kill(process, 0), 0);
-  kill(host, SIGKILL);
-  waitpid(host, nullptr, 0);
-  EXPECT_TRUE(waitUntil([&] {
-    const auto fields = statOf(std::to_string(process));
-    return fields.empty() || fields[0] == "Z";
-  }));
-}
-
 extern "C" void reapEveryChild(int /*signal*/) {
   const int before = errno;
   while (waitpid(-1, nullptr, WNOHANG) > 0) {
@@ -224,18 +190,6 @@ TEST_F(ReaderProcess, WorksInAHostWithoutStandardDescriptors) {
   int status = -1;
   waitpid(host, &status, 0);
   EXPECT_EQ(status, 0);
-}
-
-TEST_F(ReaderProcess, IsOfNoUseByHand) {
-  const pid_t child = fork();
-  if (child == 0) {
-    close(tagMessages::kControlSocket);
-    execl(ORVEL_TAG_READER, "orvel-tag-reader", nullptr);
-    _exit(1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(WEXITSTATUS(status), tagMessages::NotStartedByLibrary);
 }
 
 }  // namespace
