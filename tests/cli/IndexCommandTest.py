@@ -2,7 +2,7 @@
 
 import os
 import sqlite3
-import subprocess
+import shutil
 import unittest
 
 from orvelHost import ORVEL, HostTestCase, writeSong
@@ -70,19 +70,6 @@ class Runs(HostTestCase):
         os.remove(f"{other}/o.mp3")
         self.assertEqual(self.index("--device-id", "dev", self.stick)["totals"]["songs"], 2)
         self.assertNotIn(other.encode(), self.run_("status")[0])
-
-    def testDamagedDatabaseIsReplaced(self):
-        database = self.index()["database"]
-        with open(database, "wb") as file:
-            file.write(b"no database" * 1000)
-        self.assertIn(b"not a database", self.run_("status")[0])
-        self.run_("list", "songs", expect=1)
-        self.assertEqual(self.index()["totals"]["songs"], 2)
-
-    def testDeviceIdNeverLeavesTheFolder(self):
-        database = self.index(self.stick, "--device-id", "../../etc/passwd")["database"]
-        self.assertEqual(os.path.dirname(database), self.databases)
-        self.assertEqual(sorted(os.listdir(self.folder)), ["data", "stick"])
 
 
 class MountPoints(HostTestCase):
@@ -156,30 +143,6 @@ class Refusals(HostTestCase):
         self.assertIn("cannot be opened", report["error"])
         self.assertEqual(report["status"], "PROGRESS")
 
-    @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
-    def testPermissionsOfAnotherUser(self):
-        asNobody = self.asNobody()
-        os.chmod(self.folder, 0o755)
-        os.chmod(self.stick, 0o700)
-        os.mkdir(self.path("readable"))
-        os.mkdir(self.path("mine"))
-        self.assertIn("Permission denied", self.index(wrap=asNobody, expect=1)["error"])
-        self.assertIn("The database folder", self.index(
-            self.path("readable"), "--db-dir", self.path("mine"), wrap=asNobody, expect=1)["error"])
-
-    def testReportThatCannotBeWritten(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([ORVEL, "index", self.stick], stdout=full, stderr=subprocess.PIPE,
-                                  env=self.environment())
-        self.assertEqual(done.returncode, 1)
-        self.assertIn(b"cannot be written", done.stderr)
-
-    def testDescribedPhonesNeedABuildForThem(self):
-        for verb in (("mtp", "list"), ("index", "--mtp")):
-            out, errors = self.run_(*verb, "--scripted", self.path("nowhere"), expect=1)
-            self.assertEqual(out, b"")
-            self.assertRegex(errors, b"real devices|No such file")
-
     def testLoopWithoutGlib(self):
         report = self.index(env=self.environment(QT_NO_GLIB="1"), expect=1)
         self.assertIn("Playlists cannot be parsed", report["error"])
@@ -190,6 +153,19 @@ class Refusals(HostTestCase):
             connection.execute("CREATE TABLE SONGS(X)")
         _, errors = self.run_("list", "songs", "--db", foreign, expect=1)
         self.assertIn(b"Cannot read the database", errors)
+
+    def testWithoutTheTagReaderARunSaysSoAndIsComplete(self):
+        if os.path.exists(os.environ["ORVEL_INSTALLED_READER"]):
+            self.skipTest("an installed reader is found")
+        for number in range(40):
+            writeSong(f"{self.stick}/{number}.mp3", TIT2=str(number))
+        alone = shutil.copy(ORVEL, self.path("orvel"))
+        out, errors = self.run_("index", "--json", self.stick, command=alone)
+        self.assertIn(b'"isolation_failed":true', out)
+        self.assertEqual(errors.count(b"tags are read without isolation"), 1, errors)
+        self.assertEqual(len(self.list("songs")), 40)
+        _, errors = self.run_("index", "--in-process", self.stick, command=alone)
+        self.assertNotIn(b"isolation", errors)
 
 
 if __name__ == "__main__":

@@ -73,18 +73,6 @@ class Interruption(HostTestCase):
         self.assertIn("MSDMiner", policies)
         self.assertEqual(set(policies.values()), {os.SCHED_IDLE}, policies)
 
-    def testPartitionsThatWereNotBegunAreNamed(self):
-        other = self.path("other")
-        writeSong(f"{other}/o.mp3")
-        running = self.start("--json", "--device-id", self.stick, other)
-        with running.stderr as errors:
-            while b"songs found" not in errors.readline():
-                pass
-            self.stop(running, signal.SIGINT)
-        report = json.loads(running.stdout.read())
-        self.assertEqual(len(report["partitions"]), 2)
-        self.assertIn("not begun", report["partitions"][1]["left_undone"][0])
-
     def testTerminalShowsOneLineThatGoesAway(self):
         controller, terminal = pty.openpty()
         self.addCleanup(os.close, controller)

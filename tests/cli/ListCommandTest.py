@@ -3,7 +3,6 @@
 import json
 import os
 import re
-import sqlite3
 import unittest
 
 from orvelHost import HostTestCase, writeSong
@@ -88,28 +87,6 @@ class Listings(HostTestCase):
         self.assertIn(self.database.encode(), errors)
         self.assertIn(other.encode(), errors)
         self.run_("list", "songs", "--db-dir", self.path("empty"), expect=2)
-
-    @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
-    def testReadsWhereNothingCanBeWritten(self):
-        asNobody = self.asNobody()
-        for suffix in ("-wal", "-shm"):
-            if os.path.exists(self.database + suffix):
-                os.remove(self.database + suffix)
-        os.chmod(self.databases, 0o555)
-        os.chmod(self.database, 0o444)
-        for folder in (self.folder, self.path("data")):
-            os.chmod(folder, 0o755)
-        self.assertEqual(len(self.list("songs", "--db", self.database, wrap=asNobody)), 3)
-
-    def testReadsBesideAWriter(self):
-        writer = sqlite3.connect(self.database, isolation_level=None)
-        writer.execute("BEGIN IMMEDIATE")
-        writer.execute("DELETE FROM SONGS")
-        self.assertEqual(len(self.list("songs")), 3)
-        writer.execute("COMMIT")
-        self.assertEqual(self.list("songs"), [])
-        self.assertEqual(self.list("artists"), [])
-        writer.close()
 
 
 class HostileNames(HostTestCase):

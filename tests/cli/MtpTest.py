@@ -122,14 +122,6 @@ class Runs(MtpTestCase):
                           third["partitions"][0]["songs"]["removed"]), (1, 1))
         self.assertEqual(self.titles(), ["Card", "S", "U"])
 
-    def testSummaryAndProgressForPeople(self):
-        out, errors = self.run_("index", "--mtp", "--scripted", self.script(PHONE))
-        self.assertIn(b"3 found: 3 new or changed", out)
-        self.assertIn(b"Status OK", out)
-        self.assertIn(b"3 songs found, 3 stored", errors)
-        quiet = self.run_("index", "--mtp", "-q", "--scripted", self.script(PHONE))
-        self.assertEqual(quiet, (b"", b""))
-
     def testRemovalInTheMiddleAndTheNextRun(self):
         for fault in ("readTags path=/Music/A/s.mp3 remove", "listFolder path=/Music/A remove",
                       "Access_GetNumElements remove", "Command_SelectCategory remove"):
@@ -213,26 +205,6 @@ class Waiting(MtpTestCase):
             self.assertEqual((first["status"], first["exit"]), ("PROGRESS", 130), fault)
             self.assertEqual((second["status"], second["exit"]), (None, 130), fault)
             self.assertEqual(second["partitions"], [])
-
-    def testInterruptionBeforeARequestIsMade(self):
-        running = self.start(LOCKED)
-        while b"shows no storage" not in running.stderr.readline():
-            pass
-        reports = self.interrupt(running)
-        running = self.start(LOCKED + "fault open block=60000\n")
-        while "MtpDevice\n" not in self.threadsOf(running):
-            time.sleep(0.01)
-        reports += self.interrupt(running)
-        self.assertEqual([(r["interrupted"], r["partitions"]) for r in reports], 2 * [(True, [])])
-        self.assertFalse(os.path.exists(self.databases))
-
-    @staticmethod
-    def threadsOf(running):
-        names = []
-        for task in os.listdir(f"/proc/{running.pid}/task"):
-            with open(f"/proc/{running.pid}/task/{task}/comm") as name:
-                names.append(name.read())
-        return names
 
 
 if __name__ == "__main__":

@@ -74,18 +74,6 @@ TEST_F(DatabaseMgrTest, EveryDeviceIdGetsAFileOfItsOwnInTheFolder) {
   EXPECT_THAT(fs::path(databaseOf("")).filename().string(), "-d41d8cd98f00b204e9800998ecf8427e.db");
 }
 
-TEST_F(DatabaseMgrTest, PlaylistsOfAnUnfinishedRunAreReadAgain) {
-  for (const char* mount : {"/m", "/n"}) {
-    manager.createDb("dev", mount, false);
-    store("dev", mount);
-    manager.insertStatus("dev", mount, std::string(mount) == "/m" ? "PROGRESS" : "OK");
-  }
-  manager.createDb("dev", "/m", true);
-  manager.createDb("dev", "/n", false);
-  EXPECT_THAT(rowsOf("dev", "SELECT PLAYPATH, LASTMODIFIED FROM PLAYLISTS;"),
-              ElementsAre("/m/s|-1", "/n/s|7"));
-}
-
 TEST_F(DatabaseMgrTest, OnlyPartitionsThatAreReallyGoneLoseTheirRows) {
   const std::string a = temporary.folder("a");
   const std::string mounted = temporary.folder("mounted");
@@ -177,20 +165,6 @@ TEST_F(DatabaseMgrTest, SyncGivesSpaceBackAndTruncatesTheLog) {
   manager.sync("dev");
   EXPECT_EQ(fs::file_size(databaseOf("dev") + "-wal"), 0U);
   EXPECT_LT(fs::file_size(databaseOf("dev")), full / 4);
-}
-
-TEST_F(DatabaseMgrTest, WarnsOfAnotherIndexerInTheFolder) {
-  const LogCapture log;
-  manager.createDirectory();
-  manager.createDirectory();
-  EXPECT_THAT(log.texts(), ElementsAre());
-  manager.setDirectory(temporary.path("elsewhere"));
-  const std::string file = temporary.file("elsewhere/orvel.lock");
-  const int other = open(file.c_str(), O_RDWR);
-  ASSERT_EQ(flock(other, LOCK_EX), 0);
-  manager.createDirectory();
-  EXPECT_THAT(log.texts("another process indexes into"), SizeIs(1));
-  close(other);
 }
 
 }  // namespace

@@ -4,10 +4,12 @@
 #include <functional>
 
 #include "base/Md5.h"
+#include "tags/TagReading.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
+#include "tests/support/contentOf.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -83,20 +85,6 @@ TEST_F(PhoneTest, AnUnchangedPhoneChangesNothingAlsoUnderOtherObjectIds) {
       << "playlists that are read again still meet their songs";
   EXPECT_EQ(findObject("phone1", query("SELECT OBJECTID FROM SONGS")[0]),
             phone.idOf("/Music/A/s.mp3"));
-}
-
-TEST_F(PhoneTest, WhatIsAddedAndRemovedIsFound) {
-  phone.device.addTrack("/Music/B/old.mp3").tags = tags("Old", "Y");
-  indexPhone(phone.plugIn());
-  phone.device.remove("/Music/B");
-  phone.device.addTrack("/Music/C/new.mp3").tags = tags("New", "Z");
-  phone.update();
-  indexPhone(phone.handle);
-  EXPECT_EQ(status(), "OK");
-  EXPECT_THAT(query("SELECT TITLE FROM SONGS; SELECT ARTIST FROM ARTISTS;"
-                    "SELECT PATH FROM DIRECTORIES"),
-              UnorderedElementsAre("T", "New", "X", "Z", "", "/Music", "/Music/A", "/Music/C"));
-  EXPECT_EQ(phone.count("readTags"), 3U);
 }
 
 /// Seconds until no request is alive.
@@ -289,16 +277,25 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
   failsWith("Command_SelectCategory", Effect::Answer, STATUS_NOT_OK, "");
 }
 
-TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
-  phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
+TEST_F(PhoneTest, TagsReadInIsolationAreThoseReadInProcessAndABadTrackCostsItself) {
+  for (const std::string extension : {".mp3", ".m4a", ".flac", ".wma", ".wav"}) {
+    const std::string path = temporary.path("song" + extension);
+    writeSong(path, {"Title " + extension, "Künstler", "アルバム"});
+    const std::string content = contentOf(path);
+    phone.device.addTrack("/Music/whole" + extension).content = content;
+    phone.device.addTrack("/Music/cut" + extension).content = content.substr(0, content.size() / 3);
+  }
+  phone.device.addTrack("/Music/bad.mp3").content = "!crash.";
   indexPhone(phone.plugIn());
-  const auto before = everything("phone1");
-  Fault& refusal = phone.device.addFault("listFolder", Effect::Answer);
-  refusal.path = "/Music/B";
-  refusal.times = scripted::kForEver;
-  phone.update();
+  const auto inProcess = contents();
+  EXPECT_THAT(inProcess, Contains(testing::HasSubstr("|Title .m4a|Künstler|")));
+  manager.deleteDb("phone1");
+  const LogCapture log;
+  setTagReading(TagReading::Isolated, ORVEL_HOSTILE_TAG_READER);
   indexPhone(phone.handle);
-  EXPECT_EQ(everything("phone1"), before);
+  setTagReading(TagReading::InProcess);
+  EXPECT_EQ(contents(), inProcess);
+  EXPECT_THAT(log.texts("tag reader"), testing::SizeIs(1));
 }
 
 }  // namespace

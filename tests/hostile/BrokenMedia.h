@@ -48,7 +48,7 @@ class BrokenMedia {
   void noise(std::size_t most, const FileSink& sink);
   /// Each good file under every extension.
   static void misnamed(const FileSink& sink);
-  /// Boxes in boxes, 10000 deep, in every container that has them, closed and open.
+  /// Boxes in boxes, 10000 deep, closed and open.
   static void nested(const FileSink& sink);
   /// ID3v2 frames that expand to 64 MiB, plain, in a chapter, and compressed twice.
   static void bombs(const FileSink& sink);

@@ -82,24 +82,6 @@ TEST_F(ChangeFinderTest, EqualIsEqualBeyond2038AndForDoubledRows) {
   EXPECT_THAT(stored(), ElementsAre("/m/a", "/m/b", "/m/c", "/m/d"));
 }
 
-TEST_F(ChangeFinderTest, APlaylistGoesWithAllItsEntriesAndAPhoneIsComparedAsAWhole) {
-  const auto entry = [](const std::string& list, const std::string& time) {
-    rowsOf("dev", "INSERT INTO PLAYLISTS(PLAYPATH, PLAYID, TRACKID, LASTMODIFIED) VALUES('" + list +
-                      "', '" + list + "', 't', " + time + ");");
-  };
-  for (const char* list : {"/m/a", "/m/b", "/m/a", "/m/b", "/m/b"}) entry(list, "1");
-  EXPECT_THAT(difference(playlists, "/m", {{"/m/a", 1}, {"/m/b", 2}}),
-              ElementsAre(Files::value_type("/m/b", 2)));
-  EXPECT_THAT(rowsOf("dev", "SELECT PLAYPATH FROM PLAYLISTS;"), ElementsAre("/m/a", "/m/a"));
-
-  ChangeFinder phone("Phone", ChangeFinder::Content::Songs, sql::kSelectAllSongs, sql::kDeleteSong,
-                     true);
-  song("/Music/a", "0");
-  song("/Other/b", "0");
-  EXPECT_THAT(difference(phone, "mtp-folder://dev", {{"/Music/a", 0}}), SizeIs(0));
-  EXPECT_THAT(stored(), ElementsAre("/Music/a"));
-}
-
 TEST_F(ChangeFinderTest, LostDeletionsMarkTheRequest) {
   song("/m/a", "1");
   rowsOf("dev", "CREATE TRIGGER T BEFORE DELETE ON SONGS BEGIN SELECT RAISE(ABORT, 'no'); END;");

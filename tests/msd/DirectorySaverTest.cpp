@@ -69,16 +69,5 @@ TEST_F(DirectorySaverTest, StoresTheFoldersAboveMusicAndOnlyWhenTheyChanged) {
   EXPECT_THAT(stored(), SizeIs(1)) << "only what lies below the mount point is rewritten";
 }
 
-TEST_F(DirectorySaverTest, MarksAncestorsAndRefusesAParentOutsideTheBlock) {
-  const auto block =
-      tree({{"/m", -1, false}, {"/m/a", 0, true}, {"/m/a/b", 1, true}, {"/m/c", 0, false}});
-  saver.propagateMusicPresence(block.get());
-  EXPECT_TRUE(block->items[0]->hasMusic && !block->items[3]->hasMusic);
-  for (const int parent : {2, 1000000, -2}) {
-    const auto broken = tree({{"/m", -1, false}, {"/m/a", parent, true}});
-    EXPECT_THROW(saver.propagateMusicPresence(broken.get()), std::out_of_range) << parent;
-  }
-}
-
 }  // namespace
 }  // namespace orvel::test

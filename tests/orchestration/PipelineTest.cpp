@@ -34,28 +34,6 @@ class PipelineTest : public DatabaseFolderFixture {
   MSDPipeline pipeline{nullptr};
 };
 
-TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
-  std::vector<std::string> names = {
-      "ChangeFinder-MSDSongs",    "Normalizer",       "MSDMiner",      "SongSaver",
-      "ChangeFinder-MSDPlaylist", "MSDPlaylistMiner", "PlaylistSaver", "MSDCrawler",
-      "DirectorySaver",           "MSDPipeline"};
-  pipeline.launch();
-  pipeline.stop();
-  pipeline.join();
-  std::vector<std::string> stopped;
-  for (const auto& name : names) stopped.push_back(name + " stopped");
-  EXPECT_THAT(log.texts(" stopped"), testing::ElementsAreArray(stopped));
-  std::vector<std::string> joined;
-  for (auto name = names.rbegin(); name != names.rend(); ++name)
-    joined.push_back(*name + " joined");
-  EXPECT_THAT(log.texts(" joined"), testing::ElementsAreArray(joined));
-  EXPECT_EQ(log.count("MSDCrawler stop DELETING 1"), 1) << "the root block was the crawler's";
-  log.clear();
-  pipeline.pause();
-  EXPECT_EQ(log.levelOf("pause"), LOG_INFO);
-  EXPECT_THAT(log.texts("SYSTEM is Stopping cannot be paused "), SizeIs(10));
-}
-
 TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   result(5, true);
   result(5, false);

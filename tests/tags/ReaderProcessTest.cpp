@@ -20,6 +20,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessPriority.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/contentOf.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -32,11 +33,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr milliseconds kEndless{std::chrono::hours(1)};
-
-std::string contentOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 /// The fields of /proc/PID/stat behind the name: state, parent, process group, ...
 std::vector<std::string> statOf(const std::string& process) {

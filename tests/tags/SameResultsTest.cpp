@@ -10,6 +10,7 @@
 #include "tests/endtoend/Song.h"
 #include "tests/support/Effort.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/contentOf.h"
 #include "tools/stick/SampleStick.h"
 
 namespace orvel::test {
@@ -55,11 +56,6 @@ class SameResults : public testing::Test {
 
   TemporaryFolder temporary;
 };
-
-std::string contentOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 TEST_F(SameResults, OnAStickWithEverything) {
   const fs::path stick = temporary.path("stick");

@@ -168,14 +168,5 @@ TEST_F(TextEncodingTest, regionDecidesInDoubt) {
   EXPECT_EQ(guessedTitle("Mot\xF6rhead"), "Motörhead");
 }
 
-TEST_F(TextEncodingTest, settingATextReplacesTheEarlierOne) {
-  title("\xC3\xF0\xF3\xEF\xEF\xE0");
-  title("One");
-  EXPECT_EQ(guessed(), "One|||");
-  destroyTrack(&track);
-  EXPECT_TRUE(isMetadataEmptyUTF8(track.title));
-  EXPECT_EQ(guessed(), "|||");
-}
-
 }  // namespace
 }  // namespace orvel

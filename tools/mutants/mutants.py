@@ -19,6 +19,7 @@ OPERATORS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
              "+": "-", "-": "+"}
 CONSTANT = re.compile(r"\b(constexpr|consteval|constinit|static_assert|template)\b")
 MOST = 4096  # as in mutant.h
+SLOW_SECONDS = 8  # tests that take longer are left out: they cost hours and find little more
 
 
 class Source:
@@ -191,7 +192,8 @@ def kill(tree, build):
     def killer(number):
         if before.get(number, "") is None:
             return None
-        reaching = [n for n, r in reached.items() if r["passed"] and int(number) in r["reached"]]
+        reaching = [n for n, r in reached.items()
+                    if r["passed"] and r["seconds"] < SLOW_SECONDS and int(number) in r["reached"]]
         for name in sorted(reaching, key=lambda n: (n != before.get(number), reached[n]["seconds"])):
             limit = 20 + 5 * reached[name]["seconds"]
             if not tests.passes(name, limit, LD_ORVEL_MUTANT=number)[0] and tests.passes(name)[0]:
