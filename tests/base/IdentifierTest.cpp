@@ -25,28 +25,6 @@ TEST(Md5, IsTheKindAndTheDigest) {
   EXPECT_NE(Md5(Md5Kind::Playlist, "/A").text(), Md5(Md5Kind::Playlist, "A").text());
 }
 
-TEST(Md5, IsRecognisedByTheTextThatCopiesShare) {
-  const Md5 artist(Md5Kind::Artist, "X");
-  Md5 copy = artist;
-  EXPECT_EQ(copy.identity(), artist.identity());
-  EXPECT_EQ(Md5(Md5Kind::Artist, "X").identity(), artist.identity());
-  EXPECT_NE(Md5(Md5Kind::Album, "X").identity(), artist.identity());
-  const void* elsewhere = nullptr;
-  std::string text;
-  std::thread([&] {
-    const Md5 other(Md5Kind::Artist, "X");
-    elsewhere = other.identity();
-    text = other.text();
-    EXPECT_NE(elsewhere, artist.identity());
-  }).join();
-  EXPECT_EQ(text, artist.text());
-  for (int i = 0; i < 1000; ++i) {
-    // A remembered digest must never be taken for another one.
-    const std::string name = "artist " + std::to_string(i % 300);
-    EXPECT_EQ(Md5(Md5Kind::Artist, name).text(), "2" + md5Hex(name));
-  }
-}
-
 /// The key as the Unicode standard defines it, without a look for what can be left out.
 std::string foldedTheLongWay(const std::string& text) {
   const auto owned = [](char* result) {

@@ -2,10 +2,9 @@
 
 import os
 import sqlite3
-import shutil
 import unittest
 
-from orvelHost import ORVEL, HostTestCase, writeSong
+from orvelHost import HostTestCase, writeSong
 
 
 class Runs(HostTestCase):
@@ -153,19 +152,6 @@ class Refusals(HostTestCase):
             connection.execute("CREATE TABLE SONGS(X)")
         _, errors = self.run_("list", "songs", "--db", foreign, expect=1)
         self.assertIn(b"Cannot read the database", errors)
-
-    def testWithoutTheTagReaderARunSaysSoAndIsComplete(self):
-        if os.path.exists(os.environ["ORVEL_INSTALLED_READER"]):
-            self.skipTest("an installed reader is found")
-        for number in range(40):
-            writeSong(f"{self.stick}/{number}.mp3", TIT2=str(number))
-        alone = shutil.copy(ORVEL, self.path("orvel"))
-        out, errors = self.run_("index", "--json", self.stick, command=alone)
-        self.assertIn(b'"isolation_failed":true', out)
-        self.assertEqual(errors.count(b"tags are read without isolation"), 1, errors)
-        self.assertEqual(len(self.list("songs")), 40)
-        _, errors = self.run_("index", "--in-process", self.stick, command=alone)
-        self.assertNotIn(b"isolation", errors)
 
 
 if __name__ == "__main__":

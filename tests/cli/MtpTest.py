@@ -87,14 +87,6 @@ class Listing(MtpTestCase):
             out, errors = self.run_(*verb, "--scripted", file, expect=status)
             self.assertIsNone(CONTROLS.search((out + errors).decode()), verb)
 
-    def testFaultyScriptNamesItsLine(self):
-        file = self.script("device\n\ntrak /a.mp3\n")
-        for verb in (("mtp", "list"), ("index", "--mtp")):
-            _, errors = self.run_(*verb, "--scripted", file, expect=1)
-            self.assertIn(f"{file}:3: 'trak' is no keyword".encode(), errors)
-        self.assertIn(b"No such file", self.run_("mtp", "list", "--scripted", self.path("nowhere"),
-                                                 expect=1)[1])
-
 
 class Runs(MtpTestCase):
     def testFirstUnchangedAndChangedRun(self):

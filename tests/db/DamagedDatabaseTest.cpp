@@ -74,15 +74,5 @@ TEST_F(DamagedDatabase, IsCondemnedByTheStreamThatMeetsTheDamage) {
   EXPECT_THAT(songs(), ElementsAre("0"));
 }
 
-TEST_F(DamagedDatabase, OpeningCreatesAMissingSchemaAndLeavesAForeignOneAlone) {
-  sqlstl::basic_sqlostream<char> out;
-  EXPECT_TRUE(manager.open("fresh", out, 1000));
-  out.exec("INSERT INTO SONGS(PATH, OBJECTID) VALUES('p', 'o');");
-  EXPECT_TRUE(out.good());
-  rows(databaseOf("foreign"), "CREATE TABLE THEIRS(A);");
-  EXPECT_TRUE(manager.open("foreign", out, 1000));
-  EXPECT_THAT(rowsOf("foreign", "SELECT name FROM sqlite_schema;"), ElementsAre("THEIRS"));
-}
-
 }  // namespace
 }  // namespace orvel::test

@@ -98,26 +98,6 @@ TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
   EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre());
 }
 
-TEST_F(SqlStream, ABindFailureIsSilentAndAFailedRowDropsTheRest) {
-  out.query("INSERT INTO T VALUES(?, ?);");
-  out << "a" << 1 << "one too many"
-      << "and more";
-  EXPECT_TRUE(out.fail() && !out.bad());
-  EXPECT_THAT(logged(), ElementsAre());
-  out << sqlstl::step;
-  EXPECT_THAT(logged(), ElementsAre("step failed"));
-
-  out.query("INSERT INTO T(B) VALUES(?);");
-  out << 1 << sqlstl::step << 2 << sqlstl::step;
-  EXPECT_TRUE(out.bad());
-  EXPECT_THAT(logged(),
-              ElementsAre("exec failed: 19 NOT NULL constraint failed: T.A", "step failed"));
-  out.query("SELECT 1;");
-  out << sqlstl::step;
-  EXPECT_TRUE(out.bad());
-  EXPECT_THAT(logged(), ElementsAre(HasSubstr("exec failed: 100 ")));
-}
-
 TEST_F(SqlStream, AWaitForALockEndsInTimeAndOnAStopOfTheStage) {
   sqlstl::basic_sqlostream<char> holder;
   holder.open(file.c_str(), 0);

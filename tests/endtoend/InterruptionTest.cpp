@@ -34,27 +34,6 @@ TEST_F(InterruptionTest, SupersedingOnTheMainLoopWhileAPlaylistWaitsForThatLoop)
   EXPECT_EQ(rowsOf("dev1", "SELECT COUNT(DISTINCT PLAYID) FROM PLAYLISTS").front(), "20");
 }
 
-TEST_F(InterruptionTest, AnotherProcessHoldsTheDatabase) {
-  temporary.file("stick/old.mp3");
-  index("dev1", stick);
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(databaseOf("dev1").c_str(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE;", nullptr, nullptr, nullptr), SQLITE_OK);
-  temporary.file("stick/new.mp3");
-  const auto begin = std::chrono::steady_clock::now();
-  start("dev1", stick);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(2));
-  // A stage waits for the lock: superseding still ends it, and releasing the lock lets all finish.
-  start("dev1", stick);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(4));
-  EXPECT_EQ(controller->liveRequests(), 1U);
-  sqlite3_exec(other, "COMMIT;", nullptr, nullptr, nullptr);
-  sqlite3_close(other);
-  EXPECT_TRUE(waitUntilIdle());
-  EXPECT_EQ(rowsOf("dev1", "SELECT COUNT(*) FROM SONGS").front(), "2");
-  EXPECT_EQ(manager.getStatus("dev1", stick), "OK");
-}
-
 TEST_F(InterruptionTest, SongsAreReadableBeforeTheRequestHasEnded) {
   for (int i = 0; i < 1200; ++i) temporary.file("stick/" + std::to_string(i) + ".mp3");
   start("dev1", stick);

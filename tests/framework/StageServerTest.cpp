@@ -113,29 +113,5 @@ TEST_F(StageServer, ALastMarkSurvivesAnyFailureAndTellsOfIt) {
   EXPECT_EQ(log.levelOf("S: an error occured: no luck"), LOG_ERROR);
 }
 
-TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
-  std::promise<void> gates[2];
-  stage.work = [&gates, n = 0](const FilesPtr& block) mutable {
-    if (n < 2) gates[n++].get_future().wait();
-    return block;
-  };
-  run();
-  stage.enqueue(filesOf(1, false, 1));
-  ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 1; }));
-  stage.pause();
-  gates[0].set_value();
-  stage.enqueue(filesOf(1, true));
-  std::this_thread::sleep_for(20ms);
-  EXPECT_EQ(stage.received().size(), 1U) << "a paused stage takes no block";
-  stage.start();
-  EXPECT_EQ(log.levelOf("S is now paused play it again"), LOG_INFO);
-  ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 2; }));
-  stage.pause();  // the LAST block in hand is sent all the same, without a completion
-  gates[1].set_value();
-  ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 1; }));
-  EXPECT_TRUE(sink.received()[0].last && sink.received()[0].skipped);
-  EXPECT_TRUE(stage.completions().empty());
-}
-
 }  // namespace
 }  // namespace orvel::test

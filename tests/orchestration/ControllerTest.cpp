@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <optional>
-#include <random>
 #include <thread>
 
 #include "orchestration/Orvel.h"
@@ -15,8 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::MatchesRegex;
-using testing::SizeIs;
 
 /// Real pipelines on small sticks. Without a main loop a request waits at its playlist.
 class Controller : public DatabaseFolderFixture {
@@ -93,38 +89,6 @@ TEST_F(Controller, PriorityRunsOneDeviceAndParksTheOthers) {
   EXPECT_THAT(log.texts("Orvel finished operation"),
               ElementsAre("Orvel finished operation b hanlde 0 mp " + b + " opid: 2",
                           "Orvel finished operation a hanlde 0 mp " + a + " opid: 1"));
-  for (const char* device : {"a", "b"}) EXPECT_THAT(contents(device), isComplete());
-}
-
-TEST_F(Controller, StopsAtAnyMomentAndRefusesWhatComesLater) {
-  const std::string a = stick("a");
-  const std::string b = stick("b");
-  std::optional<MainLoopThread> loop;
-  std::mt19937 random(3);
-  for (int round = 0; round < 24; ++round) {
-    if (round == 12) loop.emplace();
-    Orvel controller;
-    run(controller);
-    request(controller, "a", a);
-    request(controller, "b", b);
-    controller.prioritizeOperation(MSD_OPERATION, round % 2 == 0 ? "a" : "b", 0,
-                                   round % 2 == 0 ? a : b);
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 30000));
-    if (round % 3 == 0) continue;  // an owner that forgets to stop and join
-    const auto begin = std::chrono::steady_clock::now();
-    controller.stop();
-    controller.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
-    log.clear();
-    request(controller, "a", a);
-    EXPECT_THAT(log.texts(), ElementsAre("enqueueNewOperation a type 0 handle 0 mp " + a,
-                                         "SYSTEM is Stopping cannot start it again Orvel"));
-  }
-  Orvel controller;
-  run(controller);
-  request(controller, "a", a);
-  request(controller, "b", b);
-  ASSERT_TRUE(awaitEnd(controller));
   for (const char* device : {"a", "b"}) EXPECT_THAT(contents(device), isComplete());
 }
 
