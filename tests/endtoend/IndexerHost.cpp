@@ -94,6 +94,15 @@ std::vector<std::string> IndexerHost::takeSignals() {
   return std::exchange(received, {});
 }
 
+std::vector<std::string> IndexerHost::takeFinished() {
+  constexpr std::string_view kFinished = "indexingFinished ";
+  std::vector<std::string> finished;
+  for (const std::string& signal : takeSignals()) {
+    if (signal.starts_with(kFinished)) finished.push_back(signal.substr(kFinished.size()));
+  }
+  return finished;
+}
+
 void IndexerHost::remember(const std::string& signal) {
   const std::lock_guard lock(mutex);
   received.push_back(signal);

@@ -40,6 +40,8 @@ class IndexerHost : public DatabaseFolderFixture {
 
   /// The signals since the last call, in the order of their arrival, as "name argument...".
   std::vector<std::string> takeSignals();
+  /// The mount points of the requests that have ended since the last call of either.
+  std::vector<std::string> takeFinished();
 
   /// Everything that the database of a device holds, row ids included.
   static std::vector<std::string> everything(const std::string& device);

@@ -1,7 +1,8 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <chrono>
+#include <thread>
 
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
@@ -12,8 +13,33 @@ namespace orvel::test {
 namespace {
 
 using std::chrono::seconds;
+using testing::ElementsAre;
 
-using InterruptionTest = IndexerHost;
+class InterruptionTest : public IndexerHost {
+ protected:
+  /// A stick with two songs and a playlist, which waits for the main loop.
+  std::string stickWithList(const std::string& name) const {
+    for (const char* song : {"/a.m4a", "/Music/b.m4a"}) temporary.file(name + song);
+    temporary.file(name + "/p.m3u", "Music/b.m4a\n");
+    return temporary.path(name);
+  }
+
+  static bool awaitPlaylist(const LogCapture& log, int request) {
+    return log.waitFor("MSDPlaylistMiner for: 1 (op: " + std::to_string(request) + ")");
+  }
+
+  void prioritize(const char* device, const std::string& mountPoint) {
+    OrvelQTProxy::instance().prioritizeMsdDevice(device, QString::fromStdString(mountPoint));
+  }
+
+  void expectComplete(const char* device) {
+    EXPECT_THAT(rowsOf(device,
+                       "SELECT DISTINCT STATUS FROM PARTITIONS; SELECT COUNT(DISTINCT PATH) ="
+                       " 2 * COUNT(DISTINCT PARTITION_ID) FROM SONGS; SELECT COUNT(*) > 0 FROM"
+                       " PLAYLISTS JOIN SONGS ON TRACKID = OBJECTID; PRAGMA integrity_check;"),
+                ElementsAre("OK", "1", "1", "ok"));
+  }
+};
 
 TEST_F(InterruptionTest, SupersedingOnTheMainLoopWhileAPlaylistWaitsForThatLoop) {
   writeSong(stick + "/s.mp3", {"T", "X"});
@@ -32,6 +58,41 @@ TEST_F(InterruptionTest, SupersedingOnTheMainLoopWhileAPlaylistWaitsForThatLoop)
   EXPECT_TRUE(waitUntilIdle());
   EXPECT_EQ(manager.getStatus("dev1", stick), "OK");
   EXPECT_EQ(rowsOf("dev1", "SELECT COUNT(DISTINCT PLAYID) FROM PLAYLISTS").front(), "20");
+}
+
+TEST_F(InterruptionTest, WaitingRequestsRunInTheOrderOfTheirKeys) {
+  const std::string mounts[] = {stickWithList("b"), stickWithList("a2"), stickWithList("a1")};
+  const LogCapture log;
+  onMainLoop([&] {
+    start("b", mounts[0]);
+    start("a", mounts[1]);
+    start("a", mounts[2], false);
+    EXPECT_TRUE(awaitPlaylist(log, 1));
+    EXPECT_EQ(controller->progressOf(mounts[2])->phase, RequestPhase::Waiting);
+  });
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_THAT(takeFinished(), ElementsAre(mounts[0], mounts[2], mounts[1]));
+  for (const char* device : {"a", "b"}) expectComplete(device);
+}
+
+TEST_F(InterruptionTest, PriorityRunsOneDeviceAndParksTheOthers) {
+  const std::string a = stickWithList("a");
+  const std::string b = stickWithList("b");
+  const LogCapture log;
+  onMainLoop([&] {
+    start("a", a);
+    start("b", b);
+    EXPECT_TRUE(awaitPlaylist(log, 1));
+    prioritize("b", b);
+    EXPECT_TRUE(awaitPlaylist(log, 2));
+    prioritize("unknown", a);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_EQ(controller->liveRequests(), 2U) << "everything is parked";
+  prioritize("b", b);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_THAT(takeFinished(), ElementsAre(b, a));
+  for (const char* device : {"a", "b"}) expectComplete(device);
 }
 
 TEST_F(InterruptionTest, SongsAreReadableBeforeTheRequestHasEnded) {

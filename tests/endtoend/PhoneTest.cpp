@@ -157,11 +157,7 @@ TEST_F(PhoneTest, SticksComeBeforePhones) {
   start("dev1", stick);
   scripted::release(phone.path);
   ASSERT_TRUE(waitUntilIdle());
-  std::vector<std::string> finished;
-  for (const std::string& signal : takeSignals()) {
-    if (signal.rfind("indexingFinished ", 0) == 0) finished.push_back(signal.substr(17));
-  }
-  EXPECT_THAT(finished, ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
+  EXPECT_THAT(takeFinished(), ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
 }
 
 TEST_F(PhoneTest, StrangeDevicesAreIndexedAndStayAsTheyAre) {

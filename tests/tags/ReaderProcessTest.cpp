@@ -173,20 +173,5 @@ TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
   EXPECT_EQ(WEXITSTATUS(status), 42);
 }
 
-TEST_F(ReaderProcess, WorksInAHostWithoutStandardDescriptors) {
-  const std::vector<std::string> paths = {good(), good()};
-  const pid_t host = fork();
-  if (host == 0) {
-    for (int number = 0; number < 8; ++number) close(number);
-    const auto reader = readerOf(kEndless);
-    reader->expect(paths);
-    const bool isRead = titleOf(reader->next()) == "Good" && titleOf(reader->next()) == "Good";
-    _exit(isRead && !reader->isolationFailed() ? 0 : 1);
-  }
-  int status = -1;
-  waitpid(host, &status, 0);
-  EXPECT_EQ(status, 0);
-}
-
 }  // namespace
 }  // namespace orvel::test

@@ -8,7 +8,6 @@
 #include "tags/InProcessTagReader.h"
 #include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
-#include "tests/support/Effort.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/contentOf.h"
 #include "tools/stick/SampleStick.h"
@@ -65,27 +64,6 @@ TEST_F(SameResults, OnAStickWithEverything) {
   for (const auto& entry : fs::directory_iterator(ORVEL_SEEDS)) paths.push_back(entry.path());
   EXPECT_GT(paths.size(), 80U);
   expectSame(paths);
-}
-
-TEST_F(SameResults, OnTextsThatAreAwkwardToPassOn) {
-  std::string utf16("\1\xFF\xFE", 3);  // lone surrogates, a mark, a noncharacter
-  for (const char16_t unit : u"a\xD800 \xDC00z\xFEFF\xFFFF") {
-    utf16 += static_cast<char>(unit & 0xFFU);
-    utf16 += static_cast<char>(unit >> 8U);
-  }
-  const auto size = [](std::size_t n) {
-    return std::string{static_cast<char>(n >> 21U & 127U), static_cast<char>(n >> 14U & 127U),
-                       static_cast<char>(n >> 7U & 127U), static_cast<char>(n & 127U)};
-  };
-  const auto tagged = [&](const std::string& text) {
-    const std::string frame = "TIT2" + size(text.size()) + std::string(2, '\0') + text;
-    return temporary.file(std::to_string(text.size()) + ".mp3",
-                          std::string("ID3\4\0\0", 6) + size(frame.size()) + frame);
-  };
-  // Sanitizers read 10 MiB for longer than a reader may take.
-  const std::size_t longest = kIsSanitized ? 1 << 20 : 10 << 20;
-  expectSame({tagged(utf16), tagged(std::string("\3a\0b", 4)), tagged("\3\xC0\x80\xFF"),
-              tagged(std::string(1, '\0') + std::string(longest, '\xE4'))});
 }
 
 TEST_F(SameResults, OnFilesThatAreDamagedAtRandom) {

@@ -19,7 +19,7 @@ OPERATORS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
              "+": "-", "-": "+"}
 CONSTANT = re.compile(r"\b(constexpr|consteval|constinit|static_assert|template)\b")
 MOST = 4096  # as in mutant.h
-SLOW_SECONDS = 8  # tests that take longer are left out: they cost hours and find little more
+BUDGET_SECONDS = 150  # for each fault: the tests that reach it run in order of their length until then
 
 
 class Source:
@@ -192,9 +192,12 @@ def kill(tree, build):
     def killer(number):
         if before.get(number, "") is None:
             return None
-        reaching = [n for n, r in reached.items()
-                    if r["passed"] and r["seconds"] < SLOW_SECONDS and int(number) in r["reached"]]
+        reaching = [n for n, r in reached.items() if r["passed"] and int(number) in r["reached"]]
+        left = BUDGET_SECONDS
         for name in sorted(reaching, key=lambda n: (n != before.get(number), reached[n]["seconds"])):
+            left -= reached[name]["seconds"]
+            if left < 0:
+                return None
             limit = 20 + 5 * reached[name]["seconds"]
             if not tests.passes(name, limit, LD_ORVEL_MUTANT=number)[0] and tests.passes(name)[0]:
                 return name
