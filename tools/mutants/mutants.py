@@ -12,7 +12,7 @@
 After a change of the tests, copy them to TREE, build, and repeat `reach` and `kill`: a fault that nothing
 found before counts as not found, and the test that found a fault before runs first.
 """
-import collections, concurrent.futures, json, os, pathlib, random, re, shlex, subprocess, sys, threading, time
+import collections, concurrent.futures, json, os, pathlib, random, re, subprocess, sys, threading, time
 
 FOLDERS = "base text tags db framework phones msd mtp orchestration qt cli".split()
 OPERATORS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&",
@@ -27,14 +27,11 @@ class Source:
 
     def __init__(self, root, entry):
         from clang.cindex import CursorKind, TranslationUnit
-        self.kinds, self.path = CursorKind, entry["file"]
-        wanted = [a for a in shlex.split(entry["command"]) if re.match("-[ID]|-std|-f|-isystem|/", a)]
-        arguments = [a for a in wanted if a != self.path and not a.startswith("/usr/bin")]
-        arguments = [p for a in arguments for p in (["-isystem", a] if a.startswith("/") else [a] if a != "-isystem" else [])]
+        self.kinds, self.path, self.candidates = CursorKind, entry["file"], []
+        arguments = re.search(r" -[ID].*(?= -o )", entry["command"]).group().split()
         self.text = pathlib.Path(self.path).read_bytes()
         self.unit = TranslationUnit.from_source(
-            self.path, ["-xc++", "-include", f"{root}/tools/mutants/mutant.h", *arguments])
-        self.candidates = []
+            self.path, ["-xc++", "-w", "-include", f"{root}/tools/mutants/mutant.h", *arguments])
         for cursor in self.unit.cursor.get_children():
             if cursor.location.file and cursor.location.file.name == self.path:
                 self.visit(cursor, None, None)
@@ -47,19 +44,18 @@ class Source:
         text = self.at(begin, end)
         if cursor.kind.is_declaration() and CONSTANT.search(re.split("[{=]", text, 1)[0]):
             return
-        if cursor.kind in (kinds.STATIC_ASSERT, kinds.ENUM_DECL, kinds.FIELD_DECL) or "if constexpr" in text[:12]:
+        if cursor.kind in (kinds.STATIC_ASSERT, kinds.ENUM_DECL, kinds.FIELD_DECL) or text.startswith("if constexpr"):
             return
         children = list(cursor.get_children())
-        if cursor.kind in (kinds.FUNCTION_DECL, kinds.CXX_METHOD, kinds.CONVERSION_FUNCTION, kinds.LAMBDA_EXPR):
+        if cursor.kind in (kinds.FUNCTION_DECL, kinds.CXX_METHOD, kinds.LAMBDA_EXPR):
             returns = cursor.result_type.spelling
         if cursor.kind.is_expression() and "\n" not in text:
             self.expression(cursor, parent, children, begin, end, text)
         if cursor.kind == kinds.RETURN_STMT and returns == "bool" and children:
             value = self.at(children[0].extent.start.offset, end)
             self.candidates.append((begin, end, "return", "return mutant(%d) != static_cast<bool>(" + value + ")"))
-        if parent is not None and parent.kind == kinds.COMPOUND_STMT and cursor.kind.is_expression():
-            if self.at(end, end + 1) == ";":
-                self.candidates.append((begin, end, "statement", "if (!mutant(%d)) " + text))
+        if parent and parent.kind == kinds.COMPOUND_STMT and cursor.kind.is_expression() and self.at(end, end + 1) == ";":
+            self.candidates.append((begin, end, "statement", "if (!mutant(%d)) " + text))
         for child in children[1 if cursor.kind == kinds.CASE_STMT else 0:]:
             self.visit(child, cursor, returns)
 
@@ -76,13 +72,11 @@ class Source:
         if cursor.kind == kinds.CALL_EXPR and re.match(r"[\w:.>-]+\(", text):
             arguments = [a for a in cursor.get_arguments() if a and a.extent.end.offset > begin]
             for one, two in zip(arguments, arguments[1:]):
-                edges = [one.extent.start.offset, one.extent.end.offset, two.extent.start.offset, two.extent.end.offset]
+                (a, b), (c, d) = [(x.extent.start.offset, x.extent.end.offset) for x in (one, two)]
                 same = one.type.get_canonical().spelling == two.type.get_canonical().spelling
-                if same and begin < edges[0] < edges[1] < edges[2] < edges[3] < end:
-                    a, b = self.at(*edges[:2]), self.at(*edges[2:])
-                    swapped = self.at(begin, edges[0]) + b + self.at(edges[1], edges[2]) + a + self.at(edges[3], end)
-                    if a != b:
-                        self.candidates.append((begin, end, "arguments", f"(mutant(%d) ? {swapped} : {text})"))
+                if same and begin < a < b < c < d < end and self.at(a, b) != self.at(c, d):
+                    swapped = self.at(begin, a) + self.at(c, d) + self.at(b, c) + self.at(a, b) + self.at(d, end)
+                    self.candidates.append((begin, end, "arguments", f"(mutant(%d) ? {swapped} : {text})"))
 
     def compiles(self, candidate):
         changed = planted(self.text, [(*candidate, 0)])
@@ -93,33 +87,29 @@ class Source:
 def planted(text, mutants):
     for begin, end, _, replacement, number in sorted(mutants, reverse=True):
         code = replacement.replace("%d", str(number), 1).encode()
-        lines = text[begin:end].count(b"\n") if b"\n" not in code else 0
-        text = text[:begin] + code + b"\n" * lines + text[end:]
+        text = text[:begin] + code + text[end:]
     return text
 
 
 def plant(tree, seed=1, count=64):
     root, chance = pathlib.Path(__file__).resolve().parents[2], random.Random(int(seed))
-    entries = {e["file"]: e for e in json.loads((root / "build/release/compile_commands.json").read_text())
-               if os.path.relpath(e["file"], root).split("/")[0] in FOLDERS
-               and "/text/tables/" not in e["file"] and "/scripted/" not in e["file"]}
-    by_folder = collections.defaultdict(list)
-    for path in sorted(entries):
-        by_folder[os.path.relpath(path, root).split("/")[0]].append(path)
-    sizes = {folder: sum(os.path.getsize(p) for p in paths) for folder, paths in by_folder.items()}
+    entries = {e["file"]: e for e in load(root, "build/release/compile_commands")
+               if "/text/tables/" not in e["file"] and "/scripted/" not in e["file"]}
+    by_folder = {f: [p for p in sorted(entries) if p.startswith(f"{root}/{f}/")] for f in FOLDERS}
+    sizes = {folder: sum(map(os.path.getsize, paths)) for folder, paths in by_folder.items()}
     sources, mutants = {}, collections.defaultdict(list)
     for number in range(int(count)):
         # Each folder has three at least, the rest go by size.
-        folder = (FOLDERS * 3)[number] if number < 3 * len(FOLDERS) else \
-            chance.choices(FOLDERS, [sizes[f] for f in FOLDERS])[0]
+        folder = chance.choices(FOLDERS, list(sizes.values()))[0]
+        if number < 3 * len(FOLDERS):
+            folder = FOLDERS[number % len(FOLDERS)]
         while True:
-            path = chance.choices(by_folder[folder], [os.path.getsize(p) for p in by_folder[folder]])[0]
+            path = chance.choices(by_folder[folder], list(map(os.path.getsize, by_folder[folder])))[0]
             source = sources.get(path) or sources.setdefault(path, Source(root, entries[path]))
             free = [c for c in source.candidates if all(c[1] <= m[0] or m[1] <= c[0] for m in mutants[path])]
-            kinds = sorted({c[2] for c in free})
-            if not kinds:
+            if not free:
                 continue
-            kind = chance.choice(kinds)
+            kind = chance.choice(sorted({c[2] for c in free}))
             candidate = chance.choice([c for c in free if c[2] == kind])
             if source.compiles(candidate):
                 mutants[path].append((*candidate, number))
@@ -128,12 +118,11 @@ def plant(tree, seed=1, count=64):
     subprocess.run(["git", "checkout-index", "--all", "--force", f"--prefix={tree}/"], cwd=root, check=True)
     record = {}
     for path, chosen in mutants.items():
-        name = os.path.relpath(path, root)
-        (pathlib.Path(tree) / name).write_bytes(planted(sources[path].text, chosen))
-        for begin, end, kind, replacement, number in chosen:
-            line = sources[path].text.count(b"\n", 0, begin) + 1
-            record[number] = {"file": name, "line": line, "kind": kind, "code": replacement}
-    save(tree, "mutants", {str(n): record[n] for n in sorted(record)})
+        name, text = os.path.relpath(path, root), sources[path].text
+        (pathlib.Path(tree) / name).write_bytes(planted(text, chosen))
+        for begin, _, kind, replacement, number in chosen:
+            record[number] = {"file": name, "line": text.count(b"\n", 0, begin) + 1, "kind": kind, "code": replacement}
+    save(tree, "mutants", {str(number): record[number] for number in sorted(record)})
 
 
 def save(tree, name, value):
