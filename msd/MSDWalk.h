@@ -13,12 +13,10 @@
 #include "db/FileInfo.h"
 #include "framework/Block.h"
 #include "framework/RequestProgress.h"
+#include "framework/SongLimit.h"
 #include "msd/MountPointWatch.h"
 
 namespace orvel {
-
-/// At most so many songs of one request are indexed.
-constexpr int kMaxSongs = 16000;
 
 /// What may cut a walk short.
 enum class WalkGoesOn { Yes, Paused, Stopped };

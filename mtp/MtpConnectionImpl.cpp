@@ -7,20 +7,18 @@
 
 #include "base/Log.h"
 #include "base/StageThread.h"
+#include "framework/SongLimit.h"
 #include "mtp/MtpDevice.h"
 #include "phones/AttachedDevices.h"
 #include "phones/ExclusionRules.h"
 #include "phones/MtpUtils.h"
+#include "phones/retryWhileBusy.h"
 
 namespace orvel {
 
 namespace {
 
-constexpr int kBusyRetries = 80;
-constexpr std::chrono::seconds kBusyPause{1};
-/// Paces the walk: after every call for items.
 constexpr std::chrono::milliseconds kItemsPause{10};
-constexpr std::uint32_t kMaxTracks = 16000;
 
 constexpr char kDefaultDate[] = "THU JAN 1 00:00:00 1970";
 /// What the library answers for a missing date.
@@ -30,26 +28,20 @@ void logNoDevice() {
   OV_INFO(" - No device inserted");
 }
 
-/// Repeats `call` while it answers "busy", and lets `afterCall` have its way in between.
-template <class Call, class AfterCall>
-t_status whileBusy(Call call, AfterCall afterCall) {
-  for (int retry = 1;; ++retry) {
-    const t_status status = call();
-    afterCall();
-    if (status != STATUS_BUSY || retry > kBusyRetries) return status;
-    OV_INFO(" Processing from portix API. count = %d", retry);
-    if (!stageThread::sleep(kBusyPause)) return status;
-  }
-}
-
 template <class Call>
 t_status whileBusy(Call call) {
-  return whileBusy(call, [] {});
+  return retryWhileBusy(
+      call, [](int retry) { OV_INFO(" Processing from portix API. count = %d", retry); });
 }
 
+/// Pauses after every call, so that the walk leaves the device time for others.
 template <class Call>
 t_status pacedWhileBusy(Call call) {
-  return whileBusy(call, [] { stageThread::sleep(kItemsPause); });
+  return whileBusy([&] {
+    const t_status status = call();
+    stageThread::sleep(kItemsPause);
+    return status;
+  });
 }
 
 /// Without the spaces, and only those, at both ends.
@@ -272,6 +264,7 @@ bool MtpConnection::Impl::loadDeviceData(t_playlist_items_list& tracks,
     OV_INFO(" - Error while getting num elements");
     return false;
   }
+  constexpr std::uint32_t kMaxTracks = kMaxSongs;
   reachedLimit = trackCount > kMaxTracks;
   tracks = getPlaylistElements(CATEGORY_TRACKS, static_cast<int>(std::min(trackCount, kMaxTracks)));
   playlists = getPlaylistElements(CATEGORY_PLAYLISTS, static_cast<int>(playlistCount));

@@ -39,7 +39,7 @@ std::vector<AttachedDevice> attachedDevices() {
 std::vector<DeviceStorage> storagesOf(t_handle handle) {
   std::vector<DeviceStorage> storages;
   const auto device = DeviceList::instance().find(handle);
-  if (device != nullptr) device->listStorages(storages, Device::WhenBusy::Wait);
+  if (device != nullptr) device->listStorages(storages, WhenBusy::Wait);
   return storages;
 }
 
@@ -63,10 +63,6 @@ std::optional<t_track_id> findObject(const std::string& deviceId, const std::str
     }
     return std::nullopt;
   });
-}
-
-void setRemovalListener(RemovalListener listener) {
-  DeviceList::instance().setRemovalListener(listener);
 }
 
 void releaseDevices() {

@@ -54,13 +54,6 @@ ORVEL_EXPORT void setDeviceId(t_handle handle, const std::string& deviceId);
 ORVEL_EXPORT std::optional<t_track_id> findObject(const std::string& deviceId,
                                                   const std::string& objectId);
 
-/// Called once for each device that is found gone, on the thread that finds it. No call answers
-/// that the device is gone before the listener returned, so it must not wait for one about this
-/// device.
-using RemovalListener = void (*)(t_handle handle);
-/// Replaces the listener; null for none.
-ORVEL_EXPORT void setRemovalListener(RemovalListener listener);
-
 /// Ends the session with every open device, as a host does before it ends; waits at most half a
 /// second for devices that are in a call.
 ORVEL_EXPORT void releaseDevices();

@@ -7,6 +7,13 @@
 
 #include "phones/DeviceSession.h"
 
+namespace orvel {
+
+class Device;
+class DeviceCalls;
+
+}  // namespace orvel
+
 /// Where devices are attached. Declared once and defined by each implementation of device access,
 /// of which a program links one: `libmtp/` for real devices, `scripted/` for described ones. Any
 /// thread.
@@ -24,6 +31,8 @@ const char* libraryName();
 std::vector<BusDevice> scan();
 /// A connection that is not open yet.
 std::unique_ptr<DeviceSession> connect(const BusDevice& device);
+/// The calls of Access.h for a device; the device outlives them.
+std::unique_ptr<DeviceCalls> callsOf(Device& device);
 /// Whether a device is still on the bus; does not talk to it.
 bool isPresent(const std::string& path);
 /// See `attachScriptedDevices`.

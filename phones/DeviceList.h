@@ -10,7 +10,11 @@
 
 namespace orvel {
 
-/// The attached devices by handle. One instance per process, never destroyed, since threads of
+/// Called once for each device that is found gone, on the thread that finds it and with no lock
+/// held. Must not wait for a call about this device: those wait for the listener.
+using RemovalListener = void (*)(t_handle handle);
+
+/// The attached devices by handle. One instance per process, never destroyed: the threads of
 /// devices may outlive the main function. Any thread.
 class DeviceList {
  public:
@@ -24,11 +28,12 @@ class DeviceList {
   std::vector<std::shared_ptr<Device>> all();
   /// Enters a device of the bus unless it is there already.
   void add(const deviceBus::BusDevice& bus);
-  /// Tells the listener of a device that is gone, and then takes it out: who learns from the list
-  /// that there is no such device learns it no sooner than the listener.
+  /// Tells the listener that a device is gone, then removes the device. In this order the listener
+  /// knows of the removal before any call answers STATUS_NOT_OK_BAD_HANDLE.
   void remove(t_handle handle);
 
   void setDeviceId(t_handle handle, const std::string& deviceId);
+  /// Replaces the listener; null for none.
   void setRemovalListener(RemovalListener replacement) { listener = replacement; }
 
  private:

@@ -72,19 +72,6 @@ class DeviceSession {
   /// The playlists among the objects that were ever listed.
   virtual t_status listPlaylists(std::vector<DevicePlaylist>& playlists) = 0;
   virtual t_status playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) = 0;
-
-  // What may stand between a caller and the device; asked on the callers' threads, several at once.
-  /// At the entry of each call of the library: anything but STATUS_OK is the call's answer.
-  virtual t_status enterCall(const char* /*call*/) { return STATUS_OK; }
-  /// How many of the `present` items of a container its count reports.
-  virtual std::uint32_t countItems(const t_mtp_container& /*of*/, std::uint32_t present) {
-    return present;
-  }
-  /// How many of the `present` items from `start` on one page delivers.
-  virtual std::uint32_t pageItems(const t_mtp_container& /*of*/, std::uint32_t /*start*/,
-                                  std::uint32_t present) {
-    return present;
-  }
 };
 
 }  // namespace orvel

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include "phones/DeviceTypes.h"
 
@@ -11,18 +13,21 @@ class CTrackInfo {
  public:
   CTrackInfo() = default;
   CTrackInfo(std::string trackTitle, std::string trackArtist, std::string trackAlbum,
-             std::string trackGenre, std::string trackComposer)
+             std::string trackGenre, std::string trackComposer, std::uint16_t number = 0)
       : title(std::move(trackTitle)),
         artist(std::move(trackArtist)),
         album(std::move(trackAlbum)),
         genre(std::move(trackGenre)),
-        composer(std::move(trackComposer)) {}
+        composer(std::move(trackComposer)),
+        trackNumber(number) {}
 
   [[nodiscard]] const std::string& getTitle() const { return title; }
   [[nodiscard]] const std::string& getArtist() const { return artist; }
   [[nodiscard]] const std::string& getAlbum() const { return album; }
   [[nodiscard]] const std::string& getGenre() const { return genre; }
   [[nodiscard]] const std::string& getComposer() const { return composer; }
+  /// 0 when unknown.
+  [[nodiscard]] std::uint16_t getTrackNumber() const { return trackNumber; }
 
  private:
   std::string title;
@@ -30,6 +35,7 @@ class CTrackInfo {
   std::string album;
   std::string genre;
   std::string composer;
+  std::uint16_t trackNumber = 0;
 };
 
 /// What the device-access library knows beyond the device's own answers. Any thread.
@@ -49,7 +55,8 @@ class MtpUtils {
   static std::string getPathForMtpTrack(t_track_id id, const std::string& deviceId,
                                         const std::string& rawPath);
 
-  /// Whether the device itself gives tags for this track.
+  /// Whether the device itself gives tags for this track. When it does not, or cannot be asked, the
+  /// calls of Access.h for the track's tags give empty ones and ask nothing.
   static bool deviceHasMetadata(t_track_id id, t_handle handle);
 
   /// Reads the tags from the track's own bytes; false when it has none or cannot be read.

@@ -6,14 +6,12 @@
 #include <iterator>
 
 #include "base/Md5.h"
+#include "phones/DeviceLimits.h"
 #include "phones/ExclusionRules.h"
 
 namespace orvel {
 
 namespace {
-
-/// Deeper folders are not reached: a device may claim that a folder contains itself.
-constexpr int kMaxDepth = 128;
 
 /// A path component: a "/" would split it, and none at all would hide it.
 std::string componentOf(std::string name) {
@@ -103,7 +101,7 @@ std::string ObjectTable::path(t_track_id id) const {
   const std::uint32_t storage = entry->second.object.storage;
   std::vector<const std::string*> names;
   for (int depth = 0; entry != current.objects.end(); ++depth) {
-    if (depth == kMaxDepth) return {};
+    if (depth == kMaxFolderDepth) return {};
     names.push_back(&entry->second.object.name);
     entry = current.objects.find(entry->second.parent);
   }

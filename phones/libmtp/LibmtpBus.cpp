@@ -1,6 +1,7 @@
 #include <stdexcept>
 
 #include "phones/DeviceBus.h"
+#include "phones/DeviceCalls.h"
 #include "phones/libmtp/LibmtpLibrary.h"
 #include "phones/libmtp/LibmtpSession.h"
 
@@ -28,6 +29,10 @@ std::unique_ptr<DeviceSession> deviceBus::connect(const BusDevice& device) {
   const auto address = UsbAddress::parse(device.path);
   if (!address) throw std::runtime_error("\"" + device.path + "\" is no place on the USB bus.");
   return std::make_unique<LibmtpSession>(*address);
+}
+
+std::unique_ptr<DeviceCalls> deviceBus::callsOf(Device& device) {
+  return std::make_unique<DeviceCalls>(device);
 }
 
 bool deviceBus::isPresent(const std::string& path) {

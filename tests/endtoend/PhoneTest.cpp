@@ -75,8 +75,7 @@ TEST_F(PhoneTest, AnUnchangedPhoneChangesNothingAlsoUnderOtherObjectIds) {
   EXPECT_THAT(takeSignals(), Not(Contains("contentModified " + std::string(kMountPoint))));
   const auto song = query("SELECT * FROM SONGS");
 
-  phone.path = scripted::replug(phone.path);
-  phone.handle = attachedDevices().back().handle;
+  phone.replug();
   indexPhone(phone.handle);
   EXPECT_EQ(query("SELECT * FROM SONGS"), song);
   EXPECT_EQ(phone.count("readTags"), 0U);
@@ -99,13 +98,12 @@ TEST_F(PhoneTest, RemovalAtAnyCallEndsTheRunAndTheNextOneRepairs) {
   phone.device.addPlaylist("/Worst", {"/Music/B/t.mp3", "/Music/A/s.mp3"});
   indexPhone(phone.plugIn());
   const auto complete = contents();
-  const unsigned calls = scripted::journal(phone.path).calls;
+  const unsigned calls = phone.live->journal().calls;
   ASSERT_GT(calls, 30U);
   for (unsigned call = 1; call <= calls; ++call) {
     SCOPED_TRACE("removed at call " + std::to_string(call));
     manager.deleteDb("phone1");
-    Fault& removal = phone.device.addFault(scripted::kAtAnyCall, Effect::Remove);
-    removal.from = call;
+    phone.device.addFault({.at = scripted::kAtAnyCall, .effect = Effect::Remove, .from = call});
     indexPhone(phone.plugIn());
     EXPECT_TRUE(status() == "PROGRESS" || contents() == complete);
     phone.device.faults.clear();
@@ -124,22 +122,35 @@ TEST_F(PhoneTest, StoppingNeverWaitsForTheDevice) {
     SCOPED_TRACE(at);
     manager.deleteDb("phone1");
     ScriptedPhone slow;
-    if (std::string(at) == "readBytes") {
-      slow.device.find("/Music/A/s.mp3")->tags.reset();
-      slow.device.find("/Music/A/s.mp3")->content = "no song";
-    }
-    slow.device.addFault(at, Effect::Block);
+    slow.device.addTrack("/Music/untagged.mp3").content = "no song";
     // The host's own question for the storages comes first.
-    slow.device.faults[0].from = std::string(at) == "listStorages" ? 2 : 1;
+    const unsigned from = std::string(at) == "listStorages" ? 2 : 1;
+    slow.device.addFault({.at = at, .effect = Effect::Block, .from = from});
     const Readiness readiness(slow.plugIn());
     startPhone(slow.handle);
-    ASSERT_TRUE(waitUntil([&] { return scripted::blocked(slow.path) == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return slow.live->blocked() == 1; }));
     // A newer request for the same device stops the one that waits.
     EXPECT_LT(secondsUntil([&] { startPhone(slow.handle); }), 1.0);
-    scripted::release(slow.path);
+    slow.live->release();
     ASSERT_TRUE(waitUntilIdle());
     EXPECT_EQ(status(), "OK");
   }
+}
+
+TEST_F(PhoneTest, StoppingNeverWaitsForReadinessNorForABusyDevice) {
+  const LogCapture log;
+  startPhone(phone.plugIn());
+  ASSERT_TRUE(log.waitFor("waitDeviceReady"));
+  phone.device.addFault(
+      {.at = "Access_GetItems", .times = scripted::kForEver, .status = STATUS_BUSY});
+  phone.update();
+  EXPECT_LT(secondsUntil([&] { startPhone(phone.handle); }), 1.0);
+  ASSERT_TRUE(log.waitFor(" Processing from portix API. count = 1"));
+  EXPECT_LT(secondsUntil([&] {
+              controller->stop();
+              controller->join();
+            }),
+            1.0);
 }
 
 TEST_F(PhoneTest, SticksComeBeforePhones) {
@@ -148,14 +159,14 @@ TEST_F(PhoneTest, SticksComeBeforePhones) {
   second.device.serial = "phone2";
   const Readiness readiness(phone.plugIn());
   const Readiness secondReadiness(second.plugIn());
-  phone.device.addFault("listFolder", Effect::Block);
+  phone.device.addFault({"listFolder", Effect::Block});
   phone.update();
   OrvelQTProxy& facade = OrvelQTProxy::instance();
   startPhone(phone.handle);
-  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  ASSERT_TRUE(waitUntil([&] { return phone.live->blocked() == 1; }));
   facade.startMtpIndexing("phone2", second.handle, true);
   start("dev1", stick);
-  scripted::release(phone.path);
+  phone.live->release();
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_THAT(takeFinished(), ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
 }
@@ -221,12 +232,13 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
   phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
   indexPhone(phone.plugIn());
   const auto complete = contents();
-  const auto failsWith = [&](const char* at, Effect effect, t_status failure, const char* path) {
-    SCOPED_TRACE(std::string(at) + " " + path);
-    Fault& fault = phone.device.addFault(at, effect);
-    fault.status = failure;
-    fault.path = path;
-    fault.times = scripted::kForEver;
+  for (const Fault& fault :
+       {Fault{.at = "Access_GetNumElements", .status = STATUS_NOT_OK_GENERIC_PLUGIN_ERROR},
+        Fault{"Access_GetPlaylistElements"}, Fault{"Access_GetItems"},
+        Fault{scripted::kAtPage, Effect::Items, "/Music"}, Fault{scripted::kAtCount, Effect::Items},
+        Fault{"Command_SelectCategory"}}) {
+    SCOPED_TRACE(fault.at);
+    phone.device.addFault(fault).times = scripted::kForEver;
     phone.update();
     manager.deleteDb("phone1");
     indexPhone(phone.handle);
@@ -236,13 +248,7 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
     indexPhone(phone.handle);
     EXPECT_EQ(status(), "OK");
     EXPECT_EQ(contents(), complete);
-  };
-  failsWith("Access_GetNumElements", Effect::Answer, STATUS_NOT_OK_GENERIC_PLUGIN_ERROR, "");
-  failsWith("Access_GetPlaylistElements", Effect::Answer, STATUS_NOT_OK, "");
-  failsWith("Access_GetItems", Effect::Answer, STATUS_NOT_OK, "");
-  failsWith(scripted::kAtPage, Effect::Items, STATUS_OK, "/Music");
-  failsWith(scripted::kAtCount, Effect::Items, STATUS_OK, "");
-  failsWith("Command_SelectCategory", Effect::Answer, STATUS_NOT_OK, "");
+  }
 }
 
 TEST_F(PhoneTest, TagsReadInIsolationAreThoseReadInProcessAndABadTrackCostsItself) {
@@ -264,6 +270,16 @@ TEST_F(PhoneTest, TagsReadInIsolationAreThoseReadInProcessAndABadTrackCostsItsel
   setTagReading(TagReading::InProcess);
   EXPECT_EQ(contents(), inProcess);
   EXPECT_THAT(log.texts("tag reader"), testing::SizeIs(1));
+}
+
+TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
+  phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
+  indexPhone(phone.plugIn());
+  const auto before = everything("phone1");
+  phone.device.addFault({.at = "listFolder", .path = "/Music/B", .times = scripted::kForEver});
+  phone.update();
+  indexPhone(phone.handle);
+  EXPECT_EQ(everything("phone1"), before);
 }
 
 }  // namespace

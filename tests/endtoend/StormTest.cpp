@@ -117,9 +117,7 @@ class StormTest : public IndexerHost {
   }
   void replug(std::size_t device) {
     const std::lock_guard lock(mutex);
-    ScriptedPhone& phone = phones[device - 2];
-    phone.path = scripted::replug(phone.path);
-    phone.handle = attachedDevices().back().handle;
+    phones[device - 2].replug();
   }
 
   const std::array<std::string, 4> deviceIds = {"stick1", "stick2", "phone1", "phone2"};
