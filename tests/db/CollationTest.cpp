@@ -31,20 +31,12 @@ TEST(Collation, AgreesWithGLibOnBothSidesOfTheStackBuffer) {
 }
 
 TEST(Collation, OrdersHostileBytesConsistently) {
-  const std::vector<std::string> texts = {"",
-                                          "a",
-                                          "\xC3\xA4",
-                                          "\xC3",
-                                          "\xFF\xFE",
-                                          "a\xE2\x82",
-                                          "\xF0\x9F\x8E\xB5",
-                                          "\x80",
-                                          "a\x01",
-                                          "\xED\xA0\x80",
-                                          std::string("a\0b", 3),
-                                          std::string(9000, '\xC0'),
-                                          std::string(8190, 'x') + "\xE2",
-                                          std::string(8191, 'x') + "\xE2\x82"};
+  // clang-format off
+  const std::vector<std::string> texts = {
+      "", "a", "\xC3\xA4", "\xC3", "\xFF\xFE", "a\xE2\x82", "\xF0\x9F\x8E\xB5", "\x80", "a\x01",
+      "\xED\xA0\x80", std::string("a\0b", 3), std::string(9000, '\xC0'),
+      std::string(8190, 'x') + "\xE2", std::string(8191, 'x') + "\xE2\x82"};
+  // clang-format on
   for (const auto& a : texts) {
     EXPECT_EQ(compare(a, a), 0);
     for (const auto& b : texts) EXPECT_EQ(compare(a, b), -compare(b, a));

@@ -47,18 +47,11 @@ class DatabaseMgrTest : public DatabaseFolderFixture {
 };
 
 TEST_F(DatabaseMgrTest, EveryDeviceIdGetsAFileOfItsOwnInTheFolder) {
-  const std::vector<std::string> ids = {"",
-                                        "dev1",
-                                        "dev/1",
-                                        "dev_1",
-                                        "../../etc/passwd",
-                                        std::string(10000, 'x'),
-                                        std::string(10001, 'x'),
-                                        std::string("a\0b", 3),
-                                        "a",
-                                        "\xFF\xFE\n",
-                                        "caf\xC3\xA9",
-                                        "."};
+  // clang-format off
+  const std::vector<std::string> ids = {
+      "", "dev1", "dev/1", "dev_1", "../../etc/passwd", std::string(10000, 'x'),
+      std::string(10001, 'x'), std::string("a\0b", 3), "a", "\xFF\xFE\n", "caf\xC3\xA9", "."};
+  // clang-format on
   std::set<std::string> files;
   for (const std::string& id : ids) {
     manager.createDb(id, "/m", true);

@@ -42,6 +42,15 @@ IndexerHost::~IndexerHost() {
   OrvelQTProxy::instance().disconnect(&receiver);
 }
 
+void IndexerHost::renewController() {
+  controller->stop();
+  controller->join();
+  controller = std::make_unique<Orvel>();
+  controller->launch();
+  controller->start();
+  OrvelQTProxy::instance().setController(controller.get());
+}
+
 void IndexerHost::index(const std::string& device, const std::string& mountPoint, bool isFirst) {
   start(device, mountPoint, isFirst);
   ASSERT_TRUE(waitUntilIdle());

@@ -30,6 +30,8 @@ class IndexerHost : public DatabaseFolderFixture {
   /// The same for a phone, with the device id "phone1".
   void indexPhone(t_handle handle);
   void startPhone(t_handle handle);
+  /// Stops the controller and puts a new one in its place.
+  void renewController();
   /// False when requests are still alive after `seconds`.
   bool waitUntilIdle(int seconds = 120);
 

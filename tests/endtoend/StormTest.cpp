@@ -97,15 +97,6 @@ class StormTest : public IndexerHost {
     return all;
   }
 
-  void renewController() {
-    controller->stop();
-    controller->join();
-    controller = std::make_unique<Orvel>();
-    controller->launch();
-    controller->start();
-    OrvelQTProxy::instance().setController(controller.get());
-  }
-
  private:
   std::string mountPointOf(std::size_t device) const {
     if (device >= 2) return "mtp-folder://" + deviceIds[device];

@@ -70,7 +70,7 @@ class BoundsTest : public OwnMounts, public IndexerHost {
             },
             60s);
         leave();
-        renewController();
+        beginAgain();
       }
       EXPECT_LT(longest.milliseconds(), withSlack(promised).count()) << state << " " << name;
       std::printf(" %s %.1f ms", name, longest.milliseconds());
@@ -78,15 +78,12 @@ class BoundsTest : public OwnMounts, public IndexerHost {
     std::printf("\n");
   }
 
-  void renewController() {
+  void beginAgain() {
     controller->stop();
     controller->join();
     // The controller deletes what it left behind when that has ended, as its own thread has.
     EXPECT_TRUE(waitUntil([this] { return entriesOf(kThreads) < threads; }));
-    controller = std::make_unique<Orvel>();
-    controller->launch();
-    controller->start();
-    OrvelQTProxy::instance().setController(controller.get());
+    renewController();
     manager.deleteDb("dev1");
   }
 

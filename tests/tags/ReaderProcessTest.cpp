@@ -21,6 +21,7 @@
 #include "tests/support/ProcessPriority.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/contentOf.h"
+#include "tests/support/processStatus.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -53,11 +54,6 @@ std::vector<pid_t> childrenOf(pid_t parent) {
     }
   }
   return children;
-}
-
-std::size_t openDescriptors() {
-  return static_cast<std::size_t>(
-      std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
 /// The process behind an isolated reader, seen from its host.
@@ -98,7 +94,7 @@ class ReaderProcess : public testing::Test {
 };
 
 TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
-  const std::size_t before = openDescriptors();
+  const long before = entriesOf("/proc/self/fd");
   {
     const auto reader = readerOf(kEndless);
     reader->expect(std::vector<std::string>(200, bad("crash")));
@@ -109,7 +105,7 @@ TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
     EXPECT_EQ(titleOf(reader->next()), "Good");
     EXPECT_THAT(childrenOf(getpid()), SizeIs(1));
   }
-  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_EQ(entriesOf("/proc/self/fd"), before);
   EXPECT_THAT(childrenOf(getpid()), IsEmpty());
 }
 

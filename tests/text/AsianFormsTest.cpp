@@ -2,14 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <iterator>
-#include <random>
-
-#include "base/Utf8.h"
-#include "text/PinyinTable.h"
-#include "text/tables/PinyinWords.h"
-
 namespace orvel {
 namespace {
 
@@ -73,18 +65,6 @@ TEST(AsianFormsTest, sortTagsWithAsianScriptReplaceAsianTexts) {
   const Texts texts{"桜", "米津玄師", "Lemon", "", "米津玄師"};
   const Forms sorted{"さくら", "よねづけんし", "", "", "米津玄師"};
   EXPECT_EQ(asianForms(texts, {"サクラ", "ヨネヅケンシ", "レモン", "", "Yonezu, Kenshi"}), sorted);
-}
-
-TEST(AsianFormsTest, tablesAreInOrder) {
-  const auto ordered = [](const auto& words) {
-    return std::ranges::is_sorted(
-        words, {}, [](const PinyinWord& entry) { return std::u16string_view(entry.word); });
-  };
-  EXPECT_TRUE(ordered(pinyinSurnames));
-  EXPECT_TRUE(ordered(pinyinWords));
-  EXPECT_EQ(pinyin(U'一'), "yi");
-  EXPECT_EQ(pinyin(0x4DFF), "");
-  EXPECT_EQ(pinyin(0xA000), "");
 }
 
 }  // namespace
