@@ -13,10 +13,10 @@ class Descriptor {
  public:
   /// Owns nothing.
   Descriptor() = default;
-  /// Takes `opened` over; a negative one is nothing.
+  /// Takes ownership of `opened`; a negative number means none.
   explicit Descriptor(int opened) : number(opened) {}
-  /// Opens a device's file for reading; errno tells why it owns nothing. Not blocking: a pipe may
-  /// have taken the place of the file since it was listed.
+  /// Opens a device's file for reading. On failure it owns nothing and errno is set. Does not
+  /// block: a pipe may have replaced the file since it was listed.
   static Descriptor ofFile(const std::string& path) {
     return Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   }

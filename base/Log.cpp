@@ -1,4 +1,5 @@
 #include "base/Log.h"
+#include "base/NoDestructor.h"
 
 #include <unistd.h>
 
@@ -27,7 +28,7 @@ struct SinkHolder {
 };
 
 SinkHolder& sinkHolder() {
-  static auto* const holder = new SinkHolder;
+  static NoDestructor<SinkHolder> holder;
   return *holder;
 }
 

@@ -5,12 +5,12 @@
 
 namespace orvel {
 
-/// True for errors that belong to the one file or folder, as a missing permission does; others mean
-/// that the device could not be read.
+/// True for errors that concern one file or folder, such as a missing permission. All others mean
+/// that the device failed.
 bool isOrdinaryRefusal(int error);
 
-/// Reads the regular file at `path` to its end, or to 32 MiB, and forgets what it read: afterwards
-/// the kernel has it at hand. Returns 0 or the error number. A raised token ends the reading.
+/// Reads the file at `path` into the kernel's page cache: up to its end, to 32 MiB or until
+/// `stopped` is raised. Returns 0 or the error number.
 int readThrough(const std::string& path, const std::stop_token& stopped);
 
 }  // namespace orvel

@@ -1,33 +1,36 @@
 #pragma once
 
+#include <cassert>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace orvel::utf8 {
 
-constexpr char32_t replacement = 0xFFFD;
+constexpr char32_t kReplacement = 0xFFFD;
 
 /// One character at the start of a text.
 struct Character {
-  char32_t code = replacement;
-  unsigned size = 1;   ///< bytes that it takes
-  bool valid = false;  ///< false: an ill-formed part, `code` is U+FFFD
+  char32_t code = kReplacement;
+  unsigned size = 1;   ///< in bytes
+  bool valid = false;  ///< false for an ill-formed part; `code` is U+FFFD then
 };
 
-/// Reads the first character of `text`, which must not be empty. An ill-formed part is as long as
-/// the Unicode standard's "maximal subpart" (chapter 3.9): one U+FFFD stands for it.
+/// Reads the first character of `text`, which must not be empty. Reports each ill-formed "maximal
+/// subpart" (the Unicode standard, chapter 3.9) as one U+FFFD.
 inline Character first(std::string_view text) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  assert(!text.empty());
   const unsigned lead = byte(0);
   if (lead < 0x80) return {lead, 1, true};
   if (lead < 0xC2 || lead > 0xF4) return {};
   const unsigned length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  // The second byte excludes overlong forms, surrogates and what lies above U+10FFFF.
+  // The range of the second byte excludes overlong forms, surrogates and codes above U+10FFFF.
   unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
   unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
   char32_t code = lead & (0xFFU >> (length + 1));
   for (unsigned i = 1; i < length; ++i) {
-    if (i == text.size() || byte(i) < low || byte(i) > high) return {replacement, i, false};
+    if (i == text.size() || byte(i) < low || byte(i) > high) return {kReplacement, i, false};
     code = code << 6 | (byte(i) & 0x3F);
     low = 0x80;
     high = 0xBF;
@@ -35,7 +38,7 @@ inline Character first(std::string_view text) {
   return {code, length, true};
 }
 
-/// Takes the first character off `text`, which must not be empty.
+/// Removes the first character of `text`, which must not be empty, and returns it.
 inline Character take(std::string_view& text) {
   const Character character = first(text);
   text.remove_prefix(character.size);

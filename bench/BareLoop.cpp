@@ -1,6 +1,6 @@
-// The least that an indexer of one thread can do with TagLib as it comes: walk a folder, open every
-// file by name with its audio properties, and take the seven tag values. Prints files and bytes of
-// text. With --names it only walks.
+// The least work of a single-threaded indexer with unmodified TagLib: walks a folder, opens every
+// file by name with its audio properties, and takes the seven tag values. Prints the numbers of
+// files and of bytes of text. With --names it only walks.
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
 #include <taglib/tpropertymap.h>

@@ -1,4 +1,4 @@
-"""Counts, which do not depend on what else the machine does."""
+"""Counts of system calls and instructions, which are independent of the machine's load."""
 
 import re
 import shutil
@@ -8,7 +8,7 @@ from pathlib import Path
 
 
 def missing_tool():
-    """Why nothing can be counted here; empty when it can."""
+    """The reason why nothing can be counted here; empty if there is none."""
     for tool, package in (("strace", "strace"), ("valgrind", "valgrind")):
         if not shutil.which(tool):
             return f"{tool} is not installed (package {package})"
@@ -16,7 +16,7 @@ def missing_tool():
 
 
 def system_calls(command, work):
-    """All system calls of a command, its threads and children."""
+    """The number of system calls of a command, its threads and children."""
     report = Path(work) / "system-calls.txt"
     subprocess.run(["strace", "-f", "-c", "-U", "calls,name", "-o", report, *command], check=True,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -24,7 +24,7 @@ def system_calls(command, work):
 
 
 def instructions(command, functions, work):
-    """The instructions of each function, with those of all that it calls."""
+    """The instructions of each function, including its callees."""
     report = Path(work) / "callgrind.out"
     subprocess.run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={report}", *command],
                    check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)

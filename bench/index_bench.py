@@ -24,7 +24,7 @@ MUSIC = {".mp3", ".m4a", ".flac", ".wma", ".wav"}
 FIRST = "first index"
 SECONDS_OF_MUSIC = 20
 PARTITIONS = 3
-# What a request does on every run, however little has changed.
+# The functions that each request runs, even if nothing has changed.
 OF_EVERY_RUN = {
     "change detection": ["orvel::ChangeFinder::doOperation"],
     "clean-up": ["orvel::SongSaver::finish", "orvel::SongDirectoryPipeline::clearPlaylists"],
@@ -41,8 +41,8 @@ def songs_of(stick):
 
 
 def forget_content(stick):
-    """Drops the files' contents from the page cache; their names stay."""
-    os.sync()  # what is yet to be written cannot be dropped
+    """Drops the files' contents from the page cache, but not their names."""
+    os.sync()  # dirty pages cannot be dropped
     for path in Path(stick).rglob("*"):
         if path.is_file():
             descriptor = os.open(path, os.O_RDONLY)
@@ -64,13 +64,13 @@ class Medians:
         return statistics.median(getattr(cost, attribute) for cost in self.costs[name])
 
     def ratio(self, name, reference):
-        """Of passes of the same round, which the rest of the machine troubled alike."""
+        """The median ratio of passes of the same round, which the machine's load affects alike."""
         return statistics.median(cost.wall / bare.wall
                                  for cost, bare in zip(self.costs[name], self.costs[reference]))
 
     def rows(self, title, reference):
         for name in self.costs:
-            peak = self.of(name, "peak")  # 0 for what has ended before it was looked at
+            peak = self.of(name, "peak")  # 0 for a process that ended before the first sample
             yield (f"| {title} | {name} | {self.of(name):.3f} | {self.ratio(name, reference):.2f} |"
                    f" {self.of(name, 'cpu'):.2f} | {f'{peak:.1f}' if peak else ''} |")
 
@@ -107,7 +107,7 @@ class Bench:
         shutil.rmtree(self.databases, ignore_errors=True)
 
     def rows_alone(self):
-        """Stores the rows of the database in hand anew, as fast as one thread can."""
+        """Copies the rows of the finished database, as fast as one thread can."""
         source = next(self.databases.glob("*.db"))
         target = self.work / "rows.db"
         for suffix in ("", "-wal", "-shm"):
@@ -120,7 +120,7 @@ class Bench:
             os.utime(song, (stamp, stamp))
 
     def add_folder(self, stick, songs):
-        """A further folder with an album's songs."""
+        """Adds a folder with the songs of one album."""
         added = stick / "added"
         shutil.rmtree(added, ignore_errors=True)
         added.mkdir()
@@ -185,7 +185,7 @@ class Bench:
                f" {self.first_runs[large] / self.first_runs[small]:.2f} | | |")
 
     def measure_partitions(self, count):
-        """Several partitions of one device, each with as many songs as one request takes."""
+        """Measures several partitions of one device, each with the most songs of one request."""
         stick = self.make_stick(count)
         partitions = [stick]
         for number in range(2, PARTITIONS + 1):
@@ -203,7 +203,7 @@ class Bench:
                f" {results.of('several', 'cpu'):.2f} | {results.of('several', 'peak'):.1f} |")
 
     def single_parts(self):
-        """What Google Benchmark tells of them, as it tells it."""
+        """Runs the micro-benchmarks and yields the report of Google Benchmark unchanged."""
         program = self.build / "orvel-microbench"
         if program.exists():
             progress("measuring single parts")
@@ -225,7 +225,7 @@ class Bench:
         yield from self.count_instructions(songs)
 
     def count_system_calls(self, few, many):
-        """Of each further song, without what a run takes that has nothing to do."""
+        """Counts per additional song, so without the fixed cost of a run."""
         yield "\n| system calls per new song | |\n|---|---|"
         for name, command in (("bare loop", lambda stick: [self.bare_loop, stick]),
                               ("first index, in-process", lambda stick: self.command(stick, "--in-process"))):
@@ -276,7 +276,7 @@ class Bench:
         yield from self.measure_player(stick)
 
     def measure_player(self, stick):
-        """A player that reads from the stick, alone and while it is indexed again and again."""
+        """Measures a player that reads from the stick, alone and during repeated indexing."""
         yield ("\n| a player on the slow stick | longest wait ms | stops |\n|---|---|---|")
         for name, options in (("alone", None), ("beside an index", []),
                               ("beside an index in the background", ["--background"])):

@@ -1,4 +1,4 @@
-"""Other programs that index music, measured beside this one where they are installed."""
+"""Measures other programs that index music, where they are installed."""
 
 import os
 import resource
@@ -18,11 +18,11 @@ SECONDS_TO_END = 10
 
 
 class Failed(Exception):
-    """Why a pass has no numbers."""
+    """The reason why a pass has no numbers."""
 
 
 def program_of(name):
-    """Its path, also where an ordinary user's PATH is without the daemons."""
+    """The path of a program, even if the user's PATH lacks the folders of daemons."""
     return shutil.which(name, path=f"{os.environ.get('PATH', '')}:/usr/sbin")
 
 
@@ -46,7 +46,7 @@ class Mpd:
 
     def command(self, stick, first):
         config = self.folder / "mpd.conf"
-        # Warnings only: it would write a line for each song that it adds.
+        # Warnings only: otherwise it logs a line for each song.
         config.write_text(f"""\
 music_directory "{stick}"
 db_file "{self.folder}/database"
@@ -64,7 +64,7 @@ audio_output {{
 
     def complete(self, child, first):
         until(self._listens, child)
-        if not first:  # without a database it updates by itself
+        if not first:  # without a database it updates on its own
             self._ask("update")
         until(lambda: "updating_db" not in self._ask("status"), child)
 
@@ -112,7 +112,7 @@ port=8200
 inotify=no
 friendly_name=bench
 """)
-        # Whatever interface it is given, its HTTP port is open on all of them: it gets a network of its own.
+        # It opens its HTTP port on all interfaces, whatever the configuration says: give it its own network.
         return ["unshare", "--map-root-user", "--net", self.program, "-S", "-f", config,
                 "-P", self.folder / "pid", *([] if first else ["-r"])]
 
@@ -120,7 +120,7 @@ friendly_name=bench
         log = self.folder / "minidlna.log"
         line = b"Initial file scan completed" if first else b"Rescan completed"
         until(lambda: log.exists() and line in log.read_bytes(), child)
-        # Its scanner still writes the version without which the next start would index all anew.
+        # Wait for the scanner to write the version: without it the next start would index everything again.
         until(lambda: not children_of(child.pid), child)
 
     def songs(self):
@@ -129,7 +129,7 @@ friendly_name=bench
 
 
 def warm(stick):
-    """Peers read other parts of the files than the bare loop does, and may drop them from the page cache."""
+    """Restores the page cache: peers read other parts of the files and may drop those of the bare loop."""
     for path in stick.rglob("*"):
         if path.is_file():
             path.read_bytes()
@@ -146,7 +146,7 @@ def end(child):
     try:
         child.wait(SECONDS_TO_END)
     except subprocess.TimeoutExpired:
-        os.killpg(child.pid, signal.SIGKILL)  # the session of its own that it was started in
+        os.killpg(child.pid, signal.SIGKILL)  # it was started in its own session
         child.wait()
 
 
@@ -176,7 +176,7 @@ def measure(peer, stick, songs, first):
 
 
 class Peers:
-    """A peer that fails on a stick is left out on it from then on; `remarks` tells why."""
+    """Runs the peers. Skips a peer on a stick where it failed before; `remarks` gives the reason."""
 
     def __init__(self, kinds, work):
         self.peers = [kind((work / "peers" / kind.package).resolve()) for kind in kinds]

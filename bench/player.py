@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Reads a file as a player does: a piece each time that one has been played, ahead by two seconds.
+"""Reads a file like a player: one piece each time a piece has been played, two seconds ahead.
 
     player.py FILE SECONDS
 
-Prints as JSON how long the longest piece took to read, and how often the music would have stopped.
+Prints as JSON the longest time to read a piece, and how often the music would have stopped.
 """
 
 import json
@@ -11,7 +11,7 @@ import os
 import sys
 import time
 
-BYTES_PER_SECOND = 176_400  # as from a CD, which is more than a compressed song takes
+BYTES_PER_SECOND = 176_400  # the rate of a CD, more than a compressed song needs
 PIECE = 32768
 SECONDS_AHEAD = 2.0
 
@@ -25,7 +25,7 @@ def play(path, seconds):
     position = 0
     while time.monotonic() - begin < seconds:
         before = time.monotonic()
-        # A short file is played again, from the device and not from memory.
+        # The player repeats a short file; drop it from the cache, so that it comes from the device again.
         os.posix_fadvise(descriptor, 0, 0, os.POSIX_FADV_DONTNEED)
         os.pread(descriptor, PIECE, position % max(size - PIECE, 1))
         position += PIECE

@@ -1,4 +1,4 @@
-"""Processes that are measured."""
+"""Runs processes and measures their cost."""
 
 import os
 import subprocess
@@ -13,7 +13,7 @@ SECONDS_BETWEEN_LOOKS = 0.01
 
 @dataclass
 class Cost:
-    """What a process took, with the processes that it started."""
+    """The cost of a process and its children."""
 
     wall: float  # seconds
     cpu: float  # seconds
@@ -22,7 +22,7 @@ class Cost:
 
 
 def peak_of(pid):
-    """The most memory that a process has taken, in megabytes; 0 when it has ended."""
+    """The peak memory of a process in megabytes; 0 once it has ended."""
     try:
         status = Path(f"/proc/{pid}/status").read_text()
     except OSError:
@@ -40,8 +40,8 @@ def children_of(pid):
 
 
 class MemoryWatch:
-    """Looks now and then what a process and its children take: what the kernel tells at the end
-    counts what the process was before it became another program."""
+    """Samples the peak memory of a process and its children. The kernel's figure at the end would include
+    the process before exec."""
 
     def __init__(self, pid):
         self.own = self.of_children = 0
@@ -52,7 +52,7 @@ class MemoryWatch:
     def _watch(self, pid):
         while not self.ended.wait(SECONDS_BETWEEN_LOOKS):
             self.own = max(self.own, peak_of(pid))
-            for child in children_of(pid):  # one follows the other
+            for child in children_of(pid):  # they run one after the other
                 self.of_children = max(self.of_children, peak_of(child))
 
     def end(self):
@@ -62,7 +62,7 @@ class MemoryWatch:
 
 
 def run(command, preexec_fn=None):
-    """Runs a command to its end; anything but success ends the benchmark."""
+    """Runs a command to its end; a failure ends the benchmark."""
     begin = time.monotonic()
     child = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                              preexec_fn=preexec_fn)

@@ -1,6 +1,6 @@
-"""A stick as slow as cheap ones are: a loop device that is held to a rate of bytes and of reads.
+"""A stick as slow as a cheap one: a loop device with limits on bytes and reads per second.
 
-A model: the delay of each read, and what FAT costs, are not in it.
+The model omits the latency of each read and the cost of FAT.
 """
 
 import os
@@ -51,7 +51,7 @@ class ThrottleV2:
 
 
 class SlowStick:
-    """A copy of a folder on such a device. `obstacle` tells why there can be none here."""
+    """A copy of a folder on such a device. `obstacle` says why this machine cannot have one."""
 
     def __init__(self, folder, work):
         self.obstacle = self._find_obstacle()
@@ -79,8 +79,8 @@ class SlowStick:
 
     @contextmanager
     def attached(self):
-        """Mounts it anew, so that nothing of it is cached. Gives a function for the `preexec_fn` of the
-        processes that the device is to be slow for, and one that tells the bytes that they have read."""
+        """Mounts the device afresh, with cold caches. Yields a `preexec_fn` for processes to be slowed down,
+        and a function that returns the number of bytes that they have read."""
         loop = subprocess.run(["losetup", "--read-only", "--show", "-f", self.image], check=True,
                               stdout=subprocess.PIPE, text=True).stdout.strip()
         group = self.throttle.root / f"orvel-bench-{os.getpid()}"
@@ -97,7 +97,7 @@ class SlowStick:
         finally:
             subprocess.run(["umount", self.mount_point], check=False)
             subprocess.run(["losetup", "-d", loop], check=False)
-            for _ in range(100):  # the processes that have just ended leave the group by and by
+            for _ in range(100):  # ended processes leave the group with a delay
                 try:
                     group.rmdir()
                     break

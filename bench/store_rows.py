@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Stores the rows of a database in another one, row by row, 500 a transaction.
+"""Copies the rows of a database to another one, row by row, 500 per transaction.
 
     store_rows.py FROM TO
 """

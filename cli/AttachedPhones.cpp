@@ -1,24 +1,24 @@
 #include "cli/AttachedPhones.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include "cli/ExitStatus.h"
+#include "cli/ScriptedPhones.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 std::vector<AttachedDevice> findPhones(const std::optional<std::string>& scriptedFile) {
-  const bool isScripted = std::string_view(deviceAccessLibrary()) == "scripted";
-  if (isScripted && !scriptedFile) {
-    throw HostError(CouldNotRun,
-                    "This build has no libmtp and reaches no real devices. Build it where libmtp is"
-                    " installed, or describe devices with --scripted FILE.");
+  if (kPhonesAreScripted && !scriptedFile) {
+    throw CommandError(
+        CouldNotRun,
+        "This build has no libmtp and reaches no real devices. Build it where libmtp is"
+        " installed, or describe devices with --scripted FILE.");
   }
   try {
-    if (scriptedFile) attachScriptedDevices(*scriptedFile);
+    if (scriptedFile) attachScriptedPhones(*scriptedFile);
     return attachedDevices();
   } catch (const std::runtime_error& error) {
-    throw HostError(CouldNotRun, error.what());
+    throw CommandError(CouldNotRun, error.what());
   }
 }
 
@@ -31,9 +31,9 @@ AttachedDevice phoneNamed(const std::string& serial, const std::vector<AttachedD
   for (const AttachedDevice& phone : phones) {
     attached += (attached.empty() ? "" : ", ") + nameOf(phone) + " with " + phone.deviceId;
   }
-  throw HostError(CouldNotRun, "No attached device has the serial number " + serial + ". " +
-                                   (attached.empty() ? "None is attached: plug it in."
-                                                     : "Attached: " + attached + "."));
+  throw CommandError(CouldNotRun, "No attached device has the serial number " + serial + ". " +
+                                      (attached.empty() ? "None is attached: plug it in."
+                                                        : "Attached: " + attached + "."));
 }
 
 std::string nameOf(const AttachedDevice& phone) {
@@ -49,4 +49,4 @@ std::string lockedText(const AttachedDevice& phone) {
   return nameOf(phone) + " shows no storage. Unlock it and allow file transfer.";
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

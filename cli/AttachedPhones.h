@@ -7,28 +7,29 @@
 
 #include <orvel/AttachedDevices.h>
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Said when no device is attached.
+/// The text for people when no device is attached.
 inline constexpr char kNoPhone[] =
     "No phone or player is attached. Plug one in, unlock it and allow file transfer.";
 
-/// Looks for attached phones and players, described ones when a script is named; opens them. May
-/// wait for a device that hangs. Throws HostError (CouldNotRun) when there can be none in this
-/// build.
+/// Finds and opens the attached phones and players, after attaching those that `scriptedFile`
+/// describes. May wait for a device that hangs. Throws CommandError (CouldNotRun) when devices
+/// cannot be looked for, or this build reaches no real ones.
 std::vector<AttachedDevice> findPhones(const std::optional<std::string>& scriptedFile);
 
-/// The phone with this serial number or device id. Throws HostError (CouldNotRun) when there is
-/// none.
+/// Finds the phone with this serial number or device id. Throws CommandError (CouldNotRun) if none
+/// has it.
 AttachedDevice phoneNamed(const std::string& serial, const std::vector<AttachedDevice>& phones);
 
-/// What people call a phone: "Maker Model (serial)", as far as it tells them.
+/// The name of a phone for people: "Maker Model (serial)", without the parts that it does not
+/// report.
 std::string nameOf(const AttachedDevice& phone);
 
-/// Why nothing can be read of a phone that shows no storage, with the remedy.
+/// The text for people about a phone that shows no storage, with the remedy.
 std::string lockedText(const AttachedDevice& phone);
 
-/// Ends the sessions with all phones when it goes.
+/// Ends the sessions with all phones on destruction.
 class PhoneRelease {
  public:
   PhoneRelease() = default;
@@ -37,4 +38,4 @@ class PhoneRelease {
   PhoneRelease& operator=(const PhoneRelease&) = delete;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

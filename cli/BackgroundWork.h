@@ -10,11 +10,11 @@
 
 #include "cli/SignalWatcher.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Has `work`, which may hang with a device, done on a thread of its own while the main loop runs.
-/// Nothing when a signal or the deadline came first: `work` then ends behind the caller, so it must
-/// own what it uses. What `work` throws is thrown here.
+/// Runs `work`, which may hang with a device, on a new thread and serves the main loop meanwhile.
+/// Returns nothing when a signal or the deadline comes first; `work` then outlives this call, so it
+/// must own its data. Rethrows the exception of `work`.
 template <class Work>
 auto doInBackground(
     Work work, const SignalWatcher& signals,
@@ -39,4 +39,4 @@ auto doInBackground(
   return result.get();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

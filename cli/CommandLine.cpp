@@ -9,7 +9,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/MountPoint.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -41,7 +41,7 @@ const std::map<std::string, ListOptions::Format> kFormats = {{"table", ListOptio
                                                              {"tsv", ListOptions::Format::Tsv},
                                                              {"json", ListOptions::Format::Json}};
 
-/// The options and arguments of one verb.
+/// Parses the options and operands of one verb.
 class VerbParser {
  public:
   explicit VerbParser(const QString& verb, const QString& purpose) {
@@ -60,7 +60,7 @@ class VerbParser {
     return !parser.isSet("help");
   }
 
-  /// What follows the verb.
+  /// The arguments after the verb that are no options.
   [[nodiscard]] std::vector<std::string> operands() const {
     std::vector<std::string> result;
     for (const QString& text : parser.positionalArguments().mid(1)) {
@@ -83,7 +83,7 @@ class VerbParser {
   [[nodiscard]] PrintedText help() const { return {parser.helpText().toStdString()}; }
 
   [[noreturn]] void fail(const std::string& reason) const {
-    throw HostError(WrongUsage, reason + " 'orvel --help' shows how the command is used.");
+    throw CommandError(WrongUsage, reason + " 'orvel --help' shows how the command is used.");
   }
 
  private:
@@ -106,7 +106,7 @@ void parseWait(const VerbParser& verb, IndexOptions& options) {
   if (!isNumber) verb.fail("'" + *text + "' is no number of seconds up to 65535.");
 }
 
-/// What is meant by the words behind `index`.
+/// Sorts the operands of `index` into mount points or a serial number.
 void parseOperands(const VerbParser& verb, IndexOptions& options) {
   options.isPhone = verb.isSet("mtp");
   if (!options.isPhone) {
@@ -130,16 +130,16 @@ Command parseIndex(const QStringList& arguments) {
                                    "MOUNT_POINT... | --mtp [SERIAL]");
   verb.get().addOptions(
       {{"mtp", "Index the attached phone with this serial number, or all attached phones."},
-       {"wait", "How long a locked phone is waited for; default: 60.", "SECONDS"},
+       {"wait", "Seconds to wait for a locked phone; default: 60.", "SECONDS"},
        scriptedOption(),
        {"device-id",
         "Name of the device; default: the UUID of the file system or the path; for a phone its"
         " vendor, product and serial number.",
         "ID"},
        {"in-process",
-        "Read a stick's tags in this process, where a broken file can end the run, instead of one"
-        " of its own."},
-       {"background", "Use only the processor time and the device's time that nobody else wants."},
+        "Read a stick's tags in this process, where a broken file can end the run, instead of in a"
+        " separate one."},
+       {"background", "Use only processor time and device time that nobody else needs."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
        {"v", "Print what the indexer does; -vv and -vvv print more."}});
@@ -221,8 +221,9 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
   QStringList texts;
   for (int i = 0; i < argumentCount; ++i) {
     if (!isValidUtf8(arguments[i])) {
-      throw HostError(WrongUsage, std::string("The argument '") + arguments[i] +
-                                      "' is not valid UTF-8. Mount the device under another name.");
+      throw CommandError(WrongUsage,
+                         std::string("The argument '") + arguments[i] +
+                             "' is not valid UTF-8. Mount the device under another name.");
     }
     texts.append(QString::fromUtf8(arguments[i]));
   }
@@ -233,10 +234,10 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
   if (verb == "status") return parseStatus(texts);
   if (verb == "--help" || verb == "-h" || verb == "help") return PrintedText{kSynopsis};
   if (verb == "--version") return PrintedText{"orvel " ORVEL_VERSION "\n"};
-  throw HostError(WrongUsage,
-                  (verb.isEmpty() ? std::string("No command was given.")
+  throw CommandError(
+      WrongUsage, (verb.isEmpty() ? std::string("No command was given.")
                                   : "'" + verb.toStdString() + "' is no command.") +
                       " The commands are index, mtp, list and status; 'orvel --help' shows more.");
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -8,22 +8,22 @@
 
 #include "cli/ListQuery.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// `orvel index`.
 struct IndexOptions {
   std::vector<std::string> mountPoints;  ///< as given; none for phones
   bool isPhone = false;
-  std::optional<std::string> serial;  ///< of the phone; without it all that are attached
+  std::optional<std::string> serial;  ///< of the phone; none for all attached ones
   std::optional<std::string> scriptedFile;
-  std::chrono::seconds storageWait{60};  ///< how long a locked phone is waited for
+  std::chrono::seconds storageWait{60};  ///< the longest wait for a locked phone
   std::optional<std::string> deviceId;
   std::string databaseFolder;
-  bool inProcess = false;   ///< tags are read in this process
-  bool background = false;  ///< with idle priority
+  bool inProcess = false;   ///< read tags in this process
+  bool background = false;  ///< run with idle priority
   bool json = false;
   bool quiet = false;
-  int verbosity = 0;  ///< how often -v was given
+  int verbosity = 0;  ///< number of -v options
 };
 
 /// `orvel mtp list`.
@@ -55,7 +55,7 @@ struct PrintedText {
 
 using Command = std::variant<IndexOptions, MtpListOptions, ListOptions, StatusOptions, PrintedText>;
 
-/// Reads the command line; an application object must exist. Throws HostError (WrongUsage).
+/// Parses the command line; an application object must exist. Throws CommandError (WrongUsage).
 Command parseCommandLine(int argumentCount, const char* const* arguments);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

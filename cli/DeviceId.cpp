@@ -9,7 +9,7 @@
 #include <sstream>
 #include <system_error>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -19,7 +19,7 @@ bool isOctal(char c) {
   return c >= '0' && c <= '7';
 }
 
-/// Resolves the "\040" for a blank and the like; see proc(5).
+/// Resolves octal escapes such as "\040" for a blank; see proc(5).
 std::string unescaped(const std::string& field) {
   std::string text;
   for (std::size_t i = 0; i < field.size(); ++i) {
@@ -35,9 +35,11 @@ std::string unescaped(const std::string& field) {
   return text;
 }
 
-/// The device node of the whole file system that is mounted at `folder`, empty when there is none.
-/// A line of the table (proc(5)): id, parent, device, root, mount point, options, optional fields
-/// up to "-", type, source. The last mount on a folder hides the earlier ones.
+/// The device node of the file system mounted at `folder`; empty if there is none, or if only a
+/// part of a file system is mounted there.
+/// Format of a line (proc(5)): id, parent, device, root, mount point, options, optional fields up
+/// to
+/// "-", type, source. The last mount on a folder hides earlier ones.
 std::string mountedDevice(const std::string& folder, const std::string& mountInfo) {
   std::string device;
   std::ifstream table(mountInfo);
@@ -77,4 +79,4 @@ std::string defaultDeviceId(const std::string& folder, const MountTable& table) 
   return folder;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -2,17 +2,17 @@
 
 #include <string>
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Where the system describes its mounts and file systems.
+/// Files in which the system describes its mounts and file systems; tests replace them.
 struct MountTable {
   std::string mountInfo = "/proc/self/mountinfo";
   std::string uuidLinks = "/dev/disk/by-uuid";
 };
 
-/// The device id of a folder that was given none: the UUID of the file system when `folder`, an
-/// absolute path, is where a whole file system is mounted, so that a stick is known again wherever
-/// it is plugged in; else the path itself.
+/// The device id for `folder`, an absolute path, when the user gives none. It is the UUID of the
+/// file system if a whole one is mounted there, so that a stick is recognised wherever it is
+/// plugged in, and otherwise the path itself.
 std::string defaultDeviceId(const std::string& folder, const MountTable& table = {});
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -6,7 +6,7 @@
 
 #include "base/Utf8.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -14,7 +14,7 @@ bool isControl(char32_t code) {
   return code < 0x20 || (code >= 0x7F && code < 0xA0);
 }
 
-/// Line and paragraph separators, and the marks that turn the direction of what follows.
+/// Line and paragraph separators, and marks that change the direction of text.
 bool isLayout(char32_t code) {
   return code == 0x2028 || code == 0x2029 || code == 0x200E || code == 0x200F || code == 0x061C ||
          (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
@@ -99,4 +99,4 @@ std::string elided(std::string_view text, std::size_t width, Elide part) {
   return out;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

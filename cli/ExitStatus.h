@@ -3,23 +3,23 @@
 #include <stdexcept>
 #include <string>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Exit statuses of the command. An interrupted run ends with 128 plus the signal's number.
 enum ExitStatus : int {
-  Done = 0,           ///< finished; a run of the indexer with status OK
-  CouldNotRun = 1,    ///< with the reason and the remedy on standard error
-  WrongUsage = 2,     ///< the command line makes no sense
-  LeftWorkUndone = 3  ///< the run of the indexer ended with status PROGRESS
+  Done = 0,           ///< finished; after indexing: status OK
+  CouldNotRun = 1,    ///< standard error names the reason and the remedy
+  WrongUsage = 2,     ///< the command line is invalid
+  LeftWorkUndone = 3  ///< indexing ended with status PROGRESS
 };
 
-/// Why a command ends early; the text is for people and names a remedy.
-class HostError : public std::runtime_error {
+/// Ends a command early; its text is for people and names a remedy.
+class CommandError : public std::runtime_error {
  public:
-  HostError(ExitStatus exitStatus, const std::string& text)
+  CommandError(ExitStatus exitStatus, const std::string& text)
       : std::runtime_error(text), status(exitStatus) {}
 
   ExitStatus status;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -19,7 +19,7 @@
 #include "cli/LogOutput.h"
 #include "cli/Summary.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -29,8 +29,8 @@ LogLevel logThreshold(const IndexOptions& options) {
   return static_cast<LogLevel>(std::min(wanted, static_cast<int>(LogLevel::Verbose)));
 }
 
-/// Where the tag reader is beside this program: in its build folder, or where both were installed
-/// together. Empty: where it was to be installed.
+/// Finds the tag reader of this program's own build or installation. Empty if there is none: the
+/// library then uses the place where it was to be installed.
 std::string tagReaderNearby() {
   namespace fs = std::filesystem;
   const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
@@ -51,7 +51,7 @@ Settings settingsFor(const IndexOptions& options) {
   return settings;
 }
 
-/// One object for a device that was named, an array for those that were found.
+/// Prints one object for a device that the user named, and an array for the attached phones.
 void printJson(const IndexOptions& options, const std::vector<IndexResult>& results) {
   std::vector<std::string> reports;
   reports.reserve(results.size());
@@ -69,13 +69,13 @@ void report(const IndexOptions& options, const std::vector<IndexResult>& results
     }
   }
   if (options.json) printJson(options, results);
-  if (!std::cout) throw HostError(CouldNotRun, "The result of the run cannot be written.");
+  if (!std::cout) throw CommandError(CouldNotRun, "The result of the run cannot be written.");
 }
 
 }  // namespace
 
 int runIndex(const IndexOptions& options) {
-  // A reader of the progress that goes away must not end the run.
+  // The run must survive a reader of the progress that exits.
   std::signal(SIGPIPE, SIG_IGN);
   std::vector<IndexResult> results;
   {
@@ -87,4 +87,4 @@ int runIndex(const IndexOptions& options) {
   return exitStatusOf(results);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

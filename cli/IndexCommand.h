@@ -2,9 +2,9 @@
 
 #include "cli/CommandLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// `orvel index`: returns the exit status. Throws HostError for wrong usage only.
+/// `orvel index`: returns the exit status. Throws CommandError for wrong usage only.
 int runIndex(const IndexOptions& options);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

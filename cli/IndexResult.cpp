@@ -4,11 +4,11 @@
 
 #include "cli/ExitStatus.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
-/// Is added to the number of the signal that ended a run.
+/// Added to the number of the signal that ended a run, as shells do.
 constexpr int kSignalStatus = 128;
 
 }  // namespace
@@ -39,4 +39,4 @@ int exitStatusOf(const std::vector<IndexResult>& results) {
   return worst;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

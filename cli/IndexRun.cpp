@@ -20,29 +20,29 @@
 #include "cli/IndexSession.h"
 #include "cli/MountPoint.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
 constexpr std::chrono::milliseconds kStoragePause{500};
 
-/// Playlists are parsed on GLib's main loop: under another one the indexer would wait for ever.
+/// Playlists are parsed on GLib's main loop: with another one the indexer would wait for ever.
 void requireGlibLoop() {
   const QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
   if (dispatcher != nullptr && dispatcher->inherits("QEventDispatcherGlib")) return;
-  throw HostError(CouldNotRun,
-                  std::string("Playlists cannot be parsed: the event loop is ") +
-                      (dispatcher == nullptr ? "absent" : dispatcher->metaObject()->className()) +
-                      ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
+  throw CommandError(
+      CouldNotRun, std::string("Playlists cannot be parsed: the event loop is ") +
+                       (dispatcher == nullptr ? "absent" : dispatcher->metaObject()->className()) +
+                       ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
 }
 
-/// Throws when `path`, which is called `what`, fails a test of access(2).
+/// Throws if access(2) refuses `mode` on `path`, which the message calls `what`.
 void requireAccess(const std::string& path, int mode, const std::string& what) {
   if (access(path.c_str(), mode) == 0) return;
   const int error = errno;
-  throw HostError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
-                                   "). Change its permissions or name another folder with"
-                                   " --db-dir.");
+  throw CommandError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
+                                      "). Change its permissions or name another folder with"
+                                      " --db-dir.");
 }
 
 /// Returns why the totals cannot be read; empty when they were.
@@ -51,7 +51,7 @@ std::string readTotals(IndexResult& result) {
   if (result.databaseBytes == 0) return {};
   try {
     result.totals = MediaDatabase(result.database).totals();
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     return error.what();
   }
   return {};
@@ -78,7 +78,7 @@ void IndexRun::record(const std::function<void(IndexResult&)>& work) {
   IndexResult result;
   try {
     work(result);
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     if (error.status == WrongUsage) throw;
     result.error = error.what();
   } catch (const std::exception& error) {
@@ -112,13 +112,13 @@ std::vector<AttachedDevice> IndexRun::wantedPhones() {
   auto found = doInBackground([file = options.scriptedFile] { return findPhones(file); }, signals);
   if (!found) return {};
   if (options.serial) return {phoneNamed(*options.serial, *found)};
-  if (found->empty()) throw HostError(CouldNotRun, kNoPhone);
+  if (found->empty()) throw CommandError(CouldNotRun, kNoPhone);
   if (options.deviceId && found->size() > 1) {
-    throw HostError(
+    throw CommandError(
         WrongUsage,
         "Several devices are attached. Say which one --device-id is for: --mtp SERIAL.");
   }
-  // Those that can be read at once first: a locked one may take its time.
+  // Unlocked phones first: waiting for a locked one must not delay them.
   std::stable_partition(found->begin(), found->end(),
                         [](const AttachedDevice& phone) { return !phone.storages.empty(); });
   return *found;
@@ -127,13 +127,13 @@ std::vector<AttachedDevice> IndexRun::wantedPhones() {
 void IndexRun::indexPhone(const AttachedDevice& phone, IndexResult& result) {
   result.deviceId = options.deviceId.value_or(phone.deviceId);
   if (signals.received() != 0) return;
-  if (!phone.error.empty()) throw HostError(CouldNotRun, nameOf(phone) + ": " + phone.error);
+  if (!phone.error.empty()) throw CommandError(CouldNotRun, nameOf(phone) + ": " + phone.error);
   const bool isKnown = std::any_of(results.begin(), results.end(), [&](const IndexResult& earlier) {
     return earlier.deviceId == result.deviceId;
   });
   if (isKnown) {
-    throw HostError(CouldNotRun, "Another attached device has the id " + result.deviceId +
-                                     ", too. Unplug one: they would share a database.");
+    throw CommandError(CouldNotRun, "Another attached device has the id " + result.deviceId +
+                                        ", too. Unplug one: they would share a database.");
   }
   if (phone.storages.empty() && !waitForStorage(phone)) return;
   PhoneSource source(phone.handle);
@@ -152,10 +152,10 @@ bool IndexRun::waitForStorage(const AttachedDevice& phone) {
     if (signals.received() != 0) return false;
     if (isUnlocked) return true;
     if (!isAttached(phone.handle)) {
-      throw HostError(CouldNotRun, nameOf(phone) + " was unplugged. Plug it in and try again.");
+      throw CommandError(CouldNotRun, nameOf(phone) + " was unplugged. Plug it in and try again.");
     }
   }
-  throw HostError(CouldNotRun, lockedText(phone) + " Then try again; nothing was changed.");
+  throw CommandError(CouldNotRun, lockedText(phone) + " Then try again; nothing was changed.");
 }
 
 void IndexRun::index(IndexSource& source, const std::vector<std::string>& mountPoints,
@@ -179,7 +179,7 @@ void IndexRun::prepareDatabase(IndexResult& result) const {
   DatabaseMgr& databases = DatabaseMgr::instance();
   result.database = databases.getDbNameFromDevId(result.deviceId);
   databases.createDirectory();
-  // The trailing "/" tells a file in the folder's place.
+  // With the trailing "/" access(2) refuses a file in the folder's place.
   requireAccess(options.databaseFolder + "/", W_OK | X_OK,
                 "The database folder " + options.databaseFolder);
   std::error_code ignored;
@@ -193,4 +193,4 @@ void IndexRun::interrupt() {
   if (session != nullptr) session->interrupt();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -12,30 +12,30 @@
 #include "cli/ProgressLine.h"
 #include "cli/SignalWatcher.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 class IndexSession;
 
-/// One run of `orvel index`: a stick, or the attached phones one after the other. Lives on the main
-/// thread.
+/// One run of `orvel index`: a stick, or the attached phones one after the other. Main thread only.
 class IndexRun {
  public:
   IndexRun(const IndexOptions& indexOptions, ProgressLine& progressLine);
 
-  /// What became of each device, at least one. Throws HostError for wrong usage only.
+  /// Returns the result of each device, at least one. Throws CommandError for wrong usage only.
   std::vector<IndexResult> run();
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  /// Takes what became of one device; `work` may throw.
+  /// Runs `work` and records its result, or its exception as the result's error.
   void record(const std::function<void(IndexResult&)>& work);
   void indexStick(IndexResult& result);
   void indexPhones();
   void indexPhone(const AttachedDevice& phone, IndexResult& result);
-  /// The phones that the run is for; none after a signal.
+  /// Returns the phones to index; none after a signal.
   std::vector<AttachedDevice> wantedPhones();
-  /// Waits until a locked phone shows a storage; false after a signal.
+  /// Waits until a locked phone shows a storage. Returns false after a signal; throws CommandError
+  /// when the wait is over or the phone is gone.
   bool waitForStorage(const AttachedDevice& phone);
   void index(IndexSource& source, const std::vector<std::string>& mountPoints, IndexResult& result);
   void prepareDatabase(IndexResult& result) const;
@@ -44,8 +44,8 @@ class IndexRun {
   const IndexOptions& options;
   ProgressLine& line;
   SignalWatcher signals;
-  IndexSession* session = nullptr;  ///< that is under way
+  IndexSession* session = nullptr;  ///< the current one, null between devices
   std::vector<IndexResult> results;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

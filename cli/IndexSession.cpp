@@ -4,12 +4,12 @@
 
 #include <orvel/OrvelQTProxy.h>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
 constexpr int kProgressMs = 50;
-/// After `indexingFinished` only the flush of the database is awaited.
+/// After `indexingFinished` only the flush of the database remains, so poll quickly.
 constexpr int kEndMs = 1;
 constexpr int kAttendMs = 100;
 
@@ -48,10 +48,10 @@ void IndexSession::begin(std::size_t index) {
   source.start(result.deviceId, partition().mountPoint, index == 0);
 }
 
-/// Tells how far the partition is and goes on when it has ended.
+/// Shows the progress, and finishes the partition when its request has ended.
 void IndexSession::look() {
   if (isDown) return;
-  // A request that is gone changes its snapshot no more.
+  // Asked first: once the request is gone its snapshot is final.
   const bool isGone = controller.liveRequests() == 0;
   const ProgressSnapshot snapshot =
       controller.progressOf(partition().mountPoint).value_or(ProgressSnapshot{});
@@ -93,7 +93,7 @@ void IndexSession::interrupt() {
   loop.quit();
 }
 
-/// A partition that did not come to its end says so.
+/// Gives a reason to each partition that was not indexed to its end.
 void IndexSession::explainRest() {
   for (std::size_t i = current; i < result.partitions.size(); ++i) {
     PartitionResult& rest = result.partitions[i];
@@ -114,4 +114,4 @@ void IndexSession::shutDown() {
   OrvelQTProxy::instance().setController(nullptr);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

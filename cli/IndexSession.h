@@ -12,24 +12,23 @@
 #include "cli/IndexSource.h"
 #include "cli/ProgressLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Indexes the partitions of one device, one after the other, through the facade and a controller
-/// of its own. Lives on the main thread; the application's event loop must be GLib's.
+/// Indexes the partitions of one device, one after the other, through the facade and its own
+/// controller. Main thread only; the application's event loop must be GLib's.
 class IndexSession {
  public:
-  /// `runResult` names the device, its database and the partitions, and takes what becomes of them.
+  /// @param runResult  names the device, its database and the partitions; receives the results
   IndexSession(IndexSource& device, IndexResult& runResult, ProgressLine& progressLine);
-  /// Stops what is still running.
+  /// Stops a request that is still alive.
   ~IndexSession();
   IndexSession(const IndexSession&) = delete;
   IndexSession& operator=(const IndexSession&) = delete;
 
-  /// Returns when every partition of the result is indexed, one could not be, or `interrupt` was
-  /// called.
+  /// Returns when every partition is indexed, one of them failed, or `interrupt` was called.
   void run();
 
-  /// Stops in order and ends `run`.
+  /// Stops the controller and ends `run`.
   void interrupt();
 
  private:
@@ -49,7 +48,7 @@ class IndexSession {
   ProgressLine& line;
   const Clock::time_point started = Clock::now();
   std::size_t current = 0;
-  double begunAfter = 0;  ///< seconds from the start of the run to that of the partition
+  double begunAfter = 0;  ///< seconds from the start of the session to the partition's
   bool isDown = false;
   Orvel controller;
   QEventLoop loop;
@@ -58,4 +57,4 @@ class IndexSession {
   QTimer attendTimer;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

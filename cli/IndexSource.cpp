@@ -6,7 +6,7 @@
 #include <orvel/MtpDevice.h>
 #include <orvel/OrvelQTProxy.h>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 void StickSource::start(const std::string& deviceId, const std::string& mountPoint,
                         bool isFirstPartition) {
@@ -28,13 +28,13 @@ void PhoneSource::start(const std::string& deviceId, const std::string& /*mountP
 void PhoneSource::attend() {
   if (isGone) return;
   if (isAttached(handle)) {
-    // The indexer waits once for this, and only what comes during its wait ends it.
+    // The indexer waits once for readiness, and only a report during that wait counts: repeat it.
     OrvelQTProxy::instance().setDeviceReady(handle);
     return;
   }
-  // Readiness that is told from now on would hide the removal.
+  // A later readiness would hide the removal, so `isGone` ends the reports.
   isGone = true;
   MtpDevice::instance().disconnectDevice(handle);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,9 +4,9 @@
 
 #include "phones/DeviceTypes.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// How one device is indexed through the facade.
+/// Starts requests for one device through the facade.
 class IndexSource {
  public:
   IndexSource() = default;
@@ -14,10 +14,10 @@ class IndexSource {
   IndexSource(const IndexSource&) = delete;
   IndexSource& operator=(const IndexSource&) = delete;
 
-  /// Has a partition of the device indexed.
+  /// Starts indexing a partition of the device.
   virtual void start(const std::string& deviceId, const std::string& mountPoint,
                      bool isFirstPartition) = 0;
-  /// Called several times a second while the request is alive, and never afterwards.
+  /// Called several times a second while the request is alive, never afterwards.
   virtual void attend() {}
 };
 
@@ -28,12 +28,12 @@ class StickSource : public IndexSource {
              bool isFirstPartition) override;
 };
 
-/// An attached phone or player: tells the indexer that it is ready, and when it was pulled out.
+/// An attached phone or player; reports to the indexer that it is ready, or unplugged.
 class PhoneSource : public IndexSource {
  public:
   explicit PhoneSource(t_handle deviceHandle) : handle(deviceHandle) {}
 
-  /// What the indexer calls the mount point of a phone.
+  /// The mount point that the indexer uses for a phone.
   static std::string mountPointOf(const std::string& deviceId);
 
   void start(const std::string& deviceId, const std::string& mountPoint,
@@ -45,4 +45,4 @@ class PhoneSource : public IndexSource {
   bool isGone = false;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -7,7 +7,7 @@
 #include "cli/DisplayText.h"
 #include "cli/JsonText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -46,4 +46,4 @@ void JsonFormat::end() {
   out << (isFirst ? "]\n" : "\n]\n");
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

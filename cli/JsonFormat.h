@@ -2,10 +2,10 @@
 
 #include "cli/ListFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// One JSON array with an object per row and line. A path that is not valid UTF-8 is followed by
-/// its bytes in hexadecimal digits under the key "path_hex".
+/// Prints one JSON array with one object, on one line, per row. For a path that is not valid UTF-8
+/// the key "path_hex" adds its bytes in hexadecimal digits.
 class JsonFormat : public ListFormat {
  public:
   JsonFormat(std::vector<Column> wantedColumns, std::ostream& stream);
@@ -19,4 +19,4 @@ class JsonFormat : public ListFormat {
   bool isFirst = true;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -5,7 +5,7 @@
 
 #include "cli/JsonText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -84,4 +84,4 @@ std::string jsonReport(const IndexResult& result) {
                    {"totals", totals(result.totals)}});
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,9 +4,9 @@
 
 #include "cli/IndexResult.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// The result of a run as one JSON object on one line, for programs.
+/// Formats a result as one JSON object on one line, for programs.
 std::string jsonReport(const IndexResult& result);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

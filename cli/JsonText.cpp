@@ -5,14 +5,14 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 QString jsonString(std::string_view bytes) {
   return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
 }
 
 std::string jsonLine(const QJsonObject& object) {
-  // What JSON lets through stands inside strings, where the escapes of texts are JSON's own.
+  // Remaining control characters are inside strings, where displayText's escapes are valid JSON.
   return displayText(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
 }
 
@@ -20,4 +20,4 @@ std::string jsonArray(const std::vector<std::string>& lines) {
   return "[" + boost::algorithm::join(lines, ",") + "]";
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

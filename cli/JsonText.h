@@ -6,16 +6,16 @@
 #include <string_view>
 #include <vector>
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// A text from a device as a JSON value; ill-formed UTF-8 becomes U+FFFD.
+/// Converts a text from a device; ill-formed UTF-8 becomes U+FFFD.
 QString jsonString(std::string_view bytes);
 
-/// An object on one line, without line end. Control characters are escaped, also those that JSON
-/// lets through, so that it can be shown on a terminal.
+/// Formats an object on one line, without line end. Escapes all control characters, even those that
+/// JSON allows, so that the line is safe to show on a terminal.
 std::string jsonLine(const QJsonObject& object);
 
-/// An array of objects that are lines of `jsonLine`, on one line, too.
+/// Formats an array of results of `jsonLine` on one line.
 std::string jsonArray(const std::vector<std::string>& lines);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -13,7 +13,7 @@
 #include "cli/MediaDatabase.h"
 #include "cli/MountPoint.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -21,12 +21,13 @@ std::string onlyDatabaseIn(const std::string& folder) {
   const std::vector<std::string> databases = databasesIn(folder);
   if (databases.size() == 1) return databases.front();
   if (databases.empty()) {
-    throw HostError(WrongUsage, "There is no database in " + folder +
-                                    ". Run 'orvel index' first, or name its folder with --db-dir.");
+    throw CommandError(WrongUsage,
+                       "There is no database in " + folder +
+                           ". Run 'orvel index' first, or name its folder with --db-dir.");
   }
   std::cerr << "orvel: There are several databases. Name one with --db or --device-id:\n";
   for (const std::string& database : databases) std::cerr << displayText(database) << '\n';
-  throw HostError(WrongUsage, "Nothing was listed; 'orvel status' tells more about each.");
+  throw CommandError(WrongUsage, "Nothing was listed; 'orvel status' tells more about each.");
 }
 
 std::string databaseFor(const ListOptions& options) {
@@ -53,8 +54,10 @@ int runList(const ListOptions& options) {
   database.query(listing.sql, listing.parameters, [&](const Row& row) { format->row(row); });
   format->end();
   std::cout.flush();
-  if (!std::cout) throw HostError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  if (!std::cout) {
+    throw CommandError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  }
   return Done;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

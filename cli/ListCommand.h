@@ -2,9 +2,9 @@
 
 #include "cli/CommandLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// `orvel list`: returns the exit status; throws HostError.
+/// `orvel list`: returns the exit status; throws CommandError.
 int runList(const ListOptions& options);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,7 +4,7 @@
 #include "cli/TableFormat.h"
 #include "cli/TsvFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 std::unique_ptr<ListFormat> ListFormat::make(ListOptions::Format format,
                                              const std::vector<Column>& columns, std::ostream& out,
@@ -20,4 +20,4 @@ std::unique_ptr<ListFormat> ListFormat::make(ListOptions::Format format,
   return std::make_unique<TableFormat>(columns, out, width);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

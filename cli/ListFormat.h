@@ -6,10 +6,9 @@
 #include "cli/CommandLine.h"
 #include "cli/MediaDatabase.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Prints a listing row by row. Everything that is printed is valid UTF-8 without control
-/// characters.
+/// Prints a listing row by row, as valid UTF-8 without control characters.
 class ListFormat {
  public:
   virtual ~ListFormat() = default;
@@ -19,14 +18,14 @@ class ListFormat {
 
   /// `row` begins with the cells of the columns.
   virtual void row(const Row& row) = 0;
-  /// To be called once after the last row.
+  /// Call once after the last row.
   virtual void end() = 0;
 
-  /// The format for `columns`, printing to `out`, which must outlive it. A table is fitted to
-  /// `width` columns, 0 for as wide as it gets.
+  /// Makes the format for `columns`. It prints to `out`, which must outlive it. A table is fitted
+  /// to `width` columns; 0 means no limit.
   static std::unique_ptr<ListFormat> make(ListOptions::Format format,
                                           const std::vector<Column>& columns, std::ostream& out,
                                           std::size_t width);
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -1,12 +1,12 @@
 #include "cli/ListQuery.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
 using Kind = Column::Kind;
 
-/// The songs with everything that filters ask for.
+/// The songs joined with every table that filters use.
 constexpr char kSongs[] =
     " FROM SONGS S LEFT JOIN ARTISTS R ON R.ARTISTID = S.ARTISTID"
     " LEFT JOIN ALBUMS B ON B.ALBUMID = S.ALBUMID"
@@ -14,7 +14,7 @@ constexpr char kSongs[] =
     " LEFT JOIN COMPOSERS C ON C.COMPOSERID = S.COMPOSERID"
     " LEFT JOIN DIRECTORIES D ON D.OBJECTID = S.DIRECTORYID";
 
-/// One of the tables of names that songs refer to.
+/// A table of names that songs refer to.
 struct NameTable {
   const char* alias;
   const char* text;
@@ -41,7 +41,7 @@ class Filter {
   std::vector<std::string> parameters;
 };
 
-/// Filters of a listing that has no playlist of its own.
+/// The filters of a listing that does not join playlists itself.
 Filter filterWithPlaylist(const ListQuery& query) {
   Filter filter(query);
   filter.add("S.OBJECTID IN (SELECT TRACKID FROM PLAYLISTS WHERE ? IN (PLAYNAME, PLAYPATH))",
@@ -75,8 +75,8 @@ Listing songs(const ListQuery& query) {
           filter.parameters};
 }
 
-/// The songs of a playlist in its order. An entry may spell its path otherwise than the song, and
-/// two files whose paths differ in case share an identifier: then the exact path wins.
+/// The songs of a playlist in its order. An entry joins its song by identifier, because the two may
+/// spell the path differently; of several files whose paths differ only in case the exact one wins.
 Listing songsOfPlaylist(const ListQuery& query) {
   const Filter filter(query);
   Listing listing{songColumns(), "", {*query.playlist}};
@@ -121,7 +121,7 @@ Listing directories(const ListQuery& query) {
       filter.parameters};
 }
 
-/// With a filter on songs only the entries that match count.
+/// With a filter on songs, counts only the entries that match it.
 Listing playlists(const ListQuery& query) {
   Filter filter(query);
   const std::string onSongs = filter.where.empty() ? ""
@@ -157,4 +157,4 @@ Listing listingFor(const ListQuery& query) {
   return {};
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 enum class ListKind { Songs, Artists, Albums, Genres, Composers, Directories, Playlists };
 
-/// What to list: everything of a kind that matches all filters. Filters match exact texts, case
-/// included; a playlist and a directory match by name or path.
+/// Selects everything of one kind that matches all filters. Filters compare exactly, including
+/// case; a playlist and a directory match by name or path.
 struct ListQuery {
   ListKind kind = ListKind::Songs;
   std::optional<std::string> artist;
@@ -24,17 +24,17 @@ struct Column {
   enum class Kind { Text, Path, Number };
   const char* name = "";
   Kind kind = Kind::Text;
-  bool everywhere = true;  ///< false: only where every column is wanted
+  bool everywhere = true;  ///< false: only in formats that print every column
 };
 
-/// A statement; the columns of its result begin with `columns`.
+/// A statement whose result begins with `columns`.
 struct Listing {
   std::vector<Column> columns;
   std::string sql;
   std::vector<std::string> parameters;
 };
 
-/// The statement for a query on a database whose connection has the collation UTF8.
+/// Makes the statement for a query. The connection that runs it needs the collation UTF8.
 Listing listingFor(const ListQuery& query);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -41,4 +41,4 @@ LogOutput::~LogOutput() {
   configure(chosen);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

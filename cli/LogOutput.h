@@ -4,7 +4,7 @@
 
 #include "cli/ProgressLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Configures the library, and while it lives, prints the library's log above a progress line.
 class LogOutput {
@@ -19,4 +19,4 @@ class LogOutput {
   Settings chosen;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -7,14 +7,15 @@
 
 #include <orvel/Collation.h>
 #include "cli/ExitStatus.h"
+#include "db/sqlite/Statement.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
 namespace fs = std::filesystem;
 
-/// A database that is not in WAL mode keeps its readers waiting while it is written.
+/// For databases that are not in WAL mode, where readers wait for the writer.
 constexpr int kWaitForWriterMs = 5000;
 
 std::int64_t bytesOf(const std::string& file) {
@@ -27,16 +28,15 @@ std::string fileUri(const std::string& path, const char* mode) {
   return "file:" + QByteArray::fromStdString(path).toPercentEncoding("/").toStdString() + mode;
 }
 
-Cell cellAt(sqlite3_stmt* statement, int column) {
-  switch (sqlite3_column_type(statement, column)) {
+Cell cellAt(const sqlite::Statement& statement, int column) {
+  switch (statement.columnType(column)) {
     case SQLITE_NULL:
       return {};
     case SQLITE_INTEGER:
-      return std::int64_t{sqlite3_column_int64(statement, column)};
+      return statement.columnInt64(column);
     default: {
-      const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-      const int bytes = sqlite3_column_bytes(statement, column);
-      return std::string_view(text == nullptr ? "" : text, static_cast<std::size_t>(bytes));
+      const char* text = statement.columnText(column);
+      return std::string_view(text == nullptr ? "" : text, statement.columnBytes(column));
     }
   }
 }
@@ -56,68 +56,49 @@ std::int64_t numberOf(const Cell& cell) {
 MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
   std::error_code ignored;
   if (!fs::is_regular_file(path, ignored)) {
-    throw HostError(CouldNotRun, "There is no database " + path + ". Run 'orvel index' first.");
+    throw CommandError(CouldNotRun, "There is no database " + path + ". Run 'orvel index' first.");
   }
-  if (open(fileUri(path, "?mode=ro")) && isReadable()) return;
-  // Reading makes an index of the journal. Where the folder does not take one, and the journal
-  // holds nothing, nobody is writing.
-  const int error = sqlite3_errcode(connection.get());
-  const bool isFixed =
+  if (open(fileUri(path, "?mode=ro"))) return;
+  // To read a database in WAL mode, SQLite creates an index of the log. Where the folder is
+  // read-only that fails; with an empty log nobody is writing, and the file can be read as it is.
+  const int error = connection.errorCode();
+  const bool isUnchanging =
       (error == SQLITE_CANTOPEN || error == SQLITE_READONLY) && bytesOf(path + "-wal") == 0;
-  if (isFixed && open(fileUri(path, "?mode=ro&immutable=1")) && isReadable()) return;
+  if (isUnchanging && open(fileUri(path, "?mode=ro&immutable=1"))) return;
   fail();
 }
 
 bool MediaDatabase::open(const std::string& uri) {
-  sqlite3* opened = nullptr;
-  const int result =
-      sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
-  connection.reset(opened);
-  if (result != SQLITE_OK) return false;
-  sqlite3_busy_timeout(opened, kWaitForWriterMs);
-  sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-  return sqlite3_create_collation(opened, "UTF8", SQLITE_UTF8, nullptr, collation_utf8) ==
-         SQLITE_OK;
-}
-
-bool MediaDatabase::isReadable() const {
-  return sqlite3_exec(connection.get(), "SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;", nullptr,
-                      nullptr, nullptr) == SQLITE_OK;
-}
-
-MediaDatabase::Statement MediaDatabase::prepare(const std::string& sql,
-                                                const std::vector<std::string>& parameters) const {
-  sqlite3_stmt* prepared = nullptr;
-  const int result = sqlite3_prepare_v2(connection.get(), sql.c_str(), -1, &prepared, nullptr);
-  Statement statement(prepared);
-  if (result != SQLITE_OK) fail();
-  int position = 1;
-  for (const std::string& text : parameters) {
-    sqlite3_bind_text(prepared, position++, text.data(), static_cast<int>(text.size()),
-                      SQLITE_TRANSIENT);
+  if (connection.open(uri.c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) != SQLITE_OK) {
+    return false;
   }
-  return statement;
+  sqlite3* const handle = connection.get();
+  sqlite3_busy_timeout(handle, kWaitForWriterMs);
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  return sqlite3_create_collation(handle, "UTF8", SQLITE_UTF8, nullptr, collation_utf8) ==
+             SQLITE_OK &&
+         connection.exec("SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;") == SQLITE_OK;
 }
 
 void MediaDatabase::query(const std::string& sql, const std::vector<std::string>& parameters,
                           const std::function<void(const Row&)>& receive) const {
-  const Statement statement = prepare(sql, parameters);
-  Row row(static_cast<std::size_t>(sqlite3_column_count(statement.get())));
-  int result = sqlite3_step(statement.get());
-  for (; result == SQLITE_ROW; result = sqlite3_step(statement.get())) {
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      row[i] = cellAt(statement.get(), static_cast<int>(i));
-    }
+  sqlite::Statement statement;
+  if (statement.prepare(connection.get(), sql.c_str()) != SQLITE_OK) fail();
+  int position = 1;
+  for (const std::string& text : parameters) statement.bind(position++, text);
+  Row row(static_cast<std::size_t>(statement.columnCount()));
+  int result = statement.step();
+  for (; result == SQLITE_ROW; result = statement.step()) {
+    for (std::size_t i = 0; i < row.size(); ++i) row[i] = cellAt(statement, static_cast<int>(i));
     receive(row);
   }
   if (result != SQLITE_DONE) fail();
 }
 
 void MediaDatabase::fail() const {
-  throw HostError(CouldNotRun, "Cannot read the database " + path + " (" +
-                                   sqlite3_errmsg(connection.get()) +
-                                   "). Index the device again, or name another database.");
+  throw CommandError(CouldNotRun, "Cannot read the database " + path + " (" +
+                                      connection.errorMessage() +
+                                      "). Index the device again, or name another database.");
 }
 
 Totals MediaDatabase::totals() const {
@@ -144,7 +125,8 @@ std::vector<StoredPartition> MediaDatabase::partitions() const {
 }
 
 std::string MediaDatabase::deviceId() const {
-  // The parent of a root is the device: of a stick's partition, or of a phone, whose path is empty.
+  // The root folder's parent is the device. A stick's root is the partition itself; a phone's has
+  // an empty path.
   std::string device;
   query("SELECT PARENT_ID FROM DIRECTORIES WHERE OBJECTID = PARTITION_ID OR PATH = '' LIMIT 1;", {},
         [&](const Row& row) { device = textOf(row[0]); });
@@ -165,11 +147,11 @@ std::vector<std::string> databasesIn(const std::string& folder) {
     databases.push_back(entry->path().string());
   }
   if (error && error != std::errc::no_such_file_or_directory) {
-    throw HostError(CouldNotRun, "Cannot read the database folder " + folder + " (" +
-                                     error.message() + "). Name another with --db-dir.");
+    throw CommandError(CouldNotRun, "Cannot read the database folder " + folder + " (" +
+                                        error.message() + "). Name another with --db-dir.");
   }
   std::sort(databases.begin(), databases.end());
   return databases;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

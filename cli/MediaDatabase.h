@@ -1,18 +1,17 @@
 #pragma once
 
-#include <sqlite3.h>
-
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
-namespace orvel::host {
+#include "db/sqlite/Connection.h"
 
-/// How many rows of each kind a database has.
+namespace orvel::cli {
+
+/// The number of rows of each kind in a database.
 struct Totals {
   std::int64_t songs = 0;
   std::int64_t artists = 0;
@@ -23,7 +22,7 @@ struct Totals {
   std::int64_t playlists = 0;
 };
 
-/// A partition that a database knows.
+/// A partition that was indexed into a database.
 struct StoredPartition {
   std::string mountPoint;
   std::string status;  ///< "OK", "PROGRESS" or empty
@@ -33,45 +32,37 @@ struct StoredPartition {
 using Cell = std::variant<std::monostate, std::int64_t, std::string_view>;
 using Row = std::vector<Cell>;
 
-/// A device's database, read while an indexer may be writing it. Failures are HostErrors.
+/// A device's database, which an indexer may be writing at the same time. Failures are
+/// CommandErrors. Belongs to one thread.
 class MediaDatabase {
  public:
   /// Opens `file` read-only; throws when it is absent or not a database of this version.
   explicit MediaDatabase(const std::string& file);
 
-  /// Calls `receive` with each row of a statement with text parameters.
+  /// Runs one statement with text parameters and calls `receive` with each row.
   void query(const std::string& sql, const std::vector<std::string>& parameters,
              const std::function<void(const Row&)>& receive) const;
 
   [[nodiscard]] Totals totals() const;
   [[nodiscard]] std::vector<StoredPartition> partitions() const;
-  /// The device's name where a folder tells it, else empty.
+  /// The device's id, taken from its root folder; empty while none is stored.
   [[nodiscard]] std::string deviceId() const;
 
  private:
-  struct Close {
-    void operator()(sqlite3* connection) const { sqlite3_close(connection); }
-  };
-  struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-  };
-  using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
+  /// False when the database cannot be opened or lacks the indexer's tables.
   bool open(const std::string& uri);
-  [[nodiscard]] bool isReadable() const;
-  [[nodiscard]] Statement prepare(const std::string& sql,
-                                  const std::vector<std::string>& parameters) const;
+  /// Throws CommandError with SQLite's message.
   [[noreturn]] void fail() const;
 
   std::string path;
-  std::unique_ptr<sqlite3, Close> connection;
+  sqlite::Connection connection;
 };
 
-/// The bytes of a database with what its journal still holds; 0 when there is none.
+/// The bytes of a database and its write-ahead log; 0 when there is none.
 std::int64_t databaseBytes(const std::string& file);
 
-/// The databases in a folder, sorted by name. Throws HostError when the folder is there but cannot
-/// be read.
+/// The databases in a folder, sorted by name. Throws CommandError for an existing folder that
+/// cannot be read.
 std::vector<std::string> databasesIn(const std::string& folder);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -11,32 +11,32 @@
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
-/// The indexer finds the rows of a mount point with SQLite's LIKE and an unescaped pattern, so "_",
-/// "%" and the case of ASCII letters count as well.
+/// Mirrors the indexer, which selects the rows of a mount point with SQLite's LIKE and an unescaped
+/// pattern: "_" and "%" are wildcards, and ASCII letters match in either case.
 bool ownsRowsOf(const std::string& mountPoint, const std::string& other) {
   return sqlite3_strlike((mountPoint + "%").c_str(), other.c_str(), 0) == 0;
 }
 
 void requireSeparate(const std::string& first, const std::string& second) {
   if (!ownsRowsOf(first, second) && !ownsRowsOf(second, first)) return;
-  throw HostError(WrongUsage, first + " and " + second +
-                                  " cannot be indexed together: one path begins with the other."
-                                  " Index them in runs of their own, with a --device-id each.");
+  throw CommandError(WrongUsage, first + " and " + second +
+                                     " cannot be indexed together: one path begins with the other."
+                                     " Index them in runs of their own, with a --device-id each.");
 }
 
 }  // namespace
 
 std::string cleanPath(const std::string& path) {
-  if (path.empty()) throw HostError(WrongUsage, "A path on the command line is empty.");
+  if (path.empty()) throw CommandError(WrongUsage, "A path on the command line is empty.");
   std::error_code error;
   std::string clean = std::filesystem::absolute(path, error).lexically_normal().string();
   if (error) {
-    throw HostError(CouldNotRun, "The working directory cannot be found (" + error.message() +
-                                     "). Give absolute paths.");
+    throw CommandError(CouldNotRun, "The working directory cannot be found (" + error.message() +
+                                        "). Give absolute paths.");
   }
   if (clean.size() > 1 && clean.back() == '/') clean.pop_back();
   return clean;
@@ -47,8 +47,9 @@ std::vector<std::string> mountPointsFrom(const std::vector<std::string>& argumen
   for (const std::string& argument : arguments) {
     const std::string mountPoint = cleanPath(argument);
     if (!isValidUtf8(mountPoint)) {
-      throw HostError(WrongUsage, "The mount point " + mountPoint +
-                                      " is not valid UTF-8. Mount the device under another name.");
+      throw CommandError(WrongUsage,
+                         "The mount point " + mountPoint +
+                             " is not valid UTF-8. Mount the device under another name.");
     }
     for (const std::string& earlier : mountPoints) requireSeparate(earlier, mountPoint);
     mountPoints.push_back(mountPoint);
@@ -66,8 +67,8 @@ void requireReadableFolder(const std::string& mountPoint) {
   if (error == ENOENT) remedy = "Mount the device or name another folder.";
   if (error == ENOTDIR) remedy = "Name the folder that holds the music.";
   if (error == EACCES) remedy = "Run as a user who may read it, or change its permissions.";
-  throw HostError(CouldNotRun, "Cannot read the folder " + mountPoint + " (" +
-                                   std::strerror(error) + "). " + remedy);
+  throw CommandError(CouldNotRun, "Cannot read the folder " + mountPoint + " (" +
+                                      std::strerror(error) + "). " + remedy);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

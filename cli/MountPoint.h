@@ -3,18 +3,18 @@
 #include <string>
 #include <vector>
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// `path` made absolute and lexically clean, without a trailing "/"; links are kept. Throws
-/// HostError when it is empty, or relative to a working directory that is gone.
+/// Makes `path` absolute and lexically clean, without a trailing "/"; keeps links. Throws
+/// CommandError if it is empty, or relative to a working directory that is gone.
 std::string cleanPath(const std::string& path);
 
-/// What the indexer is to be given for the arguments of a command line: clean paths. Throws
-/// HostError (WrongUsage) when one is not valid UTF-8, or when the rows of one would be taken for
-/// rows of another because its path begins with the other's.
+/// Converts the arguments of a command line to clean paths for the indexer. Throws CommandError
+/// (WrongUsage) if one is not valid UTF-8, or begins with another, so that the indexer would
+/// confuse their rows.
 std::vector<std::string> mountPointsFrom(const std::vector<std::string>& arguments);
 
-/// Throws HostError (CouldNotRun) when `mountPoint` is no folder that can be read.
+/// Throws CommandError (CouldNotRun) if `mountPoint` is not a readable folder.
 void requireReadableFolder(const std::string& mountPoint);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

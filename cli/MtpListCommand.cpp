@@ -12,7 +12,7 @@
 #include "cli/JsonText.h"
 #include "cli/Summary.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -70,8 +70,10 @@ int runMtpList(const MtpListOptions& options) {
     for (const AttachedDevice& phone : phones) print(phone);
   }
   std::cout.flush();
-  if (!std::cout) throw HostError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  if (!std::cout) {
+    throw CommandError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  }
   return Done;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

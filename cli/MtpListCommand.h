@@ -2,9 +2,9 @@
 
 #include "cli/CommandLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// `orvel mtp list`: returns the exit status; throws HostError.
+/// `orvel mtp list`: returns the exit status; throws CommandError.
 int runMtpList(const MtpListOptions& options);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -8,7 +8,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -99,7 +99,7 @@ void ProgressLine::print(const std::string& text) {
 
 void ProgressLine::draw() {
   if (isTerminal) {
-    // One column stays free: a full line would wrap on some terminals.
+    // Leave one column free: a full line wraps on some terminals.
     write("\r\x1b[K" + elided(line, terminalColumns() - 1));
     isDrawn = true;
   } else {
@@ -113,4 +113,4 @@ void ProgressLine::erase() {
   if (isTerminal) line.clear();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -6,24 +6,24 @@
 
 #include "framework/RequestProgress.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Shows on standard error how far the run is: on a terminal one line that is rewritten in place,
-/// otherwise a line per phase and then one every few seconds. Log lines go through it, so that the
-/// two do not mix. Any thread.
+/// Shows progress on standard error: on a terminal one line that is rewritten in place, otherwise a
+/// line per phase and one every few seconds. Log lines go through it, so that the two do not mix.
+/// Any thread may call it.
 class ProgressLine {
  public:
-  /// `visible` false: only what is passed to `print` is shown.
+  /// @param visible  false: show only the texts passed to `print`
   explicit ProgressLine(bool visible);
-  /// Removes the line.
+  /// Erases the line.
   ~ProgressLine();
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
 
-  /// A new partition begins; its songs per second are counted from here.
+  /// Begins a partition and restarts the count of songs per second.
   void begin(const std::string& mountPoint);
   void show(const ProgressSnapshot& snapshot);
-  /// Prints a line of its own. `text` is shown with its control characters escaped.
+  /// Prints `text` on a line of its own, with control characters escaped.
   void print(const std::string& text);
 
  private:
@@ -38,11 +38,11 @@ class ProgressLine {
   const bool isTerminal;
   std::mutex mutex;
   std::string mountPoint;
-  std::string line;  ///< what is shown last
+  std::string line;  ///< the text shown last
   bool isDrawn = false;
   RequestPhase phase = RequestPhase::Waiting;
   Clock::time_point started = Clock::now();
   Clock::time_point shown;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -3,7 +3,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 SignalWatcher::SignalWatcher() {
   sigemptyset(&watched);
@@ -36,4 +36,4 @@ void SignalWatcher::giveBack() {
   pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

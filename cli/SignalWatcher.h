@@ -5,11 +5,11 @@
 #include <functional>
 #include <memory>
 
-namespace orvel::host {
+namespace orvel::cli {
 
 /// Turns the first SIGINT or SIGTERM into a call on the main loop. A second one ends the process at
-/// once, as without a watcher. To be constructed before any thread is started, since threads
-/// inherit which signals they leave alone.
+/// once, as it would without a watcher. Construct it before the first thread starts: threads
+/// inherit the signal mask.
 class SignalWatcher {
  public:
   SignalWatcher();
@@ -19,7 +19,7 @@ class SignalWatcher {
 
   /// Called at most once.
   std::function<void()> onSignal;
-  /// The number of the signal that came, 0 for none.
+  /// The number of the received signal, 0 for none.
   [[nodiscard]] int received() const { return number; }
 
  private:
@@ -32,4 +32,4 @@ class SignalWatcher {
   std::unique_ptr<QSocketNotifier> notifier;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

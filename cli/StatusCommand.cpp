@@ -9,7 +9,7 @@
 #include "cli/MediaDatabase.h"
 #include "cli/Summary.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -21,7 +21,8 @@ void printSize(const std::string& file) {
             << share << " % of the limit of " << readableSize(Limits().databaseBytes) << "\n";
 }
 
-/// A database that cannot be read is shown with the reason and hides no other.
+/// Prints one database. For an unreadable one it prints the reason, so that the others still
+/// follow.
 void print(const std::string& file) {
   std::cout << displayText(file) << "\n";
   try {
@@ -34,7 +35,7 @@ void print(const std::string& file) {
                 << "\n";
     }
     std::cout << "  Content    " << readableTotals(database.totals()) << "\n";
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     std::cout << "  " << displayText(error.what()) << "\n";
   }
   printSize(file);
@@ -52,4 +53,4 @@ int runStatus(const StatusOptions& options) {
   return Done;
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

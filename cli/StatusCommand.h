@@ -2,9 +2,9 @@
 
 #include "cli/CommandLine.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// `orvel status`: returns the exit status; throws HostError.
+/// `orvel status`: returns the exit status; throws CommandError.
 int runStatus(const StatusOptions& options);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

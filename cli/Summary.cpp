@@ -6,7 +6,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -109,4 +109,4 @@ std::string summary(const IndexResult& result) {
   return out.str();
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -4,15 +4,15 @@
 
 #include "cli/IndexResult.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// The result of a run in lines for people.
+/// Formats a result as lines for people.
 std::string summary(const IndexResult& result);
 
-/// A size in bytes for people, such as "132 KB".
+/// Formats a size in bytes for people, such as "132 KB".
 std::string readableSize(std::int64_t bytes);
 
-/// The counts of a database for people, in one line.
+/// Formats the counts of a database on one line for people.
 std::string readableTotals(const Totals& totals);
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -6,7 +6,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 namespace {
 
@@ -71,7 +71,7 @@ std::vector<std::size_t> TableFormat::fittedWidths() const {
 
 void TableFormat::print(const Line& line, const std::vector<std::size_t>& widths) const {
   std::string text;
-  std::size_t missing = 0;  // blanks are written before a further column only
+  std::size_t missing = 0;  // blanks before the next column; none at the end of a line
   for (std::size_t i = 0; i < columns.size(); ++i) {
     if (!columns[i].everywhere) continue;
     const bool isPath = columns[i].kind == Column::Kind::Path;
@@ -84,4 +84,4 @@ void TableFormat::print(const Line& line, const std::vector<std::size_t>& widths
   out << text << '\n';
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

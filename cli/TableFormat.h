@@ -4,13 +4,13 @@
 
 #include "cli/ListFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Aligned columns for people, fitted to the terminal by shortening the widest: paths at their
-/// start, other texts at their end.
+/// Prints aligned columns for people. Fits them to the terminal by shortening the widest: paths at
+/// their start, other texts at their end.
 class TableFormat : public ListFormat {
  public:
-  /// `availableWidth` 0: as wide as it gets.
+  /// @param availableWidth  in terminal columns; 0: no limit
   TableFormat(const std::vector<Column>& wantedColumns, std::ostream& stream,
               std::size_t availableWidth);
 
@@ -29,4 +29,4 @@ class TableFormat : public ListFormat {
   std::vector<Line> lines;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

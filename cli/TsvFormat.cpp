@@ -4,7 +4,7 @@
 
 #include "cli/DisplayText.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
 TsvFormat::TsvFormat(std::vector<Column> wantedColumns, std::ostream& stream)
     : columns(std::move(wantedColumns)), out(stream) {
@@ -29,4 +29,4 @@ void TsvFormat::row(const Row& row) {
   out << '\n';
 }
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

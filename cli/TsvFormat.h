@@ -2,10 +2,10 @@
 
 #include "cli/ListFormat.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 
-/// Tab-separated values with a header line. Tabs, line ends, other controls and backslashes in
-/// values are escaped with a backslash.
+/// Prints tab-separated values with a header line. Escapes tabs, line ends, other control
+/// characters and backslashes in values with a backslash.
 class TsvFormat : public ListFormat {
  public:
   TsvFormat(std::vector<Column> wantedColumns, std::ostream& stream);
@@ -18,4 +18,4 @@ class TsvFormat : public ListFormat {
   std::ostream& out;
 };
 
-}  // namespace orvel::host
+}  // namespace orvel::cli

@@ -20,9 +20,9 @@
 
 namespace {
 
-using namespace orvel::host;
+using namespace orvel::cli;
 
-/// Everything that is read and printed is UTF-8, whatever a bare system's locale says.
+/// Reads and prints UTF-8 even if the system's locale is not UTF-8.
 void useUtf8Locale() {
   std::setlocale(LC_ALL, "");
   if (std::string_view(nl_langinfo(CODESET)) == "UTF-8") return;
@@ -30,7 +30,7 @@ void useUtf8Locale() {
   std::setlocale(LC_ALL, "");
 }
 
-/// What threads keep for their next allocations would be the larger part of what the program takes.
+/// Limits TCMalloc's per-thread caches, which would otherwise be the larger part of the heap.
 void keepHeapSmall() {
 #ifdef ORVEL_TCMALLOC
   MallocExtension::instance()->SetNumericProperty("tcmalloc.max_total_thread_cache_bytes",
@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName("orvel");
   try {
     return std::visit(RunCommand{}, parseCommandLine(argc, argv));
-  } catch (const HostError& error) {
+  } catch (const CommandError& error) {
     std::cerr << "orvel: " << displayText(error.what()) << std::endl;
     return error.status;
   } catch (const std::exception& error) {

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MPL-2.0
+
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY include/orvel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)

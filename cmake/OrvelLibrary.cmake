@@ -1,9 +1,11 @@
-set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_db orvel_framework orvel_phones orvel_msd
-    orvel_mtp orvel_orchestration orvel_qt)
+# SPDX-License-Identifier: MPL-2.0
 
-# Tests link the implementation of device access that they need.
+set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_tag_isolation orvel_sqlite orvel_db
+    orvel_framework orvel_phones orvel_msd orvel_mtp orvel_orchestration orvel_qt)
+
+# For the shared library; tests link the implementation that they need.
 if(NOT ORVEL_DEVICE_ACCESS)
-  set(ORVEL_DEVICE_ACCESS scripted)
+  set(ORVEL_DEVICE_ACCESS none)
   if(TARGET orvel_phones_libmtp)
     set(ORVEL_DEVICE_ACCESS libmtp)
   endif()
@@ -24,7 +26,7 @@ target_compile_features(orvel INTERFACE cxx_std_20)
 set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
                       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 
-# The same code for the tests, which look inside.
+# The same code for the tests, which use internals.
 add_library(orvel_static STATIC)
 target_link_libraries(orvel_static PUBLIC ${ORVEL_PARTS})
 foreach(part IN LISTS ORVEL_PARTS)

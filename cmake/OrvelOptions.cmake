@@ -1,15 +1,17 @@
-# What every target of the project is built with.
+# SPDX-License-Identifier: MPL-2.0
+
+# The options of every target of the project.
 add_library(orvel_options INTERFACE)
 target_include_directories(orvel_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(orvel_options INTERFACE -Wall -Wextra -Wpedantic -Wno-psabi)
-# Without 64-bit offsets a directory listing is empty on 32-bit ARM.
+# With 32-bit offsets a directory listing is empty on 32-bit ARM.
 target_compile_definitions(orvel_options INTERFACE _FILE_OFFSET_BITS=64 QT_NO_KEYWORDS)
 target_link_libraries(orvel_options INTERFACE Threads::Threads)
 if(ORVEL_WERROR)
   target_compile_options(orvel_options INTERFACE -Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-  # The linter's check for reserved identifiers takes a sixth of its time.
+  # In place of the linter's check for reserved identifiers, which takes a sixth of its time.
   target_compile_options(orvel_options INTERFACE -Wthread-safety -Wreserved-identifier)
 endif()
 if(ORVEL_SANITIZE)
@@ -22,10 +24,10 @@ if(ORVEL_FUZZ AND NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
   message(FATAL_ERROR "ORVEL_FUZZ needs Clang; use `cmake --preset asan`")
 endif()
 
-# What the fuzzer follows the branches of, as fast as it can: the library, and its templates in the targets.
+# Coverage for the fuzzer, in the library and in the templates that the targets instantiate.
 set(ORVEL_FUZZ_FLAGS -O1 -fsanitize=fuzzer-no-link)
 
-# One folder of the library: an object library of its own, linked by the shared library and the tests.
+# A part of the library, usually one folder: an object library that the shared library and the tests link.
 function(orvel_add_part name)
   cmake_parse_arguments(PART "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_library(${name} OBJECT ${PART_SOURCES})

@@ -1,5 +1,7 @@
+# SPDX-License-Identifier: MPL-2.0
+
 # Cross-builds for 32-bit ARM with Debian's compiler, against the packages that tools/armhf/makeSysroot.sh
-# unpacked. Programs are started through the emulator, by name: no machine has to know the format.
+# unpacked. The emulator is named explicitly, so the machine needs no registered binary format.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(ARMHF_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot" CACHE PATH "Unpacked armhf packages")
@@ -14,7 +16,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-arm-static;-L;${CMAKE_SYSROOT}" CACHE STRING "Starts programs of the target")
 
-# The code generators of Qt run on this machine.
+# Qt's code generators run on this machine.
 execute_process(COMMAND gcc -print-multiarch OUTPUT_VARIABLE host_architecture OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(QT_HOST_PATH /usr CACHE PATH "")
 set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${host_architecture}/cmake CACHE PATH "")

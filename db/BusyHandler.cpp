@@ -1,7 +1,7 @@
 #include "db/BusyHandler.h"
 
 #include <algorithm>
-#include <chrono>
+#include <cassert>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -12,43 +12,58 @@
 namespace sqlstl {
 
 namespace {
-constexpr std::chrono::milliseconds kSleep{5};
 
-thread_local std::optional<std::chrono::steady_clock::time_point> latestEnd;
+constexpr std::chrono::milliseconds kPause{5};
+
+/// Set by the outermost WaitLimit of the thread.
+thread_local std::optional<std::chrono::steady_clock::time_point> threadDeadline;
+
 }  // namespace
 
-WaitLimit::WaitLimit(std::chrono::milliseconds most) : isOutermost(!latestEnd) {
-  if (isOutermost) latestEnd = std::chrono::steady_clock::now() + most;
+WaitLimit::WaitLimit(std::chrono::milliseconds most) : isOutermost(!threadDeadline) {
+  if (isOutermost) threadDeadline = std::chrono::steady_clock::now() + most;
 }
 
 WaitLimit::~WaitLimit() {
-  if (isOutermost) latestEnd.reset();
+  assert(threadDeadline && "destroyed on another thread, or an outer limit ended first");
+  if (isOutermost) threadDeadline.reset();
 }
 
-void BusyHandler::install(sqlite3* connection, int timeoutMs) {
+void BusyHandler::install(orvel::sqlite::Connection& connection,
+                          std::chrono::milliseconds timeout) {
   stageStopped = orvel::stageThread::stopToken();
-  timeout = std::chrono::milliseconds(timeoutMs);
-  sqlite3_busy_timeout(connection, timeoutMs);
-  sqlite3_busy_handler(connection, &BusyHandler::wait, this);
+  longestWait = timeout;
+  sqlite3_busy_timeout(connection.get(), static_cast<int>(timeout.count()));
+  sqlite3_busy_handler(connection.get(), &BusyHandler::wait, this);
 }
 
+void BusyHandler::remove(orvel::sqlite::Connection& connection) {
+  sqlite3_busy_handler(connection.get(), nullptr, nullptr);
+}
+
+/// SQLite's callback: 1 tries the lock again, 0 makes the statement fail with SQLITE_BUSY.
 int BusyHandler::wait(void* handler, int attempts) {
   auto& self = *static_cast<BusyHandler*>(handler);
+  assert(self.stageStopped == orvel::stageThread::stopToken() && "waits on another thread");
   const auto now = std::chrono::steady_clock::now();
   if (attempts == 0) {
-    self.deadline = now + self.timeout;
-    if (latestEnd) self.deadline = std::min(self.deadline, *latestEnd);
+    self.deadline = now + self.longestWait;
+    if (threadDeadline) self.deadline = std::min(self.deadline, *threadDeadline);
   }
   if (now >= self.deadline) return 0;
   try {
-    std::mutex mutex;
-    std::condition_variable_any stopped;
-    std::unique_lock lock(mutex);
-    stopped.wait_for(lock, self.stageStopped, kSleep, [] { return false; });
+    return self.sleep() ? 1 : 0;
   } catch (const std::exception&) {
-    return 0;  // nothing may pass through SQLite's frames: give up like a time-out
+    return 0;  // an exception must not pass through SQLite's frames
   }
-  return self.stageStopped.stop_requested() ? 0 : 1;
+}
+
+bool BusyHandler::sleep() const {
+  std::mutex mutex;
+  std::condition_variable_any never;
+  std::unique_lock lock(mutex);
+  never.wait_for(lock, stageStopped, kPause, [] { return false; });
+  return !stageStopped.stop_requested();
 }
 
 }  // namespace sqlstl

@@ -7,8 +7,8 @@
 
 namespace {
 
-/// A NUL-terminated copy of a text, on the stack when the text is short. Ill-formed UTF-8, on which
-/// GLib's collation would crash, is repaired; paths keep the bytes of their device.
+/// A NUL-terminated copy of a text, on the stack when the text is short. Repairs ill-formed UTF-8,
+/// on which GLib's collation would crash: paths are stored with the bytes of their device.
 class TerminatedText {
  public:
   TerminatedText(const void* text, int length)

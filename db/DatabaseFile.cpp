@@ -6,66 +6,73 @@
 
 #include "base/Log.h"
 #include "base/StageThread.h"
-#include "db/SqlStream.h"
+#include "db/ManagerSqlTexts.h"
 
 namespace orvel {
 
-namespace {
-/// The host's thread draws the rear-view camera's menu: it must not wait long for a lock.
-constexpr int kHostWaitMs = 900;
-}  // namespace
-
 DatabaseFile::DatabaseFile(const std::string& path, int flags) : file(path) {
-  sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
-  connection.reset(opened);
-  if (result != SQLITE_OK) {
-    OV_WARN("cannot open database %s: %s", path.c_str(), sqlite3_errstr(result));
-    connection.reset();
+  if (connection.open(path.c_str(), flags) != SQLITE_OK) {
+    OV_WARN("cannot open database %s: %s", path.c_str(), connection.errorMessage());
     return;
   }
-  busyHandler.install(opened, stageThread::isCurrent() ? kBusyTimeoutMs : kHostWaitMs);
-  sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
-  sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  busyHandler.install(connection, stageThread::isCurrent()
+                                      ? std::chrono::milliseconds(kBusyTimeoutMs)
+                                      : sqlstl::kHostLockWait);
 }
 
 bool DatabaseFile::exec(const char* sql) {
   if (!isOpen()) return false;
-  if (sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK) return true;
+  if (connection.exec(sql) == SQLITE_OK) return true;
   report(sql);
   return false;
 }
 
+bool DatabaseFile::execTransaction(const char* sql) {
+  if (exec(sql)) return true;
+  if (connection.isInTransaction()) exec(sql::kRollBack);
+  return false;
+}
+
+bool DatabaseFile::transact(const std::function<bool()>& work) {
+  if (!exec(sql::kBeginWrite)) return false;
+  if (work()) return exec(sql::kCommit);
+  exec(sql::kRollBack);
+  return false;
+}
+
 bool DatabaseFile::run(const char* sql, std::initializer_list<std::string> parameters) {
-  const Statement statement = prepare(sql, parameters);
-  if (!statement) return false;
+  sqlite::Statement statement;
+  if (!prepare(sql, parameters, statement)) return false;
   int result = SQLITE_ROW;
-  while (result == SQLITE_ROW) result = sqlite3_step(statement.get());
+  while (result == SQLITE_ROW) result = statement.step();
   if (result == SQLITE_DONE) return true;
   report(sql);
   return false;
 }
 
-bool DatabaseFile::runInPlace(const char* sql, std::initializer_list<std::string> parameters) {
+bool DatabaseFile::overwriteRow(const char* sql, std::initializer_list<std::string> parameters) {
   if (!isOpen()) return false;
-  sqlite3_busy_handler(connection.get(), nullptr, nullptr);
-  // In exclusive mode the index of the log is no file, and with its journal in memory a change
-  // overwrites its page. A power cut in between can cost the database, which is then made anew.
-  const bool done =
-      exec("PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=MEMORY;") && run(sql, parameters);
-  exec("PRAGMA journal_mode=WAL;");
-  return done;
+  sqlstl::BusyHandler::remove(connection);
+  // A power cut during the change can cost the database, which is a cache and then made again.
+  const bool changed =
+      exec(sql::kWriteInPlace) && run(sql, parameters) && connection.changes() == 1;
+  exec(sql::kWriteAhead);
+  return changed;
 }
 
 void DatabaseFile::checkpoint() {
   if (!isOpen()) return;
-  sqlite3_busy_handler(connection.get(), nullptr, nullptr);
+  sqlstl::BusyHandler::remove(connection);
   const int result = sqlite3_wal_checkpoint_v2(connection.get(), nullptr,
                                                SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
   if (result == SQLITE_OK) return;
   if (result != SQLITE_BUSY && result != SQLITE_LOCKED) report("checkpoint");
-  // The log carries what could not be moved into the database. Unlike the database file it has no
-  // locks that closing a descriptor of it would drop.
+  syncLog();
+}
+
+/// The log carries the changes that could not be moved into the database. Unlike the database file
+/// it has no locks that closing a descriptor would drop.
+void DatabaseFile::syncLog() const {
   const int log = open((file + "-wal").c_str(), O_RDWR | O_CLOEXEC);
   if (log < 0) return;
   fsync(log);
@@ -74,12 +81,12 @@ void DatabaseFile::checkpoint() {
 
 std::optional<std::vector<std::string>> DatabaseFile::texts(
     const char* sql, std::initializer_list<std::string> parameters) {
-  const Statement statement = prepare(sql, parameters);
-  if (!statement) return std::nullopt;
+  sqlite::Statement statement;
+  if (!prepare(sql, parameters, statement)) return std::nullopt;
   std::vector<std::string> rows;
-  int result = sqlite3_step(statement.get());
-  for (; result == SQLITE_ROW; result = sqlite3_step(statement.get())) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0));
+  int result = statement.step();
+  for (; result == SQLITE_ROW; result = statement.step()) {
+    const char* text = statement.columnText(0);
     rows.emplace_back(text == nullptr ? "" : text);
   }
   if (result == SQLITE_DONE) return rows;
@@ -87,27 +94,21 @@ std::optional<std::vector<std::string>> DatabaseFile::texts(
   return std::nullopt;
 }
 
-DatabaseFile::Statement DatabaseFile::prepare(const char* sql,
-                                              std::initializer_list<std::string> parameters) {
-  if (!isOpen()) return {};
-  sqlite3_stmt* prepared = nullptr;
-  const int result = sqlite3_prepare_v2(connection.get(), sql, -1, &prepared, nullptr);
-  Statement statement(prepared);
-  if (result != SQLITE_OK) {
+bool DatabaseFile::prepare(const char* sql, std::initializer_list<std::string> parameters,
+                           sqlite::Statement& statement) {
+  if (!isOpen()) return false;
+  if (statement.prepare(connection.get(), sql) != SQLITE_OK) {
     report(sql);
-    return {};
+    return false;
   }
   int position = 1;
-  for (const std::string& text : parameters) {
-    sqlite3_bind_text(prepared, position++, text.data(), static_cast<int>(text.size()),
-                      SQLITE_TRANSIENT);
-  }
-  return statement;
+  for (const std::string& text : parameters) statement.bind(position++, text);
+  return true;
 }
 
 void DatabaseFile::report(const char* sql) const {
-  const int code = sqlite3_errcode(connection.get());
-  OV_WARN("database %s: %d %s in %.60s", file.c_str(), code, sqlite3_errmsg(connection.get()), sql);
+  const int code = connection.errorCode();
+  OV_WARN("database %s: %d %s in %.60s", file.c_str(), code, connection.errorMessage(), sql);
   if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB) {
     DatabaseMgr::instance().condemn(file.c_str());
   }

@@ -1,59 +1,63 @@
 #pragma once
 
-#include <sqlite3.h>
-
+#include <functional>
 #include <initializer_list>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "db/BusyHandler.h"
+#include "db/sqlite/Connection.h"
+#include "db/sqlite/Statement.h"
 
 namespace orvel {
 
-/// A connection of the database manager's own, for one operation. On a stage's thread it waits for
-/// locks until the stage is stopped, on a host's thread for at most one second. Failures are logged
-/// with the file's name.
+/// A connection of the database manager to one database file, for one operation on one thread.
+///
+/// On a stage's thread it waits for locks until the stage is stopped, on a host's thread at most
+/// `sqlstl::kHostLockWait`. Each failure is one log line with the file's path and SQLite's message;
+/// a file that SQLite calls corrupt is condemned (`DatabaseMgr::condemn`).
 class DatabaseFile {
  public:
-  /// Opens `path` with `sqlite3_open_v2`'s `flags`.
+  /// Opens `path` with the flags of sqlite3_open_v2.
   explicit DatabaseFile(const std::string& path, int flags = SQLITE_OPEN_READWRITE);
 
-  [[nodiscard]] bool isOpen() const { return connection != nullptr; }
-  [[nodiscard]] sqlite3* handle() const { return connection.get(); }
+  [[nodiscard]] bool isOpen() const { return connection.isOpen(); }
+  /// SQLite's result code of the last failure.
+  [[nodiscard]] int errorCode() const { return connection.errorCode(); }
 
-  /// Runs a whole SQL text; false and one log line on failure.
+  /// Runs every statement of `sql`. True when all succeeded.
   bool exec(const char* sql);
-  /// Runs one statement with text parameters; false and one log line on failure.
+  /// The same for a text with its own BEGIN and COMMIT: rolls back a transaction that a failure
+  /// left open.
+  bool execTransaction(const char* sql);
+  /// Runs `work` in a write transaction, and commits when it returns true. True when committed.
+  bool transact(const std::function<bool()>& work);
+  /// Runs one statement with text parameters. True on success.
   bool run(const char* sql, std::initializer_list<std::string> parameters);
-  /// Runs one statement that changes nothing in size, on a disk that has no room left even for a
-  /// log. To be the first thing that is run on this connection; never waits, and does nothing while
-  /// anybody else has the database open.
-  bool runInPlace(const char* sql, std::initializer_list<std::string> parameters);
-  /// Makes everything committed so far durable, and the write-ahead log empty unless somebody still
-  /// reads from it. Never waits for readers: a head unit may keep a list open for hours.
+  /// Overwrites existing rows on a disk without room for a log. True when one row was changed.
+  ///
+  /// `sql` must not make the file grow. Must be the first call on this object; never waits, and
+  /// does nothing while anybody else has the database open.
+  bool overwriteRow(const char* sql, std::initializer_list<std::string> parameters);
+  /// Makes everything committed so far durable, and empties the write-ahead log unless somebody
+  /// still reads from it. Never waits for readers: a head unit may keep a list open for hours.
   void checkpoint();
-  /// The first column of each row as text, "" for NULL. Nothing, and one log line, when not every
-  /// row could be read.
+  /// The first column of each row as text, "" for NULL. Nothing when a row could not be read.
   std::optional<std::vector<std::string>> texts(const char* sql,
-                                                std::initializer_list<std::string> parameters);
+                                                std::initializer_list<std::string> parameters = {});
 
  private:
-  struct Close {
-    void operator()(sqlite3* handle) const { sqlite3_close(handle); }
-  };
-  struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-  };
-  using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
-  Statement prepare(const char* sql, std::initializer_list<std::string> parameters);
+  /// False, and `statement` is empty, on failure.
+  bool prepare(const char* sql, std::initializer_list<std::string> parameters,
+               sqlite::Statement& statement);
+  /// Logs the last failure, which `sql` met.
   void report(const char* sql) const;
+  void syncLog() const;
 
   std::string file;
-  sqlstl::BusyHandler busyHandler;
-  std::unique_ptr<sqlite3, Close> connection;
+  sqlstl::BusyHandler busyHandler;  ///< outlives `connection`
+  sqlite::Connection connection;
 };
 
 }  // namespace orvel

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "base/Log.h"
-#include "base/Md5.h"
+#include "base/md5Hex.h"
 
 namespace orvel {
 
@@ -19,7 +19,7 @@ namespace {
 constexpr int kOwnerOnly = 0700;
 constexpr std::size_t kReadableCharacters = 24;
 
-/// A part of the file name that people recognise the device by.
+/// The part of the file name by which people recognise the device.
 std::string readablePart(const std::string& deviceId) {
   std::string part = deviceId.substr(0, kReadableCharacters);
   for (char& c : part) {

@@ -6,7 +6,8 @@
 
 namespace orvel {
 
-/// The folder of database files: where it is, what its files are called, and who uses it.
+/// The folder of the database files: its path, the names in it, and the lock that tells other
+/// processes that it is in use. Every function may be called from any thread.
 class DatabaseFolder {
  public:
   DatabaseFolder() = default;
@@ -14,17 +15,18 @@ class DatabaseFolder {
   DatabaseFolder(const DatabaseFolder&) = delete;
   DatabaseFolder& operator=(const DatabaseFolder&) = delete;
 
+  /// Replaces the path and releases the lock on the earlier folder.
   void set(const std::string& directory);
   [[nodiscard]] std::string get() const;
 
-  /// Creates the folder with its parents, for its owner only, and takes its lock file: a warning is
-  /// logged when another process indexes into the same folder.
+  /// Creates the folder and its parents, accessible to their owner only, and locks it. Logs a
+  /// warning when another process indexes into the same folder.
   void create();
 
   /// The path of a device's database file.
   [[nodiscard]] std::string fileFor(const std::string& deviceId) const;
 
-  /// Makes what was created and removed in the folder durable.
+  /// Makes the creation and removal of files in the folder durable.
   void flush() const;
 
  private:

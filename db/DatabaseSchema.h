@@ -4,17 +4,22 @@
 
 namespace orvel::databaseSchema {
 
-/// What a file that should hold a device's database really holds.
+/// The content of a file that should hold a device's database.
 enum class Content {
-  Empty,    ///< nothing yet: the schema can be created
+  Empty,    ///< no schema yet: it can be created
   Ours,     ///< this library's schema
   Foreign,  ///< another schema, or no database at all
-  Unknown,  ///< could not be read now, for example because it is locked
+  Unknown,  ///< not readable now, for example because it is locked
 };
 
+/// Compares the schema of the file with this library's.
 Content probe(DatabaseFile& database);
 
-/// Creates every table, index and view; false on failure, logged.
+/// Creates every table, index and view in an empty database; false on failure, logged.
 bool create(DatabaseFile& database);
+
+/// Creates the schema in the database of `connection` if it is still empty, over a connection of
+/// its own. A failure is logged; the caller's statements will then fail for want of their tables.
+void ensure(sqlite3* connection);
 
 }  // namespace orvel::databaseSchema

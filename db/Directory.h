@@ -14,7 +14,7 @@ std::string lastComponent(std::string_view path);
 /// The part of `path` before its last "/"; the whole path when it has none.
 std::string parentPath(std::string_view path);
 
-/// One directory found on a mass-storage device.
+/// One directory on a mass-storage device: the values of its DIRECTORIES row.
 struct Directory {
   /// @param parent  index of the parent in the request's directory vector, -1 for the mount point
   Directory(std::string fullPath, const std::string& mountPoint, std::int32_t parent)

@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-/// One file that a crawler found on a device.
+/// One file that a crawler has found on a device.
 struct FileInfo {
   FileInfo(std::string filePath, std::uint32_t word, std::int32_t modified)
       : path(std::make_unique<std::string>(std::move(filePath))),
@@ -18,8 +18,8 @@ struct FileInfo {
   std::int32_t lastModified;          ///< seconds since the epoch, narrowed by `narrowTime`
 };
 
-/// Narrows a time stamp to 32 bits by value, modularly: a time past 2038 stays equal to itself on
-/// every architecture instead of making its file look new on every run.
+/// Narrows a time stamp to 32 bits, modulo 2^32. Every architecture stores the same value for a
+/// time after 2038, so its file does not look new on every run.
 constexpr std::int32_t narrowTime(std::int64_t seconds) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(seconds));
 }

@@ -26,10 +26,10 @@ class AsianFields {
   std::array<std::unique_ptr<char, Free>, 5> fields;
 };
 
-/// One song: its tags and the identifiers of the rows that it refers to. Equal identifiers of
-/// neighbouring songs share one text, by whose address the song saver tells duplicates.
+/// One song: its tags and the identifiers of the rows that it refers to. Neighbouring songs with
+/// equal identifiers share one text; the song saver recognises duplicates by its address.
 struct MetaDataInfo {
-  /// A song with tags. Its object identifier is derived from its path.
+  /// A song with tags, whose object identifier is derived from its path.
   MetaDataInfo(const std::string& songPath, const std::string& mountPointPath,
                const StrippedValue& songTitle, const StrippedValue& songArtist,
                const StrippedValue& songAlbum, const StrippedValue& songGenre,
@@ -51,11 +51,11 @@ struct MetaDataInfo {
   MetaDataInfo(const MetaDataInfo&) = delete;
   MetaDataInfo& operator=(const MetaDataInfo&) = delete;
 
-  /// Fills `asianFields` from the five texts, or from the file's own sort forms where these are
-  /// better; they stay null when no text has Asian script.
+  /// Fills `asianFields` from the five texts, or from `sortForms` where these are better. Leaves it
+  /// null when no text has Asian script.
   void setAsianFields();
 
-  /// What identifies the song's row: `objectId`, or `titleId` when it is empty.
+  /// The OBJECTID of the song's row: `objectId`, or `titleId` when that is empty.
   [[nodiscard]] const std::string& storedObjectId() const {
     return objectId.empty() ? titleId.text() : objectId;
   }
@@ -71,7 +71,7 @@ struct MetaDataInfo {
   int trackNumber;
   int discNumber;
   long lastModified;  ///< seconds since the epoch
-  Md5 titleId;        ///< of the path: titles repeat, and playlists refer to paths
+  Md5 titleId;        ///< of the path, since titles repeat and playlists refer to paths
   Md5 artistId;
   Md5 albumId;
   Md5 genreId;
@@ -81,8 +81,8 @@ struct MetaDataInfo {
   int audioType = 1;
   std::string objectId;
   std::unique_ptr<AsianFields> asianFields;
-  /// The sort forms that the file itself gives for title, artist, album, genre and composer; null
-  /// when it gives none. Set before `setAsianFields`.
+  /// The sort forms in the file's tag, in the order title, artist, album, genre, composer; null
+  /// when it has none. Set them before `setAsianFields`.
   std::unique_ptr<const std::array<std::string, 5>> sortForms;
 };
 

@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// One directory found on an MTP device: the values of its DIRECTORIES row.
+/// One directory on an MTP device: the values of its DIRECTORIES row.
 struct MtpDirectory {
   std::string path;
   std::string name;        ///< the last component of `path`

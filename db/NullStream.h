@@ -26,7 +26,7 @@ class basic_onullstream : public std::basic_ostream<charT, traits> {
   basic_nullbuf<charT, traits> buffer;
 };
 
-/// Swaps a stream's buffer for another while it lives. Both buffers must outlive it.
+/// Replaces a stream's buffer while in scope. The stream and both buffers must outlive it.
 class stream_redirector {
  public:
   stream_redirector(std::ios& redirected, std::streambuf* target)

@@ -15,7 +15,7 @@ namespace orvel {
 struct PlaylistEntry {
   std::string trackPath;
   Md5 trackId;
-  bool pathIsId = false;  ///< the track path itself identifies the track (MTP)
+  bool pathIsId = false;  ///< on MTP devices, the track path itself is the identifier
 };
 
 /// One playlist with its entries: the values of its PLAYLISTS rows.
@@ -35,7 +35,7 @@ struct Playlist {
   std::vector<PlaylistEntry> entries;
 };
 
-/// Writes every entry of the playlist as one executed row of the prepared insert.
+/// Binds each entry of the playlist to the prepared insert and runs it.
 sqlstl::basic_sqlostream<char>& operator<<(sqlstl::basic_sqlostream<char>& out,
                                            const Playlist* playlist);
 

@@ -1,9 +1,11 @@
 #include "db/SqlStream.h"
 
-#include <cstring>
+#include <chrono>
+#include <cstdint>
 
 #include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
+#include "db/ManagerSqlTexts.h"
 
 namespace sqlstl {
 
@@ -11,17 +13,6 @@ namespace {
 
 bool isErrorCode(int result) {
   return result >= 1 && result <= 26;
-}
-
-void configure(sqlite3* connection) {
-  // The LIKE patterns are double-quoted literals, which some builds of SQLite reject by default.
-  sqlite3_db_config(connection, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
-  // Views and triggers of a foreign file must not run functions with side effects.
-  sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  // In WAL mode the order of commits holds without a flush for each.
-  // Several stages have a connection each: half of the default cache, in KiB, costs no time.
-  sqlite3_exec(connection, "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000;", nullptr, nullptr,
-               nullptr);
 }
 
 }  // namespace
@@ -40,43 +31,40 @@ template <class charT, class traits>
 void basic_sqlstream<charT, traits>::open(const char* path, int busyTimeoutMs) {
   close();
   this->clear();
-  if (sqlite3_open(path, &connection) != SQLITE_OK) {
-    sqlite3_close(connection);  // a failed open still returns a handle
-    connection = nullptr;
+  // The flags of sqlite3_open.
+  if (connection.open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE) != SQLITE_OK) {
     this->setstate(std::ios_base::badbit);
     return;
   }
   OV_INFO("Set timeout to %d ms", busyTimeoutMs);
-  busyHandler.install(connection, busyTimeoutMs);
-  configure(connection);
+  busyHandler.install(connection, std::chrono::milliseconds(busyTimeoutMs));
+  connection.exec(orvel::sql::kTuneStage);
 }
 
 template <class charT, class traits>
 void basic_sqlstream<charT, traits>::close() {
   finalize();
-  if (connection == nullptr) return;
-  const int result = sqlite3_close(connection);
-  if (result != SQLITE_OK) {
-    OV_ERROR("Could not close db connection: %d %s", result, sqlite3_errmsg(connection));
-  }
-  connection = nullptr;
+  const int result = connection.close();
+  if (result == SQLITE_OK) return;
+  OV_ERROR("Could not close db connection: %d %s", result, connection.errorMessage());
+  // A statement prepared directly on the handle keeps the connection open; its owner must close it.
+  connection.release();
 }
 
 template <class charT, class traits>
 void basic_sqlstream<charT, traits>::finalize() {
-  sqlite3_finalize(statement);
-  statement = nullptr;
+  statement.finalize();
 }
 
 template <class charT, class traits>
 bool basic_sqlstream<charT, traits>::prepare(const char* sql) {
   this->clear();
   finalize();
-  if (connection == nullptr) {
+  if (!connection.isOpen()) {
     reportFailure(SQLITE_MISUSE, "no open database");
     return false;
   }
-  const int result = sqlite3_prepare_v2(connection, sql, -1, &statement, nullptr);
+  const int result = statement.prepare(handle(), sql);
   if (result == SQLITE_OK) return true;
   reportFailure(result);
   return false;
@@ -90,9 +78,9 @@ void basic_sqlstream<charT, traits>::reportFailure(int code, const char* message
 
 template <class charT, class traits>
 void basic_sqlstream<charT, traits>::reportFailure(int code) {
-  reportFailure(code, sqlite3_errmsg(connection));
+  reportFailure(code, connection.errorMessage());
   if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB) {
-    orvel::DatabaseMgr::instance().condemn(sqlite3_db_filename(connection, "main"));
+    orvel::DatabaseMgr::instance().condemn(connection.fileName());
   }
 }
 
@@ -109,7 +97,7 @@ void basic_sqlistream<charT, traits>::step() {
     OV_ERROR("step failed");
     return;
   }
-  const int result = sqlite3_step(this->statement);
+  const int result = this->statement.step();
   if (isErrorCode(result)) {
     this->reportFailure(result);
     this->finalize();
@@ -121,9 +109,7 @@ void basic_sqlistream<charT, traits>::step() {
 
 template <class charT, class traits>
 basic_sqlistream<charT, traits>& basic_sqlistream<charT, traits>::operator>>(std::string& text) {
-  const auto* value =
-      reinterpret_cast<const char*>(sqlite3_column_text(this->statement, this->position));
-  if (value != nullptr) {
+  if (const char* value = this->statement.columnText(this->position)) {
     text = value;
   } else {
     this->setstate(std::ios_base::failbit);
@@ -134,13 +120,13 @@ basic_sqlistream<charT, traits>& basic_sqlistream<charT, traits>::operator>>(std
 
 template <class charT, class traits>
 basic_sqlistream<charT, traits>& basic_sqlistream<charT, traits>::operator>>(int& value) {
-  value = sqlite3_column_int(this->statement, this->position++);
+  value = this->statement.columnInt(this->position++);
   return *this;
 }
 
 template <class charT, class traits>
 basic_sqlistream<charT, traits>& basic_sqlistream<charT, traits>::operator>>(double& value) {
-  value = sqlite3_column_double(this->statement, this->position++);
+  value = this->statement.columnDouble(this->position++);
   return *this;
 }
 
@@ -151,11 +137,11 @@ void basic_sqlostream<charT, traits>::query(const char* sql) {
 
 template <class charT, class traits>
 void basic_sqlostream<charT, traits>::exec(const char* sql) {
-  if (this->connection == nullptr) {
+  if (!this->connection.isOpen()) {
     this->reportFailure(SQLITE_MISUSE, "no open database");
     return;
   }
-  const int result = sqlite3_exec(this->connection, sql, nullptr, nullptr, nullptr);
+  const int result = this->connection.exec(sql);
   if (result != SQLITE_OK) this->reportFailure(result);
 }
 
@@ -168,9 +154,7 @@ void basic_sqlostream<charT, traits>::advance(int bindResult) {
 template <class charT, class traits>
 basic_sqlostream<charT, traits>& basic_sqlostream<charT, traits>::operator<<(const char* text) {
   if (!this->good()) return *this;
-  const char* bound = text == nullptr ? "" : text;
-  advance(sqlite3_bind_text(this->statement, this->position, bound,
-                            static_cast<int>(std::strlen(bound)), SQLITE_STATIC));
+  advance(this->statement.bindNoCopy(this->position, text == nullptr ? "" : text));
   return *this;
 }
 
@@ -182,13 +166,13 @@ basic_sqlostream<charT, traits>& basic_sqlostream<charT, traits>::operator<<(
 
 template <class charT, class traits>
 basic_sqlostream<charT, traits>& basic_sqlostream<charT, traits>::operator<<(int value) {
-  if (this->good()) advance(sqlite3_bind_int(this->statement, this->position, value));
+  if (this->good()) advance(this->statement.bind(this->position, value));
   return *this;
 }
 
 template <class charT, class traits>
 basic_sqlostream<charT, traits>& basic_sqlostream<charT, traits>::operator<<(long value) {
-  if (this->good()) advance(sqlite3_bind_int64(this->statement, this->position, value));
+  if (this->good()) advance(this->statement.bind(this->position, std::int64_t{value}));
   return *this;
 }
 
@@ -198,11 +182,11 @@ void basic_sqlostream<charT, traits>::step() {
     OV_ERROR("step failed");
     return;
   }
-  const int result = sqlite3_step(this->statement);
+  const int result = this->statement.step();
   if (result == SQLITE_DONE) {
-    sqlite3_reset(this->statement);
+    this->statement.reset();
   } else if (isErrorCode(result) || result == SQLITE_ROW) {
-    // A row counts as an error on purpose: an output statement must not return rows.
+    // An output statement must not return rows.
     this->reportFailure(result);
     this->finalize();
   }

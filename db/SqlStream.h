@@ -8,23 +8,20 @@
 #include <string>
 
 #include "db/BusyHandler.h"
+#include "db/sqlite/Connection.h"
+#include "db/sqlite/Statement.h"
 
-/// Streams over SQLite: a statement is prepared with `query`, its parameters are written with `<<`,
-/// it runs with `step`, and rows are read with `>>`. Errors are logged and turn the stream bad or
-/// failed, the ordinary stream states; nothing here throws. A stream belongs to one thread.
-namespace orvel {
-
-/// How long a stage waits behind another stage's transaction before it fails: one hour.
-constexpr int kBusyTimeoutMs = 3600000;
-
-}  // namespace orvel
-
+/// Streams over SQLite. `query` prepares a statement, `<<` binds its parameters, `step` runs it and
+/// `>>` reads the columns of a row.
+///
+/// Nothing here throws. Errors are logged and set the ordinary stream states bad or fail; further
+/// binds, steps and reads do nothing until the next `query` clears the state. A stream belongs to
+/// one thread.
 namespace sqlstl {
 
-/// What both streams share: the connection, the current statement and the position in it.
+/// Base of both streams: the connection, the current statement and the position in it.
 ///
-/// The wait for another connection's lock ends early when the stage that carries the opening thread
-/// is stopped.
+/// Waits for the locks of other connections end early when the stage of the thread is stopped.
 template <class charT, class traits = std::char_traits<charT>>
 class basic_sqlstream : virtual public std::basic_ios<charT, traits> {
  public:
@@ -35,64 +32,70 @@ class basic_sqlstream : virtual public std::basic_ios<charT, traits> {
   basic_sqlstream& operator=(const basic_sqlstream&) = delete;
   ~basic_sqlstream() override;
 
-  /// Opens `path`, closing an open connection first. `busyTimeoutMs` bounds each wait for another
-  /// connection's lock. On failure the stream is bad and holds no connection.
+  /// Opens or creates the database `path`, closing an open connection first. `busyTimeoutMs` bounds
+  /// each wait for a lock. On failure the stream is bad and has no connection.
   void open(const char* path, int busyTimeoutMs);
 
-  /// Finalizes the statement and closes the connection; the handle is forgotten in every case.
+  /// Finalizes the statement and closes the connection. Gives the handle up even when SQLite cannot
+  /// close it.
   void close();
 
-  /// Gives up the current statement, so that none stays open beside a transaction of the same
-  /// stage. The state of the stream stays.
+  /// Finalizes the current statement and leaves the stream state alone. Without WAL, an unfinished
+  /// SELECT would block the commit of the stage's other stream.
   void finalize();
 
-  /// The connection, null when closed or when opening failed. Owned by the stream.
-  [[nodiscard]] sqlite3* handle() const { return connection; }
+  /// SQLite's handle of the connection, null when closed or when opening failed.
+  [[nodiscard]] sqlite3* handle() const { return connection.get(); }
+  /// The connection itself, for transactions on it.
+  [[nodiscard]] orvel::sqlite::Connection& database() { return connection; }
 
  protected:
   basic_sqlstream();
 
-  /// Clears the state and prepares `sql`; false, logged and bad on failure.
+  /// Clears the state and prepares `sql`. On failure logs, turns the stream bad and returns false.
   bool prepare(const char* sql);
-  /// Logs the failure `code` of the current statement or text and turns the stream bad.
+  /// Logs a failure with SQLite's result code and turns the stream bad.
   void reportFailure(int code, const char* message);
-  /// The same with SQLite's own message.
+  /// The same with SQLite's message; condemns a database that SQLite calls corrupt.
   void reportFailure(int code);
 
-  sqlite3* connection = nullptr;
+  orvel::sqlite::Connection connection;
+  /// The next parameter to bind, counted from 1, or the next column to read, counted from 0.
   int position = 0;
-  sqlite3_stmt* statement = nullptr;
+  orvel::sqlite::Statement statement;
 
  private:
   sqlstreambuf buffer;
   BusyHandler busyHandler;
 };
 
-/// Reads rows. After `query` the first row is current or the state shows end of data.
+/// Reads rows. After `query` the first row is current, or the stream is at the end of its data.
 template <class charT, class traits = std::char_traits<charT>>
 class basic_sqlistream : public basic_sqlstream<charT, traits> {
  public:
   /// Prepares `sql` and steps to its first row.
   void query(const char* sql);
-  /// Fetches the next row; end of data when there is none.
+  /// Fetches the next row, or sets the end of data.
   void step();
 
-  /// Each reads the next column of the current row. An SQL NULL leaves the text and fails.
+  /// Each reads the next column of the current row. Reading an SQL NULL into a text leaves the text
+  /// as it was and sets the fail state.
   basic_sqlistream& operator>>(std::string& text);
   basic_sqlistream& operator>>(int& value);
   basic_sqlistream& operator>>(double& value);
 };
 
-/// Binds and executes.
+/// Binds parameters and runs statements.
 template <class charT, class traits = std::char_traits<charT>>
 class basic_sqlostream : public basic_sqlstream<charT, traits> {
  public:
   void query(const char* sql);
-  /// Runs a whole SQL text, possibly of several statements.
+  /// Runs every statement of `sql`.
   void exec(const char* sql);
 
-  /// Each binds the next parameter. A text is not copied: it must live until the step. A null
-  /// pointer binds the empty text, since one NULL identifier would end every clean-up.
+  /// Each binds the next parameter. Texts are not copied and must live until the step. A null
+  /// pointer binds the empty text: with one NULL among the identifiers, the NOT IN of the clean-ups
+  /// would never be true.
   basic_sqlostream& operator<<(const char* text);
   basic_sqlostream& operator<<(const std::string& text);
   basic_sqlostream& operator<<(int value);
@@ -101,7 +104,7 @@ class basic_sqlostream : public basic_sqlstream<charT, traits> {
     return manipulator(*this);
   }
 
-  /// Runs the bound statement and makes it ready to be bound again; see `sqlstl::step`.
+  /// Runs the statement and makes it ready for new parameters. A row counts as an error.
   void step();
 
  private:
@@ -115,8 +118,8 @@ basic_sqlostream<charT, traits>& step(basic_sqlostream<charT, traits>& out) {
   return out;
 }
 
-/// Output iterator that writes each value with `<<` and steps: copying a range of records into it
-/// inserts one row per record. The stream must outlive it.
+/// Output iterator over a prepared insert: each assignment binds one value with `<<` and steps, so
+/// copying a range of records inserts one row per record. The stream must outlive it.
 template <class T, class charT = char, class traits = std::char_traits<charT>>
 class sqlostream_iterator {
  public:

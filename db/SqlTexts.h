@@ -3,7 +3,8 @@
 #include <string>
 #include <string_view>
 
-/// Every SQL text of the indexer, in one place. Runs of blanks are part of the texts.
+/// The SQL texts of the stages. Their runs of blanks are part of the texts. The texts of the
+/// database manager are in ManagerSqlTexts.h.
 namespace orvel::sql {
 
 /// Before the writes of a block.
@@ -49,7 +50,7 @@ inline constexpr char kInsertSong[] =
     "?,                                        "
     "?);";
 
-/// In the transaction that lost a part of a song: the next request reads the song again.
+/// Makes the next request read a song again, in the transaction that lost a part of it.
 inline constexpr char kForgetModification[] = "UPDATE SONGS SET LASTMODIFIED = -1 WHERE PATH = ?;";
 
 /// One genre.
@@ -98,7 +99,7 @@ inline constexpr char kReplaceComposer[] =
     "?,                                        "
     "?);";
 
-/// Artists, albums, genres and composers that no song refers to.
+/// Deletes artists, albums, genres and composers that no song refers to.
 inline constexpr char kCleanNames[] =
     "BEGIN TRANSACTION; DELETE FROM ARTISTS WHERE ARTISTID NOT IN ( SELECT DISTINCT ARTISTID "
     "FROM SONGS);DELETE FROM ALBUMS WHERE ALBUMID NOT IN ( SELECT DISTINCT ALBUMID FROM "
@@ -118,7 +119,7 @@ inline constexpr char kSelectDirectoryIds[] = "SELECT OBJECTID FROM DIRECTORIES 
 /// Followed by a path pattern.
 inline constexpr char kDeleteDirectories[] = "DELETE FROM DIRECTORIES WHERE PATH LIKE ";
 
-/// All directories of an MTP device.
+/// For an MTP device, whose directories are replaced as a whole.
 inline constexpr char kDeleteAllDirectories[] = "DELETE FROM DIRECTORIES;";
 
 /// Followed by a path pattern.
@@ -129,7 +130,7 @@ inline constexpr char kSelectSongs[] =
 /// Songs of an MTP device.
 inline constexpr char kSelectAllSongs[] = "SELECT ID, LASTMODIFIED, PATH FROM SONGS;";
 
-/// In the transaction that takes rows away for files that are going to be read again.
+/// In the transaction that deletes the rows of files to be read again.
 inline constexpr char kMarkInProgress[] =
     "UPDATE PARTITIONS SET STATUS = 'PROGRESS' WHERE PARTITION_ID = ?;";
 
@@ -153,20 +154,21 @@ inline constexpr char kInsertPlaylistEntry[] =
     "INSERT INTO PLAYLISTS(PARTITION_ID, PLAYPATH, PLAYID, PLAYNAME, TRACKPATH, TRACKID, "
     "AUDIOTYPE, LASTMODIFIED) VALUES (?, ?, ?, ?, ?, ?, ?, ?);";
 
-/// Entries whose song is gone.
+/// Deletes playlist entries whose song is gone.
 inline constexpr char kClearPlaylists[] =
     "BEGIN TRANSACTION; DELETE FROM PLAYLISTS WHERE TRACKID NOT IN (SELECT OBJECTID from "
     "SONGS);COMMIT;";
 
-/// What follows the pattern of kSelectDirectoryIds.
+/// The tail of kSelectDirectoryIds.
 inline constexpr char kOrderByObjectId[] = " ORDER BY OBJECTID;";
 
-/// False for a prefix with a double quote, behind which a volume label could hide SQL.
+/// False for a prefix with a double quote: it would end the pattern, and the rest of a volume label
+/// would run as SQL.
 bool fitsPathPattern(std::string_view prefix);
 
-/// Completes a text that ends in "LIKE ": a double-quoted pattern of everything below `prefix`,
-/// then `tail`. The prefix is not escaped, so "_" and "%" in it match more than themselves. For a
-/// prefix that does not fit the pattern is left out: SQLite refuses to prepare such a text.
+/// Completes a text that ends in "LIKE " with a double-quoted pattern for everything below `prefix`
+/// and with `tail`. The prefix is not escaped: "_" and "%" in it match more than themselves. Leaves
+/// the pattern out for a prefix that does not fit, so that SQLite refuses the text.
 std::string withPathPattern(std::string_view sql, std::string_view prefix,
                             std::string_view tail = ";");
 

@@ -1,22 +1,27 @@
 #include "db/Transaction.h"
 
+#include <cassert>
+
+#include "db/ManagerSqlTexts.h"
 #include "db/SqlTexts.h"
 
 namespace orvel {
 
 namespace {
 
-constexpr char kRollback[] = "ROLLBACK;";
-
-int run(sqlite3* connection, const char* sql) {
-  if (connection == nullptr) return SQLITE_MISUSE;
-  return sqlite3_exec(connection, sql, nullptr, nullptr, nullptr);
+bool settleOn(sqlite::Connection& connection) {
+  if (!connection.isInTransaction()) return true;
+  if (connection.exec(sql::kEndTransaction) == SQLITE_OK) return true;
+  connection.exec(sql::kRollBack);
+  return false;
 }
 
 }  // namespace
 
-Transaction::Transaction(sqlstl::basic_sqlostream<char>& stream)
-    : connection(stream.handle()), begun(run(connection, sql::kBeginTransaction) == SQLITE_OK) {}
+Transaction::Transaction(sqlstl::basic_sqlostream<char>& stream) : connection(stream.database()) {
+  assert(!connection.isInTransaction() && "a transaction is open on this stream");
+  begun = connection.exec(sql::kBeginTransaction) == SQLITE_OK;
+}
 
 Transaction::~Transaction() {
   if (!ended) rollBack();
@@ -24,22 +29,21 @@ Transaction::~Transaction() {
 
 void Transaction::rollBack() {
   ended = true;
-  if (connection != nullptr && sqlite3_get_autocommit(connection) == 0) run(connection, kRollback);
+  if (connection.isInTransaction()) connection.exec(sql::kRollBack);
 }
 
 bool Transaction::end() {
+  assert(!ended && "the transaction has ended");
   ended = true;
-  const int result = run(connection, sql::kEndTransaction);
-  if (!settle(connection)) return false;
-  // Ending fails without an open transaction when SQLite has rolled back by itself meanwhile.
+  const int result = connection.exec(sql::kEndTransaction);
+  if (!settleOn(connection)) return false;
+  // No transaction is open any more. Where it had begun, a failed END means that SQLite rolled back
+  // by itself; where it had not, each statement was committed on its own.
   return result == SQLITE_OK || !begun;
 }
 
-bool Transaction::settle(sqlite3* connection) {
-  if (connection == nullptr || sqlite3_get_autocommit(connection) != 0) return true;
-  if (run(connection, sql::kEndTransaction) == SQLITE_OK) return true;
-  run(connection, kRollback);
-  return false;
+bool Transaction::settle(sqlstl::basic_sqlostream<char>& stream) {
+  return settleOn(stream.database());
 }
 
 }  // namespace orvel

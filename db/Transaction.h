@@ -1,36 +1,36 @@
 #pragma once
 
-#include <sqlite3.h>
-
 #include "db/SqlStream.h"
 
 namespace orvel {
 
-/// One transaction on the output connection of a stage. The results of its two statements are not
-/// errors of the stage, but a stage must learn whether its rows survived: SQLite rolls back by
-/// itself when the disk is full or a write fails.
+/// One write transaction on a stage's output stream. Use it on one thread, one at a time on a
+/// stream.
+///
+/// A failing BEGIN or END is not reported as an error of the stage. The stage must learn, though,
+/// whether its rows survived: SQLite rolls back by itself when a write fails or the disk is full.
 class Transaction {
  public:
-  /// Begins on `stream`, which must be open and outlive the transaction.
+  /// Begins on `stream`, which must outlive the transaction and have none open.
   explicit Transaction(sqlstl::basic_sqlostream<char>& stream);
-  /// Rolls back what was not ended, so that a stage that fails with an exception holds no lock.
+  /// Rolls back unless `end` or `rollBack` was called, so that an exception releases the lock.
   ~Transaction();
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;
 
-  /// Ends the transaction. Returns true when everything written since the beginning is committed.
-  /// A transaction that cannot be ended is tried once more and then rolled back.
+  /// Commits; true when everything written since the beginning is stored. Tries a failed commit
+  /// once more and then rolls back. Call it at most once, and not after `rollBack`.
   [[nodiscard]] bool end();
 
   /// Undoes everything written since the beginning.
   void rollBack();
 
-  /// Leaves no transaction open on `connection`, for texts that carry their own BEGIN and COMMIT.
-  /// Returns false when it had to roll back.
-  static bool settle(sqlite3* connection);
+  /// Ends the transaction that a text with its own BEGIN and COMMIT left open on `stream`: commits,
+  /// or rolls back and returns false. True when none was open.
+  static bool settle(sqlstl::basic_sqlostream<char>& stream);
 
  private:
-  sqlite3* connection;
+  sqlite::Connection& connection;
   bool begun;
   bool ended = false;
 };

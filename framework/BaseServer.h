@@ -6,7 +6,7 @@
 
 #include "base/Log.h"
 #include "base/Mutex.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 
 // The bodies of BaseServer, for code that instantiates it.
 namespace orvel {
@@ -65,7 +65,7 @@ void BaseServer<T>::stop() {
 template <class T>
 void BaseServer<T>::enqueue(block_type_ptr block) {
   const int operationId = block->operation.id;
-  if (!stopping() && insist([&] { return append(block); })) return;
+  if (!stopping() && retryOnBadAlloc([&] { return append(block); })) return;
   OV_INFO("%d: enqueue skipped block for op %d", static_cast<int>(STOPPING), operationId);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <cassert>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -12,9 +13,8 @@ namespace orvel {
 template <class T>
 class Block;
 
-/// A batch of items of one request. The block owns every item that it still holds: a stage that
-/// keeps an item takes it out of `items`. Used by one stage thread at a time, held by
-/// boost::shared_ptr.
+/// A batch of items of one request, held by boost::shared_ptr. Owns the items in it: a stage that
+/// keeps an item sets its slot to null. Used by one thread at a time, handed over through queues.
 template <class T>
 class Block<T*> {
  public:
@@ -27,8 +27,9 @@ class Block<T*> {
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
 
-  /// Appends an item; nothing is lost when memory runs out.
+  /// Appends an item. Throws std::bad_alloc without leaking the item.
   void add(std::unique_ptr<T> item) {
+    assert(item != nullptr);
     items.push_back(nullptr);
     items.back() = item.release();
   }
@@ -37,7 +38,7 @@ class Block<T*> {
   Operation operation;
 };
 
-/// The block without items: the operation alone.
+/// A block without items: the operation alone.
 template <>
 class Block<void> {
  public:

@@ -1,22 +1,25 @@
 #pragma once
 
+#include <cassert>
+
 #include "base/Log.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 #include "db/Directory.h"
 #include "db/FileInfo.h"
 #include "framework/HostListener.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 
 namespace orvel {
 
-/// The first stage of a pipeline: finds what a device holds and sends it down three branches, songs
-/// as its own result, playlists and directories directly.
+/// The first stage of a pipeline: finds the songs, playlists and directories of a device and sends
+/// each kind down its own branch. The run loop sends the songs, the crawler the other two.
 template <class DIRECTORY>
 class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
  public:
   using Server::Server;
 
-  /// Tells the host that everything has been found.
+  /// Tells the host that the crawl is complete.
   void signalCompletion(const Operation& operation) override {
     if (this->running()) {
       this->listener->crawlingFinished(operation.mountPoint);
@@ -25,31 +28,47 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
     }
   }
 
-  // Not owned; null feeds nobody.
+  // The heads of the three branches. Not owned; a null branch receives nothing.
   BaseServer<Block<FileInfo*>>*& songSink = sink;  ///< the ordinary sink under its own name
   BaseServer<Block<FileInfo*>>* playlistSink = nullptr;
   BaseServer<Block<DIRECTORY>>* directorySink = nullptr;
 
  protected:
-  /// A block that a branch cannot be told of the end of the request without.
-  template <class T>
-  boost::shared_ptr<Block<T>> makeBlock(const Operation& operation) {
-    return orFail([&] { return insist([&] { return boost::make_shared<Block<T>>(operation); }); });
+  /// The blocks of one request, one for each branch.
+  struct Found {
+    boost::shared_ptr<Block<FileInfo*>> songs;
+    boost::shared_ptr<Block<FileInfo*>> playlists;
+    boost::shared_ptr<Block<DIRECTORY>> directories;
+  };
+
+  /// Marks the blocks of all three branches: the run loop marks only the songs, which it sends.
+  void leaveAllUndone(const Found& found, LeftUndone reason) {
+    assert(found.songs && found.playlists && found.directories);
+    leaveUndone(found.songs->operation, reason);
+    leaveUndone(found.playlists->operation, reason);
+    leaveUndone(found.directories->operation, reason);
   }
 
-  /// Sends the LAST blocks of the two branches beside the songs.
-  void sendBranches(const boost::shared_ptr<Block<DIRECTORY>>& directories,
-                    const sink_block_type_ptr& playlists) {
+  /// Allocates the block that carries LAST down a branch. Repeats on std::bad_alloc: without the
+  /// block the request could never finish.
+  template <class T>
+  boost::shared_ptr<Block<T>> makeBlock(const Operation& operation) {
+    return orFail(
+        [&] { return retryOnBadAlloc([&] { return boost::make_shared<Block<T>>(operation); }); });
+  }
+
+  /// Sends the LAST blocks of playlists and directories; the run loop sends the songs.
+  void sendBranches(const Found& found) {
     orFail([&] {
-      playlists->operation.last = true;
-      if (playlistSink != nullptr) playlistSink->enqueue(playlists);
-      directories->operation.last = true;
-      if (directorySink != nullptr) directorySink->enqueue(directories);
+      found.playlists->operation.last = true;
+      if (playlistSink != nullptr) playlistSink->enqueue(found.playlists);
+      found.directories->operation.last = true;
+      if (directorySink != nullptr) directorySink->enqueue(found.directories);
     });
   }
 
  private:
-  /// The pipeline counts three LAST blocks: without one of them the request has failed.
+  /// Fails the request when `work` throws: the pipeline waits for three LAST blocks.
   template <class Work>
   auto orFail(Work work) -> decltype(work()) {
     try {

@@ -1,10 +1,12 @@
 #include "framework/HostListener.h"
 
+#include "base/NoDestructor.h"
+
 namespace orvel {
 
 HostListener& HostListener::none() {
   // Never destroyed: stage threads may report until the process ends.
-  static auto* const silent = new HostListener;
+  static NoDestructor<HostListener> silent;
   return *silent;
 }
 

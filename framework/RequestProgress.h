@@ -18,7 +18,7 @@ enum class LeftUndone : unsigned {
   ReaderLost = 1U << 7,       ///< the process that reads tags could not be started again
 };
 
-/// The live counters of one request. Written by its stages, read from any thread.
+/// The live counters of one request. Its stages write them, any thread may read them.
 class RequestProgress {
  public:
   using Counter = std::atomic<unsigned>;
@@ -39,17 +39,17 @@ class RequestProgress {
   std::atomic<bool> isolationFailed{false};
   std::atomic<const char*> status{""};  ///< a string literal
 
-  /// Enters a phase; a request that has failed can only finish all the same.
+  /// Enters a phase. A failed request can only enter `Finished`.
   void enter(RequestPhase next);
-  /// The request cannot come to its end by itself.
+  /// Marks a request that can no longer finish by itself.
   void fail() { enter(RequestPhase::Failed); }
 
-  /// Adds a reason why work was left undone.
+  /// Adds a reason for people. Stages call Server::leaveUndone, which also marks the request.
   void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
 
-  /// Notes that songs are in the database now; the first call takes the time.
+  /// Counts songs that are committed; the first call records the time.
   void songsWereStored(unsigned songs);
-  /// Notes that all folders are in the database; the first call takes the time.
+  /// Sets the number of committed folders; the first call records the time.
   void directoriesAreStored(unsigned directories);
 
   [[nodiscard]] ProgressSnapshot snapshot() const;
@@ -62,7 +62,7 @@ class RequestProgress {
   std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<unsigned> undone{0};
   const Clock::time_point created = Clock::now();
-  // In ticks of the clock; 0: not yet.
+  // Ticks since `created`; 0 until the event.
   std::atomic<Clock::rep> firstSongAfter{0};
   std::atomic<Clock::rep> folderTreeAfter{0};
 };

@@ -3,10 +3,11 @@
 #include <orvel/Server.h>
 
 #include <boost/make_shared.hpp>
+#include <cassert>
 
 #include "base/Log.h"
 #include "base/StageThread.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 #include "framework/BaseServer.h"
 #include "framework/Block.h"
 #include "framework/HostListener.h"
@@ -56,13 +57,16 @@ typename Server<TIN, TOUT>::sink_block_type_ptr Server<TIN, TOUT>::doOperation(
 
 template <class TIN, class TOUT>
 void Server<TIN, TOUT>::process(const src_block_type_ptr& block) {
+  assert(block != nullptr);
   try {
     if (sink == nullptr) {
-      // Without memory of its own: a result that reaches its pipeline or the controller counts.
+      // Must not allocate: the pipeline and the controller count every result that reaches them.
       doOperation(block);
     } else {
-      // A copy: the stage may hand its input block on to another stage's thread.
-      const Operation request = insist([&] { return block->operation; });
+      // Copy the request: a stage may hand its input block to another stage's thread.
+      const Operation request = retryOnBadAlloc([&] { return block->operation; });
+      // Only LAST blocks reach the pipeline: carry the mark of an earlier block over to that one.
+      if (request.skipped) undoneOperation = request.id;
       processInto(*sink, request, block);
     }
   } catch (const std::exception& error) {
@@ -77,19 +81,18 @@ template <class TIN, class TOUT>
 void Server<TIN, TOUT>::processInto(BaseServer<TOUT>& target, const Operation& request,
                                     const src_block_type_ptr& block) {
   try {
-    forward(target, request, doOperation(block));
+    forward(target, doOperation(block));
   } catch (const std::exception& error) {
     sendFailure(target, request, error);
   }
 }
 
 template <class TIN, class TOUT>
-void Server<TIN, TOUT>::forward(BaseServer<TOUT>& target, const Operation& request,
-                                const sink_block_type_ptr& out) {
+void Server<TIN, TOUT>::forward(BaseServer<TOUT>& target, const sink_block_type_ptr& out) {
   if (!out) return;
   const bool last = out->operation.last;
   if (!this->running() && !last) {
-    leaveUndone(request, LeftUndone::Interrupted);
+    noteUndone(out->operation.id, LeftUndone::Interrupted);
     return;
   }
   markLast(out->operation);
@@ -101,16 +104,22 @@ template <class TIN, class TOUT>
 void Server<TIN, TOUT>::sendFailure(BaseServer<TOUT>& target, const Operation& request,
                                     const std::exception& error) {
   OV_ERROR("%s: an error occured: %s", this->name, error.what());
-  leaveUndone(request, LeftUndone::StageFailed);
+  noteUndone(request.id, LeftUndone::StageFailed);
   if (!this->running() && !request.last) return;
-  const auto empty = insist([&] { return boost::make_shared<TOUT>(request); });
+  const auto empty = retryOnBadAlloc([&] { return boost::make_shared<TOUT>(request); });
   markLast(empty->operation);
   target.enqueue(empty);
 }
 
 template <class TIN, class TOUT>
-void Server<TIN, TOUT>::leaveUndone(const Operation& request, LeftUndone reason) {
-  undoneOperation = request.id;
+void Server<TIN, TOUT>::leaveUndone(Operation& result, LeftUndone reason) {
+  result.skipped = true;
+  noteUndone(result.id, reason);
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::noteUndone(int operationId, LeftUndone reason) {
+  undoneOperation = operationId;
   progress->leaveUndone(reason);
 }
 

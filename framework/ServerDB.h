@@ -4,11 +4,14 @@
 
 #include <orvel/DatabaseMgr.h>
 #include "db/SqlStream.h"
+#include "framework/HostListener.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 
 namespace orvel {
 
-/// A stage that reads and writes the device's database over two connections of its own.
+/// A stage that reads and writes the device's database over two connections of its own. Only the
+/// stage's thread uses them.
 template <class TIN, class TOUT>
 class ServerDB : public Server<TIN, TOUT> {
  public:
@@ -27,7 +30,7 @@ class ServerDB : public Server<TIN, TOUT> {
     out.close();
   }
 
-  /// Closes both streams at the end of a scope, however it is left.
+  /// Closes both streams at the end of a scope, also after an exception.
   class ClosingScope {
    public:
     explicit ClosingScope(ServerDB& scoped) : server(scoped) {}
@@ -39,10 +42,11 @@ class ServerDB : public Server<TIN, TOUT> {
     ServerDB& server;
   };
 
-  /// Notes that rows of the request did not reach the database.
-  void rowsWereLost(Operation& operation) {
-    operation.skipped = true;
-    this->progress->leaveUndone(LeftUndone::RowsLost);
+  /// Tells the host that rows of the device have changed, unless the stage is paused or stopped.
+  void signalContentModified(const Operation& operation) {
+    if (!this->running()) return;
+    this->progress->contentModified = true;
+    this->listener->contentModified(operation.mountPoint);
   }
 
   sqlstl::basic_sqlostream<char> out;

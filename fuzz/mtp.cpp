@@ -16,6 +16,7 @@
 #include "mtp/MtpConnection.h"
 #include "phones/DeviceBus.h"
 #include "phones/OwnedList.h"
+#include "phones/scripted/InterceptedCalls.h"
 
 namespace orvel {
 
@@ -122,20 +123,6 @@ class FuzzedSession : public DeviceSession {
   t_status playlistMembers(t_track_id /*playlist*/, std::vector<t_track_id>& members) override {
     return list(members, idFrom);
   }
-  t_status enterCall(const char* /*call*/) override { return answers->status(); }
-  std::uint32_t countItems(const t_mtp_container& /*of*/, std::uint32_t present) override {
-    return answers->take([&](InputBytes& input) {
-      const unsigned number = input.byte();
-      return number < 128 ? present : number == 255 ? 0xFFFFFFFF : number - 128;
-    });
-  }
-  std::uint32_t pageItems(const t_mtp_container& /*of*/, std::uint32_t /*start*/,
-                          std::uint32_t present) override {
-    return answers->take([&](InputBytes& input) {
-      const unsigned number = input.byte();
-      return number < 128 ? present : std::min(present, number - 128);
-    });
-  }
 
  private:
   template <class T, class From>
@@ -148,6 +135,29 @@ class FuzzedSession : public DeviceSession {
     const t_status status = answers->status();
     if (status != STATUS_OK) items.clear();
     return status;
+  }
+
+  std::shared_ptr<Answers> answers;
+};
+
+class FuzzedCalls : public scripted::InterceptedCalls {
+ public:
+  FuzzedCalls(Device& device, std::shared_ptr<Answers> given)
+      : InterceptedCalls(device), answers(std::move(given)) {}
+
+ private:
+  t_status enterCall(const char* /*name*/) override { return answers->status(); }
+  std::uint32_t countItems(const t_mtp_container& /*of*/, std::uint32_t present) override {
+    return answers->take([&](InputBytes& input) {
+      const unsigned number = input.byte();
+      return number < 128 ? present : number == 255 ? 0xFFFFFFFF : number - 128;
+    });
+  }
+  std::uint32_t pageItems(const t_mtp_container& /*of*/, std::uint32_t present) override {
+    return answers->take([&](InputBytes& input) {
+      const unsigned number = input.byte();
+      return number < 128 ? present : std::min(present, number - 128);
+    });
   }
 
   std::shared_ptr<Answers> answers;
@@ -211,10 +221,6 @@ void index(t_handle handle) {
 
 namespace deviceBus {
 
-const char* libraryName() {
-  return "fuzzed";
-}
-
 std::vector<BusDevice> scan() {
   if (fuzz::bus().answers == nullptr) return {};
   return {{fuzz::busPath(), 0, 0}};
@@ -224,11 +230,13 @@ std::unique_ptr<DeviceSession> connect(const BusDevice& /*device*/) {
   return std::make_unique<fuzz::FuzzedSession>(fuzz::bus().answers);
 }
 
+std::unique_ptr<DeviceCalls> callsOf(Device& device) {
+  return std::make_unique<fuzz::FuzzedCalls>(device, fuzz::bus().answers);
+}
+
 bool isPresent(const std::string& path) {
   return fuzz::bus().answers != nullptr && path == fuzz::busPath();
 }
-
-void attachScripted(const std::string& /*file*/) {}
 
 }  // namespace deviceBus
 

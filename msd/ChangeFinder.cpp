@@ -4,7 +4,6 @@
 
 #include "base/Log.h"
 #include "db/SqlTexts.h"
-#include "framework/HostListener.h"
 #include "msd/GenericChangeFinder.h"
 
 namespace orvel {
@@ -27,20 +26,19 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
     finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
-    // What cannot be read for the mount point's own sake never could be.
-    const bool readable = isMtp || sql::fitsPathPattern(operation.mountPoint);
-    if (!finder.committed() || (readable && !finder.sawAllRows())) rowsWereLost(toAdd->operation);
+    // A mount point that contains '"' is never queried, so unread rows are expected there.
+    const bool isQueryable = isMtp || sql::fitsPathPattern(operation.mountPoint);
+    if (!finder.committed() || (isQueryable && !finder.sawAllRows())) {
+      leaveUndone(toAdd->operation, LeftUndone::RowsLost);
+    }
     count(files, toAdd->items.size(), finder.vanished());
   }
   if (!toAdd->items.empty()) {
     if (!DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint,
                                               "PROGRESS")) {
-      rowsWereLost(toAdd->operation);
+      leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
-    if (running()) {
-      progress->contentModified = true;
-      listener->contentModified(operation.mountPoint);
-    }
+    signalContentModified(operation);
   }
   return toAdd;
 }

@@ -7,16 +7,16 @@
 
 namespace orvel {
 
-/// Passes on only the files that are new or changed since the device was indexed last, and deletes
-/// the rows of files that are gone or changed.
+/// Passes on the files that are new or changed since the device was last indexed, and deletes the
+/// rows of files that are gone or changed.
 class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
  public:
-  /// What the files are; decides which counters of the request they go into.
+  /// The kind of files; only songs go into the request's counters.
   enum class Content { Songs, Playlists };
 
   /// @param select  reads id, modification time and path of the stored files; for mass storage it
-  ///                ends in "LIKE " and is completed with the mount point
-  /// @param remove  deletes the files of one row id
+  ///                ends in "LIKE " and the stage appends the mount point's pattern
+  /// @param remove  deletes the rows that belong to one id
   ChangeFinder(const char* stageName, Content fileContent, std::string select, std::string remove,
                bool mtp);
 

@@ -1,13 +1,6 @@
 #include "msd/DirectorySaver.h"
 
-#include <algorithm>
-
-#include "base/Log.h"
 #include "base/Timer.h"
-#include "db/SqlTexts.h"
-#include "db/StoredDirectories.h"
-#include "db/Transaction.h"
-#include "framework/HostListener.h"
 
 namespace orvel {
 
@@ -24,7 +17,6 @@ std::vector<std::string> idsOfMusicDirectories(const Block<Directory*>& block) {
   for (const Directory* directory : block.items) {
     if (directory->hasMusic) ids.push_back(directory->objectId.text());
   }
-  std::sort(ids.begin(), ids.end());
   return ids;
 }
 
@@ -38,17 +30,10 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   propagateMusicPresence(block.get());
   open(operation.deviceId);
   const ClosingScope closing(*this);
-  const std::vector<std::string> ids = idsOfMusicDirectories(*block);
-  const std::size_t differences = countDifferences(in, operation.mountPoint, ids);
-  // What cannot be read for the mount point's own sake never could be.
-  if (!in.eof() && sql::fitsPathPattern(operation.mountPoint)) rowsWereLost(result->operation);
-  if (differences == 0) {
-    OV_INFO("RNC: Did not find changes");
-    progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
-  } else {
-    OV_INFO("RNC: Found changes %u", static_cast<unsigned>(differences));
-    rewrite(*block, result->operation);
-  }
+  const Scope scope{operation.mountPoint,
+                    sql::withPathPattern(sql::kDeleteDirectories, operation.mountPoint),
+                    sql::fitsPathPattern(operation.mountPoint)};
+  update(*block, scope, idsOfMusicDirectories(*block), result->operation);
   OV_INFO("DirectorySaver timer: %ld", timer.elapsedMs());
   return result;
 }
@@ -67,38 +52,15 @@ void DirectorySaver::propagateMusicPresence(src_block_type* block) const {
   OV_INFO("timer directory saver: %ld ", timer.elapsedMs());
 }
 
-void DirectorySaver::rewrite(const src_block_type& block, Operation& result) {
-  if (stopping()) {
-    result.skipped = true;
-    progress->leaveUndone(LeftUndone::Interrupted);
-    return;
-  }
-  const Operation& operation = block.operation;
-  Transaction transaction(out);
-  out.clear();
-  out.exec(sql::withPathPattern(sql::kDeleteDirectories, operation.mountPoint).c_str());
-  const bool deleted = out.good() || !sql::fitsPathPattern(operation.mountPoint);
-  out.query(sql::kInsertDirectory);
-  unsigned stored = 0;
+void DirectorySaver::insertRows(const src_block_type& block) {
   for (const Directory* directory : block.items) {
     if (!directory->hasMusic) continue;
     const bool isRoot = directory->parentIndex == kNoParent;
     out << directory->partitionId.text() << directory->path << directory->name
         << directory->objectId.text()
-        << (isRoot ? operation.deviceId : parentOf(block, *directory).objectId.text())
+        << (isRoot ? block.operation.deviceId : parentOf(block, *directory).objectId.text())
         << sqlstl::step;
-    ++stored;
   }
-  const bool inserted = out.good();
-  out.finalize();
-  if (!transaction.end() || !deleted || !inserted) {
-    rowsWereLost(result);
-  } else {
-    progress->directoriesAreStored(stored);
-  }
-  if (!running()) return;
-  progress->contentModified = true;
-  listener->contentModified(operation.mountPoint);
 }
 
 }  // namespace orvel

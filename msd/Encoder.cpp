@@ -17,7 +17,7 @@ namespace orvel {
 
 namespace {
 
-/// The file's own sort forms, cleaned; null when it gives none.
+/// Returns the trimmed sort forms of the file; null if it has none.
 std::unique_ptr<const std::array<std::string, 5>> sortFormsOf(const SongTag& tag) {
   const TagValues::SortTexts& texts = tag.sortTexts();
   if (std::all_of(texts.begin(), texts.end(), [](const auto& text) { return text.isEmpty(); })) {

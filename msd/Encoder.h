@@ -8,15 +8,15 @@ namespace orvel {
 
 struct MetaDataInfo;
 
-/// Turns a file's tag into a song record with texts in UTF-8. One instance per process, without
-/// state; any thread.
+/// Makes song records with texts in UTF-8 from tags. One instance per process; stateless, so any
+/// thread may use it.
 class Encoder {
  public:
   static Encoder& instance();
 
-  /// Returns a new record for every tag, owned by the caller. Composer and disc number come from a
-  /// `SongTag`; any other tag has none. Texts that the tag holds as Unicode pass unchanged, texts
-  /// claimed as ISO-8859-1 are guessed.
+  /// Returns a new record, owned by the caller; never null. Takes composer and disc number from a
+  /// `SongTag`; any other tag has none. Keeps Unicode texts and guesses the encoding of texts that
+  /// the tag declares as ISO-8859-1.
   MetaDataInfo* guessAndConvert(const std::string& path, const std::string& mountPoint,
                                 long lastModified, const TagLib::Tag* tag) const;
 

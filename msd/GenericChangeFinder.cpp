@@ -1,6 +1,7 @@
 #include "msd/GenericChangeFinder.h"
 
 #include <algorithm>
+#include <cassert>
 #include <tuple>
 
 #include "base/Log.h"
@@ -27,7 +28,7 @@ bool less(const A* a, const B* b) {
   return keyOf(a) < keyOf(b);
 }
 
-/// The device and the database agree on the order of most files already.
+/// Sorts in place. Most listings and tables are sorted already, which is cheap to find out.
 template <class Pointers>
 void sortByKey(Pointers& pointers) {
   const DbObjectPtrComparer comparer;
@@ -36,9 +37,10 @@ void sortByKey(Pointers& pointers) {
   }
 }
 
-/// How many of `rows` have a path that no file has. Both are sorted.
+/// Counts the rows whose path no file has. Both sides are sorted.
 unsigned countVanished(const std::vector<const DbObject*>& rows,
                        const std::vector<FileInfo*>& files) {
+  assert(std::is_sorted(files.begin(), files.end(), DbObjectPtrComparer()));
   unsigned vanished = 0;
   auto file = files.begin();
   for (const DbObject* row : rows) {
@@ -48,15 +50,16 @@ unsigned countVanished(const std::vector<const DbObject*>& rows,
   return vanished;
 }
 
-/// Moves the files of `found` that have no equal row to `toAdd`. Both sides are sorted.
+/// Moves the files without an equal row from `found` to `toAdd`. Both sides are sorted.
 void moveNewFiles(std::vector<FileInfo*>& found, const std::vector<const DbObject*>& rows,
                   std::vector<FileInfo*>& toAdd) {
+  assert(std::is_sorted(found.begin(), found.end(), DbObjectPtrComparer()));
   toAdd.reserve(found.size());
   auto row = rows.begin();
   for (FileInfo*& file : found) {
     while (row != rows.end() && less(*row, file)) ++row;
     if (row != rows.end() && !less(static_cast<const FileInfo*>(file), *row)) {
-      ++row;  // this row accounts for this file, and for no other
+      ++row;  // a row accounts for one file only
       continue;
     }
     toAdd.push_back(file);
@@ -82,6 +85,7 @@ bool DbObjectPtrComparer::operator()(const DbObject* a, const FileInfo* b) const
 int GenericChangeFinder::findDifference(const std::string& selectSql, const std::string& deleteSql,
                                         const boost::shared_ptr<Block<FileInfo*>>& found,
                                         const boost::shared_ptr<Block<FileInfo*>>& toAdd) {
+  assert(found != nullptr && toAdd != nullptr && toAdd->items.empty());
   const Timer timer;
   const int operationId = found->operation.id;
   const std::vector<DbObject> stored = readRows(selectSql);
@@ -100,8 +104,7 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
   moveNewFiles(found->items, rows, toAdd->items);
   OV_INFO("%s: db Objects To be Deleted count: %u (op:%d)", name,
           static_cast<unsigned>(stale.size()), operationId);
-  const Md5 partition(Md5Kind::Directory, found->operation.mountPoint);
-  deleteRows(deleteSql, stale, toAdd->items.empty() ? nullptr : &partition.text());
+  deleteRows(deleteSql, stale, *toAdd);
   OV_INFO("ChangeFinder timer: %ld", timer.elapsedMs());
   OV_INFO("%s: Data to be added to db size: %u (op:%d)", name,
           static_cast<unsigned>(toAdd->items.size()), operationId);
@@ -121,26 +124,30 @@ std::vector<DbObject> GenericChangeFinder::readRows(const std::string& selectSql
     in.step();
   }
   allRead = in.eof();
-  // An open SELECT would block this stage's own COMMIT where the journal is not WAL.
+  // Outside WAL mode an open SELECT would block this stage's own COMMIT.
   in.finalize();
   return rows;
 }
 
 void GenericChangeFinder::deleteRows(const std::string& deleteSql,
-                                     const std::vector<const DbObject*>& rows,
-                                     const std::string* partitionInProgress) {
+                                     const std::vector<const DbObject*>& stale,
+                                     const Block<FileInfo*>& toAdd) {
   Transaction transaction(out);
-  bool marked = true;
-  if (partitionInProgress != nullptr && !rows.empty()) {
-    out.query(sql::kMarkInProgress);
-    out << *partitionInProgress << sqlstl::step;
-    marked = out.good();
-  }
+  // Together with the deletions: status "OK" must not outlive rows that the new files replace.
+  const bool marked =
+      stale.empty() || toAdd.items.empty() || markInProgress(toAdd.operation.mountPoint);
   out.query(deleteSql.c_str());
-  for (const DbObject* row : rows) out << row->id << sqlstl::step;
+  for (const DbObject* row : stale) out << row->id << sqlstl::step;
   const bool allStepped = out.good();
   out.finalize();
-  allDeleted = transaction.end() && marked && (allStepped || rows.empty());
+  allDeleted = transaction.end() && marked && (allStepped || stale.empty());
+}
+
+bool GenericChangeFinder::markInProgress(const std::string& mountPoint) {
+  const Md5 partition(Md5Kind::Directory, mountPoint);
+  out.query(sql::kMarkInProgress);
+  out << partition.text() << sqlstl::step;
+  return out.good();
 }
 
 }  // namespace orvel

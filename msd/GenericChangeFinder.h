@@ -11,15 +11,14 @@
 
 namespace orvel {
 
-/// One file as the database knows it.
+/// One row of a stored file.
 struct DbObject {
   std::int32_t id = 0;
   std::int32_t lastModified = 0;  ///< seconds, narrowed as in FileInfo
   std::string path;
 };
 
-/// Orders files by the bytes of their path and then by modification time, on both sides of the
-/// comparison.
+/// Orders rows and files alike: by the bytes of the path, then by modification time.
 struct DbObjectPtrComparer {
   bool operator()(const DbObject* a, const DbObject* b) const;
   bool operator()(const FileInfo* a, const FileInfo* b) const;
@@ -27,7 +26,7 @@ struct DbObjectPtrComparer {
   bool operator()(const DbObject* a, const FileInfo* b) const;
 };
 
-/// Compares what a device holds with what its database holds. Made for one block; borrows the
+/// Compares the files on a device with the rows of its database. Made for one block; borrows the
 /// stage's open streams.
 class GenericChangeFinder {
  public:
@@ -35,26 +34,29 @@ class GenericChangeFinder {
                       sqlstl::basic_sqlistream<char>& input)
       : name(stageName), out(output), in(input) {}
 
-  /// Reads the rows with `selectSql`, moves every file of `found` without an equal row into
-  /// `toAdd`, sorted, and deletes every row without an equal file with `deleteSql`, by its id, in
-  /// one transaction. Rows are equal to files when path and modification time are. Returns the
-  /// number of files to add. SQL failures are logged; unreadable rows make their files look new.
-  /// Rows that make room for files to add take the partition's status "OK" with them.
+  /// Moves every new file from `found` to `toAdd`, sorted, and deletes every stale row, all in one
+  /// transaction. A file is new when no row has its path and modification time; a row is stale when
+  /// no file has. If both exist, the transaction also sets the partition's status to "PROGRESS".
+  /// Logs SQL failures; a row that cannot be read makes its file look new.
+  /// @param selectSql  reads id, modification time and path of each row
+  /// @param deleteSql  deletes the row of one id
+  /// @return the number of new files
   int findDifference(const std::string& selectSql, const std::string& deleteSql,
                      const boost::shared_ptr<Block<FileInfo*>>& found,
                      const boost::shared_ptr<Block<FileInfo*>>& toAdd);
 
-  /// Rows deleted by the last call because no file has their path any more.
+  /// Stale rows of the last call whose path no file has; the others belong to changed files.
   [[nodiscard]] unsigned vanished() const { return vanishedRows; }
-  /// False when the last call could not read every row.
+  /// True when the last call read every row.
   [[nodiscard]] bool sawAllRows() const { return allRead; }
-  /// False when deletions of the last call did not reach the database.
+  /// True when every deletion of the last call is committed.
   [[nodiscard]] bool committed() const { return allDeleted; }
 
  private:
   std::vector<DbObject> readRows(const std::string& selectSql);
-  void deleteRows(const std::string& deleteSql, const std::vector<const DbObject*>& rows,
-                  const std::string* partitionInProgress);
+  void deleteRows(const std::string& deleteSql, const std::vector<const DbObject*>& stale,
+                  const Block<FileInfo*>& toAdd);
+  bool markInProgress(const std::string& mountPoint);
 
   const char* name;
   sqlstl::basic_sqlostream<char>& out;

@@ -15,22 +15,27 @@ MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block
           block->items.empty() ? "" : block->items.front()->path.c_str(), block->operation.id);
   progress->enter(RequestPhase::Crawling);
   const Timer timer;
-  auto songs = makeBlock<FileInfo*>(block->operation);
-  const auto playlists = makeBlock<FileInfo*>(block->operation);
+  const Found found{makeBlock<FileInfo*>(block->operation), makeBlock<FileInfo*>(block->operation),
+                    block};
   try {
-    MSDWalk(*block, *songs, *playlists, *watch, *progress, [this] { return walkGoesOn(); }).run();
+    walk(found);
   } catch (const std::exception&) {
-    // The pipeline counts three LAST blocks: a failed walk must not hold two of them back.
-    block->operation.skipped = true;
-    playlists->operation.skipped = true;
-    sendBranches(block, playlists);
+    // The pipeline waits for three LAST blocks: send two here, the run loop sends the third.
+    leaveAllUndone(found, LeftUndone::StageFailed);
+    sendBranches(found);
     throw;
   }
-  sendBranches(block, playlists);
+  sendBranches(found);
   progress->enter(RequestPhase::Indexing);
-  OV_INFO("MSDCrawler timer: %ld (op: %d) found %u", timer.elapsedMs(), songs->operation.id,
-          static_cast<unsigned>(songs->items.size()));
-  return songs;
+  OV_INFO("MSDCrawler timer: %ld (op: %d) found %u", timer.elapsedMs(), found.songs->operation.id,
+          static_cast<unsigned>(found.songs->items.size()));
+  return found.songs;
+}
+
+void MSDCrawler::walk(const Found& found) {
+  const WalkHost host{[this] { return walkGoesOn(); },
+                      [this, &found](LeftUndone reason) { leaveAllUndone(found, reason); }};
+  MSDWalk(*found.directories, *found.songs, *found.playlists, *watch, *progress, host).run();
 }
 
 WalkGoesOn MSDCrawler::walkGoesOn() const {

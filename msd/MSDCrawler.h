@@ -9,7 +9,7 @@
 namespace orvel {
 
 /// The first stage of the mass-storage pipeline: walks the device and sends one block of song
-/// files, one of playlist files and one of directories on. Reads listings and file status only.
+/// files, one of playlist files and one of directories. Reads listings and file status only.
 class MSDCrawler : public Crawler<Directory*> {
  public:
   explicit MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch =
@@ -18,6 +18,7 @@ class MSDCrawler : public Crawler<Directory*> {
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  private:
+  void walk(const Found& found);
   [[nodiscard]] WalkGoesOn walkGoesOn() const;
 
   std::shared_ptr<MountPointWatch> watch;

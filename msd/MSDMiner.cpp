@@ -1,14 +1,15 @@
 #include "msd/MSDMiner.h"
 
-#include <cstdint>
+#include <cassert>
 #include <exception>
-#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
 #include "base/Timer.h"
-#include "base/retryOnce.h"
+#include "base/retryOnBadAlloc.h"
 #include "msd/Encoder.h"
 #include "msd/StandardErrorSilence.h"
 #include "tags/SongTag.h"
@@ -16,8 +17,18 @@
 namespace orvel {
 
 namespace {
-/// The modification time of a song that no file has.
+
+/// A modification time that differs from every file's.
 constexpr std::int32_t kNeverRead = -1;
+
+MiningDecision nextFile() {
+  return {};
+}
+
+MiningDecision endBlock(LeftUndone reason) {
+  return {true, reason};
+}
+
 }  // namespace
 
 MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch,
@@ -30,12 +41,11 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
   auto songs = boost::make_shared<Block<MetaDataInfo*>>(operation);
   songs->items.reserve(block->items.size());
-  if (cutOperation == operation.id) songs->operation.skipped = true;
   OV_INFO("MSDMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
   const Timer timer;
   if (DatabaseMgr::instance().dbSizeHasReachLimit(operation.deviceId)) {
     OV_INFO("MSDMiner SKIPPED db size limit reached (op: %d)", operation.id);
-    leaveUndone(*songs, LeftUndone::SizeLimit);
+    leaveUndone(songs->operation, LeftUndone::SizeLimit);
   } else {
     const bool isDevicePresent = mineFiles(*block, *songs);
     if (operation.last) reader.reset();
@@ -45,7 +55,7 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   return songs;
 }
 
-/// Tells the reader which files come, before the first of them is needed.
+/// Tells the reader all files of the block, so that it can read ahead.
 void MSDMiner::expect(const Block<FileInfo*>& files) {
   if (files.items.empty()) return;
   if (reader == nullptr) reader = makeReader(cancellation.get_token());
@@ -59,49 +69,60 @@ void MSDMiner::expect(const Block<FileInfo*>& files) {
 bool MSDMiner::mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs) {
   expect(files);
   for (const FileInfo* file : files.items) {
-    const std::optional<LeftUndone> cut =
-        stopping() ? LeftUndone::Interrupted : mineGuarded(*file, files.operation, songs);
-    if (!cut) continue;
-    leaveUndone(songs, *cut);
-    return cut != LeftUndone::MountPointGone;
+    const MiningDecision decision =
+        stopping() ? endBlock(LeftUndone::Interrupted) : mineGuarded(*file, songs);
+    if (!decision.endsBlock) continue;
+    leaveUndone(songs.operation, decision.reason);
+    return decision.reason != LeftUndone::MountPointGone;
   }
   progress->songsSkipped += static_cast<unsigned>(files.items.size() - songs.items.size());
   return true;
 }
 
-/// Returns why the block is to be cut before this file, if it is.
-std::optional<LeftUndone> MSDMiner::mineGuarded(const FileInfo& file, const Operation& operation,
-                                                Block<MetaDataInfo*>& songs) {
+/// Keeps an exception to the file that caused it.
+MiningDecision MSDMiner::mineGuarded(const FileInfo& file, Block<MetaDataInfo*>& songs) {
   const StandardErrorSilence silence;
   try {
-    return mine(file, operation, songs);
+    return mine(file, songs);
   } catch (const std::exception& error) {
     OV_ERROR("exception from taglib for track: %s what %s", file.path->c_str(), error.what());
-    return std::nullopt;
+    return nextFile();
   }
 }
 
-std::optional<LeftUndone> MSDMiner::mine(const FileInfo& file, const Operation& operation,
-                                         Block<MetaDataInfo*>& songs) {
+MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs) {
   using Outcome = TagResult::Outcome;
-  TagResult read = reader->next();
+  assert(reader != nullptr);
+  TagResult read = reader->next(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
-  if (read.outcome == Outcome::Interrupted) return LeftUndone::Interrupted;
-  if (read.outcome == Outcome::Stalled) return LeftUndone::ReadError;
-  if (read.outcome == Outcome::ReaderLost) return LeftUndone::ReaderLost;
-  if (read.outcome == Outcome::Unreadable || read.outcome == Outcome::DeviceFailed) {
-    return mineUnreadable(file, operation, read.outcome == Outcome::DeviceFailed, songs);
+  switch (read.outcome) {
+    case Outcome::Tagged: {
+      const SongTag tag(std::move(read.values));
+      retryOnBadAlloc([&] { addSong(file, tag, songs); }, kOneRetry);
+      return nextFile();
+    }
+    case Outcome::Untagged:
+      return nextFile();
+    case Outcome::Unreadable:
+      return addWithoutTexts(file, file.lastModified, songs);
+    case Outcome::DeviceFailed: {
+      const MiningDecision decision = addWithoutTexts(file, kNeverRead, songs);
+      if (!decision.endsBlock) leaveUndone(songs.operation, LeftUndone::ReadError);
+      return decision;
+    }
+    case Outcome::Interrupted:
+      return endBlock(LeftUndone::Interrupted);
+    case Outcome::Stalled:
+      return endBlock(LeftUndone::ReadError);
+    case Outcome::ReaderLost:
+      return endBlock(LeftUndone::ReaderLost);
   }
-  if (read.outcome == Outcome::Untagged) return std::nullopt;
-  const SongTag tag(std::move(read.values));
-  retryOnce([&] { addSong(file, operation, tag, songs); });
-  return std::nullopt;
+  return nextFile();
 }
 
-void MSDMiner::addSong(const FileInfo& file, const Operation& operation, const SongTag& tag,
-                       Block<MetaDataInfo*>& songs) {
+void MSDMiner::addSong(const FileInfo& file, const SongTag& tag, Block<MetaDataInfo*>& songs) {
   std::unique_ptr<MetaDataInfo> song(Encoder::instance().guessAndConvert(
-      *file.path, operation.mountPoint, file.lastModified, &tag));
+      *file.path, songs.operation.mountPoint, file.lastModified, &tag));
   if (song == nullptr) {
     OV_ERROR("invalid encoding");
     return;
@@ -110,29 +131,25 @@ void MSDMiner::addSong(const FileInfo& file, const Operation& operation, const S
   songs.add(std::move(song));
 }
 
-std::optional<LeftUndone> MSDMiner::mineUnreadable(const FileInfo& file, const Operation& operation,
-                                                   bool deviceFailed, Block<MetaDataInfo*>& songs) {
+/// Adds a song with empty texts, unless the file is unreadable because the mount point is gone.
+MiningDecision MSDMiner::addWithoutTexts(const FileInfo& file, std::int32_t lastModified,
+                                         Block<MetaDataInfo*>& songs) {
   OV_WARN("NULL file for track: %s", file.path->c_str());
+  const Operation& operation = songs.operation;
   const int missing = watch->missing(operation.id, operation.mountPoint);
   if (missing != 0) {
     OV_ERROR("MOUNT POINT IS NOT PRESENT ANYMORE %s: %d", operation.mountPoint.c_str(), missing);
-    return LeftUndone::MountPointGone;
+    return endBlock(LeftUndone::MountPointGone);
   }
   OV_WARN("insert empty: %s", file.path->c_str());
-  retryOnce([&] {
-    const std::string none;
-    songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none,
-                                             none, none, 1, 1,
-                                             deviceFailed ? kNeverRead : file.lastModified));
-  });
-  if (deviceFailed) leaveUndone(songs, LeftUndone::ReadError);
-  return std::nullopt;
-}
-
-void MSDMiner::leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason) {
-  songs.operation.skipped = true;
-  cutOperation = songs.operation.id;
-  progress->leaveUndone(reason);
+  retryOnBadAlloc(
+      [&] {
+        const std::string none;
+        songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none,
+                                                 none, none, 1, 1, lastModified));
+      },
+      kOneRetry);
+  return nextFile();
 }
 
 }  // namespace orvel

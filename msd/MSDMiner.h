@@ -1,20 +1,29 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "db/FileInfo.h"
 #include "db/MetaDataInfo.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
 #include "tags/SongTag.h"
 #include "tags/TagReader.h"
+#include "tags/isolation/makeTagReader.h"
 
 namespace orvel {
 
+/// Whether mining goes on after a file. A block that ends early leaves the file and all after it to
+/// the next request.
+struct MiningDecision {
+  bool endsBlock = false;
+  LeftUndone reason{};  ///< of a block that ends early
+};
+
 /// Reads the tags of new and changed songs of a mass-storage device. A file whose tags cannot be
-/// read still becomes a song, with empty texts. When the device was the reason the song has the
-/// modification time -1, so that the next request reads it again.
+/// read still becomes a song, with empty texts. If the device failed to deliver the file, the song
+/// gets the modification time -1, so that the next request reads it again.
 class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
   explicit MSDMiner(
@@ -27,21 +36,15 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  private:
   void expect(const Block<FileInfo*>& files);
   bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
-  std::optional<LeftUndone> mineGuarded(const FileInfo& file, const Operation& operation,
-                                        Block<MetaDataInfo*>& songs);
-  std::optional<LeftUndone> mine(const FileInfo& file, const Operation& operation,
+  MiningDecision mineGuarded(const FileInfo& file, Block<MetaDataInfo*>& songs);
+  MiningDecision mine(const FileInfo& file, Block<MetaDataInfo*>& songs);
+  static void addSong(const FileInfo& file, const SongTag& tag, Block<MetaDataInfo*>& songs);
+  MiningDecision addWithoutTexts(const FileInfo& file, std::int32_t lastModified,
                                  Block<MetaDataInfo*>& songs);
-  static void addSong(const FileInfo& file, const Operation& operation, const SongTag& tag,
-                      Block<MetaDataInfo*>& songs);
-  std::optional<LeftUndone> mineUnreadable(const FileInfo& file, const Operation& operation,
-                                           bool deviceFailed, Block<MetaDataInfo*>& songs);
-  void leaveUndone(Block<MetaDataInfo*>& songs, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;
   TagReaderFactory makeReader;
   std::unique_ptr<TagReader> reader;  ///< from the first file of a request to its last
-  /// The operation whose block was cut before; its later blocks say so, too. Own thread only.
-  std::optional<int> cutOperation;
 };
 
 }  // namespace orvel

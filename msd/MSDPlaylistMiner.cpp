@@ -3,11 +3,13 @@
 #include <glib.h>
 
 #include <atomic>
+#include <cassert>
 #include <stop_token>
 #include <utility>
 
 #include "base/Log.h"
 #include "base/ReadError.h"
+#include "framework/RequestProgress.h"
 #include "msd/PlaylistGuard.h"
 #include "msd/PlaylistParser.h"
 
@@ -17,8 +19,7 @@ namespace {
 
 using SharedWrapper = std::shared_ptr<PlaylistWrapper>;
 
-/// Orders each hand-over to the main loop where thread checkers see it: they cannot see into GLib's
-/// own locks.
+/// Orders each hand-over to the main loop for thread checkers, which cannot see GLib's own locks.
 std::atomic<unsigned> handOvers{0};
 
 gboolean parseOnce(gpointer wrapper) {
@@ -31,7 +32,7 @@ void releaseWrapper(gpointer wrapper) {
   delete static_cast<SharedWrapper*>(wrapper);
 }
 
-/// One parse that the main loop is to run, taken back when it goes out of scope.
+/// Schedules one parse on the main loop while in scope.
 class ScheduledParse {
  public:
   explicit ScheduledParse(const SharedWrapper& wrapper) {
@@ -72,56 +73,65 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
   return playlists;
 }
 
-/// Returns false when the stage was stopped meanwhile.
+/// Returns false when a stop cut the file short.
 bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
                             Block<Playlist*>& playlists) {
-  using Parse = PlaylistWrapper::Parse;
   auto playlist =
       std::make_unique<Playlist>(*file.path, playlists.operation.mountPoint, file.lastModified);
   if (const char* const harm = harmOfPlaylist(*file.path)) {
     OV_WARN("playlist not parsed, since %s: %s", harm, file.path->c_str());
-  } else if (deviceDelivers(file, playlists)) {
-    switch (parseOnMainLoop(playlist, wrapper)) {
-      case Parse::Pending:
-        leaveUndone(playlists, LeftUndone::Interrupted);
-        return false;
-      case Parse::Done:
-        break;
-      case Parse::Refused:
-        deviceDelivers(file, playlists);
-        break;
-      case Parse::Failed:
-        leaveUndone(playlists, LeftUndone::StageFailed);
-        break;
-    }
+  } else if (deviceDelivers(file, playlists.operation) &&
+             !parse(file, playlist, wrapper, playlists.operation)) {
+    return false;
   }
   playlists.add(std::move(playlist));
   return true;
 }
 
-/// Returns false, with work left undone, when it is the device that keeps the file from being read.
-bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Block<Playlist*>& playlists) {
-  const Operation& operation = playlists.operation;
+/// Fills `playlist`. Returns false, without the playlist, when the stage was stopped meanwhile.
+bool MSDPlaylistMiner::parse(const FileInfo& file, std::unique_ptr<Playlist>& playlist,
+                             const SharedWrapper& wrapper, Operation& result) {
+  using Parse = PlaylistWrapper::Parse;
+  switch (parseOnMainLoop(playlist, wrapper)) {
+    case Parse::Pending:
+      leaveUndone(result, LeftUndone::Interrupted);
+      return false;
+    case Parse::Done:
+      break;
+    case Parse::Refused:
+      deviceDelivers(file, result);  // the device may have failed since the first look
+      break;
+    case Parse::Failed:
+      leaveUndone(result, LeftUndone::StageFailed);
+      break;
+  }
+  return true;
+}
+
+/// Reads the file from end to end. Returns false, with work left undone, if the device fails; a
+/// file that is unreadable for reasons of its own is left to the parser.
+bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Operation& result) {
   const int error = readThrough(*file.path, cancellation.get_token());
   if (error == 0) return true;
-  const bool gone = watch->vanished(operation.id, operation.mountPoint) != 0;
+  const bool gone = watch->vanished(result.id, result.mountPoint) != 0;
   if (!gone && isOrdinaryRefusal(error)) return true;
   OV_WARN("cannot read playlist %s: %d", file.path->c_str(), error);
-  leaveUndone(playlists, gone ? LeftUndone::MountPointGone : LeftUndone::ReadError);
+  leaveUndone(result, gone ? LeftUndone::MountPointGone : LeftUndone::ReadError);
   return false;
 }
 
-/// Returns `Pending`, without the playlist, when the stage was stopped meanwhile.
+/// Lends `playlist` to the main loop and waits for its parse. Returns `Pending`, without the
+/// playlist, when the stage was stopped meanwhile.
 PlaylistWrapper::Parse MSDPlaylistMiner::parseOnMainLoop(std::unique_ptr<Playlist>& playlist,
                                                          const SharedWrapper& wrapper) {
   using Parse = PlaylistWrapper::Parse;
+  assert(playlist != nullptr);
   const std::stop_token stopped = cancellation.get_token();
   const std::stop_callback wake(stopped, [&wrapper] {
     const MutexLock lock(wrapper->mutex);
     wrapper->cond.broadcast();
   });
-  // Held from before the parse is scheduled until the wait begins, so that the broadcast cannot
-  // come before the wait.
+  // Lock before scheduling: the broadcast must not come before the wait.
   const MutexLock lock(wrapper->mutex);
   wrapper->playlist = playlist.get();
   wrapper->owner = std::move(playlist);
@@ -133,11 +143,6 @@ PlaylistWrapper::Parse MSDPlaylistMiner::parseOnMainLoop(std::unique_ptr<Playlis
   wrapper->abandoned = wrapper->parse == Parse::Pending;
   if (!wrapper->abandoned) playlist = std::move(wrapper->owner);
   return wrapper->parse;
-}
-
-void MSDPlaylistMiner::leaveUndone(Block<Playlist*>& playlists, LeftUndone reason) {
-  playlists.operation.skipped = true;
-  progress->leaveUndone(reason);
 }
 
 }  // namespace orvel

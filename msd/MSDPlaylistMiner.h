@@ -10,9 +10,9 @@
 
 namespace orvel {
 
-/// Reads new and changed playlist files. Parsing runs on the host's GLib main loop (the default
-/// context), which the stage waits for; a stop ends the wait. The stage reads each file itself
-/// first, so that a slow or broken device holds the stage and not the host.
+/// Reads new and changed playlist files. Schedules each parse on the host's GLib main loop (the
+/// default context) and waits for it; a stop ends the wait. Reads each file itself beforehand, so
+/// that a slow or broken device blocks the stage and not the host.
 class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
  public:
   explicit MSDPlaylistMiner(
@@ -24,10 +24,11 @@ class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
  private:
   bool mine(const FileInfo& file, const std::shared_ptr<PlaylistWrapper>& wrapper,
             Block<Playlist*>& playlists);
-  bool deviceDelivers(const FileInfo& file, Block<Playlist*>& playlists);
+  bool parse(const FileInfo& file, std::unique_ptr<Playlist>& playlist,
+             const std::shared_ptr<PlaylistWrapper>& wrapper, Operation& result);
+  bool deviceDelivers(const FileInfo& file, Operation& result);
   PlaylistWrapper::Parse parseOnMainLoop(std::unique_ptr<Playlist>& playlist,
                                          const std::shared_ptr<PlaylistWrapper>& wrapper);
-  void leaveUndone(Block<Playlist*>& playlists, LeftUndone reason);
 
   std::shared_ptr<MountPointWatch> watch;
 };

@@ -5,6 +5,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
 #include <memory>
 #include <utility>
@@ -26,59 +27,63 @@ bool isNeverWalked(std::string_view name) {
   return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";
 }
 
+/// The status of `folder`/`name`, links followed; of `folder` itself for an empty name. Returns 0
+/// or an errno. Uses statx because its times have 64 bits even where time_t has 32.
+int statusOf(int folder, const char* name, struct statx& status) {
+  const int flags = *name == '\0' ? AT_EMPTY_PATH : 0;
+  return statx(folder, name, flags, STATX_TYPE | STATX_MTIME | STATX_INO, &status) == 0 ? 0 : errno;
+}
+
 }  // namespace
 
 MSDWalk::MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles,
                  Block<FileInfo*>& playlistFiles, MountPointWatch& mountPointWatch,
-                 RequestProgress& requestProgress, std::function<WalkGoesOn()> ask)
+                 RequestProgress& requestProgress, WalkHost walkHost)
     : directories(found),
       songs(songFiles),
       playlists(playlistFiles),
       watch(mountPointWatch),
       progress(requestProgress),
-      goesOn(std::move(ask)) {}
+      host(std::move(walkHost)) {}
 
 void MSDWalk::run() {
-  // A device that goes away now may leave an empty folder behind, which would pass for its content.
+  assert(host.goesOn && host.leaveUndone);
+  // A removed stick may leave an empty folder, which would pass for its content.
   if (watch.remember(directories.operation.id, directories.operation.mountPoint) != 0) {
-    leaveUndone(LeftUndone::MountPointGone);
+    host.leaveUndone(LeftUndone::MountPointGone);
   }
   identities.assign(directories.items.size(), Identity{0, 0});
-  for (std::size_t i = 0; i < directories.items.size(); ++i) {
-    if (tracks >= kMaxSongs) break;
+  for (std::size_t i = 0; i < directories.items.size() && !limitReached(); ++i) {
     if (!listDirectory(i)) return;
     progress.directoriesFound = static_cast<unsigned>(directories.items.size());
   }
-  if (tracks != kMaxSongs) return;
-  OV_WARN("%d track reached", kMaxSongs);
+  if (!limitReached()) return;
+  OV_WARN("%d track reached", static_cast<int>(maxSongs));
   progress.limitReached = true;
 }
 
-/// Returns false when the walk is over.
+MSDWalk::Identity MSDWalk::identityOf(const struct statx& status) {
+  return {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
+}
+
+/// Returns false to end the walk.
 bool MSDWalk::listDirectory(std::size_t index) {
   const std::string& path = directories.items[index]->path;
   const OpenDirectory folder(opendir(path.c_str()));
-  if (!folder) return handleUnreadable(path, errno);
-  if (index == 0) {
+  if (!folder) return passOver(path, errno);
+  if (index == 0) {  // every other directory was identified when it was found
     struct statx status {};
-    if (statx(dirfd(folder.get()), "", AT_EMPTY_PATH, STATX_INO, &status) == 0) {
-      identities[0] = {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
-    }
+    if (statusOf(dirfd(folder.get()), "", status) == 0) identities[0] = identityOf(status);
   }
-  while (tracks < kMaxSongs) {
-    switch (goesOn()) {
-      case WalkGoesOn::Yes:
-        break;
-      case WalkGoesOn::Paused:
-        leaveUndone(LeftUndone::Interrupted);
-        return true;
-      case WalkGoesOn::Stopped:
-        leaveUndone(LeftUndone::Interrupted);
-        return false;
+  while (!limitReached()) {
+    const WalkGoesOn goesOn = host.goesOn();
+    if (goesOn != WalkGoesOn::Yes) {
+      host.leaveUndone(LeftUndone::Interrupted);
+      return goesOn == WalkGoesOn::Paused;
     }
     errno = 0;
     const dirent* entry = readdir(folder.get());
-    if (entry == nullptr) return errno == 0 || handleUnreadable(path, errno);
+    if (entry == nullptr) return errno == 0 || passOver(path, errno);
     if (isNeverWalked(entry->d_name)) continue;
     if (!visit(index, dirfd(folder.get()), entry->d_name)) return false;
   }
@@ -87,21 +92,19 @@ bool MSDWalk::listDirectory(std::size_t index) {
 
 /// Returns false when the mount point is gone.
 bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
-  // statx has 64-bit times also where time_t has 32 bits.
   struct statx status {};
-  if (statx(folder, name, 0, STATX_TYPE | STATX_MTIME | STATX_INO, &status) != 0) {
-    return isOrdinaryRefusal(errno) || isStillThere(errno);
+  if (const int error = statusOf(folder, name, status); error != 0) {
+    return isOrdinaryRefusal(error) || isStillThere(error);
   }
   if (S_ISDIR(status.stx_mode)) {
-    addDirectory(index, name,
-                 {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino});
+    addDirectory(index, name, identityOf(status));
   } else if (S_ISREG(status.stx_mode) && name[0] != '.') {
     addFile(index, name, status.stx_mtime.tv_sec);
   }
   return true;
 }
 
-/// As long as it must be: the paths of a device are the most of what a request keeps in memory.
+/// Allocates the exact size: the paths of a device make up most of a request's memory.
 std::string MSDWalk::pathIn(std::size_t index, std::string_view name) const {
   const std::string& folder = directories.items[index]->path;
   std::string path;
@@ -127,33 +130,34 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
     ++progress.playlistsFound;
     return;
   }
-  ++tracks;
   ++progress.songsFound;
   directories.items[index]->hasMusic = true;
 }
 
-/// Returns false when the mount point itself is gone, which ends the walk.
-bool MSDWalk::handleUnreadable(const std::string& path, int error) {
-  OV_WARN("Error opening dir: %s", path.c_str());
+/// Returns false when the directory is unreadable because the mount point is gone.
+bool MSDWalk::passOver(const std::string& unreadable, int error) {
+  OV_WARN("Error opening dir: %s", unreadable.c_str());
   if (!isStillThere(error)) return false;
   OV_WARN("go on");
   return true;
 }
 
-/// Returns false when the mount point is gone; an error of the device leaves work undone.
+/// Returns false when the mount point is gone. An error of the device itself leaves work undone.
 bool MSDWalk::isStillThere(int error) {
   const Operation& operation = directories.operation;
   const int missing = watch.missing(operation.id, operation.mountPoint);
   if (missing != 0) {
     OV_ERROR("MOUNT POINT IS NOT PRESENT ANYMORE %s: %d", operation.mountPoint.c_str(), missing);
-    leaveUndone(LeftUndone::MountPointGone);
+    host.leaveUndone(LeftUndone::MountPointGone);
     return false;
   }
-  if (!isOrdinaryRefusal(error)) leaveUndone(LeftUndone::ReadError);
+  if (!isOrdinaryRefusal(error)) host.leaveUndone(LeftUndone::ReadError);
   return true;
 }
 
+/// Finds loops of links: the directory is `parent` or one of its ancestors.
 bool MSDWalk::isOwnAncestor(std::size_t parent, Identity identity) const {
+  assert(parent < identities.size() && identities.size() == directories.items.size());
   for (auto i = static_cast<std::int32_t>(parent); i >= 0;
        i = directories.items[static_cast<std::size_t>(i)]->parentIndex) {
     if (identities[static_cast<std::size_t>(i)] == identity) return true;
@@ -161,11 +165,8 @@ bool MSDWalk::isOwnAncestor(std::size_t parent, Identity identity) const {
   return false;
 }
 
-void MSDWalk::leaveUndone(LeftUndone reason) {
-  directories.operation.skipped = true;
-  songs.operation.skipped = true;
-  playlists.operation.skipped = true;
-  progress.leaveUndone(reason);
+bool MSDWalk::limitReached() const {
+  return songs.items.size() >= maxSongs;
 }
 
 }  // namespace orvel

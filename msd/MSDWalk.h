@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Limits.h"
 #include "db/Directory.h"
 #include "db/FileInfo.h"
 #include "framework/Block.h"
@@ -17,55 +18,60 @@
 
 namespace orvel {
 
-/// At most so many songs of one request are indexed.
-constexpr int kMaxSongs = 16000;
+/// Whether a walk may read the next entry.
+enum class WalkGoesOn {
+  Yes,
+  Paused,  ///< ends each listing at its next entry
+  Stopped  ///< ends the walk
+};
 
-/// What may cut a walk short.
-enum class WalkGoesOn { Yes, Paused, Stopped };
+/// The stage around a walk, as far as the walk depends on it.
+struct WalkHost {
+  std::function<WalkGoesOn()> goesOn;           ///< called before each entry is read
+  std::function<void(LeftUndone)> leaveUndone;  ///< called for each part that the walk leaves out
+};
 
-/// One breadth-first walk over a device's directory tree. Knows no threads: it fills the blocks
-/// that it is given and asks before each entry whether to go on.
+/// One breadth-first walk over a device's directory tree. Owns no thread: it fills the blocks that
+/// it is given, on the thread that calls `run`.
 class MSDWalk {
  public:
-  /// @param found      its items are walked and grow by every directory found; the first is the
-  /// root
-  /// @param songFiles  receives song files, @param playlistFiles playlist files, in listing order
-  /// @param ask        asked before each entry
+  /// @param found          holds the root as its first item; each directory found is appended
+  /// @param songFiles      receives song files in listing order
+  /// @param playlistFiles  receives playlist files in listing order
   MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles, Block<FileInfo*>& playlistFiles,
-          MountPointWatch& mountPointWatch, RequestProgress& requestProgress,
-          std::function<WalkGoesOn()> ask);
+          MountPointWatch& mountPointWatch, RequestProgress& requestProgress, WalkHost walkHost);
 
-  /// Walks to the end, to the limit of songs, or until the mount point is gone. Work left undone is
-  /// marked as skipped on all three blocks.
+  /// Walks until every directory is listed, the limit of songs is reached, the mount point is gone
+  /// or the host stops. Throws std::bad_alloc, with the blocks still consistent.
   void run();
 
  private:
-  /// What tells one directory from another, whatever paths lead to it.
+  /// Identifies a directory whichever path leads to it.
   struct Identity {
     dev_t device;
     ino_t inode;
     bool operator==(const Identity&) const = default;
   };
 
+  static Identity identityOf(const struct statx& status);
   bool listDirectory(std::size_t index);
-  bool readEntries(std::size_t index, int folder);
   bool visit(std::size_t index, int folder, const char* name);
-  std::string pathIn(std::size_t index, std::string_view name) const;
+  [[nodiscard]] std::string pathIn(std::size_t index, std::string_view name) const;
   void addDirectory(std::size_t index, const char* name, Identity identity);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
-  bool handleUnreadable(const std::string& path, int error);
+  bool passOver(const std::string& unreadable, int error);
   bool isStillThere(int error);
   [[nodiscard]] bool isOwnAncestor(std::size_t parent, Identity identity) const;
-  void leaveUndone(LeftUndone reason);
+  [[nodiscard]] bool limitReached() const;
 
+  const std::size_t maxSongs = limits().songs;
   Block<Directory*>& directories;
   Block<FileInfo*>& songs;
   Block<FileInfo*>& playlists;
   MountPointWatch& watch;
   RequestProgress& progress;
-  std::function<WalkGoesOn()> goesOn;
+  WalkHost host;
   std::vector<Identity> identities;  ///< of `directories`, item by item
-  int tracks = 0;
 };
 
 }  // namespace orvel

@@ -10,8 +10,8 @@ namespace orvel {
 
 namespace {
 
-/// The device that a mount point lies on; 0 upon success, else an errno. Without the folder's
-/// times: `stat` refuses a folder that is dated after 2038 where time_t has 32 bits.
+/// Finds the device that a mount point lies on. Returns 0 or an errno. Uses statx without times:
+/// where time_t has 32 bits, stat refuses a folder dated after 2038.
 int deviceOf(const std::string& mountPoint, dev_t& device) {
   struct statx status {};
   if (statx(AT_FDCWD, mountPoint.c_str(), 0, STATX_TYPE, &status) != 0) return errno;

@@ -1,6 +1,7 @@
 #include "msd/Normalizer.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "base/Log.h"
 #include "base/Timer.h"
@@ -24,9 +25,10 @@ Normalizer::sink_block_type_ptr Normalizer::doOperation(src_block_type_ptr block
   return finalBatch;
 }
 
-/// Moves the files from `begin` on into a block of their own. Each slot is nulled as it is taken,
-/// so that every file has exactly one owner whatever fails.
+/// Moves the next batch, which starts at `begin`, into a block of its own. Nulls each slot as it
+/// takes the file, so that every file has exactly one owner even if an allocation fails.
 Normalizer::sink_block_type_ptr Normalizer::takeBatch(Block<FileInfo*>& block, std::size_t begin) {
+  assert(begin < block.items.size());
   const std::size_t end = std::min(begin + kBatchSize, block.items.size());
   auto batch = boost::make_shared<Block<FileInfo*>>(block.operation);
   batch->items.reserve(end - begin);

@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// Cuts a block of files into blocks of at most 500, so that the stages behind work in bounded
-/// batches. Keeps the order; only the last block of the result carries LAST.
+/// Cuts a block of files into blocks of at most `kBatchSize`, which bounds the memory and the
+/// transactions of the stages after it. Keeps the order; only the last block carries LAST.
 class Normalizer : public Server<Block<FileInfo*>, Block<FileInfo*>> {
  public:
   static constexpr std::size_t kBatchSize = 500;

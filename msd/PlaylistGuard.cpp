@@ -15,10 +15,10 @@ namespace orvel {
 
 namespace {
 
-/// A playlist of all songs that a device may have takes about as much.
+/// About the size of a playlist that names every song of a full device.
 constexpr off_t kLargestPlaylist = off_t{2} << 20;
 
-/// At most `size` bytes of the file.
+/// Reads at most `size` bytes from the beginning of the file.
 std::string contentOf(const Descriptor& file, off_t size) {
   std::string text(static_cast<std::size_t>(size), '\0');
   const ssize_t bytes = pread(file.get(), text.data(), text.size(), 0);
@@ -26,17 +26,20 @@ std::string contentOf(const Descriptor& file, off_t size) {
   return text;
 }
 
-/// The number of a line "File<number>=<something>" in a PLS file; empty for any other.
+/// Returns the digits of a PLS line "File<number>=<value>", which begins with "File"; empty for any
+/// other line.
 std::string_view entryNumber(std::string_view line) {
   constexpr std::size_t kMostDigits = 6;
-  const std::string_view rest = line.substr(std::min<std::size_t>(line.size(), 4));
+  constexpr std::string_view kKey = "File";
+  const std::string_view rest = line.substr(kKey.size());
   const std::string_view digits = rest.substr(0, rest.find_first_not_of("0123456789"));
   const bool hasValue = rest.size() > digits.size() + 1 && rest[digits.size()] == '=';
   const bool isNumber = !digits.empty() && digits.size() <= kMostDigits && digits[0] != '0';
   return hasValue && isNumber ? digits : std::string_view();
 }
 
-/// The parser counts the lines that begin with "File", and looks for so many different numbers.
+/// True for a PLS file whose entries are misnumbered. The parser counts the lines that begin with
+/// "File" and searches until it has found as many different numbers: possibly for ever.
 bool looksForMissingEntries(std::string_view text) {
   if (boost::ifind_first(text, "[playlist]").empty()) return false;
   std::unordered_set<std::string_view> numbers;
@@ -51,8 +54,8 @@ bool looksForMissingEntries(std::string_view text) {
   return false;
 }
 
-/// The parser's XML reader converts UTF-16 and UTF-32 up to a zero, which it steps over when the
-/// text ends within a character, and writes what it finds behind.
+/// True for UTF-16 and UTF-32 texts that end in mid-character. The parser's XML reader converts up
+/// to a terminating zero; such a text hides it, and the reader writes beyond its buffer.
 bool endsWithinCharacter(std::string_view text) {
   using namespace std::string_view_literals;
   using boost::starts_with;
@@ -68,7 +71,7 @@ bool endsWithinCharacter(std::string_view text) {
 const char* harmOfPlaylist(const std::string& path) {
   const Descriptor file = Descriptor::ofFile(path);
   struct stat status {};
-  // What the device does not tell is for the miner to find out.
+  // The miner reads the file itself and reports the error.
   if (!file || fstat(file.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size > kLargestPlaylist) return "it is larger than 2 MiB";

@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-/// Why the playlist parser must not see the file at `path`: it would read on without an end, for
-/// too long or beyond its memory, and it runs where the host's screen is drawn. Null when the file
-/// is harmless, and when it cannot be opened, which is the parser's to report. A text for the log.
+/// Finds out why the playlist parser must not see the file at `path`. The parser runs on the host's
+/// main loop, where some files would make it read for ever, for too long or out of bounds. Returns
+/// a text for the log; null if the file is harmless or cannot be opened, which the miner reports.
 /// Any thread.
 const char* harmOfPlaylist(const std::string& path);
 

@@ -4,6 +4,7 @@
 #include <totem-pl-parser.h>
 
 #include <algorithm>
+#include <cassert>
 #include <exception>
 #include <memory>
 #include <string_view>
@@ -27,13 +28,13 @@ void appendEntry(Playlist& playlist, const char* uri) {
   playlist.entries.push_back({std::move(trackPath), trackId, false});
 }
 
-/// What the handler of "entry-parsed" works on.
+/// User data of the handler of "entry-parsed".
 struct Entries {
   Playlist& playlist;
-  bool lost = false;
+  bool lost = false;  ///< an entry did not fit into memory
 };
 
-/// Called through C frames, which nothing may be thrown through.
+/// Must not throw: the caller is C.
 void onEntryParsed(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*metadata*/,
                    gpointer data) {
   auto& entries = *static_cast<Entries*>(data);
@@ -45,23 +46,18 @@ void onEntryParsed(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*met
   }
 }
 
-void logResult(TotemPlParserResult result, const char* path) {
+const char* nameOf(TotemPlParserResult result) {
   switch (result) {
     case TOTEM_PL_PARSER_RESULT_UNHANDLED:
-      OV_INFO("TOTEM_PL_PARSER_RESULT_UNHANDLED %s", path);
-      break;
+      return "TOTEM_PL_PARSER_RESULT_UNHANDLED";
     case TOTEM_PL_PARSER_RESULT_ERROR:
-      OV_INFO("TOTEM_PL_PARSER_RESULT_ERROR %s", path);
-      break;
+      return "TOTEM_PL_PARSER_RESULT_ERROR";
     case TOTEM_PL_PARSER_RESULT_SUCCESS:
-      OV_INFO("TOTEM_PL_PARSER_RESULT_SUCCESS %s", path);
-      break;
+      return "TOTEM_PL_PARSER_RESULT_SUCCESS";
     case TOTEM_PL_PARSER_RESULT_IGNORED:
-      OV_INFO("TOTEM_PL_PARSER_RESULT_IGNORED %s", path);
-      break;
+      return "TOTEM_PL_PARSER_RESULT_IGNORED";
     default:
-      OV_INFO("default %s", path);
-      break;
+      return "default";
   }
 }
 
@@ -72,17 +68,17 @@ TotemPlParserResult parseFile(Entries& entries) {
   return totem_pl_parser_parse(parser.get(), playlistUri(entries.playlist.path).c_str(), FALSE);
 }
 
-PlaylistWrapper::Parse parse(Playlist& playlist) {
+PlaylistWrapper::Parse fill(Playlist& playlist) {
   using Parse = PlaylistWrapper::Parse;
   try {
     Entries entries{playlist};
     TotemPlParserResult result = parseFile(entries);
     if (result != TOTEM_PL_PARSER_RESULT_SUCCESS) {
-      // The parser does not tell a read error of the moment from a file that is no playlist.
+      // The parser reports a passing read error like a file that is no playlist: try once more.
       playlist.entries.clear();
       result = parseFile(entries);
     }
-    logResult(result, playlist.path.c_str());
+    OV_INFO("%s %s", nameOf(result), playlist.path.c_str());
     if (entries.lost) return Parse::Failed;
     return result == TOTEM_PL_PARSER_RESULT_SUCCESS ? Parse::Done : Parse::Refused;
   } catch (const std::exception& error) {
@@ -94,11 +90,12 @@ PlaylistWrapper::Parse parse(Playlist& playlist) {
 }  // namespace
 
 void extractPlaylist(PlaylistWrapper* wrapper) {
+  assert(wrapper != nullptr && wrapper->playlist != nullptr);
   {
     const MutexLock lock(wrapper->mutex);
     if (wrapper->abandoned) return;
   }
-  const PlaylistWrapper::Parse result = parse(*wrapper->playlist);
+  const PlaylistWrapper::Parse result = fill(*wrapper->playlist);
   const MutexLock lock(wrapper->mutex);
   wrapper->parse = result;
   wrapper->cond.broadcast();

@@ -6,17 +6,17 @@
 
 namespace orvel {
 
-/// Parses the wrapper's playlist file and announces the end, whatever it is. Runs on the GLib main
-/// loop; does nothing when the wrapper was abandoned. A file that cannot be parsed leaves the
-/// playlist as it is.
+/// Parses the wrapper's playlist file into its playlist and announces the outcome. Does nothing if
+/// the wrapper is abandoned. Call it on the thread of the GLib main loop, without the wrapper's
+/// lock; never throws.
 void extractPlaylist(PlaylistWrapper* wrapper);
 
-/// The URI by which a playlist file is parsed: only "%" and "#" are escaped, everything else is
-/// taken as it stands.
+/// Makes the URI of a playlist file for the parser. Escapes "%" and "#" and nothing else.
 std::string playlistUri(const std::string& path);
 
-/// The track path of an entry: the unescaped URI with "/" for every back-slash, less the length of
-/// "file:///", whatever its scheme. Returns false for a URI that cannot be unescaped.
+/// Makes the track path of an entry: unescapes the URI, replaces every backslash by "/" and drops
+/// as many characters as "file:///" has, whatever the scheme. Returns false if the URI cannot be
+/// unescaped.
 bool trackPathOf(const char* uri, std::string& trackPath);
 
 }  // namespace orvel

@@ -18,14 +18,14 @@ PlaylistSaver::sink_block_type_ptr PlaylistSaver::doOperation(src_block_type_ptr
   Transaction transaction(out);
   out.query(sql::kInsertPlaylistEntry);
   for (const Playlist* playlist : block->items) {
-    // The statement keeps its bindings: the further step stores the last entry once more.
+    // The statement keeps its bindings, so this step repeats the last entry.
     out << playlist << sqlstl::step;
   }
   const bool written = out.good();
   if (transaction.end() && written) {
     progress->playlistsStored += static_cast<unsigned>(block->items.size());
   } else {
-    rowsWereLost(result->operation);
+    leaveUndone(result->operation, LeftUndone::RowsLost);
   }
   out.finalize();
   OV_INFO("PlaylistSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);

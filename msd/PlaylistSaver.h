@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// Writes one row per playlist entry, one transaction per block. The last entry of every playlist
-/// is stored a second time, as hosts expect; `VIEW_PLAYLISTENTRIES` leaves the repeat out.
+/// Writes one row per playlist entry, one transaction per block. Stores the last entry of each
+/// playlist twice, as hosts expect; `VIEW_PLAYLISTENTRIES` leaves the repeat out.
 class PlaylistSaver : public ServerDB<Block<Playlist*>, Block<void>> {
  public:
   using ServerDB::ServerDB;

@@ -7,23 +7,23 @@
 
 namespace orvel {
 
-/// Where the stage that mines playlists and the main loop that parses them meet. Shared by both, so
-/// that a parse which the stage no longer waits for touches nothing that is gone.
+/// Hands one playlist at a time from the stage that mines playlists to the main loop that parses
+/// them. Both share ownership, so that a parse may outlive the stage's wait.
 struct PlaylistWrapper {
   Mutex mutex;
-  Condition cond;                ///< announces that the parse has ended
-  Playlist* playlist = nullptr;  ///< the playlist being filled; owned by `owner`
+  Condition cond;                ///< broadcast when the parse ends
+  Playlist* playlist = nullptr;  ///< filled by the parse; owned by `owner`
 
   enum class Parse {
     Pending,
     Done,
-    Refused,  ///< the file is no playlist, or cannot be read
+    Refused,  ///< the file is no playlist or cannot be read
     Failed,   ///< memory was too short for the entries
   };
 
   std::unique_ptr<Playlist> owner ORVEL_GUARDED_BY(mutex);
   Parse parse ORVEL_GUARDED_BY(mutex) = Parse::Pending;
-  bool abandoned ORVEL_GUARDED_BY(mutex) = false;  ///< nobody waits for the parse any more
+  bool abandoned ORVEL_GUARDED_BY(mutex) = false;  ///< the stage no longer waits
 };
 
 }  // namespace orvel

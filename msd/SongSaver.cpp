@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <string>
-#include <utility>
 
 #include "base/Log.h"
 #include "base/Timer.h"
@@ -57,7 +56,7 @@ bool uniqueOnComposer(const MetaDataInfo* a, const MetaDataInfo* b) {
   return uniqueOn<&MetaDataInfo::composerId>(a, b);
 }
 
-/// One of the tables of names that songs refer to.
+/// One of the four tables of names.
 struct SongSaver::Dimension {
   bool (*sort)(const MetaDataInfo*, const MetaDataInfo*);
   bool (*unique)(const MetaDataInfo*, const MetaDataInfo*);
@@ -71,19 +70,18 @@ SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) 
   const Operation& operation = block->operation;
   OV_INFO("SongSaver for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
   const Timer timer;
-  anySkipped = anySkipped || operation.skipped;
   if (out.handle() == nullptr) open(operation.deviceId);
   if (save(*block)) {
     progress->songsWereStored(static_cast<unsigned>(block->items.size()));
   } else {
-    anySkipped = true;
-    progress->leaveUndone(LeftUndone::RowsLost);
+    leaveUndone(block->operation, LeftUndone::RowsLost);
   }
   OV_INFO("SongSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return operation.last ? finish(operation) : sink_block_type_ptr();
 }
 
-/// Returns true when every row is committed.
+/// Returns true when every row is committed. If a name is lost, commits the songs for the next
+/// request to read again, or nothing.
 bool SongSaver::save(Block<MetaDataInfo*>& block) {
   static constexpr Dimension kDimensions[] = {
       {sortOnGenre, uniqueOnGenre, sql::kReplaceGenre, &MetaDataInfo::genreId, &MetaDataInfo::genre,
@@ -100,7 +98,7 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
   for (const Dimension& dimension : kDimensions) {
     written = saveDimension(block, dimension) && written;
   }
-  const bool repairable = written || forget(block);
+  const bool repairable = written || forgetModificationTimes(block);
   out.finalize();
   if (!repairable) {
     transaction.rollBack();
@@ -109,8 +107,8 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
   return transaction.end() && written;
 }
 
-/// Without one of its names a song would count as stored for ever.
-bool SongSaver::forget(const Block<MetaDataInfo*>& block) {
+/// Makes the songs of the block look changed to the next request, which repairs their names.
+bool SongSaver::forgetModificationTimes(const Block<MetaDataInfo*>& block) {
   out.query(sql::kForgetModification);
   for (const MetaDataInfo* song : block.items) out << song->path << sqlstl::step;
   return out.good();
@@ -133,7 +131,7 @@ bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dime
   std::sort(block.items.begin(), block.items.end(), dimension.sort);
   out.query(dimension.replaceSql);
   const MetaDataInfo* earlier = nullptr;
-  // std::unique would overwrite pointers that the block owns; duplicates are passed over instead.
+  // Skip duplicates here: std::unique would overwrite pointers that the block owns.
   for (const MetaDataInfo* song : block.items) {
     if (earlier != nullptr && dimension.unique(earlier, song)) continue;
     out << (song->*dimension.id).text() << song->*dimension.text
@@ -147,10 +145,9 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
   out.clear();
   out.exec(sql::kCleanNames);
-  const bool settled = Transaction::settle(out.handle());
+  const bool settled = Transaction::settle(out);
   auto result = boost::make_shared<Block<void>>(operation);
-  result->operation.skipped = std::exchange(anySkipped, false);
-  if (!settled || !out.good()) rowsWereLost(result->operation);
+  if (!settled || !out.good()) leaveUndone(result->operation, LeftUndone::RowsLost);
   OV_INFO("SongSaver close db");
   close();
   return result;

@@ -5,9 +5,8 @@
 
 namespace orvel {
 
-// Two records share an identifier when they share the text that holds it, not when the texts are
-// equal: that is cheap, groups what was copied from one source, and what it misses is harmless,
-// since names are written with REPLACE.
+// Two records share an identifier when they share the buffer of its text, which is cheap to
+// compare. Equal texts in different buffers only cost a repeated REPLACE of the same name.
 bool sortOnGenre(const MetaDataInfo* a, const MetaDataInfo* b);
 bool uniqueOnGenre(const MetaDataInfo* a, const MetaDataInfo* b);
 bool sortOnAlbum(const MetaDataInfo* a, const MetaDataInfo* b);
@@ -17,9 +16,9 @@ bool uniqueOnArtist(const MetaDataInfo* a, const MetaDataInfo* b);
 bool sortOnComposer(const MetaDataInfo* a, const MetaDataInfo* b);
 bool uniqueOnComposer(const MetaDataInfo* a, const MetaDataInfo* b);
 
-/// Writes songs and the artists, albums, genres and composers that they refer to, one transaction
-/// per block. Opens the database with the first block of a request and closes it after the last
-/// one, when it has removed the names that no song refers to any more.
+/// Writes songs with their artists, albums, genres and composers, one transaction per block. Opens
+/// the database with the first block of a request; after the last one removes the names that no
+/// song refers to and closes the database.
 class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
  public:
   using ServerDB::ServerDB;
@@ -31,11 +30,9 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
 
   bool save(Block<MetaDataInfo*>& block);
   bool saveSongs(const Block<MetaDataInfo*>& block);
-  bool forget(const Block<MetaDataInfo*>& block);
+  bool forgetModificationTimes(const Block<MetaDataInfo*>& block);
   bool saveDimension(Block<MetaDataInfo*>& block, const Dimension& dimension);
   sink_block_type_ptr finish(const Operation& operation);
-
-  bool anySkipped = false;  ///< a block of the request left work undone
 };
 
 }  // namespace orvel

@@ -1,16 +1,19 @@
 #include "msd/StandardErrorSilence.h"
 
+#include <cassert>
 #include <iostream>
 #include <optional>
 
 #include "base/Mutex.h"
+#include "base/NoDestructor.h"
 #include "db/NullStream.h"
 
 namespace orvel {
 
 namespace {
 
-/// Never destroyed: std::cerr may be written to until the process ends.
+/// Shared by all instances. Never destroyed: any thread may write to std::cerr until the process
+/// ends.
 struct Redirection {
   Mutex mutex;
   int holders ORVEL_GUARDED_BY(mutex) = 0;
@@ -19,7 +22,7 @@ struct Redirection {
 };
 
 Redirection& redirection() {
-  static auto* const shared = new Redirection;
+  static NoDestructor<Redirection> shared;
   return *shared;
 }
 
@@ -34,6 +37,7 @@ StandardErrorSilence::StandardErrorSilence() {
 StandardErrorSilence::~StandardErrorSilence() {
   Redirection& shared = redirection();
   const MutexLock lock(shared.mutex);
+  assert(shared.holders > 0);
   if (--shared.holders == 0) shared.active.reset();
 }
 

@@ -2,8 +2,8 @@
 
 namespace orvel {
 
-/// Sends everything written to std::cerr into a null stream while at least one instance lives,
-/// whichever thread made it: two miners may read tags at once, and none waits for the other.
+/// Discards everything written to std::cerr while at least one instance exists. Any thread may
+/// create one; miners on several threads do not wait for each other.
 class StandardErrorSilence {
  public:
   StandardErrorSilence();

@@ -13,8 +13,9 @@ struct MetaDataInfo;
 struct MtpDirectory;
 struct Playlist;
 
-/// The way of the MTP stages to one device. Made by a stage for one batch and used by that stage's
-/// thread only. No operation throws for a device failure: each logs one line and returns a default.
+/// Gives the MTP stages access to one device. A stage makes one for each batch and uses it on its
+/// own thread only. No operation throws for a device failure: each logs one line and returns a
+/// default.
 class MtpConnection {
  public:
   /// @param handle    0 for no device
@@ -26,34 +27,34 @@ class MtpConnection {
 
   /// The path of a track from the root of the device; "" when it is unknown.
   std::string getTrackFilePath(t_track_id id);
-  /// Loads the lists of tracks, 16000 at most, and of playlists; the caller frees them. False when
-  /// the device is gone or does not answer.
+  /// Loads the lists of tracks, at most `Limits::songs`, and of playlists; the caller frees them.
+  /// False when the device is gone or does not answer.
   bool loadDeviceData(t_playlist_items_list& tracks, t_playlist_items_list& playlists);
   /// Seconds since the epoch.
   std::int32_t getTrackDateModifiedEpoch(t_track_id id);
   /// @param deviceKey  the device's mount point
-  /// @param rootName   what stands for the parent of a top folder
+  /// @param rootName   the name that replaces the parent of a top folder
   std::unique_ptr<MtpDirectory> generateDirectory(const std::string& path,
                                                   const std::string& deviceKey,
                                                   const std::string& rootName);
-  /// The record of a track; null for a hidden or excluded one and when the device is gone.
+  /// Makes the record of a track; null for a hidden or excluded one and when the device is gone.
   /// @param key       the device's mount point
   /// @param modified  seconds since the epoch
   std::unique_ptr<MetaDataInfo> generateTrack(const std::string& path, const std::string& key,
                                               t_track_id id, std::time_t modified);
-  /// The playlist with object id `index` and its entries; null when it has none.
+  /// Makes the record of the playlist with object id `index`; null when it has no entries.
   /// @param owner  the device's identifier
   /// @param key    the device's mount point
   std::unique_ptr<Playlist> generatePlaylist(const std::string& owner, const std::string& key,
                                              std::size_t index);
-  /// Has the device-access library list every folder that is not black-listed, so that it can
-  /// answer for paths afterwards. True when the whole device was walked.
+  /// Lists every folder that is not black-listed, so that the device-access library can answer for
+  /// paths afterwards. Returns whether the whole device was walked.
   bool crawlMtpDevice();
   /// Appends the folders of the tracks and their ancestors to `dirs`, each once, in the order of
-  /// their discovery; the root of the device is the empty path.
+  /// discovery. The root of the device is the empty path.
   void MTPCreateDirCache(std::vector<std::string>& dirs, t_playlist_items_list& tracks);
 
-  /// False when a folder or a list of this connection could not be had in full.
+  /// False when this connection failed to read a folder or a list completely.
   [[nodiscard]] bool isComplete() const;
   /// True when the device has more tracks than are loaded.
   [[nodiscard]] bool limitReached() const;

@@ -7,52 +7,44 @@
 
 #include <orvel/AttachedDevices.h>
 #include <orvel/MtpDevice.h>
+#include "base/Limits.h"
 #include "base/Log.h"
 #include "base/StageThread.h"
 #include "phones/ExclusionRules.h"
 #include "phones/MtpUtils.h"
+#include "phones/retryWhileBusy.h"
 
 namespace orvel {
 
 namespace {
 
-constexpr int kBusyRetries = 80;
-constexpr std::chrono::seconds kBusyPause{1};
-/// Paces the walk: after every call for items.
 constexpr std::chrono::milliseconds kItemsPause{10};
-constexpr std::uint32_t kMaxTracks = 16000;
 
 constexpr char kDefaultDate[] = "THU JAN 1 00:00:00 1970";
-/// What the library answers for a missing date.
+/// The library's answer for a missing date.
 constexpr std::string_view kMissingDate = "Thu Jan  1 00:00:00 1970";
 
 void logNoDevice() {
   OV_INFO(" - No device inserted");
 }
 
-/// Repeats `call` while it answers "busy", and lets `afterCall` have its way in between.
-template <class Call, class AfterCall>
-t_status whileBusy(Call call, AfterCall afterCall) {
-  for (int retry = 1;; ++retry) {
-    const t_status status = call();
-    afterCall();
-    if (status != STATUS_BUSY || retry > kBusyRetries) return status;
-    OV_INFO(" Processing from portix API. count = %d", retry);
-    if (!stageThread::sleep(kBusyPause)) return status;
-  }
-}
-
 template <class Call>
 t_status whileBusy(Call call) {
-  return whileBusy(call, [] {});
+  return retryWhileBusy(
+      call, [](int retry) { OV_INFO(" Processing from portix API. count = %d", retry); });
 }
 
+/// Pauses after every call, so that the walk leaves the device time for others.
 template <class Call>
 t_status pacedWhileBusy(Call call) {
-  return whileBusy(call, [] { stageThread::sleep(kItemsPause); });
+  return whileBusy([&] {
+    const t_status status = call();
+    stageThread::sleep(kItemsPause);
+    return status;
+  });
 }
 
-/// Without the spaces, and only those, at both ends.
+/// Removes spaces, but no other white space, at both ends.
 std::string withoutSpaces(std::string text) {
   text.erase(text.find_last_not_of(' ') + 1);
   text.erase(0, text.find_first_not_of(' '));
@@ -191,7 +183,7 @@ std::string MtpConnection::Impl::getTrackDateModified(t_track_id id) {
 std::int32_t MtpConnection::Impl::getTrackDateModifiedEpoch(t_track_id id) {
   const std::string date = getTrackDateModified(id);
   std::tm parts{};
-  // The apostrophes match no real date: what counts is that every run gets the same value.
+  // The apostrophes match no real date, but changing them would change every stored date.
   strptime(date.c_str(), "%a' '%b' '%d' '%H:%M:%S' '%Y", &parts);
   return static_cast<std::int32_t>(std::mktime(&parts));
 }
@@ -272,8 +264,9 @@ bool MtpConnection::Impl::loadDeviceData(t_playlist_items_list& tracks,
     OV_INFO(" - Error while getting num elements");
     return false;
   }
-  reachedLimit = trackCount > kMaxTracks;
-  tracks = getPlaylistElements(CATEGORY_TRACKS, static_cast<int>(std::min(trackCount, kMaxTracks)));
+  const std::uint32_t maxTracks = limits().songs;
+  reachedLimit = trackCount > maxTracks;
+  tracks = getPlaylistElements(CATEGORY_TRACKS, static_cast<int>(std::min(trackCount, maxTracks)));
   playlists = getPlaylistElements(CATEGORY_PLAYLISTS, static_cast<int>(playlistCount));
   OV_INFO("Content for device(%u | handle %d) loaded from Portix", trackCount + playlistCount,
           static_cast<int>(handle));

@@ -7,14 +7,16 @@
 #include <vector>
 
 #include "mtp/MtpConnection.h"
+#include "mtp/PagedListing.h"
 #include "phones/Access.h"
 #include "phones/MtpUtils.h"
 #include "phones/OwnedList.h"
 
 namespace orvel {
 
-/// What `MtpConnection` forwards to, under the same names. In three files: access to the device and
-/// its lists (MtpConnectionImpl.cpp), the walk (MtpFileTree.cpp) and the records (MtpRecords.cpp).
+/// Implements the operations of `MtpConnection` under the same names. Three files define it: access
+/// to the device and its lists (MtpConnectionImpl.cpp), the walk (MtpFileTree.cpp) and the records
+/// (MtpRecords.cpp).
 class MtpConnection::Impl {
  public:
   Impl(t_handle deviceHandle, const std::string& device);
@@ -52,7 +54,7 @@ class MtpConnection::Impl {
   /// In bytes.
   std::uint64_t getTrackFileSize(t_track_id id);
 
-  // Repeat the call while the device is busy, about 81 seconds at most.
+  // Repeat the call while the device is busy, for about 81 seconds at most.
   t_status SafeGetNumItems(t_handle device, const t_mtp_container& container,
                            const t_mtp_item_type& type, std::uint32_t& count);
   t_status SafeGetItems(t_handle device, const t_mtp_container& container,
@@ -67,28 +69,39 @@ class MtpConnection::Impl {
   static bool isDirectoryBlacklisted(std::string folderName);
 
  private:
-  /// How a folder's walk goes on after one page.
-  enum class Page { Next, FolderDone, WalkFailed };
-  struct FolderWalk;
+  struct Folder;
   using TextCall = t_status (*)(t_handle, t_track_id, char*);
 
+  // The walk. Each returns false when it must end, unless noted otherwise.
+  /// Lists a folder and walks into the folders in it.
   bool MTPFileTree(int device, const int& storageId, const int& folderId, bool isRoot);
-  Page nextPage(FolderWalk& walk);
-  void recount(FolderWalk& walk);
-  bool visit(const FolderWalk& walk, const t_mtp_item& item);
-  Page giveUp(const FolderWalk& walk);
-  CTrackInfo readTexts(t_track_id id);
+  /// Whether a folder is not entered: it lies too deep, or the walk is inside it already.
+  [[nodiscard]] bool isTooDeepOrOpen(int folderId) const;
+  /// True when a call's status ends the walk; logs it then.
+  static bool endsWalk(t_status status);
+  bool walkPages(const Folder& folder, PagedListing listing);
+  /// Counts the folder again after a short read; false when its rest was given up.
+  bool settleShortRead(const Folder& folder, PagedListing& listing);
+  void recount(const Folder& folder, PagedListing& listing);
+  void giveUp(const Folder& folder, const PagedListing& listing);
+  bool visitAll(const Folder& folder, const OwnedItems& page);
+  bool visit(const Folder& folder, const t_mtp_item& item);
+
+  /// The tags of a track: from the device, or else from the track's own bytes, then with the
+  /// number.
+  CTrackInfo readInfo(t_track_id id);
 
   std::string getText(TextCall call, const char* method, t_track_id id, const char* otherwise);
-  /// Strips the text that a call wrote; `otherwise` when it failed or nothing is left.
+  /// Returns the text that a call wrote without spaces at its ends; `otherwise` when the call
+  /// failed or nothing is left.
   static std::string textOr(t_status status, const char* method, const char* text,
                             const char* otherwise);
-  /// Whether the loops must end: the device is gone, or the calling stage was stopped.
+  /// True when loops must end: the device is gone or the calling stage was stopped.
   [[nodiscard]] bool isGone() const;
 
   t_handle handle;
   const std::string& deviceId;
-  std::vector<int> ancestors;  ///< the folders that the walk is in
+  std::vector<int> ancestors;  ///< the folders that the walk has entered and not left
   bool complete = true;
   bool reachedLimit = false;
 };

@@ -9,7 +9,7 @@ namespace orvel {
 class MtpConnection;
 
 /// The first stage of the MTP pipeline: walks the device, waits until it is ready, and sends one
-/// block of tracks, one of playlists and one of directories on. Reads no file content.
+/// block of tracks, one of playlists and one of directories. Reads no file content.
 class MtpCrawler : public Crawler<MtpDirectory*> {
  public:
   using Crawler::Crawler;
@@ -17,13 +17,11 @@ class MtpCrawler : public Crawler<MtpDirectory*> {
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  private:
-  struct Found;
-
-  void crawl(Found& found);
-  void addTracks(Found& found, MtpConnection& connection, const OwnedElements& tracks);
-  void addPlaylists(Found& found, const OwnedElements& playlists);
-  void addDirectories(Found& found, MtpConnection& connection, OwnedElements& tracks);
-  /// False when the device is gone or the stage was stopped.
+  void crawl(const Found& found);
+  void addTracks(const Found& found, MtpConnection& connection, const OwnedElements& tracks);
+  void addPlaylists(const Found& found, const OwnedElements& playlists);
+  void addDirectories(const Found& found, MtpConnection& connection, OwnedElements& tracks);
+  /// Returns false when the device is gone or the stage was stopped.
   [[nodiscard]] bool goesOn(const Operation& operation) const;
 };
 

@@ -7,6 +7,7 @@
 
 #include "base/Log.h"
 #include "base/Mutex.h"
+#include "base/NoDestructor.h"
 #include "base/StageThread.h"
 
 namespace orvel {
@@ -55,8 +56,8 @@ MtpDevice::MtpDevice() : state(std::make_unique<State>()) {}
 MtpDevice::~MtpDevice() = default;
 
 MtpDevice& MtpDevice::instance() {
-  // Never destroyed: stage threads may still ask while the process ends.
-  static auto* const registry = new MtpDevice;
+  // Never destroyed: stage threads may outlive the main function.
+  static NoDestructor<MtpDevice> registry;
   return *registry;
 }
 
@@ -83,7 +84,7 @@ void MtpDevice::setDeviceReady(std::size_t handle) {
 void MtpDevice::disconnectDevice(std::size_t handle) {
   OV_INFO("disconnectDevice");
   const MutexLock lock(state->mutex);
-  // Nothing is kept of a device that is gone: each attach has a handle of its own.
+  // Every attachment has a new handle: nothing about this one is needed again.
   state->devices.erase(keyOf(handle));
 }
 
@@ -101,7 +102,8 @@ bool MtpDevice::waitDeviceReady(std::size_t handle) {
   if (!isDeviceConnected(handle)) return false;
   OV_INFO("waitDeviceReady %u", keyOf(handle));
   const std::stop_token& stopped = stageThread::stopToken();
-  // Outside the lock: the callback takes it, and runs here and now when the stop came first.
+  // Made without the lock, because the constructor runs the callback if the stage is stopped
+  // already.
   const std::stop_callback wake(stopped, [this] {
     const MutexLock lock(state->mutex);
     state->cond.broadcast();
@@ -113,7 +115,7 @@ bool MtpDevice::waitDeviceReady(std::size_t handle) {
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_sec += kReadyTimeoutSeconds;
     const unsigned long seen = state->broadcasts;
-    // A spurious wake-up goes back to waiting: this is one wait.
+    // Goes back to waiting after a spurious wake-up.
     while (state->broadcasts == seen && !stopped.stop_requested()) {
       if (!state->cond.waitUntil(state->mutex, deadline)) break;
     }

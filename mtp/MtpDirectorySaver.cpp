@@ -2,14 +2,20 @@
 
 #include <algorithm>
 
-#include "base/Log.h"
 #include "base/Timer.h"
-#include "db/SqlTexts.h"
-#include "db/StoredDirectories.h"
-#include "db/Transaction.h"
-#include "framework/HostListener.h"
 
 namespace orvel {
+
+namespace {
+
+std::vector<std::string> idsOf(const Block<MtpDirectory*>& block) {
+  std::vector<std::string> ids;
+  ids.reserve(block.items.size());
+  for (const MtpDirectory* directory : block.items) ids.push_back(directory->objectId.text());
+  return ids;
+}
+
+}  // namespace
 
 MtpDirectorySaver::sink_block_type_ptr MtpDirectorySaver::doOperation(src_block_type_ptr block) {
   OV_INFO("MtpDirectorySaver for: %u", static_cast<unsigned>(block->items.size()));
@@ -17,50 +23,16 @@ MtpDirectorySaver::sink_block_type_ptr MtpDirectorySaver::doOperation(src_block_
   auto result = boost::make_shared<Block<void>>(block->operation);
   open(block->operation.deviceId);
   const ClosingScope closing(*this);
-  if (!block->operation.skipped) save(*block, result->operation);
+  if (!block->operation.skipped) {
+    update(*block, {"", sql::kDeleteAllDirectories}, idsOf(*block), result->operation);
+  }
   OV_INFO("MtpDirectorySaver timer: %ld", timer.elapsedMs());
   return result;
 }
 
-void MtpDirectorySaver::save(const Block<MtpDirectory*>& block, Operation& result) {
-  std::vector<std::string> ids;
-  ids.reserve(block.items.size());
-  for (const MtpDirectory* directory : block.items) ids.push_back(directory->objectId.text());
-  std::sort(ids.begin(), ids.end());
-  const std::size_t differences = countDifferences(in, "", ids);
-  if (!in.eof()) rowsWereLost(result);
-  if (differences == 0) {
-    OV_INFO("RNC: Did not find changes");
-    progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
-  } else {
-    OV_INFO("RNC: Found changes %u", static_cast<unsigned>(differences));
-    rewrite(block, result);
-  }
-}
-
-void MtpDirectorySaver::rewrite(const Block<MtpDirectory*>& block, Operation& result) {
-  if (stopping()) {
-    result.skipped = true;
-    progress->leaveUndone(LeftUndone::Interrupted);
-    return;
-  }
-  Transaction transaction(out);
-  out.clear();
-  out.exec(sql::kDeleteAllDirectories);
-  const bool deleted = out.good();
-  out.query(sql::kInsertDirectory);
+void MtpDirectorySaver::insertRows(const Block<MtpDirectory*>& block) {
   std::copy(block.items.begin(), block.items.end(),
             sqlstl::sqlostream_iterator<const MtpDirectory*>(out));
-  const bool inserted = out.good();
-  out.finalize();
-  if (!transaction.end() || !deleted || !inserted) {
-    rowsWereLost(result);
-  } else {
-    progress->directoriesAreStored(static_cast<unsigned>(block.items.size()));
-  }
-  if (!running()) return;
-  progress->contentModified = true;
-  listener->contentModified(block.operation.mountPoint);
 }
 
 }  // namespace orvel

@@ -1,38 +1,39 @@
-// The walk over a device.
+// The walk over a device: its storages, their folders, and each folder page by page.
 
 #include <algorithm>
 #include <atomic>
 #include <unordered_set>
 
+#include "base/Limits.h"
 #include "base/Log.h"
 #include "mtp/MtpConnectionImpl.h"
+#include "phones/DeviceLimits.h"
 #include "phones/MtpUtils.h"
 
 namespace orvel {
 
 namespace {
 
-constexpr std::size_t kMaxDepth = 128;
-constexpr std::uint32_t kMaxTracks = 16000;
-/// After so many pages that brought nothing a folder is given up.
-constexpr int kMaxFruitlessPages = 81;
-
-/// One recount is allowed for each run of short reads, whichever folder or thread it happens to.
+/// Whether the next short read may be settled by a recount. One recount for each run of short
+/// reads, in all folders and threads together.
 std::atomic<bool> recountAllowed{true};
+
+void logStorages(const OwnedItems& storages) {
+  OV_INFO("Index   -   Name of Storage");
+  for (const t_mtp_item& storage : storages) {
+    OV_INFO("[%d] - %s of type %d", static_cast<int>(storage.id), storage.name,
+            static_cast<int>(storage.type));
+  }
+}
 
 }  // namespace
 
-/// The walk through one folder.
-struct MtpConnection::Impl::FolderWalk {
+struct MtpConnection::Impl::Folder {
   t_handle device;
   t_mtp_container container;
-  bool isRoot;
-  std::uint32_t total = 0;
-  std::uint32_t start = 0;
-  std::uint32_t pageCount = 0;
-  int fruitlessPages = 0;
+  bool isRoot;  ///< of its storage
 
-  [[nodiscard]] int folderId() const { return static_cast<int>(container.id); }
+  [[nodiscard]] int id() const { return static_cast<int>(container.id); }
   [[nodiscard]] int storageId() const { return static_cast<int>(container.storage); }
 };
 
@@ -49,11 +50,7 @@ bool MtpConnection::Impl::crawlMtpDevice() {
     OV_ERROR("- error while getting MTP partitions");
     return false;
   }
-  OV_INFO("Index   -   Name of Storage");
-  for (const t_mtp_item& storage : storages) {
-    OV_INFO("[%d] - %s of type %d", static_cast<int>(storage.id), storage.name,
-            static_cast<int>(storage.type));
-  }
+  logStorages(storages);
   for (const t_mtp_item& storage : storages) {
     if (!MTPFileTree(static_cast<int>(handle), static_cast<int>(storage.id), 0, true)) {
       OV_ERROR("MTPFileTree fail");
@@ -68,97 +65,110 @@ bool MtpConnection::Impl::crawlMtpDevice() {
 bool MtpConnection::Impl::MTPFileTree(int device, const int& storageId, const int& folderId,
                                       bool isRoot) {
   if (isRoot) OV_INFO("Root folder");
-  if (ancestors.size() > kMaxDepth ||
-      std::find(ancestors.begin(), ancestors.end(), folderId) != ancestors.end()) {
-    return true;
-  }
-  FolderWalk walk{static_cast<t_handle>(device),
-                  {CONTAINER_FOLDER, static_cast<std::uint32_t>(folderId),
-                   static_cast<std::uint32_t>(storageId)},
-                  isRoot};
-  const t_status status = SafeGetNumItems(walk.device, walk.container, TYPE_OBJECT, walk.total);
-  if (status != STATUS_OK || walk.total == 0) {
+  if (isTooDeepOrOpen(folderId)) return true;
+  const Folder folder{static_cast<t_handle>(device),
+                      {CONTAINER_FOLDER, static_cast<std::uint32_t>(folderId),
+                       static_cast<std::uint32_t>(storageId)},
+                      isRoot};
+  std::uint32_t total = 0;
+  const t_status status = SafeGetNumItems(folder.device, folder.container, TYPE_OBJECT, total);
+  if (status != STATUS_OK || total == 0) {
     complete = complete && status == STATUS_OK;
     OV_INFO("Emtpy folder or error for Access_GetNumItems");
-    if (status == STATUS_NOT_OK_BAD_HANDLE) {
-      checkStatus("MTPFileTree", status);
-      return false;
-    }
-    if (walk.total == 0) {
+    if (endsWalk(status)) return false;
+    if (total == 0) {
       OV_INFO("Folder %d is reported as empty", folderId);
       return true;
     }
   }
   ancestors.push_back(folderId);
-  Page page = Page::Next;
-  while (page == Page::Next) page = nextPage(walk);
+  const bool goesOn = walkPages(folder, PagedListing(total));
   ancestors.pop_back();
-  return page == Page::FolderDone;
+  return goesOn;
 }
 
-MtpConnection::Impl::Page MtpConnection::Impl::nextPage(FolderWalk& walk) {
-  OwnedItems page;
-  const t_status status =
-      SafeGetItems(walk.device, walk.container, TYPE_OBJECT, walk.start, walk.total, page.out());
-  if (status != STATUS_OK) {
-    OV_INFO("Access_GetItems returns error");
-    complete = false;
-    if (status == STATUS_NOT_OK_BAD_HANDLE) {
-      checkStatus("MTPFileTree", status);
-      return Page::WalkFailed;
-    }
-  } else {
-    walk.pageCount = page.size();
-    if (walk.pageCount == 0 && walk.start != 0 && walk.total != 0) {
-      if (!recountAllowed.exchange(false)) return giveUp(walk);
-      recount(walk);
+bool MtpConnection::Impl::isTooDeepOrOpen(int folderId) const {
+  return ancestors.size() > kMaxFolderDepth ||
+         std::find(ancestors.begin(), ancestors.end(), folderId) != ancestors.end();
+}
+
+bool MtpConnection::Impl::endsWalk(t_status status) {
+  if (status != STATUS_NOT_OK_BAD_HANDLE) return false;
+  checkStatus("MTPFileTree", status);
+  return true;
+}
+
+bool MtpConnection::Impl::walkPages(const Folder& folder, PagedListing listing) {
+  while (true) {
+    OwnedItems page;
+    const t_status status = SafeGetItems(folder.device, folder.container, TYPE_OBJECT,
+                                         listing.start(), listing.total(), page.out());
+    if (status == STATUS_OK) {
+      listing.setPageLength(page.size());
+      if (!settleShortRead(folder, listing)) return true;
+      if (!visitAll(folder, page)) return false;
     } else {
-      recountAllowed = true;
+      OV_INFO("Access_GetItems returns error");
+      complete = false;
+      if (endsWalk(status)) return false;
     }
-    for (const t_mtp_item& item : page) {
-      if (!visit(walk, item)) return Page::WalkFailed;
+    if (listing.isAtEnd() || isGone()) return true;
+    if (!listing.moveOn(status)) {
+      giveUp(folder, listing);
+      return true;
     }
   }
-  if (walk.start + walk.pageCount >= walk.total || isGone()) return Page::FolderDone;
-  if (walk.pageCount == 0 &&
-      (status == STATUS_BUSY || ++walk.fruitlessPages == kMaxFruitlessPages)) {
-    return giveUp(walk);
-  }
-  walk.start += walk.pageCount;
-  return Page::Next;
 }
 
-void MtpConnection::Impl::recount(FolderWalk& walk) {
+bool MtpConnection::Impl::settleShortRead(const Folder& folder, PagedListing& listing) {
+  if (!listing.isShortRead()) {
+    recountAllowed = true;
+    return true;
+  }
+  if (!recountAllowed.exchange(false)) {
+    giveUp(folder, listing);
+    return false;
+  }
+  recount(folder, listing);
+  return true;
+}
+
+void MtpConnection::Impl::recount(const Folder& folder, PagedListing& listing) {
   OV_WARN(
       "Could not fetch more items for container %d of storage %d. Got %d / %d. Checking if number "
       "of elements changed",
-      walk.folderId(), walk.storageId(), static_cast<int>(walk.start),
-      static_cast<int>(walk.total));
-  SafeGetNumItems(walk.device, walk.container, TYPE_OBJECT, walk.total);
-  OV_WARN("New number of elements for container %d of storage %d is %d", walk.folderId(),
-          walk.storageId(), static_cast<int>(walk.total));
+      folder.id(), folder.storageId(), static_cast<int>(listing.start()),
+      static_cast<int>(listing.total()));
+  std::uint32_t total = listing.total();
+  SafeGetNumItems(folder.device, folder.container, TYPE_OBJECT, total);
+  listing.setTotal(total);
+  OV_WARN("New number of elements for container %d of storage %d is %d", folder.id(),
+          folder.storageId(), static_cast<int>(total));
 }
 
-MtpConnection::Impl::Page MtpConnection::Impl::giveUp(const FolderWalk& walk) {
-  OV_WARN("Could not fetch all items for container %d of storage %d. Got %d / %d", walk.folderId(),
-          walk.storageId(), static_cast<int>(walk.start), static_cast<int>(walk.total));
+void MtpConnection::Impl::giveUp(const Folder& folder, const PagedListing& listing) {
+  OV_WARN("Could not fetch all items for container %d of storage %d. Got %d / %d", folder.id(),
+          folder.storageId(), static_cast<int>(listing.start()), static_cast<int>(listing.total()));
   complete = false;
   recountAllowed = true;
-  return Page::FolderDone;
 }
 
-/// Walks into a folder; false when the whole walk must end.
-bool MtpConnection::Impl::visit(const FolderWalk& walk, const t_mtp_item& item) {
+bool MtpConnection::Impl::visitAll(const Folder& folder, const OwnedItems& page) {
+  return std::all_of(page.begin(), page.end(),
+                     [&](const t_mtp_item& item) { return visit(folder, item); });
+}
+
+bool MtpConnection::Impl::visit(const Folder& folder, const t_mtp_item& item) {
   if (isGone()) return false;
   if (item.type != TYPE_FOLDER) return true;
   const char* const name = item.name == nullptr ? "" : item.name;
   const int id = static_cast<int>(item.id);
-  if (walk.isRoot && isDirectoryBlacklisted(name)) {
+  if (folder.isRoot && isDirectoryBlacklisted(name)) {
     OV_INFO("Ignoring folder:%s - id:%d", name, id);
     return true;
   }
   OV_INFO("Checking folder:%s - id:%d", name, id);
-  if (MTPFileTree(static_cast<int>(walk.device), walk.storageId(), id, false)) return true;
+  if (MTPFileTree(static_cast<int>(folder.device), folder.storageId(), id, false)) return true;
   OV_ERROR("MTPFileTree fail");
   return false;
 }
@@ -166,7 +176,7 @@ bool MtpConnection::Impl::visit(const FolderWalk& walk, const t_mtp_item& item) 
 void MtpConnection::Impl::MTPCreateDirCache(std::vector<std::string>& dirs,
                                             t_playlist_items_list& tracks) {
   OV_INFO("MTPCreateDirCache");
-  if (tracks.count > kMaxTracks) {
+  if (tracks.count > limits().songs) {
     OV_WARN("Invalid playlist size: %d", static_cast<int>(tracks.count));
     return;
   }

@@ -8,6 +8,7 @@
 #include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "base/Timer.h"
+#include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
 #include "tags/TagReaderScope.h"
 
@@ -25,6 +26,7 @@ MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
   songs->items.reserve(block->items.size());
   if (DatabaseMgr::instance().dbSizeHasReachLimit(operation.deviceId)) {
     OV_INFO("MtpMiner SKIPPED db size limit reached (op: %d)", operation.id);
+    // Only the reason is recorded: a phone that is too large ends with status "OK".
     progress->leaveUndone(LeftUndone::SizeLimit);
   } else {
     if (reader == nullptr) reader = makeReader(cancellation.get_token());
@@ -60,8 +62,7 @@ void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& 
     progress->songsSkipped += missing;
     return;
   }
-  songs.operation.skipped = true;
-  progress->leaveUndone(stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
+  leaveUndone(songs.operation, stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
 }
 
 }  // namespace orvel

@@ -6,10 +6,11 @@
 #include "db/MetaDataInfo.h"
 #include "framework/Server.h"
 #include "tags/TagReader.h"
+#include "tags/isolation/makeTagReader.h"
 
 namespace orvel {
 
-/// Makes the records of new and changed tracks of an MTP device.
+/// Makes the song records of new and changed tracks of an MTP device.
 class MtpMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
   explicit MtpMiner(const char* stageName, TagReaderFactory makeReader = makeTagReader);

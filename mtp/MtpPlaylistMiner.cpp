@@ -5,6 +5,7 @@
 
 #include <orvel/MtpDevice.h>
 #include "base/Log.h"
+#include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
 
 namespace orvel {
@@ -26,8 +27,7 @@ MtpPlaylistMiner::sink_block_type_ptr MtpPlaylistMiner::doOperation(src_block_ty
     if (playlist != nullptr) playlists->add(std::move(playlist));
   }
   if (!block->items.empty() && (!goesOn() || !connection.isComplete())) {
-    playlists->operation.skipped = true;
-    progress->leaveUndone(stopping() ? LeftUndone::Interrupted : LeftUndone::ReadError);
+    leaveUndone(playlists->operation, stopping() ? LeftUndone::Interrupted : LeftUndone::ReadError);
   }
   OV_INFO("MtpPlaylistMiner done (op: %d)", operation.id);
   return playlists;

@@ -1,4 +1,4 @@
-// The records that are made of what a device holds.
+// The records of directories, tracks and playlists.
 
 #include <algorithm>
 #include <array>
@@ -14,7 +14,7 @@ namespace orvel {
 
 namespace {
 
-/// Without its first line feed, and without spaces at both ends.
+/// Removes the first line feed, then the spaces at both ends.
 std::string tidied(std::string text) {
   const std::size_t lineFeed = text.find('\n');
   if (lineFeed != std::string::npos) text.erase(lineFeed, 1);
@@ -41,25 +41,19 @@ std::unique_ptr<MtpDirectory> MtpConnection::Impl::generateDirectory(const std::
   return directory;
 }
 
-/// The five texts of a track, from the device or else from the track's own bytes.
-CTrackInfo MtpConnection::Impl::readTexts(t_track_id id) {
+CTrackInfo MtpConnection::Impl::readInfo(t_track_id id) {
   if (MtpUtils::deviceHasMetadata(id, handle)) {
-    // One after the other, in this order.
-    std::string title = getTrackTitle(id);
-    std::string artist = getTrackArtist(id);
-    std::string album = getTrackAlbum(id);
-    std::string genre = getTrackGenre(id);
-    std::string composer = getTrackComposer(id);
-    return {std::move(title), std::move(artist), std::move(album), std::move(genre),
-            std::move(composer)};
+    // A braced list is evaluated from left to right: the calls are made in this order.
+    return {getTrackTitle(id), getTrackArtist(id), getTrackAlbum(id), getTrackGenre(id),
+            getTrackComposer(id)};
   }
   OV_INFO("Track with ID %d is unsupported. Device handle: %d", static_cast<int>(id),
           static_cast<int>(handle));
-  CTrackInfo texts;
-  if (!MtpUtils::getMetadataFromMTPFile(id, texts, handle)) {
+  CTrackInfo info;
+  if (!MtpUtils::getMetadataFromMTPFile(id, info, handle)) {
     OV_INFO("Couldn't get metadata using Taglib for trackID %d", static_cast<int>(id));
   }
-  return texts;
+  return info;
 }
 
 std::unique_ptr<MetaDataInfo> MtpConnection::Impl::generateTrack(const std::string& /*path*/,
@@ -75,16 +69,18 @@ std::unique_ptr<MetaDataInfo> MtpConnection::Impl::generateTrack(const std::stri
     OV_INFO("[KORU] Excluding file with unsupported extension");
     return nullptr;
   }
-  const CTrackInfo texts = readTexts(id);
-  const std::uint16_t number = getTrackNumber(id);
+  const CTrackInfo info = readInfo(id);
+  const std::uint16_t ownNumber = getTrackNumber(id);
+  // A device without tags for the track answers 0; the number of the track's bytes stands in.
+  const std::uint16_t number = ownNumber == 0 ? info.getTrackNumber() : ownNumber;
   if (isGone()) {
     OV_INFO("Indexing of track stopped or device removed");
     return nullptr;
   }
   constexpr int kDisc = 1;
   return std::make_unique<MetaDataInfo>(
-      path, key, tidied(texts.getTitle()), tidied(texts.getArtist()), tidied(texts.getAlbum()),
-      tidied(texts.getGenre()), tidied(texts.getComposer()), number, kDisc,
+      path, key, tidied(info.getTitle()), tidied(info.getArtist()), tidied(info.getAlbum()),
+      tidied(info.getGenre()), tidied(info.getComposer()), number, kDisc,
       static_cast<long>(modified), getMTPTrackId(id, deviceId));
 }
 

@@ -6,14 +6,17 @@
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"
 #include "mtp/MtpPlaylistMiner.h"
+#include "phones/DeviceList.h"
 
 namespace orvel {
 
 MtpPipeline::MtpPipeline(Orvel* owner)
     : SongDirectoryPipeline("MtpPipeline", owner, OperationType::Mtp) {
   using Content = ChangeFinder::Content;
-  // A pulled cable ends every loop at its next item, also before the host has noticed.
-  setRemovalListener([](t_handle handle) { MtpDevice::instance().disconnectDevice(handle); });
+  // Ends every loop over an unplugged device at its next item, even if the host has not noticed
+  // yet.
+  DeviceList::instance().setRemovalListener(
+      [](t_handle handle) { MtpDevice::instance().disconnectDevice(handle); });
   crawlerStage = assemble(
       std::make_unique<MtpCrawler>("MtpCrawler"),
       std::make_unique<MtpDirectorySaver>("MtpDirectorySaver"),

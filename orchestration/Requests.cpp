@@ -19,9 +19,6 @@ namespace {
 
 /// How long a call waits for a pipeline to end: ten times what a healthy device takes.
 constexpr std::chrono::milliseconds kPatience{500};
-/// How long one call of the host waits for database locks in all: its thread draws the rear-view
-/// camera's menu.
-constexpr std::chrono::milliseconds kPatienceForLocks{900};
 /// A host that tries a dead device over and over must not run out of threads.
 constexpr std::size_t kMostLeftBehind = 16;
 
@@ -82,7 +79,7 @@ void Orvel::Requests::accept(HostCall call) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void Orvel::Requests::carryOut(const HostCall& call) {
-  const sqlstl::WaitLimit limit(kPatienceForLocks);
+  const sqlstl::WaitLimit limit(sqlstl::kHostLockWait);
   try {
     if (call.kind == HostCall::Kind::Start) {
       start(call);

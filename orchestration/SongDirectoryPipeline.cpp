@@ -4,7 +4,7 @@
 #include "base/Limits.h"
 #include "base/Log.h"
 #include "base/Timer.h"
-#include "base/insist.h"
+#include "base/retryOnBadAlloc.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
 
@@ -70,11 +70,11 @@ SongDirectoryPipeline::sink_block_type_ptr SongDirectoryPipeline::doOperation(
 
 void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
   try {
-    insist([this] { removeOrphanedEntries(); });
-    insist([this] { concludeStatus(); });
-    insist([this] { removeDanglingPartitions(); });
+    retryOnBadAlloc([this] { removeOrphanedEntries(); });
+    retryOnBadAlloc([this] { concludeStatus(); });
+    retryOnBadAlloc([this] { removeDanglingPartitions(); });
     listener->indexingFinished(operation.mountPoint);
-    insist([this] { makeDurable(); });
+    retryOnBadAlloc([this] { makeDurable(); });
     progress->enter(RequestPhase::Finished);
     reportToController(result);
   } catch (const std::exception&) {
@@ -93,7 +93,7 @@ void SongDirectoryPipeline::removeOrphanedEntries() {
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
   out.exec(sql::kClearPlaylists);
-  if (!Transaction::settle(out.handle()) || !out.good()) leaveUndone(LeftUndone::RowsLost);
+  if (!Transaction::settle(out) || !out.good()) leaveUndone(LeftUndone::RowsLost);
   out.close();
 }
 

@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// The form in which the device-access library hands a text out: UTF-8 with U+FFFD for ill-formed
-/// parts, ended by the first NUL, and cut at a character's border to fit kAccessTextBytes.
+/// Returns `text` up to its first NUL as well-formed UTF-8, with U+FFFD for ill-formed parts, cut
+/// between characters to fit kAccessTextBytes.
 std::string accessText(std::string_view text);
 
 }  // namespace orvel

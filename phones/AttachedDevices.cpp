@@ -14,10 +14,6 @@ constexpr std::chrono::milliseconds kReleaseTime{500};
 
 }  // namespace
 
-const char* deviceAccessLibrary() {
-  return deviceBus::libraryName();
-}
-
 std::vector<AttachedDevice> attachedDevices() {
   const std::vector<deviceBus::BusDevice> present = deviceBus::scan();
   DeviceList& list = DeviceList::instance();
@@ -39,7 +35,7 @@ std::vector<AttachedDevice> attachedDevices() {
 std::vector<DeviceStorage> storagesOf(t_handle handle) {
   std::vector<DeviceStorage> storages;
   const auto device = DeviceList::instance().find(handle);
-  if (device != nullptr) device->listStorages(storages, Device::WhenBusy::Wait);
+  if (device != nullptr) device->listStorages(storages, WhenBusy::Wait);
   return storages;
 }
 
@@ -65,10 +61,6 @@ std::optional<t_track_id> findObject(const std::string& deviceId, const std::str
   });
 }
 
-void setRemovalListener(RemovalListener listener) {
-  DeviceList::instance().setRemovalListener(listener);
-}
-
 void releaseDevices() {
   std::vector<std::future<void>> released;
   for (const auto& device : DeviceList::instance().all()) {
@@ -78,10 +70,6 @@ void releaseDevices() {
   }
   const auto deadline = std::chrono::steady_clock::now() + kReleaseTime;
   for (const std::future<void>& one : released) one.wait_until(deadline);
-}
-
-void attachScriptedDevices(const std::string& file) {
-  deviceBus::attachScripted(file);
 }
 
 }  // namespace orvel

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -12,60 +11,60 @@
 #include <vector>
 
 #include "base/Mutex.h"
-#include "phones/DeviceBus.h"
-#include "phones/DeviceThread.h"
+#include "phones/DeviceConnection.h"
 #include "phones/ObjectTable.h"
 
 namespace orvel {
 
-/// One attached device: its session, the thread that carries it, and what is known of the device
-/// without asking it again. Any thread.
-class Device : public std::enable_shared_from_this<Device> {
- public:
-  /// How a call deals with a device that is busy.
-  enum class WhenBusy {
-    Answer,  ///< answers STATUS_BUSY: the caller repeats the call
-    Wait     ///< waits until the device is free
-  };
+class DeviceCalls;
 
-  Device(t_handle deviceHandle, deviceBus::BusDevice busDevice);
+/// One attached device: asks it through its connection and remembers the answers that are needed
+/// again. Any thread.
+class Device {
+ public:
+  Device(t_handle handle, deviceBus::BusDevice bus);
+  ~Device();
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
 
   /// Opens the device unless it is open, and describes it as hosts see it.
   AttachedDevice describe();
-  /// Ends the session once the device's thread is free, and then calls `whenClosed` there.
-  void close(std::function<void()> whenClosed);
+  /// Ends the session once the device's thread is free, then calls `whenClosed` on that thread.
+  void close(std::function<void()> whenClosed) { connection->close(std::move(whenClosed)); }
 
-  [[nodiscard]] const std::string& busPath() const { return bus.path; }
-  [[nodiscard]] bool isGone() const { return gone; }
-  /// From now on every call answers STATUS_NOT_OK_BAD_HANDLE; leaves the list of devices, once.
-  void markGone();
-
-  /// What the implementation has to say before a call begins.
-  t_status enterCall(const char* call);
-  std::uint32_t countItems(const t_mtp_container& of, std::uint32_t present);
-  std::uint32_t pageItems(const t_mtp_container& of, std::uint32_t start, std::uint32_t present);
+  [[nodiscard]] const std::string& busPath() const { return connection->bus().path; }
+  [[nodiscard]] bool isGone() const { return connection->isGone(); }
+  /// From now on every call answers STATUS_NOT_OK_BAD_HANDLE, and the device is not listed anymore.
+  void markGone() { connection->markGone(); }
+  /// STATUS_OK while the device is open; otherwise the status that every call answers.
+  t_status checkOpen() { return connection->checkOpen(); }
+  /// The calls of Access.h for this device.
+  DeviceCalls& calls() { return *deviceCalls; }
 
   t_status listStorages(std::vector<DeviceStorage>& storages, WhenBusy whenBusy);
-  /// Begins a walk: `count` is the number of storages.
+  /// Begins a walk; `count` is set to the number of storages.
   t_status beginWalk(std::uint32_t& count);
-  /// Lists a folder into the table. One that fails to be listed has its last known children.
+  /// Lists a folder into the table of objects. When that fails, the children known from the last
+  /// walk stand in.
   t_status listFolder(std::uint32_t storage, t_track_id folder, std::uint32_t& count);
   void endWalk();
 
   t_status countPlaylists(std::uint32_t& count);
+  /// Makes the members of a playlist the calling thread's track list.
   t_status selectPlaylist(t_track_id playlist);
+  /// Makes all tracks the calling thread's track list.
   void resetSelection();
-  /// The calling thread's track list: the members of its selected playlist, or all tracks.
+  /// The calling thread's track list.
   std::vector<t_track_id> selectedTracks();
   std::vector<DevicePlaylist> playlists();
-
-  /// The name of a playlist of this id; nothing when there is none.
+  /// Nothing unless `id` is a playlist's.
   std::optional<std::string> playlistName(t_track_id id);
-  /// The tags that the device gives for a track, empty texts where it gives none. The last track's
-  /// are kept.
+
+  /// The tags that the device gives for a track; empty texts where it gives none. Asks the device
+  /// once for consecutive calls for the same track.
   t_status tags(t_track_id id, DeviceTags& tags, WhenBusy whenBusy);
-  /// Keeps the track number that was read from the track's own bytes.
-  void keepTrackNumber(t_track_id id, std::uint16_t number);
+  /// From now on `tags` gives none for this track, without asking, until another track's are read.
+  void assumeNoTags(t_track_id id);
   t_status readBytes(const DeviceObject& track, std::uint64_t offset, std::uint32_t length,
                      std::string& bytes);
 
@@ -77,36 +76,21 @@ class Device : public std::enable_shared_from_this<Device> {
   }
 
  private:
-  template <class Value>
-  using Question = std::function<t_status(DeviceSession&, Value&)>;
-  template <class Value>
-  t_status ask(Question<Value> question, Value& value, WhenBusy whenBusy);
-  template <class Value>
-  t_status askOnce(const Question<Value>& question, Value& value, DeviceThread::Patience patience);
-  /// Once, when the device is gone.
-  void leave();
-  /// That the device is gone; nobody is told before the removal listener was.
-  t_status answerGone();
-  t_status answerTo(const std::function<t_status(DeviceSession&)>& question);
-  void open();
-  void dropSession();
-  /// Null when the device is not open.
-  std::shared_ptr<DeviceSession> openSession();
+  /// The tags of the last track that was asked for.
+  struct TrackTags {
+    t_track_id id;
+    DeviceTags tags;
+  };
 
-  const t_handle handle;
-  const deviceBus::BusDevice bus;
-  std::atomic<bool> gone{false};
-  std::once_flag removal;
-  DeviceThread thread;
+  const std::shared_ptr<DeviceConnection> connection;
+  const std::unique_ptr<DeviceCalls> deviceCalls;
 
   Mutex mutex;
-  std::shared_ptr<DeviceSession> session ORVEL_GUARDED_BY(mutex);  ///< null until it is open
-  DeviceDescription description ORVEL_GUARDED_BY(mutex);
   ObjectTable objects ORVEL_GUARDED_BY(mutex);
-  /// Read when they are first asked for after a walk.
+  /// Nothing from the beginning of a walk until they are first asked for.
   std::optional<std::vector<DevicePlaylist>> knownPlaylists ORVEL_GUARDED_BY(mutex);
   std::map<std::thread::id, std::vector<t_track_id>> selections ORVEL_GUARDED_BY(mutex);
-  std::optional<std::pair<t_track_id, DeviceTags>> lastTags ORVEL_GUARDED_BY(mutex);
+  std::optional<TrackTags> lastTags ORVEL_GUARDED_BY(mutex);
 };
 
 }  // namespace orvel

@@ -7,26 +7,31 @@
 
 #include "phones/DeviceSession.h"
 
-/// Where devices are attached. Declared once and defined by each implementation of device access,
-/// of which a program links one: `libmtp/` for real devices, `scripted/` for described ones. Any
-/// thread.
+namespace orvel {
+
+class Device;
+class DeviceCalls;
+
+}  // namespace orvel
+
+/// The bus that devices are attached to. Each implementation of device access defines these
+/// functions, and a program links one implementation: `libmtp/` for real devices, `scripted/` for
+/// described ones. Any thread.
 namespace orvel::deviceBus {
 
 struct BusDevice {
-  std::string path;  ///< as "001-004"; another one each time that a device is attached
+  std::string path;  ///< for example "001-004"; changes with every attachment
   std::uint16_t vendor = 0;
   std::uint16_t product = 0;
 };
 
-/// "libmtp" or "scripted".
-const char* libraryName();
-/// The devices on the bus now. Throws std::runtime_error with a text for people.
+/// Lists the devices on the bus. Throws std::runtime_error with a text for people.
 std::vector<BusDevice> scan();
-/// A connection that is not open yet.
+/// Makes a session that is not open yet.
 std::unique_ptr<DeviceSession> connect(const BusDevice& device);
-/// Whether a device is still on the bus; does not talk to it.
+/// Makes the calls of Access.h for a device, which outlives them. May be a derived class.
+std::unique_ptr<DeviceCalls> callsOf(Device& device);
+/// Whether a device is still on the bus. Makes no request to it.
 bool isPresent(const std::string& path);
-/// See `attachScriptedDevices`.
-void attachScripted(const std::string& file);
 
 }  // namespace orvel::deviceBus

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "base/NoDestructor.h"
+
 namespace orvel {
 
 DeviceList& DeviceList::instance() {
-  static auto* const list = new DeviceList;
+  static NoDestructor<DeviceList> list;
   return *list;
 }
 

@@ -22,10 +22,10 @@ struct DeviceDescription {
 struct DeviceObject {
   t_track_id id = 0;
   std::uint32_t storage = 0;
-  std::string name;  ///< as it came, UTF-8
+  std::string name;  ///< as the device sent it
   bool isFolder = false;
-  bool isAudio = false;      ///< a song, by the device's word or by its name
-  std::uint32_t format = 0;  ///< the implementation's own value
+  bool isAudio = false;      ///< a song, by its format or by its name
+  std::uint32_t format = 0;  ///< for the implementation's own use
   std::uint64_t size = 0;    ///< in bytes
   std::time_t modified = 0;  ///< 0 when unknown
 };
@@ -44,12 +44,13 @@ struct DevicePlaylist {
   std::string name;
 };
 
-/// The connection with one device, as an implementation of device access provides it. Unless noted
-/// otherwise every call, the destructor included, is made on one thread of the device's own and may
-/// block there. Calls answer STATUS_OK; STATUS_NOT_OK for what is unknown or refused;
+/// The session with one device. Each implementation of device access derives one. All calls and the
+/// destructor run on the device's own thread and may block there.
+///
+/// Calls answer STATUS_OK; STATUS_NOT_OK when the object is unknown or the device refuses;
 /// STATUS_NOT_SUPPORTED; STATUS_BUSY; STATUS_NOT_OK_BAD_HANDLE when the device is gone, after which
-/// no further call is made; STATUS_NOT_OK_GENERIC_PLUGIN_ERROR for any other failure. What they
-/// fill is empty on failure.
+/// no further call is made; STATUS_NOT_OK_GENERIC_PLUGIN_ERROR for any other failure. Results are
+/// empty on failure.
 class DeviceSession {
  public:
   DeviceSession() = default;
@@ -57,34 +58,22 @@ class DeviceSession {
   DeviceSession(const DeviceSession&) = delete;
   DeviceSession& operator=(const DeviceSession&) = delete;
 
-  /// The first call. Anything but STATUS_OK: the device cannot be used.
+  /// The first call. With any status but STATUS_OK the device cannot be used.
   virtual t_status open(DeviceDescription& description) = 0;
-  /// None and STATUS_OK when the device is locked.
+  /// A locked device answers STATUS_OK and no storage.
   virtual t_status listStorages(std::vector<DeviceStorage>& storages) = 0;
-  /// The children of a folder; 0 is the storage's root.
+  /// Lists the children of a folder; 0 is the storage's root.
   virtual t_status listFolder(std::uint32_t storage, t_track_id folder,
                               std::vector<DeviceObject>& children) = 0;
-  /// The tags that the device keeps for a track; STATUS_NOT_SUPPORTED where it keeps none.
+  /// Reads the tags that the device itself keeps for a track; STATUS_NOT_SUPPORTED if it keeps
+  /// none.
   virtual t_status readTags(const DeviceObject& track, DeviceTags& tags) = 0;
-  /// Up to `length` bytes of a track from `offset` on; fewer at its end.
+  /// Reads up to `length` bytes of a track from `offset` on; fewer at the end of the track.
   virtual t_status readBytes(const DeviceObject& track, std::uint64_t offset, std::uint32_t length,
                              std::string& bytes) = 0;
-  /// The playlists among the objects that were ever listed.
+  /// Lists the playlists in the folders that this session has listed.
   virtual t_status listPlaylists(std::vector<DevicePlaylist>& playlists) = 0;
   virtual t_status playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) = 0;
-
-  // What may stand between a caller and the device; asked on the callers' threads, several at once.
-  /// At the entry of each call of the library: anything but STATUS_OK is the call's answer.
-  virtual t_status enterCall(const char* /*call*/) { return STATUS_OK; }
-  /// How many of the `present` items of a container its count reports.
-  virtual std::uint32_t countItems(const t_mtp_container& /*of*/, std::uint32_t present) {
-    return present;
-  }
-  /// How many of the `present` items from `start` on one page delivers.
-  virtual std::uint32_t pageItems(const t_mtp_container& /*of*/, std::uint32_t /*start*/,
-                                  std::uint32_t present) {
-    return present;
-  }
 };
 
 }  // namespace orvel

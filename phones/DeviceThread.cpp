@@ -3,10 +3,10 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cassert>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 #include "base/StageThread.h"
@@ -30,6 +30,7 @@ struct DeviceThread::State {
 DeviceThread::DeviceThread() : state(std::make_shared<State>()) {
   std::thread thread([shared = state] { serve(*shared); });
   pthread_setname_np(thread.native_handle(), "MtpDevice");
+  threadId = thread.get_id();
   thread.detach();
 }
 
@@ -37,6 +38,10 @@ DeviceThread::~DeviceThread() {
   const std::lock_guard lock(state->mutex);
   state->closing = true;
   state->changed.notify_all();
+}
+
+bool DeviceThread::isCurrent() const {
+  return std::this_thread::get_id() == threadId;
 }
 
 void DeviceThread::serve(State& state) {
@@ -72,6 +77,7 @@ void DeviceThread::post(std::function<void()> work) {
 }
 
 DeviceThread::End DeviceThread::run(std::function<void()> work, Patience patience) {
+  assert(!isCurrent());
   const std::stop_token& stopped = stageThread::stopToken();
   std::unique_lock lock(state->mutex);
   const std::shared_ptr<Task> task = append(std::move(work));

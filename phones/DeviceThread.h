@@ -4,30 +4,34 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <thread>
 
 namespace orvel {
 
-/// The thread of one device: carries out what callers ask of the device, one thing after the other,
-/// so that a caller can leave while a call that nothing can cancel ends behind it.
+/// The thread of one device. Runs the requests to the device one after the other, so that a caller
+/// that is stopped can leave at once although its request to the device cannot be cancelled.
 class DeviceThread {
  public:
   enum class End {
     Done,
-    Busy,    ///< not begun within the caller's patience, and withdrawn
-    Stopped  ///< the caller's stage was stopped; what was begun ends behind it
+    Busy,    ///< withdrawn: other work kept the thread busy longer than the caller's patience
+    Stopped  ///< the caller's stage was stopped; work that had begun goes on
   };
   using Patience = std::optional<std::chrono::milliseconds>;
 
   DeviceThread();
-  /// Lets the thread end once it has done what it was asked to; does not wait for it.
+  /// Lets the thread end once its queue is empty. Does not wait for it.
   ~DeviceThread();
   DeviceThread(const DeviceThread&) = delete;
   DeviceThread& operator=(const DeviceThread&) = delete;
 
-  /// Has `work` carried out and waits for its end. `work` must own what it uses, and not throw. Any
-  /// thread.
+  /// Whether the caller runs on this thread.
+  [[nodiscard]] bool isCurrent() const;
+
+  /// Queues `work` and waits until it is done. `work` may outlive the call: it must own its data.
+  /// It must not throw. Any thread but this one.
   End run(std::function<void()> work, Patience patience = {});
-  /// Has `work` carried out some time later.
+  /// Queues `work` and does not wait. Any thread.
   void post(std::function<void()> work);
 
  private:
@@ -35,9 +39,11 @@ class DeviceThread {
   struct Task;
 
   static void serve(State& state);
+  /// The caller holds the state's mutex.
   std::shared_ptr<Task> append(std::function<void()> work);
 
-  const std::shared_ptr<State> state;
+  const std::shared_ptr<State> state;  ///< shared with the thread, which may outlive this
+  std::thread::id threadId;            ///< constant after construction
 };
 
 }  // namespace orvel

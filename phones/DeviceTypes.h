@@ -17,12 +17,12 @@ inline constexpr t_status STATUS_NOT_OK_BAD_HANDLE = -3;
 inline constexpr t_status STATUS_NOT_OK_GENERIC_PLUGIN_ERROR = -4;
 /// The library is not initialised, or the device cannot be opened.
 inline constexpr t_status STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED = -5;
-/// Busy with an earlier request: the call must be repeated.
+/// Busy with an earlier request: repeat the call.
 inline constexpr t_status STATUS_BUSY = -7;
 
 enum t_content_categories : std::uint32_t { CATEGORY_PLAYLISTS = 1, CATEGORY_TRACKS = 5 };
 
-/// What an item list is asked of.
+/// The place whose items are listed.
 struct t_mtp_container {
   std::uint32_t kind;     ///< one of the CONTAINER_ values
   std::uint32_t id;       ///< of the folder; 0 is the storage's root
@@ -33,7 +33,7 @@ inline constexpr std::uint32_t CONTAINER_FOLDER = 2;
 /// The closing call of a walk over the whole device.
 inline constexpr std::uint32_t CONTAINER_WALK_DONE = 10;
 
-/// The items that are asked for, or the kind of one item.
+/// The kind of the items to list, or of one item.
 using t_mtp_item_type = std::uint32_t;
 inline constexpr t_mtp_item_type TYPE_FILE = 0;
 inline constexpr t_mtp_item_type TYPE_FOLDER = 6;

@@ -4,11 +4,10 @@
 
 namespace orvel {
 
-/// Whether the file or any folder on its path is hidden: its name begins with a dot.
+/// Whether the file or a folder on its path is hidden, that is, has a name that begins with a dot.
 bool isHiddenPath(std::string_view path);
 
-/// Whether a name is left out for its ending: "ogg" in any letter case, at the end of at least four
-/// characters.
+/// Whether a name of at least four characters ends in "ogg", in any letter case.
 bool hasExcludedEnding(std::string_view name);
 
 }  // namespace orvel

@@ -57,24 +57,25 @@ std::string MtpUtils::getPathForMtpTrack(t_track_id id, const std::string& devic
 
 bool MtpUtils::deviceHasMetadata(t_track_id id, t_handle handle) {
   const auto device = DeviceList::instance().find(handle);
+  if (device == nullptr) return false;
   DeviceTags tags;
-  return device != nullptr && device->tags(id, tags, Device::WhenBusy::Wait) == STATUS_OK &&
-         !tags.title.empty();
+  const t_status status = device->tags(id, tags, WhenBusy::Wait);
+  if (status == STATUS_OK && !tags.title.empty()) return true;
+  device->assumeNoTags(id);
+  return false;
 }
 
 bool MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& info, t_handle handle) {
   const auto device = DeviceList::instance().find(handle);
   const auto track = device == nullptr ? std::nullopt : objectOf(*device, id);
   if (!track) return false;
-  device->keepTrackNumber(id, 0);
   PartialObjectStream stream(device, *track, stageThread::stopToken());
   TagResult read = TagReaderScope::read(stream);
   if (read.outcome != TagResult::Outcome::Tagged) return false;
   const SongTag tag(std::move(read.values));
   TagTexts texts = convertTexts(tag);
-  device->keepTrackNumber(id, trackNumberOf(tag));
   info = CTrackInfo(std::move(texts.title), std::move(texts.artist), std::move(texts.album),
-                    std::move(texts.genre), std::move(texts.composer));
+                    std::move(texts.genre), std::move(texts.composer), trackNumberOf(tag));
   return true;
 }
 

@@ -5,17 +5,15 @@
 #include <cstdio>
 #include <iterator>
 
-#include "base/Md5.h"
+#include "base/md5Hex.h"
+#include "phones/DeviceLimits.h"
 #include "phones/ExclusionRules.h"
 
 namespace orvel {
 
 namespace {
 
-/// Deeper folders are not reached: a device may claim that a folder contains itself.
-constexpr int kMaxDepth = 128;
-
-/// A path component: a "/" would split it, and none at all would hide it.
+/// Makes a name a single path component that is not empty.
 std::string componentOf(std::string name) {
   std::replace(name.begin(), name.end(), '/', '_');
   if (name.empty()) name = "_";
@@ -31,7 +29,7 @@ std::string hex(std::uint32_t number) {
 }  // namespace
 
 void ObjectTable::beginWalk(std::vector<DeviceStorage> found) {
-  // A walk that was cut short knows less than the one before.
+  // Merges, because a walk that was cut short found less than the one before.
   for (auto& [id, entry] : current.objects) earlier.objects.insert_or_assign(id, std::move(entry));
   for (auto& [folder, ids] : current.children) {
     earlier.children.insert_or_assign(folder, std::move(ids));
@@ -51,7 +49,7 @@ void ObjectTable::setChildren(std::uint32_t storage, t_track_id folder,
     object.storage = storage;
     object.name = componentOf(std::move(object.name));
     const t_track_id id = object.id;
-    // An object lies where it was found first: a folder cannot be its own ancestor.
+    // An object stays where it was found first, so that no folder becomes its own ancestor.
     if (current.objects.try_emplace(id, Entry{std::move(object), folder}).second) ids.push_back(id);
   }
 }
@@ -70,6 +68,10 @@ bool ObjectTable::restoreChildren(std::uint32_t storage, t_track_id folder) {
 
 void ObjectTable::endWalk() {
   earlier = {};
+  makeTrackList();
+}
+
+void ObjectTable::makeTrackList() {
   std::vector<std::pair<std::string, t_track_id>> tracks;
   for (const auto& [id, entry] : current.objects) {
     if (entry.object.isFolder || !entry.object.isAudio) continue;
@@ -103,7 +105,7 @@ std::string ObjectTable::path(t_track_id id) const {
   const std::uint32_t storage = entry->second.object.storage;
   std::vector<const std::string*> names;
   for (int depth = 0; entry != current.objects.end(); ++depth) {
-    if (depth == kMaxDepth) return {};
+    if (depth == kMaxFolderDepth) return {};
     names.push_back(&entry->second.object.name);
     entry = current.objects.find(entry->second.parent);
   }
@@ -112,20 +114,18 @@ std::string ObjectTable::path(t_track_id id) const {
   return result;
 }
 
-/// Nothing for the storage with the lowest id, so that inserting a card renames no song of it.
+/// Empty for the storage with the lowest id, so that inserting a card renames none of its songs.
 std::string ObjectTable::storagePrefix(std::uint32_t storage) const {
-  const DeviceStorage* described = nullptr;
-  bool isLowest = true;
-  bool isUnique = true;
-  for (const DeviceStorage& present : presentStorages) {
-    if (present.id == storage) described = &present;
-    isLowest = isLowest && present.id >= storage;
-  }
-  if (isLowest || described == nullptr) return {};
-  for (const DeviceStorage& other : presentStorages) {
-    isUnique = isUnique && (other.id == storage || other.description != described->description);
-  }
-  const std::string name = componentOf(described->description);
+  const auto is = [storage](const DeviceStorage& one) { return one.id == storage; };
+  const auto& all = presentStorages;
+  const auto own = std::find_if(all.begin(), all.end(), is);
+  const bool isLowest = std::all_of(
+      all.begin(), all.end(), [storage](const DeviceStorage& one) { return one.id >= storage; });
+  if (isLowest || own == all.end()) return {};
+  const bool isUnique = std::none_of(all.begin(), all.end(), [&](const DeviceStorage& other) {
+    return other.id != storage && other.description == own->description;
+  });
+  const std::string name = componentOf(own->description);
   return "/" + (isUnique ? name : name + " " + hex(storage));
 }
 

@@ -12,31 +12,31 @@
 
 namespace orvel {
 
-/// What walks over a device have found: its folders and tracks by object id, so that names and
-/// paths cost no traffic. Not thread-safe.
+/// The folders and tracks that walks over a device have found, by object id, so that names and
+/// paths cost no requests. Not thread-safe.
 class ObjectTable {
  public:
-  /// Begins a walk. What the earlier one found is kept only to stand in for folders that cannot be
-  /// listed now.
+  /// Begins a walk. Keeps the results of the last walk only for `restoreChildren`.
   void beginWalk(std::vector<DeviceStorage> found);
-  /// Takes the children of a folder as they were listed now.
+  /// Sets the children of a folder that was listed.
   void setChildren(std::uint32_t storage, t_track_id folder, std::vector<DeviceObject> listed);
-  /// Takes the children of a folder from the earlier walk; false when that knew none.
+  /// Sets the children of a folder that could not be listed to those of the last walk. Returns
+  /// false if that did not list the folder either.
   bool restoreChildren(std::uint32_t storage, t_track_id folder);
-  /// Ends a walk: the track list is made.
+  /// Ends a walk and makes the track list.
   void endWalk();
 
   [[nodiscard]] const std::vector<DeviceStorage>& storages() const { return presentStorages; }
   /// The children of a folder that was listed in this walk; null for any other.
   [[nodiscard]] const std::vector<t_track_id>* children(std::uint32_t storage,
                                                         t_track_id folder) const;
-  /// The tracks of the last complete walk in the order of their paths. Hidden and excluded ones are
-  /// left out, and of several with one path all but one.
+  /// The tracks of the last complete walk in the order of their paths, without hidden and excluded
+  /// ones. Of several tracks with one path it holds one.
   [[nodiscard]] const std::vector<t_track_id>& tracks() const { return trackList; }
 
   /// Null when the object is unknown.
   [[nodiscard]] const DeviceObject* find(t_track_id id) const;
-  /// From the root of the device; "" when the object is unknown or lies too deep.
+  /// The path from the root of the device; "" when the object is unknown or too deep.
   [[nodiscard]] std::string path(t_track_id id) const;
   /// The identifier of a track on the device `deviceId`; "" when the track is unknown.
   [[nodiscard]] std::string objectId(t_track_id id, std::string_view deviceId) const;
@@ -52,11 +52,12 @@ class ObjectTable {
     std::map<Folder, std::vector<t_track_id>> children;
   };
 
+  void makeTrackList();
   [[nodiscard]] std::string storagePrefix(std::uint32_t storage) const;
 
   std::vector<DeviceStorage> presentStorages;
   Walk current;
-  Walk earlier;
+  Walk earlier;  ///< empty after a complete walk
   std::vector<t_track_id> trackList;
 };
 

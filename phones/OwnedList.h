@@ -22,7 +22,7 @@ class OwnedList {
   OwnedList(const OwnedList&) = delete;
   OwnedList& operator=(const OwnedList&) = delete;
 
-  /// For the library to fill; frees what is held.
+  /// The list for the library to fill. Frees the current one.
   List& out() {
     clear();
     return list;

@@ -8,7 +8,7 @@ namespace orvel {
 
 namespace {
 
-/// The first request: most tags without a cover lie in it.
+/// Length of the first piece. Most tags without a cover fit in it.
 constexpr std::int64_t kHeadBytes = 12288;
 
 }  // namespace
@@ -24,7 +24,7 @@ PartialObjectStream::PartialObjectStream(std::shared_ptr<Device> readDevice, Dev
 long PartialObjectStream::readAt(long start, char* target, long length) {
   long filled = 0;
   while (filled < length) {
-    // In 64 bits: the piece of an object of 2 GiB or more may end past what a long counts.
+    // 64 bits: in an object of 2 GiB or more the piece may end beyond the range of a long.
     const std::int64_t at = std::int64_t{start} + filled;
     const std::int64_t pieceEnd = pieceStart + static_cast<std::int64_t>(piece.size());
     if (at < pieceStart || at >= pieceEnd) {

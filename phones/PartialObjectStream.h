@@ -9,8 +9,8 @@
 
 namespace orvel {
 
-/// The tags of a track on a device, read in few and larger pieces, since each request costs
-/// milliseconds and three operations. Used by one thread.
+/// Reads the bytes of a track on a device for its tags. Buffers them in large pieces, because each
+/// request costs three operations and some milliseconds. Used by one thread.
 class PartialObjectStream : public TagStream {
  public:
   PartialObjectStream(std::shared_ptr<Device> readDevice, DeviceObject readTrack,
@@ -20,7 +20,7 @@ class PartialObjectStream : public TagStream {
   long readAt(long start, char* target, long length) override;
 
  private:
-  /// Has the piece that holds `start` in `piece`; false on a failure.
+  /// Reads the piece that begins at `start` into `piece`; false on a failure.
   bool fetch(std::int64_t start, std::int64_t length);
 
   std::shared_ptr<Device> device;

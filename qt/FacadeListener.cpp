@@ -5,7 +5,8 @@
 #include <exception>
 
 #include "base/Log.h"
-#include "base/insist.h"
+#include "base/NoDestructor.h"
+#include "base/retryOnBadAlloc.h"
 
 namespace orvel {
 
@@ -48,7 +49,7 @@ class FacadeListener::Emission {
 };
 
 FacadeListener& FacadeListener::instance() {
-  static auto* const listener = new FacadeListener;
+  static NoDestructor<FacadeListener> listener;
   return *listener;
 }
 
@@ -57,7 +58,7 @@ void FacadeListener::emitOnFacade(Emit emitSignal) noexcept {
   try {
     const Emission emission(*this);
     // A receiver may get a signal twice; a lost signal would leave it waiting for ever.
-    if (emission.facade() != nullptr) insist([&] { emitSignal(*emission.facade()); });
+    if (emission.facade() != nullptr) retryOnBadAlloc([&] { emitSignal(*emission.facade()); });
   } catch (const std::exception& error) {
     OV_ERROR("a signal to the host was lost: %s", error.what());
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "base/NoDestructor.h"
 #include "framework/HostListener.h"
 
 class OrvelQTProxy;
@@ -25,6 +26,8 @@ class FacadeListener : public HostListener {
   void facadeEnds(OrvelQTProxy* destroyed) noexcept;
 
  private:
+  friend class NoDestructor<FacadeListener>;
+
   class Emission;
 
   FacadeListener() = default;

@@ -6,7 +6,6 @@
 #include <string>
 #include <utility>
 
-#include <orvel/Orvel.h>
 #include "base/Log.h"
 #include "base/StageThread.h"
 #include "qt/FacadeListener.h"

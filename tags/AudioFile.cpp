@@ -12,12 +12,12 @@ namespace orvel {
 
 namespace {
 
-/// Where most tags lie, which saves a slow stick from being read one block at a time; more costs
-/// more than it saves.
+/// Most tags lie within these bytes. Prefetching them keeps a slow stick from being read block by
+/// block; a larger size costs more than it saves.
 constexpr off_t kBeginBytes = 16384;
 constexpr off_t kEndBytes = 4096;
 
-/// Asks the kernel to fetch what is going to be read, and nothing of its own accord.
+/// Asks the kernel to prefetch both ends of the file and to switch its own read-ahead off.
 void announce(int descriptor, std::int64_t bytes) {
   posix_fadvise(descriptor, 0, 0, POSIX_FADV_RANDOM);
   posix_fadvise(descriptor, 0, kBeginBytes, POSIX_FADV_WILLNEED);
@@ -29,7 +29,7 @@ void announce(int descriptor, std::int64_t bytes) {
 
 AudioFile AudioFile::open(const std::string& path) {
   Descriptor opened = Descriptor::ofFile(path);
-  // fstat refuses files that are dated after 2038 where time_t has 32 bits.
+  // Where time_t has 32 bits, fstat refuses files dated after 2038.
   struct statx status {};
   if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) {
     return {{}, 0, !isOrdinaryRefusal(errno)};

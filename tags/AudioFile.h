@@ -9,13 +9,13 @@ namespace orvel {
 
 /// An audio file that is open for reading.
 struct AudioFile {
-  /// Opens the regular file at `path` read-only and has the kernel fetch its begin and its end,
-  /// without a wait and nothing beyond; a failure leaves the descriptor empty.
+  /// Opens the regular file at `path` read-only and asks the kernel to prefetch its beginning and
+  /// its end, without waiting. On failure the descriptor is empty.
   static AudioFile open(const std::string& path);
 
   Descriptor descriptor;
   std::int64_t bytes = 0;
-  bool deviceFailed = false;  ///< why it is not open
+  bool deviceFailed = false;  ///< true when the device is the reason that it is not open
 };
 
 }  // namespace orvel

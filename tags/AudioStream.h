@@ -9,12 +9,12 @@
 
 namespace orvel {
 
-/// The tags of a file.
+/// Reads the tags of an open file.
 class AudioStream : public TagStream {
  public:
-  /// @param audioFile   a failure to open it shows in `isOpen`, one of the device in `readFailed`,
-  /// too
-  /// @param streamName  its ending tells the format
+  /// @param audioFile   when it could not be opened, `isOpen` is false; when the device failed,
+  ///                    `readFailed` is true as well
+  /// @param streamName  its ending selects the format
   AudioStream(AudioFile audioFile, std::string streamName, std::stop_token token,
               std::chrono::milliseconds timeBudget = kTimeBudget);
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-/// The layout of ID3v2.3 and ID3v2.4 frames, as far as it is needed to walk over them.
+/// The layout of ID3v2.3 and ID3v2.4 frames, as far as walking over them needs it.
 /// Source: id3.org, "ID3 tag version 2.3.0" and "2.4.0 - Main Structure".
 namespace orvel::id3v2 {
 
@@ -37,9 +37,9 @@ inline bool isFrameId(Bytes bytes) {
          });
 }
 
-/// The size of a frame's data as the tag reader takes it: some writers of 2.4 tags store plain
-/// instead of synchsafe sizes. `frameFollows(size)` tells whether another frame lies behind so many
-/// bytes.
+/// The size of a frame's data as TagLib understands it: some writers of 2.4 tags store plain
+/// instead of synchsafe sizes. `frameFollows(size)` returns true when another frame starts after
+/// `size` bytes of data.
 template <class FrameFollows>
 std::size_t frameSize(Bytes header, unsigned int version, FrameFollows frameFollows) {
   const std::size_t plain = bigEndian(header.subspan(4, 4));
@@ -48,7 +48,7 @@ std::size_t frameSize(Bytes header, unsigned int version, FrameFollows frameFoll
   return safe > 127 && !frameFollows(safe) && frameFollows(plain) ? plain : safe;
 }
 
-/// The size of what follows an ID3v2 header of ten bytes; 0 when `header` is none.
+/// The size of the tag after its header of ten bytes; 0 when `header` is no ID3v2 header.
 inline unsigned int tagSize(const TagLib::ByteVector& header) {
   if (header.size() != kTagHeaderBytes || !header.startsWith("ID3")) return 0;
   return synchsafe(bytesOf(header).subspan(6, 4));

@@ -19,7 +19,7 @@ using id3v2::isFrameId;
 using id3v2::kFrameHeaderBytes;
 using Bytes = std::span<unsigned char>;
 
-constexpr std::size_t kLengthBytes = 4;  ///< in front of the data of a compressed frame
+constexpr std::size_t kLengthBytes = 4;  ///< before the data of a compressed frame
 constexpr std::size_t kExpandedLimit = std::size_t{4} << 20;
 constexpr int kMostFrames = 20000;
 constexpr unsigned char kTagUnsynchronised = 0x80;
@@ -29,7 +29,7 @@ Bytes bytesOf(TagLib::ByteVector& data) {
   return {reinterpret_cast<unsigned char*>(data.data()), data.size()};
 }
 
-/// True when inflating `data` gives more than the limit, whatever lengths the tag states.
+/// True when inflating `data` exceeds the limit. Ignores the length that the tag states.
 bool expandsTooFar(Bytes data) {
   z_stream stream{};
   if (inflateInit(&stream) != Z_OK) return true;
@@ -50,12 +50,11 @@ bool expandsTooFar(Bytes data) {
 /// Walks and defuses the frames of one tag.
 class FrameWalk {
  public:
-  /// @param framesAreUnsynchronised  the reader undoes the unsynchronisation of each frame by
-  /// itself
+  /// @param framesAreUnsynchronised  TagLib undoes the unsynchronisation frame by frame
   FrameWalk(Bytes tagFrames, unsigned int majorVersion, bool framesAreUnsynchronised)
       : frames(tagFrames), version(majorVersion), unsynchronised(framesAreUnsynchronised) {}
 
-  /// Returns true when anything had to be changed.
+  /// Returns true when it changed anything.
   bool run() {
     std::size_t at = 0;
     for (int count = 0; isFrameId(frames.subspan(at)); ++count) {
@@ -82,7 +81,7 @@ class FrameWalk {
     return id == "CHAP" || id == "CTOC";
   }
 
-  /// At most what is there: a sum with what a frame says of itself may not fit a size_t.
+  /// Clamped to the available bytes: sums with the size that a frame claims could overflow.
   [[nodiscard]] std::size_t frameSize(std::size_t at) const {
     const Bytes rest = frames.subspan(at + kFrameHeaderBytes);
     const auto frameFollows = [&](std::size_t size) {
@@ -92,7 +91,7 @@ class FrameWalk {
                     id3v2::frameSize(frames.subspan(at, kFrameHeaderBytes), version, frameFollows));
   }
 
-  /// Breaks the frame's zlib header when the frame is compressed and not to be trusted.
+  /// Breaks the zlib header of a compressed frame that is not to be trusted.
   void defuse(std::size_t at) {
     const std::size_t data = at + kFrameHeaderBytes + kLengthBytes;
     if (!isCompressed(at) || data + 2 > frames.size()) return;
@@ -105,7 +104,7 @@ class FrameWalk {
   [[nodiscard]] bool expandsTooFar(std::size_t at) const {
     const std::size_t data = at + kFrameHeaderBytes;
     const bool frameUnsynchronised = version == 4 && (frames[at + 9] & 0x02U) != 0;
-    // The reader inflates to the end of the stream, also past the end of the frame.
+    // TagLib inflates to the end of the zlib stream, even past the end of the frame.
     if (!unsynchronised && !frameUnsynchronised) {
       return orvel::expandsTooFar(frames.subspan(data + kLengthBytes));
     }
@@ -116,7 +115,7 @@ class FrameWalk {
     return orvel::expandsTooFar(bytes.subspan(std::min(kLengthBytes, bytes.size())));
   }
 
-  /// A chapter holds frames of its own behind texts of any length: tries every place.
+  /// A chapter holds frames of its own after texts of any length, so every offset is tried.
   void defuseInside(std::size_t begin, std::size_t size) {
     const std::size_t end = begin + size;
     for (std::size_t at = begin; at + kFrameHeaderBytes < end; ++at) {
@@ -130,7 +129,7 @@ class FrameWalk {
   bool changed = false;
 };
 
-/// What follows the extended header, if the tag has one.
+/// The frames: the data without an extended header.
 Bytes framesOf(TagLib::ByteVector& data, unsigned char tagFlags) {
   const Bytes all = bytesOf(data);
   if ((tagFlags & kTagHasExtendedHeader) == 0 || all.size() < 4) return all;
@@ -149,8 +148,8 @@ void defuseId3v2Frames(const TagLib::ByteVector& header, TagLib::ByteVector& fra
     FrameWalk(framesOf(frames, flags), version, unsynchronised).run();
     return;
   }
-  // The reader undoes this before it parses: look at what it will see, and blank the tag if need
-  // be.
+  // TagLib undoes the unsynchronisation of the whole tag first. Walk the decoded frames, and blank
+  // the tag when any of them is dangerous.
   TagLib::ByteVector decoded = TagLib::ID3v2::SynchData::decode(frames);
   if (FrameWalk(framesOf(decoded, flags), version, false).run()) {
     const Bytes all = bytesOf(frames);

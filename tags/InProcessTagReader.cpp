@@ -1,9 +1,10 @@
 #include "tags/InProcessTagReader.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
-#include "base/retryOnce.h"
+#include "base/retryOnBadAlloc.h"
 #include "tags/AudioStream.h"
 #include "tags/readTags.h"
 
@@ -11,22 +12,27 @@ namespace orvel {
 
 void InProcessTagReader::expect(std::vector<std::string> paths) {
   files.clear();
-  for (std::string& path : paths) files.push_back({std::move(path), {}});
   current = opened = 0;
+  for (std::string& path : paths) files.push_back({std::move(path), {}});
 }
 
-TagResult InProcessTagReader::next() {
+TagResult InProcessTagReader::next(const std::string& path) {
+  const bool isNext = current < files.size() && files[current].path == path;
+  assert(isNext && "next() asked for a file out of order");
+  if (!isNext) return {TagResult::Outcome::ReaderLost};
   openAhead();
   File& file = files[current++];
-  return retryOnce([&] {
-    // A first attempt uses it up, and what could not be opened then may be by now.
-    if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
-    AudioStream stream(std::move(file.audio), file.path, stopped);
-    return readTags(stream, ReadingDepth::TagAndAudio);
-  });
+  return retryOnBadAlloc(
+      [&] {
+        // The first attempt consumed the file, or could not open it.
+        if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
+        AudioStream stream(std::move(file.audio), file.path, stopped);
+        return readTags(stream, ReadingDepth::TagAndAudio);
+      },
+      kOneRetry);
 }
 
-/// Without memory of its own: each call of `next` is for one file, whatever fails.
+/// Must not throw: `next` always advances by one file, whatever fails.
 void InProcessTagReader::openAhead() {
   const std::size_t end = std::min(files.size(), current + 1 + kFilesAhead);
   for (; opened < end; ++opened) files[opened].audio = AudioFile::open(files[opened].path);

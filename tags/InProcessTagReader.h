@@ -7,14 +7,14 @@
 
 namespace orvel {
 
-/// Parses files on the calling thread. Opens some ahead, so that a slow device fetches them
+/// Parses files on the calling thread. Opens some ahead, so that a slow device prefetches them
 /// meanwhile.
 class InProcessTagReader : public TagReader {
  public:
   explicit InProcessTagReader(std::stop_token token) : stopped(std::move(token)) {}
 
   void expect(std::vector<std::string> paths) override;
-  TagResult next() override;
+  TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
 
  private:
@@ -22,7 +22,7 @@ class InProcessTagReader : public TagReader {
 
   struct File {
     std::string path;
-    AudioFile audio;  ///< from when it is opened until it is read
+    AudioFile audio;  ///< open from `openAhead` until it is read
   };
 
   void openAhead();
@@ -30,7 +30,7 @@ class InProcessTagReader : public TagReader {
   const std::stop_token stopped;
   std::vector<File> files;
   std::size_t current = 0;
-  std::size_t opened = 0;  ///< where the files begin that are still to be opened
+  std::size_t opened = 0;  ///< number of files that were opened so far
 };
 
 }  // namespace orvel

@@ -10,7 +10,7 @@ namespace orvel {
 namespace {
 
 struct Extension {
-  std::string_view text;  ///< ends in a zero byte, as names do
+  std::string_view text;  ///< NUL-ended, like names
   MediaKind kind;
 };
 
@@ -27,7 +27,7 @@ constexpr Extension kExtensions[] = {
 bool matches(std::string_view name, std::string_view extension) {
   if (name.size() < extension.size()) return false;
   const char* const ending = name.data() + name.size() - extension.size();
-  // Most names are told apart by their end alone.
+  // Rules most names out before the costlier search.
   return strcasecmp(ending, extension.data()) == 0 &&
          strcasestr(name.data(), extension.data()) == ending;
 }

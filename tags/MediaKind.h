@@ -2,11 +2,11 @@
 
 namespace orvel {
 
-/// What a file is taken for by its name.
+/// The kind of a file, judged by its name.
 enum class MediaKind { Other, Song, Playlist };
 
 /// Classifies a file by its extension, in any letter case. An extension counts only when its first
-/// occurrence in the name is the name's end: "a.mp3.mp3" is nothing.
+/// occurrence is at the end of the name: "a.mp3.mp3" is `Other`.
 MediaKind mediaKindOf(const char* name);
 
 }  // namespace orvel

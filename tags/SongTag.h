@@ -8,8 +8,8 @@
 
 namespace orvel {
 
-/// The values of a song's tag behind TagLib's tag interface, with what that interface lacks:
-/// composer, disc number and sort forms.
+/// Presents a song's tag values through TagLib's tag interface, and adds the values that this
+/// interface lacks: composer, disc number and sort forms.
 class SongTag : public TagLib::Tag {
  public:
   explicit SongTag(TagValues tagValues) : values(std::move(tagValues)) {}
@@ -25,11 +25,11 @@ class SongTag : public TagLib::Tag {
   TagLib::String genre() const override { return values.genre; }
   unsigned int track() const override { return values.track; }
 
-  // Not stored, hence not read.
+  // Not stored by Orvel.
   TagLib::String comment() const override { return {}; }
   unsigned int year() const override { return 0; }
 
-  // Tags are only read here: these do nothing.
+  // Tags are never written.
   void setTitle(const TagLib::String& /*text*/) override {}
   void setArtist(const TagLib::String& /*text*/) override {}
   void setAlbum(const TagLib::String& /*text*/) override {}

@@ -11,7 +11,8 @@
 
 namespace orvel {
 
-/// Reads the tags of files one after the other, wherever they are parsed. Used by one thread.
+/// Reads the tags of files one after the other. Implementations choose where files are parsed. Used
+/// by one thread.
 class TagReader {
  public:
   TagReader() = default;
@@ -19,26 +20,24 @@ class TagReader {
   TagReader(const TagReader&) = delete;
   TagReader& operator=(const TagReader&) = delete;
 
-  /// Says which files `next` will be asked for, in this order; earlier ones are forgotten. They may
-  /// be read ahead.
+  /// Announces the files that `next` will be called for, in this order, so that they can be read
+  /// ahead. Replaces an earlier announcement.
   virtual void expect(std::vector<std::string> paths) = 0;
 
-  /// The tag of the next expected file; there must be one. Throws std::exception when the parser
-  /// did.
-  virtual TagResult next() = 0;
+  /// Reads the tag of `path`, which must be the next announced file. Calling it for any other file
+  /// is a programming error: it is asserted, and otherwise returns `ReaderLost` and reads nothing.
+  /// Throws std::exception when the parser does.
+  virtual TagResult next(const std::string& path) = 0;
 
-  /// The tag of what lies behind `stream`, on a device that is slow and only the host can reach;
-  /// forgets what was expected. Throws std::exception when the parser did.
+  /// Reads the tag of a file that only the host can reach, on a device that may be slow. Drops the
+  /// announced files. Throws std::exception when the parser does.
   virtual TagResult read(TagStream& stream) = 0;
 
-  /// True when the host chose isolation and it was not to be had.
+  /// True when the host chose isolation but the library parses in-process.
   [[nodiscard]] virtual bool isolationFailed() const { return false; }
 };
 
 /// Makes a reader whose work ends early when the token is raised.
 using TagReaderFactory = std::function<std::unique_ptr<TagReader>(std::stop_token token)>;
-
-/// A reader of the kind that the host has chosen (`setTagReading`).
-std::unique_ptr<TagReader> makeTagReader(std::stop_token token);
 
 }  // namespace orvel

@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// Lends a stage's reader to the code deep below it on the same thread, while the scope lives.
+/// Lends a stage's reader to the code deep below it on the same thread while in scope.
 class TagReaderScope {
  public:
   explicit TagReaderScope(TagReader& reader);
@@ -12,7 +12,7 @@ class TagReaderScope {
   TagReaderScope(const TagReaderScope&) = delete;
   TagReaderScope& operator=(const TagReaderScope&) = delete;
 
-  /// Reads with the reader that was lent to this thread; without one, on the thread itself.
+  /// Reads with the reader lent to this thread; without one, parses on the calling thread.
   static TagResult read(TagStream& stream);
 
  private:

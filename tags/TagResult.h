@@ -6,16 +6,16 @@
 
 namespace orvel {
 
-/// What became of reading the tag of one file.
+/// The result of reading the tag of one file.
 struct TagResult {
   enum class Outcome : std::uint8_t {
-    Tagged,        ///< `values` hold what the tag says
+    Tagged,        ///< `values` hold the tag
     Untagged,      ///< the file is sound, but has no tag
-    Unreadable,    ///< the file cannot be opened or is none that tags can be read from
+    Unreadable,    ///< the file cannot be opened or parsed
     DeviceFailed,  ///< the device could not deliver the file
-    Interrupted,   ///< the stage was stopped: nothing is known of the file
-    Stalled,       ///< the device does not answer: nothing is known of the file
-    ReaderLost     ///< nothing is known of the file, nor will be of others
+    Interrupted,   ///< the stage was stopped before the file was read
+    Stalled,       ///< the device does not answer; the file was not read
+    ReaderLost     ///< the reader cannot read this file, nor the ones that follow
   };
 
   Outcome outcome = Outcome::Unreadable;

@@ -33,7 +33,7 @@ void TagStream::setSize(std::int64_t bytes) {
 }
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length) {
-  // The tag reader takes an ID3v2 tag, wherever it lies, as ten bytes and then the whole rest.
+  // TagLib reads every ID3v2 tag as ten bytes and then the whole rest.
   const bool isTag = readHeaderLast && id3v2::tagSize(lastRead) == length;
   const bool isPlainTag = isTag && (lastRead[3] == 3 || lastRead[3] == 4) && lastRead[5] == 0;
   TagLib::ByteVector data = isPlainTag && length > kLargeTagBytes
@@ -45,8 +45,8 @@ TagLib::ByteVector TagStream::readBlock(unsigned long length) {
   return data;
 }
 
-/// The frames of a tag without its large pictures, which are most of what a tag reader would fetch
-/// from a slow stick: the tag only seems shorter. `length` is that of the tag.
+/// Reads the frames of a tag except its large pictures, which are most of the bytes that TagLib
+/// would fetch from a slow stick. TagLib sees a shorter tag. `length` is that of the tag.
 TagLib::ByteVector TagStream::readWithoutPictures(unsigned long length, unsigned int version) {
   const std::int64_t end =
       std::min<std::int64_t>(size, position + static_cast<std::int64_t>(length));
@@ -96,7 +96,7 @@ TagLib::ByteVector TagStream::readDirectly(long length) {
   return data;
 }
 
-/// At most one block's length, so that it lies in one block or two.
+/// Reads at most one block's length, which spans two blocks at most.
 TagLib::ByteVector TagStream::readCached(long length) {
   const CachedBlock& first = block(position - position % kBlockBytes);
   const long offset = position - first.start;
@@ -113,7 +113,7 @@ TagLib::ByteVector TagStream::readCached(long length) {
 void TagStream::seek(long offset, Position from) {
   const long base = from == Beginning ? 0 : from == Current ? position : size;
   long target = 0;
-  // A seek to before the beginning, or past what can be counted, moves nothing.
+  // Ignores a seek to before the beginning or past the range of a long.
   if (__builtin_add_overflow(base, offset, &target) || target < 0) return;
   position = target;
   readHeaderLast = false;
@@ -122,7 +122,7 @@ void TagStream::seek(long offset, Position from) {
 bool TagStream::spent() {
   wasInterrupted = wasInterrupted || stopped.stop_requested();
   if (wasInterrupted || hadReadError || bytesLeft <= 0 || readsLeft <= 0) return true;
-  // Asking for the time costs as much as many a read.
+  // Reading the clock costs as much as a small read.
   if (--readsLeft % kReadsPerClock != 0) return false;
   if (std::chrono::steady_clock::now() >= deadline) readsLeft = 0;
   return readsLeft == 0;
@@ -134,7 +134,7 @@ const TagStream::CachedBlock& TagStream::block(long start) {
   }
   CachedBlock& victim = cache[nextVictim];
   nextVictim = (nextVictim + 1) % cache.size();
-  // Asking for more than there is would take a further read to learn that.
+  // Asking past the end would cost another read to find the end.
   victim.bytes = readAt(start, victim.data.data(), std::min(kBlockBytes, size - start));
   victim.start = start;
   return victim;

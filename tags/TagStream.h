@@ -10,23 +10,23 @@
 
 namespace orvel {
 
-/// What tags are read from, wherever the bytes lie. Read in blocks of 4 KiB, since tags are a small
-/// part of a file, and held to a budget, since a hostile file can make a tag reader read on and on:
-/// when the budget is spent or the token is raised, the file seems to end. Large pictures are
-/// passed over, and compressed ID3v2 frames are kept from expanding without a bound. Used by one
-/// thread.
+/// A file that TagLib reads tags from; derived classes fetch its bytes. Reads in blocks of 4 KiB,
+/// since tags are a small part of a file. Enforces a budget, since a hostile file can keep TagLib
+/// reading: when the budget is spent or the token is raised, the file seems to end. Skips large
+/// pictures, and bounds the expansion of compressed ID3v2 frames. Used by one thread.
 class TagStream : public TagLib::IOStream {
  public:
   TagStream(const TagStream&) = delete;
   TagStream& operator=(const TagStream&) = delete;
 
-  /// True when the token ended the reading: what was read is not the whole truth.
+  /// True when the token ended the reading, so that the tag may be incomplete.
   [[nodiscard]] bool interrupted() const { return wasInterrupted; }
   /// True when the device failed to deliver the file or data of it.
   [[nodiscard]] bool readFailed() const { return hadReadError; }
 
-  /// Reads up to `length` bytes at `start` into `target`, past cache and budget, and returns how
-  /// many; fewer at the end of the file or after an error, which shows in `readFailed`.
+  /// Reads up to `length` bytes at `start` into `target`, bypassing cache and budget. Returns the
+  /// number of bytes read, which is smaller at the end of the file or after an error; `readFailed`
+  /// reports the error.
   virtual long readAt(long start, char* target, long length) = 0;
 
   TagLib::FileName name() const override { return fileName.c_str(); }
@@ -36,7 +36,7 @@ class TagStream : public TagLib::IOStream {
   long tell() const override { return position; }
   long length() override { return size; }
 
-  // A tag reader has no reason to change the file: these do nothing.
+  // The file is never written.
   void writeBlock(const TagLib::ByteVector& /*data*/) override {}
   void insert(const TagLib::ByteVector& /*data*/, unsigned long /*start*/,
               unsigned long /*replace*/) override {}
@@ -46,7 +46,7 @@ class TagStream : public TagLib::IOStream {
  protected:
   static constexpr std::chrono::milliseconds kTimeBudget{5000};
 
-  /// @param streamName  its ending tells the format
+  /// @param streamName  its ending selects the format
   TagStream(std::string streamName, std::stop_token token,
             std::chrono::milliseconds timeBudget = kTimeBudget);
 
@@ -80,8 +80,8 @@ class TagStream : public TagLib::IOStream {
   int readsLeft;
   bool wasInterrupted = false;
   bool hadReadError = false;
-  TagLib::ByteVector lastRead;  ///< the last ten bytes that were read in one piece
-  bool readHeaderLast = false;  ///< they were read last, and may be the header of an ID3v2 tag
+  TagLib::ByteVector lastRead;  ///< result of the last read of ten bytes
+  bool readHeaderLast = false;  ///< it was the last read, and may be the header of an ID3v2 tag
   std::size_t nextVictim = 0;
   std::array<CachedBlock, kCachedBlocks> cache;
 };

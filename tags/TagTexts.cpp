@@ -34,7 +34,7 @@ std::string stripped(const TrackText& converted) {
   return trim(converted.bytes, converted.length);
 }
 
-/// The UTF-8 form of a text without the blanks around it.
+/// The UTF-8 form of a text without leading and trailing blanks.
 std::string withoutBlanks(const TagLib::String& raw) {
   const std::string text = raw.to8Bit(true);
   const std::size_t first = text.find_first_not_of(' ');
@@ -42,7 +42,7 @@ std::string withoutBlanks(const TagLib::String& raw) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-/// The working record on the stack.
+/// Owns the texts of a record on the stack.
 class WorkingTrack {
  public:
   WorkingTrack() { initTrack(&track); }

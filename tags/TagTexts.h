@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-/// The five texts of a song's tag, in UTF-8 and fit to be stored.
+/// The five texts of a song's tag, in UTF-8 and ready to be stored.
 struct TagTexts {
   std::string title;
   std::string artist;
@@ -15,8 +15,8 @@ struct TagTexts {
   std::string composer;
 };
 
-/// Texts that the tag holds as Unicode pass unchanged, texts claimed as ISO-8859-1 are guessed. The
-/// composer comes from a `SongTag`; any other tag has none. Any thread.
+/// Converts a tag's texts: passes those held as Unicode unchanged and guesses the encoding of those
+/// claimed as ISO-8859-1. Takes the composer from a `SongTag`; any other tag has none. Any thread.
 TagTexts convertTexts(const TagLib::Tag& tag);
 
 }  // namespace orvel

@@ -19,14 +19,14 @@ namespace orvel {
 
 namespace {
 
-/// What a tag says beside the common fields; the disc may be "2/3".
+/// The values of a tag beside the common fields; the disc may be "2/3".
 struct Extras {
   TagLib::String composer;
   TagLib::String disc;
   TagValues::SortTexts sort;
 };
 
-/// Collects the extras under the names that a format gives them; no format sorts genres.
+/// Collects the extras by the names that a format gives them. No format has sort forms of genres.
 template <class TextOf>
 Extras collect(TextOf textOf, const char* composer, const char* disc, const char* titleSort,
                const char* artistSort, const char* albumSort, const char* composerSort) {
@@ -41,7 +41,7 @@ Extras collectByPropertyName(TextOf textOf, const char* disc) {
   return collect(textOf, "COMPOSER", disc, "TITLESORT", "ARTISTSORT", "ALBUMSORT", "COMPOSERSORT");
 }
 
-/// The tags that lie in one file side by side, null where one is absent.
+/// The tags of one file in order of precedence; null for an absent one.
 using Tags = std::array<const TagLib::Tag*, 3>;
 
 bool isUnknown(const TagLib::String& text) {
@@ -51,8 +51,7 @@ bool isUnknown(unsigned int number) {
   return number == 0;
 }
 
-/// A value of the first tag that has it. The union of tags that the library itself makes of such
-/// files asks each tag twice.
+/// The value of the first tag that has one. TagLib's own union of tags would ask each tag twice.
 template <class Value>
 Value firstOf(const Tags& tags, Value (TagLib::Tag::*get)() const) {
   Value value{};
@@ -62,7 +61,8 @@ Value firstOf(const Tags& tags, Value (TagLib::Tag::*get)() const) {
   return value;
 }
 
-/// A WAV file's tag is its ID3v2 chunk, also when only its INFO chunk has texts.
+/// TagLib always returns the ID3v2 chunk as the tag of a WAV file, even when only its INFO chunk
+/// has texts.
 const TagLib::Tag* tagWithTexts(const TagLib::RIFF::WAV::File& wav) {
   const bool onlyInfo =
       wav.tag()->isEmpty() && wav.InfoTag() != nullptr && !wav.InfoTag()->isEmpty();
@@ -174,7 +174,7 @@ TagsAndExtras readByFormat(TagLib::File& file) {
 }  // namespace
 
 TagValues tagValuesOf(const TagLib::File& file) {
-  // The accessors that give the formats' own tags are not const, but change nothing.
+  // The accessors of the formats' own tags change nothing, but are not const.
   const auto [tags, extras] = readByFormat(const_cast<TagLib::File&>(file));
   return {firstOf(tags, &TagLib::Tag::title),
           firstOf(tags, &TagLib::Tag::artist),

@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// What a song's tag says, as far as it is stored; texts as the file has them.
+/// The values of a song's tag that Orvel stores; texts as they stand in the file.
 struct TagValues {
   /// The sort forms of title, artist, album, genre and composer, in this order; empty where the
   /// file gives none.
@@ -23,8 +23,8 @@ struct TagValues {
   SortTexts sort;
 };
 
-/// Takes what TagLib's tag interface lacks from the format's own tag where the format is known,
-/// otherwise from the file's properties. The file must have a tag.
+/// Reads the values of a file that has a tag. Takes those missing from TagLib's tag interface from
+/// the format's own tag where the format is known, otherwise from the file's properties.
 TagValues tagValuesOf(const TagLib::File& file);
 
 }  // namespace orvel

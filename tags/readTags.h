@@ -5,14 +5,13 @@
 
 namespace orvel {
 
-/// How much of a file is looked at.
+/// The parts of a file that are parsed.
 enum class ReadingDepth : bool {
   Tag,
-  TagAndAudio  ///< the audio's properties, too: a file without any is no audio file
+  TagAndAudio  ///< the audio properties as well; a file without any is no audio file
 };
 
-/// Reads the tag of the file behind `stream` on this thread. Throws std::exception when the parser
-/// does.
+/// Parses the tag of a file on the calling thread. Throws std::exception when the parser does.
 TagResult readTags(TagStream& stream, ReadingDepth depth);
 
 }  // namespace orvel

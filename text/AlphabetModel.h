@@ -5,22 +5,25 @@
 
 namespace orvel {
 
-/// How probable pairs of letters are in the texts of one language. Alphabetic scripts only.
+/// The probabilities of letter pairs in the texts of one language with an alphabetic script.
 struct AlphabetModel {
-  /// Symbols that every model has, before its letters.
-  enum Symbol : std::uint8_t { blank, digit, punctuation, typographic, odd, foreign, fixedSymbols };
+  /// Symbols that precede the letters in every model.
+  enum Symbol : std::uint8_t { Blank, Digit, Punctuation, Typographic, Odd, Foreign, FixedSymbols };
 
   std::u16string_view letters;  ///< lower-case letters beyond ASCII, in code point order
-  bool latin;                   ///< a to z are 26 symbols before `letters`; otherwise they are one
+  bool latin;                   ///< a to z are 26 symbols before `letters` instead of one for all
   std::string_view costs;       ///< a square matrix of printable digits
 
-  /// Number of symbols, which is one side of the matrix.
-  unsigned size() const { return fixedSymbols + (latin ? 26 : 1) + unsigned(letters.size()); }
+  /// The number of symbols, which is the side of the matrix.
+  unsigned size() const {
+    return FixedSymbols + (latin ? 26 : 1) + static_cast<unsigned>(letters.size());
+  }
 
-  /// What a character is to this model.
+  /// The symbol of a character in this model.
   std::uint8_t symbol(char32_t character) const;
 
-  /// Cost of `second` behind `first`: the negative logarithm of its probability in sixths of a nat.
+  /// The cost of `second` after `first`: the negative logarithm of its probability in sixths of a
+  /// nat.
   unsigned cost(std::uint8_t first, std::uint8_t second) const;
 };
 

@@ -7,16 +7,16 @@
 
 namespace orvel {
 
-/// Gives the Asian texts of a song a form that sorts by plain byte order and starts with the letter
-/// under which a person looks for it.
+/// Makes forms of a song's Asian texts that sort in plain byte order and start with the letter
+/// under which people look them up.
 ///
-/// Kana of all kinds become hiragana, Hangul stays, Chinese becomes pinyin without tones, the kanji
-/// of a Japanese and the hanja of a Korean song stay; ASCII becomes half-width lower case. Kana in
-/// any text makes the song Japanese, else Hangul makes it Korean, else it is Chinese.
-/// Any thread; ill-formed UTF-8 is skipped.
+/// Turns kana of all kinds into hiragana, Chinese into pinyin without tones, and ASCII into
+/// half-width lower case. Keeps Hangul, the kanji of a Japanese song and the hanja of a Korean one.
+/// Kana in any text makes the song Japanese; otherwise Hangul makes it Korean; otherwise it is
+/// Chinese. Skips ill-formed UTF-8. Any thread.
 /// @param texts     title, artist, album, genre and composer in UTF-8
-/// @param sortTags  what the file itself gives as sort form of the same fields, where it does: used
-///                  in place of a text with Asian script when it has Asian script itself
+/// @param sortTags  the file's own sort forms of the same fields, where it has any; one with Asian
+///                  script replaces a text with Asian script
 /// @return the five forms in the same order, "" for a field without Asian script; nothing when no
 ///         field has any
 std::optional<std::array<std::string, 5>> asianForms(

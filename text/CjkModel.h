@@ -5,36 +5,36 @@
 
 namespace orvel {
 
-/// How probable characters, and kinds of characters behind one another, are in the texts of one
-/// East Asian language.
+/// The probabilities of characters and of pairs of character classes in the texts of one East Asian
+/// language.
 struct CjkModel {
-  /// Kinds of characters.
+  /// Classes of characters.
   enum Class : std::uint8_t {
-    blank,
-    letter,
-    ascii,
-    hiragana,
-    katakana,
-    han,
-    hangul,
-    halfWidth,
-    mark,
-    rare,
-    classes
+    Blank,
+    Letter,
+    Ascii,
+    Hiragana,
+    Katakana,
+    Han,
+    Hangul,
+    HalfWidth,
+    Mark,
+    Rare,
+    Classes
   };
 
-  std::string_view cells;     ///< levels of the cells of an encoding's table, two in each digit
+  std::string_view cells;     ///< cost levels of an encoding's table cells, two per digit
   std::string_view unlisted;  ///< costs of the characters without a cell, by class
-  std::string_view pairs;     ///< a square matrix: costs of a class behind another
+  std::string_view pairs;     ///< a square matrix: the cost of a class after another
 
-  /// What a character is to all models.
+  /// The class of a character, the same in all models.
   static Class classOf(char32_t character);
 
-  /// Cost of a character of this class: the negative logarithm of its probability within its class
-  /// in sixths of a nat. `cell` is its number in `cells`, or beyond them.
+  /// The cost of a character: the negative logarithm of its probability within its class in sixths
+  /// of a nat. `cell` is its number in `cells`, or past the end for a character without a cell.
   unsigned cost(Class kind, unsigned cell) const;
 
-  /// Cost of a class behind another in the same unit.
+  /// The cost of class `second` after class `first`, in the same unit.
   unsigned pairCost(Class first, Class second) const;
 };
 

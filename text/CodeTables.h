@@ -4,18 +4,18 @@
 
 namespace orvel {
 
-/// Characters that are the meaning of bytes; U+FFFD: no meaning.
+/// The characters of the byte codes of legacy encodings, U+FFFD for unassigned codes.
 
 /// Bytes 0x80 to 0xFF of eight-bit encodings.
 extern const std::u16string_view cp1250Table, cp1251Table, cp1252Table, cp1253Table, cp1254Table,
     cp1255Table, cp1256Table, cp1257Table, cp1258Table, cp874Table, koi8uTable, iso88592Table,
     iso885915Table, iso885916Table;
 
-/// GB 2312 and what GBK adds beside its rows: lead bytes 0xA1 to 0xF7, trail bytes 0xA1 to 0xFE.
+/// GB 2312 and the additions of GBK to its rows: lead bytes 0xA1 to 0xF7, trail bytes 0xA1 to 0xFE.
 extern const std::u16string_view gb2312Table;
 /// GBK's symbols: lead bytes 0xA8 and 0xA9, trail bytes 0x40 to 0xA0 without 0x7F.
 extern const std::u16string_view gbkSymbolTable;
-/// What follows GBK's Han characters in Unicode order, up to the last code.
+/// The codes of GBK after its Han characters in Unicode order.
 extern const std::u16string_view gbkTailTable;
 /// Big5 with the additions of code page 950: lead bytes 0xA1 to 0xF9, trail bytes 0x40 to 0x7E and
 /// 0xA1 to 0xFE.

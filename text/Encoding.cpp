@@ -1,45 +1,50 @@
 #include "text/Encoding.h"
 
 #include <array>
+#include <cassert>
 
 #include "base/Utf8.h"
 #include "text/CodeTables.h"
+#include "text/firstCharacter.h"
 
 namespace orvel {
+
 namespace {
 
-/// Vowels in rows of six: plain and with the tone marks grave, acute, tilde, hook above, dot below.
-constexpr std::u16string_view vietnameseVowels =
+/// Vowels in rows of six: plain, then with grave, acute, tilde, hook above and dot below.
+constexpr std::u16string_view kVietnameseVowels =
     u"aàáãảạăằắẵẳặâầấẫẩậeèéẽẻẹêềếễểệiìíĩỉịoòóõỏọôồốỗổộơờớỡởợuùúũủụưừứữửựyỳýỹỷỵ"
     u"AÀÁÃẢẠĂẰẮẴẲẶÂẦẤẪẨẬEÈÉẼẺẸÊỀẾỄỂỆIÌÍĨỈỊOÒÓÕỎỌÔỒỐỖỔỘƠỜỚỠỞỢUÙÚŨỦỤƯỪỨỮỬỰYỲÝỸỶỴ";
 
-/// A vowel with its tone mark, which windows-1258 writes behind it; 0: they do not combine.
+/// Joins a vowel with the tone mark that windows-1258 writes after it; returns 0 when they do not
+/// combine.
 char32_t vietnamese(char32_t vowel, char32_t mark) {
-  const size_t tone = std::u16string_view(u"\u0300\u0301\u0303\u0309\u0323").find(char16_t(mark));
-  const size_t place = vietnameseVowels.find(char16_t(vowel));
+  const std::size_t tone =
+      std::u16string_view(u"\u0300\u0301\u0303\u0309\u0323").find(static_cast<char16_t>(mark));
+  const std::size_t place = kVietnameseVowels.find(static_cast<char16_t>(vowel));
   const bool combines = tone != std::u16string_view::npos && place != std::u16string_view::npos &&
                         place % 6 == 0 && vowel < 0x10000;
-  return combines ? vietnameseVowels[place + 1 + tone] : 0;
+  return combines ? kVietnameseVowels[place + 1 + tone] : 0;
 }
 
 std::string singleByteToUtf8(Encoding encoding, std::string_view bytes) {
   const std::u16string_view upper = upperHalf(encoding);
   std::string out;
-  char32_t held = 0;  // the last character, as long as a mark may still change it
+  char32_t held = 0;  // the last character, which a mark may still change
   for (const unsigned char byte : bytes) {
     const char32_t code = byte < 0x80 ? byte : upper[byte - 0x80];
-    if (encoding == Encoding::windows1258) {
-      if (const char32_t both = vietnamese(held, code)) {
+    if (encoding == Encoding::Windows1258) {
+      if (const char32_t both = vietnamese(held, code); both != 0) {
         held = both;
         continue;
       }
-      if (held) utf8::append(out, held);
+      if (held != 0) utf8::append(out, held);
       held = code;
     } else {
       utf8::append(out, code);
     }
   }
-  if (held) utf8::append(out, held);
+  if (held != 0) utf8::append(out, held);
   return out;
 }
 
@@ -50,7 +55,8 @@ std::u16string_view upperHalf(Encoding encoding) {
                                  &cp1254Table,    &cp1255Table,   &cp1256Table, &cp1257Table,
                                  &cp1258Table,    &cp874Table,    &koi8uTable,  &iso88592Table,
                                  &iso885915Table, &iso885916Table};
-  return *tables[static_cast<size_t>(encoding)];
+  assert(isSingleByte(encoding));
+  return *tables[static_cast<std::size_t>(encoding)];
 }
 
 std::string toUtf8(Encoding encoding, std::string_view bytes) {

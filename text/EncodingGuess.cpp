@@ -6,98 +6,99 @@
 #include <optional>
 
 #include "text/TrackScore.h"
+#include "text/firstCharacter.h"
 
 namespace orvel {
+
 namespace {
 
-constexpr unsigned nat = TrackScore::nat;
+constexpr unsigned kNat = TrackScore::kNat;
 
-/// By how much an encoding must explain a track better than windows-1252, which most tags have, to
-/// be taken for it.
+/// The margin by which an encoding must explain a track better than windows-1252, the commonest.
 struct Priority {
   unsigned handicap = 0;
-  Encoding encoding = Encoding::windows1252;
-  std::optional<Encoding> like = {};  ///< a more frequent encoding that has most bytes in common
+  Encoding encoding = Encoding::Windows1252;
+  std::optional<Encoding> like = {};  ///< a more frequent encoding that shares most codes
 };
 
-constexpr Priority priorities[] = {
-    {0, Encoding::windows1252},
-    {2 * nat, Encoding::utf8},
-    {6 * nat, Encoding::gb18030},
-    {6 * nat, Encoding::shiftJis},
-    {6 * nat, Encoding::eucKr},
-    {6 * nat, Encoding::big5},
-    {6 * nat, Encoding::windows1254},
-    {6 * nat, Encoding::windows1250},
-    {7 * nat, Encoding::windows1251},
-    {7 * nat, Encoding::eucJp},
-    {8 * nat, Encoding::windows1256},
-    {8 * nat, Encoding::windows1253},
-    {8 * nat, Encoding::tis620},
-    {8 * nat, Encoding::windows1255},
-    {8 * nat, Encoding::koi8},
-    {8 * nat, Encoding::iso8859_2, Encoding::windows1250},
-    {4 * nat, Encoding::iso8859_15, Encoding::windows1252},
-    {9 * nat, Encoding::iso8859_16, Encoding::windows1250},
-    {16 * nat, Encoding::windows1257},
-    {16 * nat, Encoding::windows1258},
+constexpr Priority kPriorities[] = {
+    {0, Encoding::Windows1252},
+    {2 * kNat, Encoding::Utf8},
+    {6 * kNat, Encoding::Gb18030},
+    {6 * kNat, Encoding::ShiftJis},
+    {6 * kNat, Encoding::EucKr},
+    {6 * kNat, Encoding::Big5},
+    {6 * kNat, Encoding::Windows1254},
+    {6 * kNat, Encoding::Windows1250},
+    {7 * kNat, Encoding::Windows1251},
+    {7 * kNat, Encoding::EucJp},
+    {8 * kNat, Encoding::Windows1256},
+    {8 * kNat, Encoding::Windows1253},
+    {8 * kNat, Encoding::Tis620},
+    {8 * kNat, Encoding::Windows1255},
+    {8 * kNat, Encoding::Koi8},
+    {8 * kNat, Encoding::Iso8859_2, Encoding::Windows1250},
+    {4 * kNat, Encoding::Iso8859_15, Encoding::Windows1252},
+    {9 * kNat, Encoding::Iso8859_16, Encoding::Windows1250},
+    {16 * kNat, Encoding::Windows1257},
+    {16 * kNat, Encoding::Windows1258},
 };
 
-/// The encodings that a region moves up in the list.
+/// An encoding that a region moves up in the list.
 struct RegionPriority {
   TextRegion region;
   Encoding encoding;
 };
 
-constexpr unsigned regionBonus = 4 * nat;
-constexpr unsigned unicodeTagger = 12 * nat;
+constexpr unsigned kRegionBonus = 4 * kNat;
+constexpr unsigned kUnicodeTagger = 12 * kNat;
 
-constexpr RegionPriority regionPriorities[] = {
-    {TextRegion::CentralEurope, Encoding::windows1250},
-    {TextRegion::CentralEurope, Encoding::iso8859_2},
-    {TextRegion::CentralEurope, Encoding::iso8859_16},
-    {TextRegion::Turkey, Encoding::windows1254},
-    {TextRegion::Baltic, Encoding::windows1257},
-    {TextRegion::Vietnam, Encoding::windows1258},
-    {TextRegion::EasternEurope, Encoding::windows1251},
-    {TextRegion::EasternEurope, Encoding::koi8},
-    {TextRegion::Greece, Encoding::windows1253},
-    {TextRegion::Arabia, Encoding::windows1256},
-    {TextRegion::Israel, Encoding::windows1255},
-    {TextRegion::Thailand, Encoding::tis620},
-    {TextRegion::China, Encoding::gb18030},
-    {TextRegion::Taiwan, Encoding::big5},
-    {TextRegion::Japan, Encoding::shiftJis},
-    {TextRegion::Japan, Encoding::eucJp},
-    {TextRegion::Korea, Encoding::eucKr},
+constexpr RegionPriority kRegionPriorities[] = {
+    {TextRegion::CentralEurope, Encoding::Windows1250},
+    {TextRegion::CentralEurope, Encoding::Iso8859_2},
+    {TextRegion::CentralEurope, Encoding::Iso8859_16},
+    {TextRegion::Turkey, Encoding::Windows1254},
+    {TextRegion::Baltic, Encoding::Windows1257},
+    {TextRegion::Vietnam, Encoding::Windows1258},
+    {TextRegion::EasternEurope, Encoding::Windows1251},
+    {TextRegion::EasternEurope, Encoding::Koi8},
+    {TextRegion::Greece, Encoding::Windows1253},
+    {TextRegion::Arabia, Encoding::Windows1256},
+    {TextRegion::Israel, Encoding::Windows1255},
+    {TextRegion::Thailand, Encoding::Tis620},
+    {TextRegion::China, Encoding::Gb18030},
+    {TextRegion::Taiwan, Encoding::Big5},
+    {TextRegion::Japan, Encoding::ShiftJis},
+    {TextRegion::Japan, Encoding::EucJp},
+    {TextRegion::Korea, Encoding::EucKr},
 };
 
 unsigned handicap(const Priority& priority, bool unicodeSeen, TextRegion region) {
-  if (priority.encoding == Encoding::windows1252) return 0;
-  const bool preferred = std::ranges::any_of(regionPriorities, [&](const RegionPriority& entry) {
+  if (priority.encoding == Encoding::Windows1252) return 0;
+  const bool preferred = std::ranges::any_of(kRegionPriorities, [&](const RegionPriority& entry) {
     return entry.region == region && entry.encoding == priority.encoding;
   });
-  const unsigned bonus = preferred ? std::min(regionBonus, priority.handicap) : 0;
-  return priority.handicap - bonus + (unicodeSeen ? unicodeTagger : 0);
+  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap) : 0;
+  return priority.handicap - bonus + (unicodeSeen ? kUnicodeTagger : 0);
 }
 
-/// What a track's texts are as UTF-8.
-enum class Utf8Evidence { none, possible, certain };
+/// How strongly a track's texts look like UTF-8.
+enum class Utf8Evidence { None, Possible, Certain };
 
-/// Well-formed texts, of which the ends may be cut off, are possible with a sequence of two bytes
-/// and certain with a longer one, which does not come about by chance.
+/// Judges well-formed texts, whose ends may be cut off: a sequence of two bytes makes UTF-8
+/// possible; a longer one makes it certain, because it hardly occurs by chance.
 Utf8Evidence utf8Evidence(std::span<const std::string_view> texts) {
   unsigned longest = 1;
   for (std::string_view text : texts) {
     while (!text.empty()) {
-      const Decoded character = firstCharacter(Encoding::utf8, text);
-      if (!character.valid && !character.cut) return Utf8Evidence::none;
+      const Decoded character = firstCharacter(Encoding::Utf8, text);
+      if (!character.valid && !character.cut) return Utf8Evidence::None;
       if (character.valid) longest = std::max(longest, character.size);
       text.remove_prefix(character.size);
     }
   }
-  if (longest == 1) return Utf8Evidence::none;
-  return longest == 2 ? Utf8Evidence::possible : Utf8Evidence::certain;
+  if (longest == 1) return Utf8Evidence::None;
+  return longest == 2 ? Utf8Evidence::Possible : Utf8Evidence::Certain;
 }
 
 using UpperBytes = std::bitset<128>;
@@ -112,10 +113,10 @@ UpperBytes upperBytesOf(std::span<const std::string_view> texts) {
   return used;
 }
 
-/// True when two eight-bit encodings read these bytes alike.
+/// True when two eight-bit encodings assign the same characters to these bytes.
 bool alike(Encoding first, Encoding second, const UpperBytes& used) {
   const std::u16string_view a = upperHalf(first), b = upperHalf(second);
-  for (size_t i = 0; i < used.size(); ++i) {
+  for (std::size_t i = 0; i < used.size(); ++i) {
     if (used[i] && a[i] != b[i]) return false;
   }
   return true;
@@ -126,13 +127,13 @@ bool alike(Encoding first, Encoding second, const UpperBytes& used) {
 Encoding guessEncoding(std::span<const std::string_view> texts, bool unicodeSeen,
                        TextRegion region) {
   const Utf8Evidence utf8 = utf8Evidence(texts);
-  if (utf8 == Utf8Evidence::certain) return Encoding::utf8;
+  if (utf8 == Utf8Evidence::Certain) return Encoding::Utf8;
   const TrackScore score(texts);
   const UpperBytes used = upperBytesOf(texts);
-  Encoding best = Encoding::windows1252;
+  Encoding best = Encoding::Windows1252;
   unsigned least = ~0U;
-  for (const Priority& priority : priorities) {
-    if (priority.encoding == Encoding::utf8 && utf8 == Utf8Evidence::none) continue;
+  for (const Priority& priority : kPriorities) {
+    if (priority.encoding == Encoding::Utf8 && utf8 == Utf8Evidence::None) continue;
     if (priority.like && alike(priority.encoding, *priority.like, used)) continue;
     const unsigned start = handicap(priority, unicodeSeen, region);
     if (start >= least) continue;

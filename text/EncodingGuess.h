@@ -8,11 +8,11 @@
 
 namespace orvel {
 
-/// The encoding that the texts of one track most probably have in common.
-/// @param texts        at most `TrackScore::maxTexts`, each with bytes outside ASCII
-/// @param unicodeSeen  another text of the track came as Unicode, from a tagger that knows about
-///                     encodings: anything but windows-1252 is improbable
-/// @param region       whose encodings are preferred in doubt
+/// Guesses the encoding that the texts of one track share.
+/// @param texts        at most `TrackScore::kMaxTexts`, each with bytes outside ASCII
+/// @param unicodeSeen  true when another text of the track came as Unicode: its tagger knows about
+///                     encodings, so anything but windows-1252 is improbable
+/// @param region       its encodings win in doubtful cases
 Encoding guessEncoding(std::span<const std::string_view> texts, bool unicodeSeen,
                        TextRegion region);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 
 #include "base/Utf8.h"
 
@@ -20,7 +21,7 @@ void MissingCharacters::remove(char32_t character) {
 
 void MissingCharacters::remove(std::u16string_view characters) {
   for (const char32_t character : characters) {
-    if (character != utf8::replacement) remove(character);  // what stands for no character
+    if (character != utf8::kReplacement) remove(character);
   }
 }
 
@@ -32,8 +33,9 @@ void MissingCharacters::count() {
 }
 
 char32_t MissingCharacters::at(unsigned number) const {
-  if (number >= total) return utf8::replacement;
-  const size_t index = std::ranges::upper_bound(before, number) - before.begin() - 1;
+  assert(!before.empty() && "count() was not called");
+  if (number >= total) return utf8::kReplacement;
+  const std::size_t index = std::ranges::upper_bound(before, number) - before.begin() - 1;
   std::uint64_t word = present[index];
   for (unsigned skip = number - before[index]; skip > 0; --skip) word &= word - 1;
   return first + static_cast<char32_t>(index * 64 + std::countr_zero(word));

@@ -1,26 +1,29 @@
 #include "text/SingleByteReader.h"
 
+#include <cassert>
+
 namespace orvel {
+
 namespace {
 
-constexpr std::array<const AlphabetModel*, 29> models{
+constexpr std::array<const AlphabetModel*, 29> kModels{
     &enModel, &deModel, &frModel, &esModel, &itModel, &ptModel, &caModel, &nlModel,
     &svModel, &noModel, &fiModel, &isModel, &xxModel, &plModel, &csModel, &huModel,
     &roModel, &hrModel, &trModel, &ltModel, &lvModel, &viModel, &ruModel, &ukModel,
     &bgModel, &elModel, &arModel, &heModel, &thModel};
 
-/// Where the languages of an encoding stand among the models.
+/// The range of an encoding's languages among the models.
 struct Languages {
   Encoding encoding;
-  size_t first, count;
+  std::size_t first, count;
 };
 
-constexpr Languages languages[] = {
-    {Encoding::windows1250, 13, 5}, {Encoding::windows1251, 22, 3}, {Encoding::windows1252, 0, 13},
-    {Encoding::windows1253, 25, 1}, {Encoding::windows1254, 18, 1}, {Encoding::windows1255, 27, 1},
-    {Encoding::windows1256, 26, 1}, {Encoding::windows1257, 19, 2}, {Encoding::windows1258, 21, 1},
-    {Encoding::tis620, 28, 1},      {Encoding::koi8, 22, 2},        {Encoding::iso8859_2, 13, 5},
-    {Encoding::iso8859_15, 0, 13},  {Encoding::iso8859_16, 13, 5}};
+constexpr Languages kLanguages[] = {
+    {Encoding::Windows1250, 13, 5}, {Encoding::Windows1251, 22, 3}, {Encoding::Windows1252, 0, 13},
+    {Encoding::Windows1253, 25, 1}, {Encoding::Windows1254, 18, 1}, {Encoding::Windows1255, 27, 1},
+    {Encoding::Windows1256, 26, 1}, {Encoding::Windows1257, 19, 2}, {Encoding::Windows1258, 21, 1},
+    {Encoding::Tis620, 28, 1},      {Encoding::Koi8, 22, 2},        {Encoding::Iso8859_2, 13, 5},
+    {Encoding::Iso8859_15, 0, 13},  {Encoding::Iso8859_16, 13, 5}};
 
 SingleByteReader makeReader(const Languages& range) {
   SingleByteReader reader;
@@ -44,16 +47,17 @@ SingleByteReader makeReader(const Languages& range) {
 }  // namespace
 
 std::span<const AlphabetModel* const> alphabetModels() {
-  return models;
+  return kModels;
 }
 
 const SingleByteReader& SingleByteReader::of(Encoding encoding) {
   static const std::vector<SingleByteReader> readers = [] {
     std::vector<SingleByteReader> made;
-    for (const Languages& range : languages) made.push_back(makeReader(range));
+    for (const Languages& range : kLanguages) made.push_back(makeReader(range));
     return made;
   }();
-  return readers[static_cast<size_t>(encoding)];  // the table is in the order of the encodings
+  assert(isSingleByte(encoding));
+  return readers[static_cast<std::size_t>(encoding)];  // the table is in the order of the encodings
 }
 
 }  // namespace orvel

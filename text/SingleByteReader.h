@@ -11,22 +11,22 @@
 
 namespace orvel {
 
-/// All alphabetic models, those in Latin script first.
+/// All alphabetic models; those of Latin script come first.
 std::span<const AlphabetModel* const> alphabetModels();
 
-/// How many of them are in Latin script.
-constexpr size_t latinModels = 22;
+/// The number of models of Latin script.
+constexpr std::size_t kLatinModels = 22;
 
-/// What the bytes of an eight-bit encoding are to the models of the languages written in it.
+/// The bytes of an eight-bit encoding as symbols of the models of the languages written in it.
 struct SingleByteReader {
   using Symbols = std::array<std::uint8_t, 256>;
 
   std::array<LetterCase, 256> cases{};
-  std::array<bool, 256> meaningless{};  ///< bytes that no text of this encoding has
-  size_t firstModel = 0;                ///< the languages are neighbours among `alphabetModels()`
+  std::array<bool, 256> meaningless{};  ///< bytes that do not occur in texts of this encoding
+  std::size_t firstModel = 0;           ///< the languages are neighbours among `alphabetModels()`
   std::vector<Symbols> symbols;         ///< of each of the languages
 
-  /// The reader of an eight-bit encoding; lives for ever. Any thread.
+  /// The reader of an eight-bit encoding; never destroyed. Any thread.
   static const SingleByteReader& of(Encoding encoding);
 };
 

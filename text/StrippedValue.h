@@ -5,7 +5,7 @@
 
 namespace orvel {
 
-/// A tag value that is fit to be stored: what `trim` returned, or nothing.
+/// A tag value that is ready to be stored: a result of `trim`, or empty.
 class StrippedValue {
  public:
   /// The empty value.

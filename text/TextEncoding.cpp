@@ -14,10 +14,11 @@
 #include "text/TextRegion.h"
 
 namespace orvel {
+
 namespace {
 
 std::string_view bytesOf(const TrackText& text) {
-  return text.bytes ? std::string_view(text.bytes, text.length) : std::string_view();
+  return text.bytes != nullptr ? std::string_view(text.bytes, text.length) : std::string_view();
 }
 
 void release(TrackText& text) {
@@ -25,11 +26,11 @@ void release(TrackText& text) {
   text = {};
 }
 
-/// Puts a copy of `bytes` in place of an earlier text. False, and no text, when memory ran out.
+/// Replaces a text by a copy of `bytes`. Leaves it absent and returns false when memory runs out.
 bool store(TrackText& text, std::string_view bytes, const char* encoding) {
   release(text);
   text.bytes = static_cast<char*>(std::malloc(bytes.size() + 1));
-  if (!text.bytes) return false;
+  if (text.bytes == nullptr) return false;
   if (!bytes.empty()) std::memcpy(text.bytes, bytes.data(), bytes.size());
   text.bytes[bytes.size()] = '\0';
   text.length = static_cast<unsigned>(bytes.size());
@@ -49,21 +50,21 @@ bool isUtf8(std::string_view bytes) {
 }
 
 bool claimsUtf8(const TrackText& text) {
-  return text.encoding && !std::strcmp(text.encoding, "UTF-8");
+  return text.encoding != nullptr && std::strcmp(text.encoding, "UTF-8") == 0;
 }
 
-constexpr TrackText TrackRecord::*fields[] = {&TrackRecord::title, &TrackRecord::artist,
-                                              &TrackRecord::album, &TrackRecord::genre,
-                                              &TrackRecord::composer};
+constexpr TrackText TrackRecord::*kFields[] = {&TrackRecord::title, &TrackRecord::artist,
+                                               &TrackRecord::album, &TrackRecord::genre,
+                                               &TrackRecord::composer};
 
 std::atomic<TextRegion> currentRegion{TextRegion::Neutral};
 
-/// The encoding of the texts that are open to another reading.
+/// Guesses the encoding of the texts that are neither Unicode nor ASCII.
 Encoding encodingOf(const TrackRecord& track) {
-  std::array<std::string_view, std::size(fields)> open;
-  size_t count = 0;
+  std::array<std::string_view, std::size(kFields)> open;
+  std::size_t count = 0;
   bool unicodeSeen = false;
-  for (const auto field : fields) {
+  for (const auto field : kFields) {
     const TrackText& text = track.*field;
     if (claimsUtf8(text)) {
       unicodeSeen = unicodeSeen || text.length > 0;
@@ -71,24 +72,25 @@ Encoding encodingOf(const TrackRecord& track) {
       open[count++] = bytesOf(text);
     }
   }
-  if (count == 0) return Encoding::windows1252;
+  if (count == 0) return Encoding::Windows1252;
   return guessEncoding({open.data(), count}, unicodeSeen, currentRegion);
 }
 
-/// UTF-8 of a text of a track in `encoding`. A single text of a Western track may be UTF-8.
+/// Converts a text of a track in `encoding` to UTF-8. In a Western track, a single text may still
+/// be UTF-8.
 std::string converted(const TrackText& text, Encoding encoding) {
   const std::string_view bytes = bytesOf(text);
-  if (claimsUtf8(text)) encoding = Encoding::utf8;
-  const bool mayBeUtf8 = encoding == Encoding::utf8 || encoding == Encoding::windows1252;
+  if (claimsUtf8(text)) encoding = Encoding::Utf8;
+  const bool mayBeUtf8 = encoding == Encoding::Utf8 || encoding == Encoding::Windows1252;
   return mayBeUtf8 && isUtf8(bytes) ? std::string(bytes) : toUtf8(encoding, bytes);
 }
 
-/// False when memory ran out.
+/// Returns false when memory runs out.
 bool convert(const TrackRecord& track, TrackRecord& result) {
   const Encoding encoding = encodingOf(track);
-  return std::ranges::all_of(fields, [&](const auto field) {
+  return std::ranges::all_of(kFields, [&](const auto field) {
     const TrackText& text = track.*field;
-    return !text.bytes || store(result.*field, converted(text, encoding), "UTF-8");
+    return text.bytes == nullptr || store(result.*field, converted(text, encoding), "UTF-8");
   });
 }
 
@@ -125,12 +127,12 @@ void setTrackComposer(TrackRecord* track, const char* bytes, unsigned length,
 
 TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char*) {
   auto* const result = static_cast<TrackRecord*>(std::malloc(sizeof(TrackRecord)));
-  if (!result) return nullptr;
+  if (result == nullptr) return nullptr;
   new (result) TrackRecord;
   try {
     if (convert(*track, *result)) return result;
   } catch (const std::bad_alloc&) {
-    // told to the caller like memory that malloc did not give
+    // reported like a failing malloc
   }
   destroyTrack(result);
   std::free(result);
@@ -138,11 +140,11 @@ TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char*) {
 }
 
 bool isMetadataEmptyUTF8(const TrackText& text) {
-  return !text.bytes || text.length == 0;
+  return text.bytes == nullptr || text.length == 0;
 }
 
 void destroyTrack(TrackRecord* track) {
-  for (const auto field : fields) release(track->*field);
+  for (const auto field : kFields) release(track->*field);
 }
 
 }  // namespace orvel

@@ -4,8 +4,8 @@ namespace orvel {
 
 /// One text of a track with the name of the encoding that its tag claims.
 struct TrackText {
-  char* bytes = nullptr;  ///< owned, allocated with malloc, NUL-ended for convenience; null: none
-  unsigned length = 0;    ///< number of bytes without the closing NUL
+  char* bytes = nullptr;           ///< owned, allocated with malloc, NUL-ended; null when absent
+  unsigned length = 0;             ///< in bytes, without the closing NUL
   const char* encoding = nullptr;  ///< "ISO-8859-1" or "UTF-8"; a string literal, not owned
 };
 
@@ -29,13 +29,13 @@ void setTrackAlbum(TrackRecord* track, const char* bytes, unsigned length, const
 void setTrackGenre(TrackRecord* track, const char* bytes, unsigned length, const char* encoding);
 void setTrackComposer(TrackRecord* track, const char* bytes, unsigned length, const char* encoding);
 
-/// Guesses what the texts claimed as "ISO-8859-1" really are and converts all five to UTF-8.
+/// Guesses the real encoding of the texts claimed as "ISO-8859-1" and converts all five to UTF-8.
 ///
-/// Texts claimed as "UTF-8" pass as they are, apart from ill-formed parts. Texts of ASCII
-/// characters alone never change. The others are taken to share one encoding, ISO-8859-1 as its
-/// superset windows-1252 unless another explains them clearly better; without any meaning, bytes
-/// become U+FFFD. NULs and control characters stay.
-/// @param defaultEncoding  "ISO-8859-1", which is the only default that there is
+/// Passes texts claimed as "UTF-8" unchanged, except for ill-formed parts, and texts of ASCII
+/// characters always. Assumes that the others share one encoding: windows-1252, the superset of
+/// ISO-8859-1, unless another explains them clearly better. Bytes without a meaning become U+FFFD.
+/// NULs and control characters stay.
+/// @param defaultEncoding  "ISO-8859-1", the only supported default
 /// @return a new record that the caller gives to `destroyTrack` and then to `free`, or null when
 ///         memory ran out. Any thread.
 TrackRecord* guess_and_convert_by_prio(const TrackRecord* track, const char* defaultEncoding);

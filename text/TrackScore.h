@@ -11,24 +11,23 @@
 
 namespace orvel {
 
-/// Rates what the texts of one track would be in an encoding.
+/// Rates how well an encoding explains the texts of one track.
 ///
-/// All encodings are read from the same bytes, so that the improbability of what they make of them
-/// compares directly. The texts of a track share a language as a rule: the language that explains
-/// them best together counts.
+/// All encodings are rated on the same bytes, so their costs compare directly. The texts of a track
+/// usually share a language: the one that explains them best together counts.
 class TrackScore {
  public:
-  static constexpr size_t maxTexts = 5;
+  static constexpr std::size_t kMaxTexts = 5;
 
   /// Costs are negative logarithms of probabilities in this fraction of a nat.
-  static constexpr unsigned nat = 6;
+  static constexpr unsigned kNat = 6;
 
-  /// Prepares for texts, at most `maxTexts`, whose bytes must outlive this object. Of very long
-  /// ones the start decides.
+  /// Takes at most `kMaxTexts` texts, whose bytes must outlive this object. Judges very long ones
+  /// by their beginning.
   explicit TrackScore(std::span<const std::string_view> texts);
 
-  /// How improbable the texts are in this encoding, or some value from `limit` on when they are at
-  /// least that improbable.
+  /// The cost of the texts in this encoding. May stop early and return any value of at least
+  /// `limit` when the cost reaches it.
   unsigned cost(Encoding encoding, unsigned limit) const;
 
  private:
@@ -37,19 +36,19 @@ class TrackScore {
   };
   struct Text {
     std::string_view bytes;
-    std::vector<BytePair> pairs;  ///< neighbours of which one is not ASCII; the ends are blanks
+    std::vector<BytePair> pairs;  ///< neighbours that are not both ASCII; ends count as blanks
   };
-  using TextCosts = std::array<unsigned, maxTexts>;
+  using TextCosts = std::array<unsigned, kMaxTexts>;
   class LanguageCosts;
 
   unsigned singleByteCost(Encoding encoding, unsigned limit) const;
   unsigned multiByteCost(Encoding encoding, unsigned limit) const;
   unsigned utf8Cost() const;
-  unsigned asciiCost(size_t model, size_t text) const;
+  unsigned asciiCost(std::size_t model, std::size_t text) const;
 
-  std::array<Text, maxTexts> texts;
-  size_t count;
-  // What the pairs within ASCII cost in each Latin language; every encoding reads these alike.
+  std::array<Text, kMaxTexts> texts;
+  std::size_t count;
+  // The cost of the ASCII pairs in each Latin language, which is the same in every encoding.
   std::vector<TextCosts> asciiCosts;
   TextCosts leastAscii{};
 };

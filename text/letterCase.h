@@ -2,10 +2,10 @@
 
 namespace orvel {
 
-enum class LetterCase : unsigned char { none, lower, upper };
+enum class LetterCase : unsigned char { None, Lower, Upper };
 
-/// The lower-case form of a Latin, Greek or Cyrillic letter of the eight-bit encodings; other
-/// characters unchanged. The dotted capital I of Turkish stays, as it has no single counterpart.
+/// Maps the Latin, Greek and Cyrillic letters of the eight-bit encodings to lower case and leaves
+/// other characters unchanged. The dotted capital I of Turkish has no single counterpart and stays.
 constexpr char32_t lowerCase(char32_t c) {
   const auto within = [c](char32_t low, char32_t high) { return c >= low && c <= high; };
   if (within('A', 'Z')) return c + 0x20;
@@ -39,12 +39,12 @@ constexpr char32_t lowerCase(char32_t c) {
   return within(0x400, 0x40F) ? c + 0x50 : c;
 }
 
-/// Upper, lower or without case, for the letters that `lowerCase` knows.
+/// The case of a letter that `lowerCase` knows; None for all others.
 constexpr LetterCase letterCase(char32_t c) {
-  if (c == 0x130 || lowerCase(c) != c) return LetterCase::upper;
+  if (c == 0x130 || lowerCase(c) != c) return LetterCase::Upper;
   const bool lower = (c >= 'a' && c <= 'z') || (c >= 0xDF && c <= 0x24F && c != 0xF7) ||
                      (c >= 0x3AC && c <= 0x3CE) || (c >= 0x430 && c <= 0x45F) || c == 0x491;
-  return lower ? LetterCase::lower : LetterCase::none;
+  return lower ? LetterCase::Lower : LetterCase::None;
 }
 
 }  // namespace orvel

@@ -4,15 +4,14 @@
 
 namespace orvel {
 
-/// Cleans a text that came from a device for display and storage.
+/// Cleans a text from a device for display and storage.
 ///
-/// Returns valid UTF-8 without NUL and control characters: blanks of all scripts are taken off both
-/// ends, each run of control characters inside becomes one space, each ill-formed part becomes
-/// U+FFFD, an incomplete sequence at the very end is dropped, and after the first character other
-/// than a leading NUL the text ends at the first NUL. Idempotent; changes neither case, width nor
-/// normal form.
-/// @param text    bytes, need not be NUL-ended; null gives an empty text
-/// @param length  number of bytes that may be read
+/// Returns valid UTF-8 without NULs and control characters. Skips leading NULs and ends the text at
+/// the next one; removes blanks of all scripts at both ends; turns each run of control characters
+/// inside into one space and each ill-formed part into U+FFFD; drops an incomplete sequence at the
+/// very end. Keeps case, width and normal form. Idempotent.
+/// @param text    need not be NUL-ended; null gives an empty text
+/// @param length  in bytes
 std::string trim(const char* text, unsigned length);
 
 }  // namespace orvel

@@ -9,7 +9,7 @@
 
 namespace orvel::bench {
 
-/// A database in a folder of its own that holds made-up songs.
+/// A database of made-up songs in its own folder.
 class SongDatabase {
  public:
   static constexpr char kDevice[] = "bench";
@@ -18,13 +18,13 @@ class SongDatabase {
 
   explicit SongDatabase(int songs);
 
-  /// Adds songs, 500 a transaction.
+  /// Adds songs, 500 per transaction.
   void insert(int first, int end);
   [[nodiscard]] std::string file() const;
 
-  /// Twelve songs a folder.
+  /// The path of a song; each folder has twelve.
   static std::string pathOf(int song);
-  /// The songs as a crawler finds them, in no order of names.
+  /// The songs as a crawler finds them, not sorted by name.
   static boost::shared_ptr<Block<FileInfo*>> crawled(int songs);
 
  private:

@@ -10,7 +10,7 @@
 namespace orvel::bench {
 namespace {
 
-/// A device on which nothing has changed.
+/// Compares an unchanged device with its database.
 void findNoChange(benchmark::State& state) {
   const int songs = static_cast<int>(state.range(0));
   const SongDatabase database(songs);

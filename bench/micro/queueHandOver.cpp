@@ -9,7 +9,7 @@
 namespace orvel::bench {
 namespace {
 
-/// A stage that only takes blocks.
+/// A stage that drops blocks and reports the last one.
 class Taker : public Server<Block<FileInfo*>, Block<void>> {
  public:
   using Server::Server;
@@ -22,7 +22,7 @@ class Taker : public Server<Block<FileInfo*>, Block<void>> {
   std::binary_semaphore taken{0};
 };
 
-/// Blocks from one thread to the next: as many as fit the queue ten times, until the last is taken.
+/// Hands blocks from one thread to the next: ten queues full, until the last one is taken.
 void handOver(benchmark::State& state) {
   constexpr int kBlocks = 1000;
   Taker taker("bench");

@@ -8,7 +8,7 @@
 namespace orvel::bench {
 namespace {
 
-/// One block of songs, in a transaction of its own.
+/// Stores one block of songs in one transaction.
 void insertSongs(benchmark::State& state) {
   constexpr int kSongs = 500;
   SongDatabase database(0);
@@ -21,7 +21,7 @@ void insertSongs(benchmark::State& state) {
 }
 BENCHMARK(insertSongs)->Iterations(32);
 
-/// What change detection asks for.
+/// Reads the rows that change detection needs.
 void readSongs(benchmark::State& state) {
   constexpr int kSongs = 16000;
   const SongDatabase database(kSongs);

@@ -8,7 +8,7 @@
 namespace orvel::bench {
 namespace {
 
-/// A track whose title, artist and album are `text`, as a tag claims it.
+/// Guesses the encoding of a track with `text` as title, artist and album, declared as `claimed`.
 void guess(benchmark::State& state, std::string_view text, const char* claimed) {
   TrackRecord track;
   initTrack(&track);

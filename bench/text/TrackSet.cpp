@@ -19,7 +19,7 @@ std::vector<std::string> columnsOf(const std::string& line) {
   return columns;
 }
 
-/// Five columns from `first` on with tabs between them, empty from the text number `count` on.
+/// Joins the five columns from `first` with tabs; those from number `count` on are empty.
 std::string joined(const std::vector<std::string>& columns, size_t first, size_t count) {
   std::string texts;
   for (size_t i = 0; i < 5; ++i) {

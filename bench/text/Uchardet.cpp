@@ -26,7 +26,7 @@ std::string convert(iconv_t converter, const TrackText& text) {
   size_t fromLeft = text.length, toLeft = out.size();
   iconv(converter, nullptr, nullptr, nullptr, nullptr);
   iconv(converter, &from, &fromLeft, &to, &toLeft);
-  iconv(converter, nullptr, nullptr, &to, &toLeft);  // a letter may be held back
+  iconv(converter, nullptr, nullptr, &to, &toLeft);  // flush a pending character
   out.resize(out.size() - toLeft);
   return out;
 }

@@ -6,11 +6,12 @@
 
 namespace orvel {
 
-/// The encoding that uchardet finds for the texts of a track, joined; "" when it finds none.
+/// Returns the encoding that uchardet detects for the joined texts of a track; "" if it detects
+/// none.
 std::string uchardetEncoding(const TrackRecord& track);
 
-/// The five texts read in an encoding of the C library, with tabs between them; those claimed as
-/// UTF-8 as they are.
+/// Decodes the five texts from an encoding of the C library and joins them with tabs; leaves those
+/// declared as UTF-8 unchanged.
 std::string textsRead(const TrackRecord& track, const std::string& encoding);
 
 }  // namespace orvel

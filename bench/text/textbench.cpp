@@ -30,7 +30,7 @@ struct Tally {
 
 using Judge = std::function<std::string(const KnownTrack&)>;
 
-/// Prints how many tracks come out right, by language and by encoding, and the wrong Western ones.
+/// Prints the share of correct tracks by language and by encoding, and the wrong Western ones.
 void printAccuracy(const char* name, const std::vector<KnownTrack>& tracks, const Judge& judge,
                    bool details) {
   Tally all;
@@ -54,7 +54,7 @@ void printAccuracy(const char* name, const std::vector<KnownTrack>& tracks, cons
   if (!wrong.empty()) std::printf("wrong Western tracks:\n%s", wrong.c_str());
 }
 
-/// Microseconds that `work` takes for a track: the best of several rounds.
+/// The microseconds that `work` takes per track: the best of several rounds.
 double microseconds(const std::vector<std::unique_ptr<TaggedTrack>>& tracks,
                     const std::function<void(const TaggedTrack&)>& work) {
   using Clock = std::chrono::steady_clock;
@@ -99,7 +99,7 @@ void run(const std::string& path, size_t textCount) {
 
 }  // namespace
 
-/// Judges the guesser by a set of tracks: orvel-textbench FILE [NUMBER_OF_TEXTS].
+/// Measures the guesser's accuracy on a set of tracks: orvel-textbench FILE [NUMBER_OF_TEXTS].
 int main(int argc, char** argv) {
   if (argc < 2) {
     std::cerr << "usage: orvel-textbench FILE [NUMBER_OF_TEXTS]\n";

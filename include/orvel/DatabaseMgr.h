@@ -7,6 +7,9 @@
 
 namespace orvel {
 
+template <class T>
+class NoDestructor;
+
 /// Maps a device to its database file, creates and deletes databases, keeps a status per partition
 /// and opens streams. One instance per process; every operation may be called from any thread.
 /// Apart from `open`, nothing throws: failures are one log line each, and the work goes on.
@@ -76,6 +79,8 @@ class ORVEL_EXPORT DatabaseMgr {
   DatabaseMgr& operator=(const DatabaseMgr&) = delete;
 
  private:
+  friend class NoDestructor<DatabaseMgr>;
+
   DatabaseMgr();
   ~DatabaseMgr();
 

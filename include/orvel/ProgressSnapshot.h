@@ -30,9 +30,10 @@ struct ProgressSnapshot {
   std::optional<double> folderTreeSeconds;
   bool databaseExisted = false;  ///< the last status was "OK" when the request was made
   bool contentModified = false;
-  /// The host chose isolated tag reading, and tags were read in its own process all the same.
+  /// The host chose isolated tag reading, but tags were read in its own process.
   bool isolationFailed = false;
-  bool limitReached = false;            ///< more than 16000 songs: the rest was not looked at
+  /// The request ended at `Limits::songs`; a stick that has just so many counts, too.
+  bool limitReached = false;
   std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
   /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.
   std::string status;

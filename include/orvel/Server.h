@@ -46,17 +46,23 @@ class Server : public BaseServer<TIN> {
   /// Receives what the host is told; not owned, set before `launch`, never null.
   HostListener* listener;
 
+ protected:
+  /// Records that this stage leaves work of a request undone: the reason for the host, the mark
+  /// `skipped` on `result`, the operation of a block in the stage's hands, and, through the run
+  /// loop, on the request's LAST block. Call it on the stage's own thread.
+  void leaveUndone(Operation& result, LeftUndone reason);
+
  private:
   void process(const src_block_type_ptr& block);
   void processInto(BaseServer<TOUT>& target, const Operation& request,
                    const src_block_type_ptr& block);
-  void forward(BaseServer<TOUT>& target, const Operation& request, const sink_block_type_ptr& out);
+  void forward(BaseServer<TOUT>& target, const sink_block_type_ptr& out);
   void sendFailure(BaseServer<TOUT>& target, const Operation& request, const std::exception& error);
-  /// Remembers that this stage left work of the operation undone, until its LAST block tells.
-  void leaveUndone(const Operation& request, LeftUndone reason);
+  void noteUndone(int operationId, LeftUndone reason);
   void markLast(Operation& operation) const;
 
-  std::optional<int> undoneOperation;  ///< the stage's own thread only
+  /// The operation whose LAST block gets the mark `skipped`. The stage's own thread only.
+  std::optional<int> undoneOperation;
 };
 
 // Pipelines and the controller; hosts call the controller's life cycle across the library's border.

@@ -6,13 +6,13 @@ namespace orvel {
 
 namespace {
 
-/// libmtp's own codes for what is wrong on the way to the device; 0x02FE, "data expected", is what
-/// it makes of a refusal.
+/// libmtp's own codes for failures of the transport. All but 0x02FE, "data expected", by which
+/// libmtp reports a refusal of the device.
 constexpr std::uint16_t kFirstTransportCode = 0x02F9;
 constexpr std::uint16_t kLastTransportCode = 0x02FF;
 constexpr std::uint16_t kDataExpected = 0x02FE;
 
-/// The code in the text of a note, which has no field of its own for it; 0 for none.
+/// The code at the beginning of an error's text, the only place that has it; 0 for none.
 std::uint16_t codeIn(const char* text) {
   unsigned code = 0;
   if (text == nullptr || std::sscanf(text, "PTP Layer error %4x:", &code) != 1) return 0;

@@ -6,18 +6,17 @@
 
 namespace orvel {
 
-/// What libmtp noted down about failures of the calls since it was last asked. It is the only word
-/// about most of them, and not a very exact one: of a refusal with data expected it knows only that
-/// no data came.
+/// The failures that libmtp noted for a device since they were last taken. Of a refusal where data
+/// was expected libmtp notes only that no data came.
 struct NotedErrors {
   bool any = false;
-  /// The last code that was noted; 0 for none. Those of the device itself begin with 0x2001.
+  /// The last code noted; 0 for none. The device's own response codes begin with 0x2001.
   std::uint16_t code = 0;
-  /// The device was not reached or did not answer in time: it need not have refused anything.
+  /// The device was not reached or did not answer in time.
   bool transportFailed = false;
 };
 
-/// Takes the notes away from the device.
+/// Returns the device's errors and clears them.
 NotedErrors takeErrors(LIBMTP_mtpdevice_t* device);
 
 }  // namespace orvel

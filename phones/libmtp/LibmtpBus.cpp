@@ -1,14 +1,11 @@
 #include <stdexcept>
 
 #include "phones/DeviceBus.h"
+#include "phones/DeviceCalls.h"
 #include "phones/libmtp/LibmtpLibrary.h"
 #include "phones/libmtp/LibmtpSession.h"
 
 namespace orvel {
-
-const char* deviceBus::libraryName() {
-  return "libmtp";
-}
 
 std::vector<deviceBus::BusDevice> deviceBus::scan() {
   const UsbBus bus;
@@ -30,19 +27,17 @@ std::unique_ptr<DeviceSession> deviceBus::connect(const BusDevice& device) {
   return std::make_unique<LibmtpSession>(*address);
 }
 
+std::unique_ptr<DeviceCalls> deviceBus::callsOf(Device& device) {
+  return std::make_unique<DeviceCalls>(device);
+}
+
 bool deviceBus::isPresent(const std::string& path) {
   const auto address = UsbAddress::parse(path);
   try {
     return address && UsbBus().has(*address);
   } catch (const std::runtime_error&) {
-    return true;  // as long as the bus cannot be looked at, nobody knows better
+    return true;  // unknown while the bus cannot be read
   }
-}
-
-void deviceBus::attachScripted(const std::string& file) {
-  throw std::runtime_error("\"" + file +
-                           "\" cannot be attached: this build reads real devices through libmtp. "
-                           "Use one that was configured with ORVEL_DEVICE_ACCESS=scripted.");
 }
 
 }  // namespace orvel

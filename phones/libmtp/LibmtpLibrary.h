@@ -8,33 +8,33 @@
 #include "base/Mutex.h"
 #include "phones/libmtp/UsbBus.h"
 
-/// libmtp as this process uses it.
+/// Access to libmtp for the whole process.
 namespace orvel::libmtp {
 
-/// Guards the state that libmtp keeps for all devices: held while devices are looked for, opened
-/// and released. Initialises libmtp when first asked for.
+/// Guards libmtp's process-wide state: hold it to detect, open and release devices. Initialises
+/// libmtp on first use.
 Mutex& libraryMutex();
 
 struct Free {
   void operator()(void* memory) const;
 };
-/// What libmtp allocated for its caller.
+/// Owns memory that libmtp allocated for its caller.
 template <class T>
 using Allocated = std::unique_ptr<T, Free>;
 
-/// Gives the device free again.
+/// Releases the device. Takes the library's mutex.
 struct Release {
   void operator()(LIBMTP_mtpdevice_t* device) const;
 };
 using OpenDevice = std::unique_ptr<LIBMTP_mtpdevice_t, Release>;
 
-/// The media devices on the bus; the last one is followed by nothing: `count` tells how many.
+/// An array of the media devices on the bus.
 struct RawDevices {
   Allocated<LIBMTP_raw_device_t> first;
   int count = 0;
 };
 
-/// Throws std::runtime_error with a text for people when the bus cannot be looked at.
+/// Throws std::runtime_error with a text for people when the bus cannot be read.
 RawDevices detectDevices() ORVEL_REQUIRES(libraryMutex());
 /// Null when there is no such device or it does not answer.
 OpenDevice openDevice(const UsbAddress& address) ORVEL_REQUIRES(libraryMutex());

@@ -10,16 +10,17 @@
 
 #include "base/Log.h"
 #include "base/Mutex.h"
+#include "base/NoDestructor.h"
 
 namespace orvel {
 
 namespace {
 
-/// How many instances live on this thread.
+/// The number of instances on this thread.
 thread_local int instancesHere = 0;
 
 void logLines(std::string_view text) {
-  // Where the log goes to one of these streams, it goes the ordinary way.
+  // The log may itself write to one of these streams: it must reach the original one.
   const int instances = std::exchange(instancesHere, 0);
   while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find('\n'));
@@ -29,14 +30,14 @@ void logLines(std::string_view text) {
   instancesHere = instances;
 }
 
-/// Stands in for one of C's streams: sorts what is printed by thread.
+/// Replaces one of C's streams and sorts the printed text by the printing thread.
 class StreamSorter {
  public:
   explicit StreamSorter(std::FILE*& sortedStream) : variable(sortedStream) {
     cookie_io_functions_t functions{};
     functions.write = &StreamSorter::write;
     sorting = fopencookie(this, "w", functions);
-    // Nothing is kept back, so that whoever prints is the thread that writes.
+    // Unbuffered, so that `write` runs on the thread that prints.
     if (sorting != nullptr) std::setvbuf(sorting, nullptr, _IONBF, 0);
   }
 
@@ -61,11 +62,11 @@ class StreamSorter {
   }
 
   std::FILE*& variable;
-  std::FILE* sorting = nullptr;  ///< never closed: a thread may still be printing to it
+  std::FILE* sorting = nullptr;  ///< never closed: another thread may be printing to it
   std::atomic<std::FILE*> ordinary{nullptr};
 };
 
-/// Never destroyed: devices may be in a call until the process ends.
+/// Never destroyed: a device may be in a call until the process ends.
 struct Sorting {
   Mutex mutex;
   int instances ORVEL_GUARDED_BY(mutex) = 0;
@@ -74,7 +75,7 @@ struct Sorting {
 };
 
 Sorting& sorting() {
-  static auto* const shared = new Sorting;
+  static NoDestructor<Sorting> shared;
   return *shared;
 }
 

@@ -38,7 +38,7 @@ struct FreeConfig {
 using Config = std::unique_ptr<libusb_config_descriptor, FreeConfig>;
 
 bool carriesMedia(const libusb_interface_descriptor& setting) {
-  // Two bulk endpoints and one that tells of events.
+  // Two bulk endpoints and one for events.
   constexpr int kEndpoints = 3;
   if (setting.bNumEndpoints != kEndpoints) return false;
   const std::span endpoints(setting.endpoint, kEndpoints);
@@ -85,9 +85,9 @@ std::string openObstacle(const UsbAddress& address, int error) {
          std::string(node.data()) + ", for example by a udev rule.";
 }
 
-/// Claims the interface and gives it up at once.
+/// Claims the interface and releases it at once.
 std::string claimObstacle(libusb_device_handle* handle, int interface) {
-  // libmtp detaches the drivers that it knows to be in the way.
+  // libmtp detaches kernel drivers itself.
   if (libusb_kernel_driver_active(handle, interface) == 1) return {};
   const int error = libusb_claim_interface(handle, interface);
   if (error == LIBUSB_ERROR_BUSY) {

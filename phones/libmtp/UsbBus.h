@@ -10,32 +10,31 @@ struct libusb_device;
 
 namespace orvel {
 
-/// Where a device is attached; another place each time.
+/// The address of an attached device. Changes with every attachment.
 struct UsbAddress {
   std::uint32_t bus = 0;
   std::uint8_t device = 0;
 
   bool operator==(const UsbAddress&) const = default;
-  /// As "001-004".
+  /// For example "001-004".
   [[nodiscard]] std::string path() const;
-  /// Nothing unless `path` has that form.
+  /// Parses the form of `path`; nothing for any other text.
   static std::optional<UsbAddress> parse(const std::string& path);
 };
 
-/// The USB bus as it is at this moment. Nothing waits for a device. libmtp's own picture of the bus
-/// follows what udev tells, late or, where no udev runs, never.
+/// A snapshot of the USB bus, taken at construction. Never waits for a device. Exists because
+/// libmtp learns of changes from udev: late, or never where no udev runs.
 class UsbBus {
  public:
-  /// Throws std::runtime_error with a text for people when this system has no USB that can be used.
+  /// Throws std::runtime_error with a text for people when this system gives no access to USB.
   UsbBus();
   ~UsbBus();
   UsbBus(const UsbBus&) = delete;
   UsbBus& operator=(const UsbBus&) = delete;
 
   [[nodiscard]] bool has(const UsbAddress& address) const { return find(address) != nullptr; }
-  /// Why a device cannot be opened, with the remedy, for people; "" when nothing stands in the way.
-  /// Asked before libmtp opens it, since that does not give up what it has opened when it fails,
-  /// nor tell why.
+  /// Why a device cannot be opened, with the remedy, for people; "" when nothing prevents it. Ask
+  /// before libmtp opens the device: if that fails, libmtp neither releases it nor says why.
   [[nodiscard]] std::string obstacle(const UsbAddress& address) const;
 
  private:

@@ -1,11 +1,9 @@
 #include "phones/scripted/DeviceScript.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
 #include <map>
 #include <stdexcept>
@@ -21,32 +19,13 @@ constexpr std::uint64_t kMost16 = std::numeric_limits<std::uint16_t>::max();
 constexpr std::uint64_t kMost32 = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint64_t kMost63 = std::numeric_limits<std::int64_t>::max();
 
-/// Where a fault may happen; see Fault::at.
-constexpr std::string_view kPlaces[] = {kAtAnyCall,
-                                        kAtCount,
-                                        kAtPage,
-                                        "open",
-                                        "listStorages",
-                                        "listFolder",
-                                        "readTags",
-                                        "readBytes",
-                                        "listPlaylists",
-                                        "playlistMembers",
-                                        "Access_GetNumItems",
-                                        "Access_GetItems",
-                                        "Access_GetNumElements",
-                                        "Access_GetPlaylistElements",
-                                        "Command_ResetCategory",
-                                        "Command_SelectCategory",
-                                        "Access_GetTrackTitle",
-                                        "Access_GetTrackArtist",
-                                        "Access_GetTrackAlbum",
-                                        "Access_GetTrackGenre",
-                                        "Access_GetTrackComposer",
-                                        "Access_GetTrackFileName",
-                                        "Access_GetTrackDateModified",
-                                        "Access_GetTrackAlbumTrackIndex",
-                                        "Access_GetTrackFileSize"};
+/// Where a fault may happen, see Fault::at; each name between blanks.
+constexpr std::string_view kPlaces =
+    " any count page open listStorages listFolder readTags readBytes listPlaylists playlistMembers"
+    " Access_GetNumItems Access_GetItems Access_GetNumElements Access_GetPlaylistElements"
+    " Command_ResetCategory Command_SelectCategory Access_GetTrackTitle Access_GetTrackArtist"
+    " Access_GetTrackAlbum Access_GetTrackGenre Access_GetTrackComposer Access_GetTrackFileName"
+    " Access_GetTrackDateModified Access_GetTrackAlbumTrackIndex Access_GetTrackFileSize ";
 
 const std::map<std::string, t_status> kAnswers = {{"refused", STATUS_NOT_OK},
                                                   {"unsupported", STATUS_NOT_SUPPORTED},
@@ -186,12 +165,12 @@ void ScriptReader::readPlaylist(ScriptLine& line) {
 
 void ScriptReader::readFault(ScriptLine& line) {
   const std::string at = line.word("place");
-  if (std::find(std::begin(kPlaces), std::end(kPlaces), at) == std::end(kPlaces)) {
+  if (at.find(' ') != std::string::npos || kPlaces.find(" " + at + " ") == std::string_view::npos) {
     throw std::invalid_argument("'" + at +
                                 "' is no place for a fault. Name a call such as Access_GetItems, a"
                                 " function such as listFolder, or any, count or page.");
   }
-  Fault& fault = device().addFault(at, Fault::Effect::Answer);
+  Fault& fault = device().addFault({at});
   fault.path = line.option("path").value_or("");
   fault.from = static_cast<unsigned>(line.number("from", kForEver).value_or(1));
   fault.times = static_cast<unsigned>(line.number("times", kForEver).value_or(1));

@@ -1,45 +1,68 @@
 #include "phones/scripted/LiveDevice.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace orvel::scripted {
 
 LiveDevice::LiveDevice(std::string path, ScriptedDevice description, ObjectIds objectIds)
-    : busPath(std::move(path)),
-      ids(std::move(objectIds)),
-      current(std::make_shared<MediaIndex>(std::move(description), ids)),
-      faults(current->device().faults) {}
+    : busPath(std::move(path)), ids(std::move(objectIds)) {
+  update(std::move(description));
+}
+
+void LiveDevice::update(ScriptedDevice description) {
+  const MutexLock lock(mutex);
+  current = std::make_shared<MediaIndex>(std::move(description), ids);
+  faults.clear();
+  for (const Fault& fault : current->device().faults) faults.push_back({fault});
+}
+
+template <class Concerns>
+std::optional<Fault> LiveDevice::nextFault(Concerns concerns) {
+  std::optional<Fault> happens;
+  for (auto& [fault, seen] : faults) {
+    if (!concerns(fault)) continue;
+    const unsigned number = ++seen;
+    const bool isDue = number >= fault.from && number - fault.from < fault.times;
+    if (isDue && !happens) happens = fault;
+  }
+  return happens;
+}
+
+std::optional<Fault> LiveDevice::nextFaultAt(const std::string& where, const std::string& path) {
+  return nextFault([&](const Fault& fault) {
+    return fault.at == where && (fault.path.empty() || fault.path == path);
+  });
+}
 
 t_status LiveDevice::enterCall(const std::string& name) {
   const MutexLock lock(mutex);
   if (!present) return STATUS_NOT_OK_BAD_HANDLE;
   ++notes.calls;
   ++notes.counts[name];
-  const Fault* const fault = faults.nextCall(name);
-  return fault == nullptr ? STATUS_OK : suffer(*fault);
+  const auto fault =
+      nextFault([&](const Fault& each) { return each.at == kAtAnyCall || each.at == name; });
+  return fault ? suffer(*fault) : STATUS_OK;
 }
 
 LiveDevice::Outcome LiveDevice::perform(const std::string& function,
                                         std::optional<t_track_id> object) {
   const MutexLock lock(mutex);
   if (!present) return {STATUS_NOT_OK_BAD_HANDLE, std::nullopt};
-  const std::string path = object ? current->pathOf(*object) : "";
   ++notes.counts[function];
-  notes.operations.push_back(path.empty() ? function : function + " " + path);
-  const Fault* const found = faults.next(function, path);
-  if (found == nullptr) return {};
-  const Fault fault = *found;  // the plan may be replaced while the operation waits
-  const t_status status = suffer(fault);
-  if (fault.effect != Fault::Effect::Items) return {status, std::nullopt};
-  return {status, fault.items};
+  const auto fault = nextFaultAt(function, object ? current->pathOf(*object) : "");
+  if (!fault) return {};
+  const t_status status = suffer(*fault);
+  if (fault->effect != Fault::Effect::Items) return {status, std::nullopt};
+  return {status, fault->items};
 }
 
 std::optional<std::uint32_t> LiveDevice::itemsOf(const char* where,
                                                  const t_mtp_container& container) {
   const MutexLock lock(mutex);
   const bool isFolder = container.kind == CONTAINER_FOLDER;
-  const Fault* const fault = faults.next(where, isFolder ? current->pathOf(container.id) : "");
-  if (fault == nullptr || fault->effect != Fault::Effect::Items) return std::nullopt;
+  const auto fault = nextFaultAt(where, isFolder ? current->pathOf(container.id) : "");
+  if (!fault || fault->effect != Fault::Effect::Items) return std::nullopt;
   return fault->items;
 }
 
@@ -89,12 +112,6 @@ void LiveDevice::remove() {
   leave();
 }
 
-void LiveDevice::update(ScriptedDevice description) {
-  const MutexLock lock(mutex);
-  current = std::make_shared<MediaIndex>(std::move(description), ids);
-  faults = FaultPlan(current->device().faults);
-}
-
 void LiveDevice::release() {
   const MutexLock lock(mutex);
   ++releases;
@@ -114,6 +131,13 @@ Journal LiveDevice::journal() const {
 ObjectIds LiveDevice::objectIds() const {
   const MutexLock lock(mutex);
   return ids;
+}
+
+t_track_id LiveDevice::idOf(const std::string& objectPath) const {
+  ScriptedDevice description = media()->device();
+  const ScriptedObject* const object = description.find(objectPath);
+  if (object == nullptr) throw std::out_of_range("the device holds no " + objectPath);
+  return objectIds().of(object->storage, objectPath);
 }
 
 }  // namespace orvel::scripted

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "base/Mutex.h"
-#include "phones/scripted/FaultPlan.h"
 #include "phones/scripted/MediaIndex.h"
 #include "phones/scripted/ScriptedDevice.h"
 
@@ -19,9 +18,6 @@ struct Journal {
   unsigned calls = 0;  ///< of the library
   /// How often, by the names of calls of the library and of functions of DeviceSession.
   std::map<std::string, unsigned> counts;
-  /// The functions of DeviceSession in their order, each followed by a blank and the path of the
-  /// object that it concerned, if any.
-  std::vector<std::string> operations;
 };
 
 /// A described device from when it is plugged in until it is pulled out. Any thread.
@@ -48,17 +44,30 @@ class LiveDevice {
   [[nodiscard]] std::shared_ptr<const MediaIndex> media() const;
 
   [[nodiscard]] bool isPresent() const;
-  /// Ends everything that waits, too.
+  /// Pulls it out. Waiting operations end; it can still be asked about.
   void remove();
-  /// Replaces the description; faults count anew.
+  /// Replaces the description: objects keep their ids, faults count from the start.
   void update(ScriptedDevice description);
   /// Lets what is blocked go on.
   void release();
   [[nodiscard]] unsigned blocked() const;
   [[nodiscard]] Journal journal() const;
   [[nodiscard]] ObjectIds objectIds() const;
+  /// The id of the first object with this path; throws std::out_of_range when there is none.
+  [[nodiscard]] t_track_id idOf(const std::string& objectPath) const;
 
  private:
+  struct Planned {
+    Fault fault;
+    unsigned seen = 0;  ///< how many calls it concerned
+  };
+
+  /// Counts a call, and returns the first fault that happens now. `concerns` tells which faults the
+  /// call concerns; each of them counts it.
+  template <class Concerns>
+  std::optional<Fault> nextFault(Concerns concerns) ORVEL_REQUIRES(mutex);
+  std::optional<Fault> nextFaultAt(const std::string& where, const std::string& path)
+      ORVEL_REQUIRES(mutex);
   t_status suffer(const Fault& fault) ORVEL_REQUIRES(mutex);
   t_status block(std::chrono::milliseconds bound) ORVEL_REQUIRES(mutex);
   void leave() ORVEL_REQUIRES(mutex);
@@ -71,7 +80,7 @@ class LiveDevice {
   unsigned releases ORVEL_GUARDED_BY(mutex) = 0;
   ObjectIds ids ORVEL_GUARDED_BY(mutex);
   std::shared_ptr<const MediaIndex> current ORVEL_GUARDED_BY(mutex);
-  FaultPlan faults ORVEL_GUARDED_BY(mutex);
+  std::vector<Planned> faults ORVEL_GUARDED_BY(mutex);
   Journal notes ORVEL_GUARDED_BY(mutex);
 };
 

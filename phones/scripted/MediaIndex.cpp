@@ -10,6 +10,8 @@ namespace orvel::scripted {
 
 namespace {
 
+using Kind = ScriptedObject::Kind;
+
 constexpr char kPlaylistSuffix[] = ".pla";
 
 std::uint64_t sizeOf(const ScriptedObject& object) {
@@ -24,35 +26,21 @@ DeviceObject listed(const ScriptedObject& object, t_track_id id) {
   child.id = id;
   child.storage = object.storage;
   child.name = ScriptedPath(object.path).name;
-  if (object.kind == ScriptedObject::Kind::Playlist) child.name += kPlaylistSuffix;
-  child.isFolder = object.kind == ScriptedObject::Kind::Folder;
-  child.isAudio = object.kind == ScriptedObject::Kind::Track;
+  if (object.kind == Kind::Playlist) child.name += kPlaylistSuffix;
+  child.isFolder = object.kind == Kind::Folder;
+  child.isAudio = object.kind == Kind::Track;
   child.size = sizeOf(object);
   child.modified = object.modified;
   return child;
 }
 
-/// Counts how often each path of each storage has come.
-class Occurrences {
- public:
-  unsigned next(const ScriptedObject& object) { return counts[{object.storage, object.path}]++; }
-
- private:
-  std::map<std::pair<std::uint32_t, std::string>, unsigned> counts;
-};
+template <class Map, class Key>
+const typename Map::mapped_type* valueAt(const Map& map, const Key& key) {
+  const auto found = map.find(key);
+  return found == map.end() ? nullptr : &found->second;
+}
 
 }  // namespace
-
-void ObjectIds::assign(const std::vector<ScriptedObject>& objects) {
-  std::vector<Key> keys;
-  keys.reserve(objects.size());
-  Occurrences occurrences;
-  for (const ScriptedObject& object : objects) {
-    keys.emplace_back(object.storage, object.path, occurrences.next(object));
-  }
-  if (isReversed) std::reverse(keys.begin(), keys.end());
-  for (const auto& [storage, path, occurrence] : keys) of(storage, path, occurrence);
-}
 
 t_track_id ObjectIds::of(std::uint32_t storage, const std::string& path, unsigned occurrence) {
   const auto [entry, isNew] = ids.try_emplace({storage, path, occurrence}, last + 1);
@@ -62,18 +50,21 @@ t_track_id ObjectIds::of(std::uint32_t storage, const std::string& path, unsigne
 
 MediaIndex::MediaIndex(ScriptedDevice description, ObjectIds& ids)
     : described(std::move(description)) {
-  ids.assign(described.objects);
   for (const DeviceStorage& storage : described.storages) folders[{storage.id, 0}];
-  Occurrences occurrences;
+  std::map<std::pair<std::uint32_t, std::string>, unsigned> occurrences;
   for (const ScriptedObject& object : described.objects) {
+    const std::uint32_t storage = object.storage;
+    const bool isAlias = !object.target.empty();
+    const t_track_id id = isAlias
+                              ? ids.of(storage, object.target)
+                              : ids.of(storage, object.path, occurrences[{storage, object.path}]++);
     const std::string parent = ScriptedPath(object.path).parent;
-    const std::string& path = object.target.empty() ? object.path : object.target;
-    const unsigned occurrence = object.target.empty() ? occurrences.next(object) : 0;
-    add(object, ids.of(object.storage, path, occurrence),
-        parent.empty() ? 0 : ids.of(object.storage, parent));
+    folders[{storage, parent.empty() ? 0 : ids.of(storage, parent)}].push_back(listed(object, id));
+    if (object.kind == Kind::Folder) folders[{storage, id}];
+    if (!isAlias) objects.insert_or_assign(id, &object);
   }
   for (const auto& [id, object] : objects) {
-    if (object->kind != ScriptedObject::Kind::Playlist) continue;
+    if (object->kind != Kind::Playlist) continue;
     std::vector<t_track_id>& members = playlists[id];
     for (const std::string& path : object->members) {
       members.push_back(ids.of(storageOf(path, object->storage), path));
@@ -83,32 +74,27 @@ MediaIndex::MediaIndex(ScriptedDevice description, ObjectIds& ids)
 
 /// The storage that holds `path`: the preferred one, else the first that does.
 std::uint32_t MediaIndex::storageOf(const std::string& path, std::uint32_t preferred) const {
-  const auto found = storages.find(path);
-  const bool isElsewhere = found != storages.end() && found->second.count(preferred) == 0;
-  return isElsewhere ? *found->second.begin() : preferred;
-}
-
-void MediaIndex::add(const ScriptedObject& object, t_track_id id, t_track_id parent) {
-  folders[{object.storage, parent}].push_back(listed(object, id));
-  if (object.kind == ScriptedObject::Kind::Folder) folders[{object.storage, id}];
-  storages[object.path].insert(object.storage);
-  if (object.target.empty()) objects.insert_or_assign(id, &object);
+  std::uint32_t storage = 0;
+  for (const ScriptedObject& object : described.objects) {
+    if (object.path != path) continue;
+    if (object.storage == preferred) return preferred;
+    if (storage == 0) storage = object.storage;
+  }
+  return storage == 0 ? preferred : storage;
 }
 
 const std::vector<DeviceObject>* MediaIndex::children(std::uint32_t storage,
                                                       t_track_id folder) const {
-  const auto found = folders.find({storage, folder});
-  return found == folders.end() ? nullptr : &found->second;
+  return valueAt(folders, std::pair(storage, folder));
 }
 
 const ScriptedObject* MediaIndex::object(t_track_id id) const {
-  const auto found = objects.find(id);
-  return found == objects.end() ? nullptr : found->second;
+  const auto* const found = valueAt(objects, id);
+  return found == nullptr ? nullptr : *found;
 }
 
 const std::vector<t_track_id>* MediaIndex::members(t_track_id playlist) const {
-  const auto found = playlists.find(playlist);
-  return found == playlists.end() ? nullptr : &found->second;
+  return valueAt(playlists, playlist);
 }
 
 std::string MediaIndex::pathOf(t_track_id id) const {

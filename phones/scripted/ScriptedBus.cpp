@@ -3,11 +3,12 @@
 #include <cstdio>
 #include <map>
 #include <memory>
-#include <stdexcept>
 
-#include "phones/DeviceBus.h"
-#include "phones/scripted/DeviceScript.h"
+#include "phones/Device.h"
+#include "phones/scripted/FaultyCalls.h"
 #include "phones/scripted/ScriptedSession.h"
+
+#include "base/NoDestructor.h"
 
 namespace orvel {
 
@@ -20,16 +21,15 @@ class Bus {
  public:
   static Bus& instance() {
     // Never destroyed: the threads of devices may still ask while the process ends.
-    static auto* const bus = new Bus;
+    static NoDestructor<Bus> bus;
     return *bus;
   }
 
-  std::string attach(const ScriptedDevice& device, ObjectIds ids = ObjectIds()) {
+  std::shared_ptr<LiveDevice> attach(const ScriptedDevice& device, ObjectIds ids = ObjectIds()) {
     const MutexLock lock(mutex);
     char path[16];
     std::snprintf(path, sizeof path, "001-%03u", ++lastAddress);
-    devices.emplace(path, std::make_shared<LiveDevice>(path, device, std::move(ids)));
-    return path;
+    return devices[path] = std::make_shared<LiveDevice>(path, device, std::move(ids));
   }
 
   std::shared_ptr<LiveDevice> find(const std::string& path) {
@@ -57,28 +57,26 @@ class Bus {
   std::map<std::string, std::shared_ptr<LiveDevice>> devices ORVEL_GUARDED_BY(mutex);
 };
 
-std::shared_ptr<LiveDevice> deviceAt(const std::string& path) {
-  auto device = Bus::instance().find(path);
-  if (!device) throw std::out_of_range("no scripted device was ever at " + path);
-  return device;
+/// The device at `path`; a device that is gone when none is there any more.
+std::shared_ptr<LiveDevice> presentOrGone(const std::string& path) {
+  auto live = Bus::instance().find(path);
+  if (live != nullptr) return live;
+  live = std::make_shared<LiveDevice>(path, ScriptedDevice(), ObjectIds());
+  live->remove();
+  return live;
 }
 
 }  // namespace
 
-std::string attach(const ScriptedDevice& device) {
+std::shared_ptr<LiveDevice> attach(const ScriptedDevice& device) {
   return Bus::instance().attach(device);
 }
 
-void detach(const std::string& path) {
-  deviceAt(path)->remove();
-}
-
-std::string replug(const std::string& path) {
-  const auto device = deviceAt(path);
-  device->remove();
-  const ScriptedDevice description = device->media()->device();
-  ObjectIds ids = device->objectIds();
-  if (description.renumbers) ids = ObjectIds(!ids.reversed());
+std::shared_ptr<LiveDevice> replug(LiveDevice& device) {
+  device.remove();
+  const ScriptedDevice description = device.media()->device();
+  ObjectIds ids = device.objectIds();
+  if (description.renumbers) ids.renumber();
   return Bus::instance().attach(description, std::move(ids));
 }
 
@@ -86,39 +84,11 @@ void clear() {
   Bus::instance().clear();
 }
 
-void update(const std::string& path, const ScriptedDevice& device) {
-  deviceAt(path)->update(device);
-}
-
-void release(const std::string& path) {
-  deviceAt(path)->release();
-}
-
-unsigned blocked(const std::string& path) {
-  return deviceAt(path)->blocked();
-}
-
-Journal journal(const std::string& path) {
-  return deviceAt(path)->journal();
-}
-
-t_track_id idOf(const std::string& path, const std::string& objectPath) {
-  const auto device = deviceAt(path);
-  ScriptedDevice description = device->media()->device();
-  const ScriptedObject* const object = description.find(objectPath);
-  if (object == nullptr) throw std::out_of_range("the device holds no " + objectPath);
-  return device->objectIds().of(object->storage, objectPath);
-}
-
 }  // namespace scripted
 
 namespace deviceBus {
 
 using scripted::Bus;
-
-const char* libraryName() {
-  return "scripted";
-}
 
 std::vector<BusDevice> scan() {
   std::vector<BusDevice> found;
@@ -131,25 +101,16 @@ std::vector<BusDevice> scan() {
 }
 
 std::unique_ptr<DeviceSession> connect(const BusDevice& device) {
-  auto live = Bus::instance().find(device.path);
-  if (!live) {
-    // It went away meanwhile: the session finds it gone.
-    live = std::make_shared<scripted::LiveDevice>(device.path, scripted::ScriptedDevice(),
-                                                  scripted::ObjectIds());
-    live->remove();
-  }
-  return std::make_unique<scripted::ScriptedSession>(std::move(live));
+  return std::make_unique<scripted::ScriptedSession>(scripted::presentOrGone(device.path));
+}
+
+std::unique_ptr<DeviceCalls> callsOf(Device& device) {
+  return std::make_unique<scripted::FaultyCalls>(device, scripted::presentOrGone(device.busPath()));
 }
 
 bool isPresent(const std::string& path) {
   const auto device = Bus::instance().find(path);
   return device && device->isPresent();
-}
-
-void attachScripted(const std::string& file) {
-  for (const scripted::ScriptedDevice& device : scripted::readDeviceScript(file)) {
-    scripted::attach(device);
-  }
 }
 
 }  // namespace deviceBus

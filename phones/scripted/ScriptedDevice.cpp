@@ -26,13 +26,6 @@ ScriptedObject& ScriptedDevice::addPlaylist(const std::string& path,
   return playlist;
 }
 
-Fault& ScriptedDevice::addFault(const std::string& at, Fault::Effect effect) {
-  Fault& fault = faults.emplace_back();
-  fault.at = at;
-  fault.effect = effect;
-  return fault;
-}
-
 ScriptedObject& ScriptedDevice::add(ScriptedObject::Kind kind, const std::string& path) {
   const std::string parent = ScriptedPath(path).parent;
   if (storages.empty()) addStorage("Internal storage");

@@ -44,11 +44,11 @@ struct Fault {
   /// DeviceSession ("listFolder"), or one of the below. Calls of the library can only answer or
   /// remove.
   std::string at;
+  Effect effect = Effect::Answer;
   /// Only when it concerns the object with this path; "/" for the root of any storage.
-  std::string path;
+  std::string path = {};
   unsigned from = 1;   ///< the first such call that fails, from 1 on
   unsigned times = 1;  ///< how many calls fail
-  Effect effect = Effect::Answer;
   t_status status = STATUS_NOT_OK;
   std::uint32_t items = 0;
   std::chrono::milliseconds bound = std::chrono::seconds(60);
@@ -84,7 +84,7 @@ struct ScriptedDevice {
   ScriptedObject& addFile(const std::string& path) { return add(ScriptedObject::Kind::File, path); }
   /// The playlist's name is that of the path.
   ScriptedObject& addPlaylist(const std::string& path, std::vector<std::string> members);
-  Fault& addFault(const std::string& at, Fault::Effect effect);
+  Fault& addFault(const Fault& fault) { return faults.emplace_back(fault); }
 
   /// The first object with this path; null when there is none.
   ScriptedObject* find(const std::string& path);

@@ -1,6 +1,5 @@
 #include "phones/scripted/ScriptedSession.h"
 
-#include <algorithm>
 #include <fstream>
 
 #include "phones/scripted/ScriptedPath.h"
@@ -121,15 +120,6 @@ t_status ScriptedSession::playlistMembers(t_track_id playlist, std::vector<t_tra
   members = *found;
   cut(members, outcome);
   return STATUS_OK;
-}
-
-std::uint32_t ScriptedSession::countItems(const t_mtp_container& of, std::uint32_t present) {
-  return device->itemsOf(kAtCount, of).value_or(present);
-}
-
-std::uint32_t ScriptedSession::pageItems(const t_mtp_container& of, std::uint32_t /*start*/,
-                                         std::uint32_t present) {
-  return std::min(device->itemsOf(kAtPage, of).value_or(present), present);
 }
 
 }  // namespace orvel::scripted

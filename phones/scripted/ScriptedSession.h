@@ -27,11 +27,6 @@ class ScriptedSession : public DeviceSession {
   t_status listPlaylists(std::vector<DevicePlaylist>& playlists) override;
   t_status playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) override;
 
-  t_status enterCall(const char* call) override { return device->enterCall(call); }
-  std::uint32_t countItems(const t_mtp_container& of, std::uint32_t present) override;
-  std::uint32_t pageItems(const t_mtp_container& of, std::uint32_t start,
-                          std::uint32_t present) override;
-
  private:
   std::shared_ptr<LiveDevice> device;
   /// The folders that were listed, by storage and id. A host may ask for the storages while a walk

@@ -19,26 +19,27 @@
 #include <vector>
 
 #include "base/Mutex.h"
+#include "base/NoDestructor.h"
 
 namespace orvel {
 
 namespace {
 
-/// How long the end of a killed child is awaited; it takes a millisecond or two.
-constexpr std::chrono::milliseconds kPatience{50};
+/// Time to wait for a killed child to end, which takes a millisecond or two.
+constexpr std::chrono::milliseconds kReapTime{50};
 
-void require(int error, const char* what) {
-  if (error != 0) throw std::system_error(error, std::generic_category(), what);
+void require(int error, const char* call) {
+  if (error != 0) throw std::system_error(error, std::generic_category(), call);
 }
 
-/// Which descriptors the child has.
+/// Gives the child its descriptors.
 class FileActions {
  public:
   explicit FileActions(const std::vector<int>& descriptors) {
     require(posix_spawn_file_actions_init(&actions), "posix_spawn_file_actions_init");
     const int end = kFirst + static_cast<int>(descriptors.size());
     for (const int descriptor : descriptors) {
-      // Out of the way of the numbers that are given out.
+      // Moves the source above the numbers to be assigned.
       sources.emplace_back(fcntl(descriptor, F_DUPFD_CLOEXEC, end));
       require(sources.back() ? 0 : errno, "fcntl");
       const int number = kFirst + static_cast<int>(sources.size()) - 1;
@@ -70,7 +71,7 @@ class FileActions {
   std::vector<Descriptor> sources;
 };
 
-/// Signals at their defaults, none blocked; what the terminal sends is not for the child.
+/// Default signal handling, nothing blocked, and a process group that the terminal's signals miss.
 class Attributes {
  public:
   Attributes() {
@@ -91,8 +92,8 @@ class Attributes {
   posix_spawnattr_t attributes{};
 };
 
-/// What loaders, emulators and sanitizers may need to run a program at all; the rest of the host's
-/// environment is none of the child's business.
+/// The variables that loaders, emulators and sanitizers need to run a program. Keeps the rest of
+/// the host's environment from the child.
 std::vector<char*> childEnvironment() {
   constexpr std::array<std::string_view, 5> kWanted = {"LD_", "QEMU_", "ASAN_", "TSAN_", "UBSAN_"};
   std::vector<char*> wanted;
@@ -116,11 +117,11 @@ std::string describe(const siginfo_t& end) {
 
 }  // namespace
 
-/// Children whose end could not be awaited. Never destroyed: threads may end until the process
-/// does.
-struct ChildProcess::Graveyard {
-  static Graveyard& instance() {
-    static auto* const shared = new Graveyard;
+/// Killed children that did not end in time. Never destroyed, because threads that use it may
+/// outlive static objects.
+struct ChildProcess::Unreaped {
+  static Unreaped& instance() {
+    static NoDestructor<Unreaped> shared;
     return *shared;
   }
 
@@ -129,7 +130,7 @@ struct ChildProcess::Graveyard {
 };
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors) {
-  buryEarlier();
+  reapEarlier();
   const FileActions files(descriptors);
   const Attributes attributes;
   std::string name = program;
@@ -153,12 +154,12 @@ bool ChildProcess::waitsIn(long systemCall) const {
 std::string ChildProcess::end() {
   if (ending) return *ending;
   kill();
-  ending = buryWithin(kPatience);
+  ending = reapWithin(kReapTime);
   if (!ending) {
     ending = "does not end";
-    Graveyard& graveyard = Graveyard::instance();
-    const MutexLock lock(graveyard.mutex);
-    graveyard.dying.push_back(std::move(handle));
+    Unreaped& unreaped = Unreaped::instance();
+    const MutexLock lock(unreaped.mutex);
+    unreaped.dying.push_back(std::move(handle));
   }
   return *ending;
 }
@@ -171,8 +172,8 @@ void ChildProcess::kill() const {
   }
 }
 
-/// How the child ended; nothing while it has not.
-std::optional<std::string> ChildProcess::bury(const Handle& handle) {
+/// Describes how the child ended; returns nothing while it still runs.
+std::optional<std::string> ChildProcess::reap(const Handle& handle) {
   siginfo_t end{};
   const auto wait = [&](idtype_t type, int id) {
     return waitid(type, static_cast<id_t>(id), &end, WEXITED | WNOHANG);
@@ -184,20 +185,20 @@ std::optional<std::string> ChildProcess::bury(const Handle& handle) {
   return describe(end);
 }
 
-std::optional<std::string> ChildProcess::buryWithin(std::chrono::milliseconds time) {
+std::optional<std::string> ChildProcess::reapWithin(std::chrono::milliseconds time) {
   constexpr std::chrono::milliseconds kPause{1};
   for (auto left = time; left.count() > 0; left -= kPause) {
-    if (auto end = bury(handle)) return end;
+    if (auto end = reap(handle)) return end;
     pollfd watched{handle.descriptor.get(), POLLIN, 0};
     poll(&watched, handle.descriptor ? 1 : 0, static_cast<int>(kPause.count()));
   }
-  return bury(handle);
+  return reap(handle);
 }
 
-void ChildProcess::buryEarlier() {
-  Graveyard& graveyard = Graveyard::instance();
-  const MutexLock lock(graveyard.mutex);
-  std::erase_if(graveyard.dying, [](const Handle& dying) { return bury(dying).has_value(); });
+void ChildProcess::reapEarlier() {
+  Unreaped& unreaped = Unreaped::instance();
+  const MutexLock lock(unreaped.mutex);
+  std::erase_if(unreaped.dying, [](const Handle& dying) { return reap(dying).has_value(); });
 }
 
 }  // namespace orvel

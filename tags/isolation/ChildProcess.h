@@ -11,25 +11,26 @@
 
 namespace orvel {
 
-/// A child process of the host's. Leaves the host's signal handlers and other children alone: its
-/// end is asked for by its own id, and the host may as well ignore or reap it itself.
+/// A child process of the host. Leaves the host's signal handlers and other children alone: waits
+/// for this one id only, and copes with a host that ignores SIGCHLD or reaps the child itself.
+/// Used by one thread.
 class ChildProcess {
  public:
-  /// Starts `program`, an absolute path, in a process group of its own, with signals at their
-  /// defaults, without the host's descriptors and nearly without its environment. Safe in a process
-  /// with threads. Throws std::system_error.
-  /// @param descriptors  become the child's from 3 on, the only ones beside the standard ones
+  /// Starts `program`, an absolute path, in a process group of its own, with default signal
+  /// handling, none of the host's descriptors and little of its environment. Safe in a process with
+  /// threads. Throws std::system_error.
+  /// @param descriptors  numbered from 3 on in the child, where they are the only ones beside the
+  ///                     standard ones
   ChildProcess(const std::string& program, const std::vector<int>& descriptors);
-  /// Kills the child. One that the kernel holds back, in a read that does not return, is buried
-  /// later.
+  /// Kills the child. One that the kernel keeps in a read that does not return is reaped later.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  /// True when the child is inside this system call and waits there.
+  /// True while the child is blocked in this system call.
   [[nodiscard]] bool waitsIn(long systemCall) const;
 
-  /// Kills the child, unless it has ended, and tells how it ended in words for people.
+  /// Kills the child unless it has ended, and describes for the log how it ended.
   std::string end();
 
  private:
@@ -37,11 +38,11 @@ class ChildProcess {
     pid_t id = 0;
     Descriptor descriptor;  ///< empty on kernels before 5.3
   };
-  struct Graveyard;
+  struct Unreaped;
 
-  static std::optional<std::string> bury(const Handle& handle);
-  static void buryEarlier();
-  std::optional<std::string> buryWithin(std::chrono::milliseconds time);
+  static std::optional<std::string> reap(const Handle& handle);
+  static void reapEarlier();
+  std::optional<std::string> reapWithin(std::chrono::milliseconds time);
   void kill() const;
 
   Handle handle;

@@ -1,195 +1,220 @@
 #include "tags/isolation/IsolatedTagReader.h"
 
+#include <cassert>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "base/Log.h"
-#include "base/retryOnce.h"
-#include "tags/AudioStream.h"
+#include "base/retryOnBadAlloc.h"
 #include "tags/InProcessTagReader.h"
 
 namespace orvel {
 
 namespace {
 
-using Outcome = TagResult::Outcome;
-
-/// So many files are with the reader at least, that it never waits for the next.
-constexpr std::size_t kFilesAhead = tagMessages::kMostFiles;
 constexpr std::chrono::milliseconds kStartLimit{5000};
 
-/// What the format is told by: the end of the name from its last dot on.
-std::string endingOf(const std::string& path) {
-  constexpr std::size_t kLongest = 16;
-  const std::size_t dot = path.rfind('.');
-  return dot == std::string::npos ? std::string() : path.substr(dot, kLongest);
+tagMessages::Result withoutTag(TagResult::Outcome outcome) {
+  tagMessages::Result answer;
+  answer.result.outcome = outcome;
+  return answer;
 }
 
 }  // namespace
 
-IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string readerProgram,
+IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
                                      std::chrono::milliseconds limit)
-    : stopped(std::move(token)), program(std::move(readerProgram)), timeLimit(limit) {}
+    : stopped(std::move(token)), program(std::move(workerProgram)), timeLimit(limit) {}
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
 void IsolatedTagReader::expect(std::vector<std::string> paths) {
-  if (inProcess != nullptr) return inProcess->expect(std::move(paths));
-  // What the reader still has in hand would be taken for results of the new files.
-  if (handedOver > current) reader.reset();
-  files.clear();
-  for (std::string& path : paths) files.push_back({std::move(path), {}});
-  current = handedOver = 0;
+  assertOwner();
+  if (state == State::InProcess) return inProcess->expect(std::move(paths));
+  if (files.hasUnanswered()) dropWorker();
+  files.announce(std::move(paths));
 }
 
-TagResult IsolatedTagReader::next() {
+TagResult IsolatedTagReader::next(const std::string& path) {
+  assertOwner();
+  if (state == State::InProcess) return inProcess->next(path);
+  const bool isNext = files.isNext(path);
+  assert(isNext && "next() asked for a file out of order");
+  if (!isNext) return {Outcome::ReaderLost};
   tagMessages::Result answer;
   try {
-    answer = retryOnce([this] { return answerOrForget(); });
+    answer = retryOnBadAlloc(
+        [&] {
+          return ask({files.currentId(), path, nullptr}, [this] { return sendCurrent(); });
+        },
+        kOneRetry);
   } catch (const std::exception&) {
-    handedOver = ++current;
-    throw;
+    if (state != State::InProcess) {
+      files.finishCurrent();
+      throw;
+    }
   }
-  if (answer.result.outcome == Outcome::ReaderLost && inProcess != nullptr) {
-    return inProcess->next();
-  }
-  ++current;
-  if (answer.error) throw std::runtime_error(*answer.error);
-  return std::move(answer.result);
-}
-
-/// Without memory here: what the reader has in hand must not be taken for other files'.
-tagMessages::Result IsolatedTagReader::answerOrForget() {
-  try {
-    return answerForCurrent();
-  } catch (const std::exception&) {
-    reader.reset();
-    handedOver = current;
-    throw;
-  }
-}
-
-tagMessages::Result IsolatedTagReader::answerForCurrent() {
-  Patience patience(timeLimit);
-  while (isReady() && handOver()) {
-    if (files[current].refusal) return {{*files[current].refusal}, {}};
-    if (auto answer = reader->receive(patience)) return std::move(*answer);
-    if (stopped.stop_requested()) break;
-    if (const auto end = readerEnded(patience, files[current].path)) return {{*end}, {}};
-  }
-  return notRead();
+  if (state == State::InProcess) return inProcess->next(path);
+  files.finishCurrent();
+  return settle(std::move(answer));
 }
 
 TagResult IsolatedTagReader::read(TagStream& stream) {
+  assertOwner();
+  if (state == State::InProcess) return inProcess->read(stream);
   expect({});
-  tagMessages::Result answer;
+  const std::string path = stream.name();
+  const tagMessages::FileRequest request{files.takeId(), stream.length(),
+                                         tagMessages::nameEndingOf(path), true};
+  tagMessages::Result answer = ask({request.id, path, &stream}, [&]() -> std::optional<Outcome> {
+    if (worker->send({request}, {}) == WorkerConnection::Sent::Yes) return std::nullopt;
+    return Outcome::ReaderLost;
+  });
+  if (state == State::InProcess) return inProcess->read(stream);
+  return settle(std::move(answer));
+}
+
+// Asking a worker
+
+/// Asks one worker after the other until one answers or the file is given up. `send` sends the
+/// file; it returns the result when no worker is needed for it, or ReaderLost when sending failed.
+template <class Send>
+tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) {
+  WaitBudget budget(timeLimit);
   try {
-    answer = answerFor(stream);
+    while (ensureRunning()) {
+      if (const std::optional<Outcome> unsent = send()) {
+        if (*unsent == Outcome::ReaderLost) break;
+        return withoutTag(*unsent);
+      }
+      if (auto answer = worker->receive(question.id, budget, question.source)) {
+        return std::move(*answer);
+      }
+      if (stopped.stop_requested()) break;
+      if (budget.isSpent() || !worker->hasAnswered()) return withoutTag(blameFile(question.path));
+      dropWorker();
+    }
   } catch (const std::exception&) {
-    reader.reset();
+    dropWorker();
     throw;
   }
-  if (answer.result.outcome == Outcome::ReaderLost && inProcess != nullptr) {
-    return inProcess->read(stream);
-  }
+  dropWorker();
+  return withoutTag(stopped.stop_requested() ? Outcome::Interrupted : Outcome::ReaderLost);
+}
+
+/// Returns a result, or throws the exception of the worker's parser.
+TagResult IsolatedTagReader::settle(tagMessages::Result answer) {
   if (answer.error) throw std::runtime_error(*answer.error);
   return std::move(answer.result);
 }
 
-tagMessages::Result IsolatedTagReader::answerFor(TagStream& stream) {
-  Patience patience(timeLimit);
-  const tagMessages::FileRequest request{stream.length(), endingOf(stream.name()), true};
-  while (isReady() && reader->send({request}, {}) == ReaderConnection::Sent::Yes) {
-    if (auto answer = reader->receive(patience, &stream)) return std::move(*answer);
-    if (stopped.stop_requested()) break;
-    if (const auto end = readerEnded(patience, stream.name())) return {{*end}, {}};
-  }
-  return notRead();
+/// Sends the current file and some ahead. Returns the reason when the current one was not sent.
+std::optional<TagResult::Outcome> IsolatedTagReader::sendCurrent() {
+  if (!sendAhead()) return Outcome::ReaderLost;
+  return files.currentRefusal();
 }
 
-tagMessages::Result IsolatedTagReader::notRead() {
-  reader.reset();
-  return {{stopped.stop_requested() ? Outcome::Interrupted : Outcome::ReaderLost}, {}};
-}
-
-/// True when a reader is up.
-bool IsolatedTagReader::isReady() {
-  return inProcess == nullptr && !stopped.stop_requested() && (reader || start());
-}
-
-bool IsolatedTagReader::start() {
-  std::string reason;
-  try {
-    reader.emplace(stopped, program);
-    // The reader finds its first files when it is up.
-    handOver();
-    if (const auto confinement = reader->receiveGreeting(Patience(kStartLimit))) {
-      if (!hasWorked && !confinement->systemCalls) {
-        OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
-      }
-      hasWorked = true;
-      return true;
-    }
-    reason = reader->end();
-  } catch (const std::system_error& error) {
-    reason = error.what();
-  }
-  reader.reset();
-  handedOver = current;
-  if (!stopped.stop_requested()) giveUp(reason);
-  return false;
-}
-
-/// Parsing goes on in the host's process only when no file has made the reader end.
-void IsolatedTagReader::giveUp(const std::string& reason) {
-  if (hasWorked) {
-    OV_ERROR("the tag reader %s cannot be started again: %s", program.c_str(), reason.c_str());
-    return;
-  }
-  OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s",
-          program.c_str(), reason.c_str());
-  inProcess = std::make_unique<InProcessTagReader>(stopped);
-  std::vector<std::string> rest;
-  for (std::size_t i = current; i < files.size(); ++i) rest.push_back(std::move(files[i].path));
-  inProcess->expect(std::move(rest));
-}
-
-/// Keeps the reader busy; returns false when it cannot be handed a file.
-bool IsolatedTagReader::handOver() {
-  if (handedOver > current + kFilesAhead) return true;
-  std::vector<tagMessages::FileRequest> requests;
-  std::vector<Descriptor> descriptors;
-  std::size_t end = handedOver;
-  for (; end < files.size() && requests.size() < tagMessages::kMostFiles; ++end) {
-    AudioFile file = AudioFile::open(files[end].path);
-    if (!file.descriptor) {
-      files[end].refusal = file.deviceFailed ? Outcome::DeviceFailed : Outcome::Unreadable;
-      continue;
-    }
-    descriptors.push_back(std::move(file.descriptor));
-    requests.push_back({file.bytes, endingOf(files[end].path)});
-  }
-  using Sent = ReaderConnection::Sent;
-  const Sent sent = requests.empty() ? Sent::Yes : reader->send(requests, descriptors);
-  if (sent == Sent::Yes) handedOver = end;
+/// Keeps the worker busy. Returns false when the next files can never be sent.
+bool IsolatedTagReader::sendAhead() {
+  if (!files.needsSending()) return true;
+  using Sent = WorkerConnection::Sent;
+  const FileQueue::Batch batch = files.openBatch();
+  const Sent sent =
+      batch.requests.empty() ? Sent::Yes : worker->send(batch.requests, batch.descriptors);
+  if (sent == Sent::Yes) files.markSent(batch);
   return sent != Sent::Never;
 }
 
-/// Takes leave of a reader that gives no result for the current file, and tells what to make of it.
-/// Nothing: a fresh reader may do better, since a worn one may have ended for what earlier files
-/// left behind in it, or by others' hands.
-std::optional<Outcome> IsolatedTagReader::readerEnded(const Patience& patience,
-                                                      const std::string& path) {
-  const bool isStalled = reader->hasStalled();
-  const bool isFinal = patience.isOver() || reader->isFresh();
-  const std::string how = reader->end();
-  reader.reset();
-  handedOver = isFinal ? current + 1 : current;
-  if (!isFinal) return std::nullopt;
-  OV_WARN("tag reader %s for track: %s", isStalled ? "waits for the device" : how.c_str(),
+// Transitions
+
+/// True for the changes of state in the class comment.
+bool IsolatedTagReader::isTransition(State from, State to) {
+  switch (from) {
+    case State::Untried:
+      return to == State::Running || to == State::InProcess;
+    case State::Running:
+      return to == State::Down;
+    case State::Down:
+      return to == State::Running;
+    case State::InProcess:
+      break;
+  }
+  return false;
+}
+
+void IsolatedTagReader::enter(State next) {
+  assert(isTransition(state, next));
+  assert(worker.has_value() == (next == State::Running));
+  assert((inProcess != nullptr) == (next == State::InProcess));
+  state = next;
+}
+
+/// Starts a worker unless one is up; returns false when there is none.
+bool IsolatedTagReader::ensureRunning() {
+  if (stopped.stop_requested()) return false;
+  if (state == State::Untried || state == State::Down) startWorker();
+  return state == State::Running;
+}
+
+void IsolatedTagReader::startWorker() {
+  std::string reason;
+  try {
+    worker.emplace(stopped, program);
+    sendAhead();  // lets the worker find its first files when it is up
+    if (const auto confinement = worker->receiveGreeting(WaitBudget(kStartLimit))) {
+      return workerStarted(*confinement);
+    }
+    reason = worker->end();
+  } catch (const std::system_error& error) {
+    reason = error.what();
+  }
+  dropWorker();
+  if (!stopped.stop_requested()) startFailed(reason);
+}
+
+void IsolatedTagReader::workerStarted(tagMessages::Confinement confinement) {
+  if (state == State::Untried && !confinement.systemCalls) {
+    OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
+  }
+  enter(State::Running);
+}
+
+void IsolatedTagReader::startFailed(const std::string& reason) {
+  if (state == State::Down) {
+    OV_ERROR("the tag reader %s cannot be started again: %s", program.c_str(), reason.c_str());
+    return;
+  }
+  auto substitute = std::make_unique<InProcessTagReader>(stopped);
+  substitute->expect(files.remainingPaths());
+  OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s",
+          program.c_str(), reason.c_str());
+  inProcess = std::move(substitute);
+  enter(State::InProcess);
+}
+
+/// Ends a worker that failed because of this file, and returns the file's result.
+TagResult::Outcome IsolatedTagReader::blameFile(const std::string& path) {
+  const bool isStalled = worker->hasStalled();
+  const std::string failure = worker->end();
+  dropWorker();
+  OV_WARN("tag reader %s for track: %s", isStalled ? "waits for the device" : failure.c_str(),
           path.c_str());
   return isStalled ? Outcome::Stalled : Outcome::Unreadable;
+}
+
+/// Ends the worker, if there is one, and forgets the files sent to it, so that no late answer is
+/// matched to another file. Allocates nothing.
+void IsolatedTagReader::dropWorker() {
+  worker.reset();
+  files.markUnsent();
+  if (state == State::Running) enter(State::Down);
+}
+
+/// A worker dies with the thread that started it, so all reading happens on one thread.
+void IsolatedTagReader::assertOwner() {
+  if (owner == std::thread::id()) owner = std::this_thread::get_id();
+  assert(owner == std::this_thread::get_id());
 }
 
 }  // namespace orvel

@@ -1,60 +1,105 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tags/TagReader.h"
-#include "tags/isolation/ReaderConnection.h"
+#include "tags/isolation/FileQueue.h"
+#include "tags/isolation/WorkerConnection.h"
 
 namespace orvel {
 
-/// Has files parsed by a process that may do nothing else, so that a file that makes the parser
-/// crash, hang or bloat costs itself only: it is unreadable. The process is started for the first
-/// file, and anew after each that ended it. Files are opened here and handed over ahead.
+/// Parses files in a worker, a process that may do nothing else (`orvel-tag-reader`): a file that
+/// makes the parser crash, hang or bloat loses only its own tags. Opens the files itself and sends
+/// them ahead.
+///
+/// The reader is a state machine. Each transition is the function of that name:
+///
+///     state      event                             transition     next state  result of the file
+///     ---------  --------------------------------  -------------  ----------  -------------------
+///     Untried    a file is due, the worker greets  workerStarted  Running
+///     Untried    a file is due, no worker starts   startFailed    InProcess   read in-process
+///     Running    the result arrives                               Running     as received
+///     Running    a worn worker fails in time       dropWorker     Down        (asked again)
+///     Running    a fresh worker fails              blameFile      Down        Unreadable
+///     Running    the time is up                    blameFile      Down        Unreadable, Stalled
+///     Running    the request is stopped            dropWorker     Down        Interrupted
+///     Running    the file cannot be sent           dropWorker     Down        ReaderLost
+///     Running    an allocation fails               dropWorker     Down        (throws)
+///     Running    the sent files are replaced       dropWorker     Down
+///     Down       a file is due, the worker greets  workerStarted  Running
+///     Down       a file is due, no worker starts   startFailed    Down        ReaderLost
+///     InProcess  a file is due                                    InProcess   read in-process
+///
+/// A worn worker has answered before. It may have failed because of damage from earlier files, or
+/// by somebody else's signal; a fresh worker then decides whether the file is to blame. InProcess
+/// is entered only before any file was parsed: afterwards a file that ended the worker could end
+/// the host.
 class IsolatedTagReader : public TagReader {
  public:
   static constexpr std::chrono::milliseconds kTimeLimit{5000};
 
-  /// @param program    absolute path of the reader's program
+  /// @param program    absolute path of the worker's program
   /// @param timeLimit  for one file
   IsolatedTagReader(std::stop_token token, std::string program,
                     std::chrono::milliseconds timeLimit = kTimeLimit);
   ~IsolatedTagReader() override;
 
   void expect(std::vector<std::string> paths) override;
-  TagResult next() override;
+  TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
-  [[nodiscard]] bool isolationFailed() const override { return inProcess != nullptr; }
+  [[nodiscard]] bool isolationFailed() const override { return state == State::InProcess; }
 
  private:
-  struct File {
-    std::string path;
-    /// Why it cannot be read, once it was to be handed over; nothing when it was.
-    std::optional<TagResult::Outcome> refusal;
+  using Outcome = TagResult::Outcome;
+
+  enum class State : std::uint8_t {
+    Untried,   ///< no worker was started yet
+    Running,   ///< `worker` is up
+    Down,      ///< no worker is up; one was before
+    InProcess  ///< isolation is not available; `inProcess` reads
   };
+  static bool isTransition(State from, State to);
+  void enter(State next);
 
-  tagMessages::Result answerOrForget();
-  tagMessages::Result answerForCurrent();
-  tagMessages::Result answerFor(TagStream& stream);
-  [[nodiscard]] bool isReady();
-  bool start();
-  void giveUp(const std::string& reason);
-  bool handOver();
-  tagMessages::Result notRead();
-  std::optional<TagResult::Outcome> readerEnded(const Patience& patience, const std::string& path);
+  /// One file, for which a worker is asked until its result is settled.
+  struct Question {
+    std::uint32_t id;
+    const std::string& path;
+    TagStream* source;  ///< null when the file is sent with its descriptor
+  };
+  template <class Send>
+  tagMessages::Result ask(const Question& question, Send send);
+  static TagResult settle(tagMessages::Result answer);
 
+  bool ensureRunning();
+  void startWorker();
+  void workerStarted(tagMessages::Confinement confinement);
+  void startFailed(const std::string& reason);
+  Outcome blameFile(const std::string& path);
+  void dropWorker();
+
+  std::optional<Outcome> sendCurrent();
+  bool sendAhead();
+  void assertOwner();
+
+  // Constant after construction.
   const std::stop_token stopped;
   const std::string program;
   const std::chrono::milliseconds timeLimit;
-  std::unique_ptr<TagReader> inProcess;  ///< stands in when the process cannot be started
-  std::optional<ReaderConnection> reader;
-  bool hasWorked = false;  ///< a reader's process has been up before
-  std::vector<File> files;
-  std::size_t current = 0;
-  std::size_t handedOver = 0;  ///< where the files begin that are still to be handed over
+
+  // Used by the owner's thread only.
+  std::thread::id owner;  ///< the first thread that read
+  State state = State::Untried;
+  std::optional<WorkerConnection> worker;  ///< in state Running, and while it starts
+  std::unique_ptr<TagReader> inProcess;    ///< in state InProcess
+  FileQueue files;
 };
 
 }  // namespace orvel

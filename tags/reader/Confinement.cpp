@@ -20,11 +20,11 @@ namespace orvel {
 namespace {
 
 [[maybe_unused]] constexpr rlim_t kMemoryBytes = rlim_t{256} << 20;
-/// As much as a mining stage has: nested containers recurse deeply.
+/// The same as a mining stage has, because nested containers make the parser recurse deeply.
 constexpr rlim_t kStackBytes = rlim_t{8} << 20;
-/// For all files together. The library starts a fresh reader then, and watches over each file.
+/// For all files together; the library then starts a fresh worker. It times each file itself.
 constexpr rlim_t kProcessorSeconds = 60;
-/// The standard ones, the socket, one request's files and a few.
+/// The standard ones, the channels, one request's files and a few to spare.
 constexpr rlim_t kDescriptors = 8 + tagMessages::kMostFiles;
 
 template <class Resource>
@@ -43,30 +43,30 @@ void setLimits() {
   limit(RLIMIT_STACK, kStackBytes, kStackBytes);
   limit(RLIMIT_CPU, kProcessorSeconds, kProcessorSeconds + 1);
 #ifndef ORVEL_SANITIZED
-  // The sanitizers reserve terabytes.
+  // Sanitizers reserve terabytes of address space.
   limit(RLIMIT_AS, kMemoryBytes, kMemoryBytes);
 #endif
 }
 
-/// The end of the process is the library's matter: a signal that a service manager sends to all
-/// processes of the host would be blamed on the file in hand.
+/// Only the library ends this process. A signal that a service manager sends to all processes of
+/// the host would be blamed on the current file.
 void ignoreSignals() {
   for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE}) std::signal(number, SIG_IGN);
 }
 
-/// When memory is short, this process goes first, not the host.
+/// Makes the kernel kill this process before the host when memory is short.
 void volunteerForOutOfMemory() {
   const Descriptor score(open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
   if (score) [[maybe_unused]]
     const ssize_t written = write(score.get(), "1000", 4);
 }
 
-/// Takes away every file by its name, whatever the system calls. See landlock(7).
+/// Denies every access to files by name, independently of the system-call filter. See landlock(7).
 bool denyFiles() {
   const long version =
       syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
   if (version < 1) return false;
-  /// How many kinds of access each version of the interface knows.
+  /// Number of access rights that each version of the interface knows.
   constexpr std::array<unsigned, 5> kKinds = {13, 14, 15, 15, 16};
   const std::size_t known = std::min<std::size_t>(static_cast<std::size_t>(version), kKinds.size());
   landlock_ruleset_attr denied{};

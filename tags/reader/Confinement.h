@@ -1,12 +1,12 @@
 #pragma once
 
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 
 namespace orvel {
 
-/// Binds this process to its parent's life and leaves it nothing but reading files that it is
-/// handed: limits of memory, processor time, files and descriptors, no new privileges, no file by
-/// name, no other system call. Returns what the kernel did not refuse.
+/// Binds this process to its parent's life and confines it to reading the files that it receives:
+/// limits on memory, processor time, files and descriptors; no new privileges; no file by name; no
+/// other system call. Returns the parts that the kernel granted.
 tagMessages::Confinement confineProcess();
 
 }  // namespace orvel

@@ -16,8 +16,8 @@ namespace orvel {
 
 namespace {
 
-// The filter is written by hand: a dozen instructions are fewer than the code of a library that
-// would assemble them, which the process would have to load.
+// Written by hand: a library to assemble these few instructions would be more code, and the worker
+// would have to load it.
 
 #if defined(__x86_64__)
 constexpr std::uint32_t kArchitecture = AUDIT_ARCH_X86_64;
@@ -33,7 +33,7 @@ constexpr std::uint32_t kArchitecture = AUDIT_ARCH_RISCV64;
 #error "Name this architecture as <linux/audit.h> does."
 #endif
 
-/// What the loop of the reader, the parser's memory and the end of the process take.
+/// The calls of the worker's loop, of the memory allocator and of the end of the process.
 constexpr std::uint32_t kAllowed[] = {
     __NR_pread64,
     __NR_write,
@@ -53,7 +53,7 @@ constexpr std::uint32_t kAllowed[] = {
     __NR_exit,
     __NR_exit_group,
 #ifdef ORVEL_SANITIZED
-    // What the sanitizers do on the side, reports included.
+    // The sanitizers' own calls, for their reports as well.
     __NR_openat,
     __NR_read,
     __NR_readlinkat,
@@ -91,11 +91,11 @@ class Program {
   void loadArchitecture() { load(offsetof(seccomp_data, arch)); }
   void allow() { add(BPF_RET | BPF_K, SECCOMP_RET_ALLOW); }
   void endProcess() { add(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS); }
-  /// Passes over so many instructions when the loaded value is `value`, and when it is not.
+  /// Skips this many instructions when the loaded value equals `value`, and when it does not.
   void testEqual(std::uint32_t value, std::uint8_t skipIfEqual, std::uint8_t skipIfNot) {
     add(BPF_JMP | BPF_JEQ | BPF_K, value, skipIfEqual, skipIfNot);
   }
-  /// The same when the loaded value has one of these bits, and when it has none.
+  /// Skips this many instructions when the loaded value has any of `bits`, and when it has none.
   void testBits(std::uint32_t bits, std::uint8_t skipIfAny, std::uint8_t skipIfNone) {
     add(BPF_JMP | BPF_JSET | BPF_K, bits, skipIfAny, skipIfNone);
   }
@@ -121,7 +121,7 @@ Program readingOnly() {
     program.testEqual(call, 0, 1);
     program.allow();
   }
-  // Memory, but neither files nor code.
+  // Allows mapping memory, but neither files nor executable pages.
   program.testEqual(kMap, 0, 5);
   program.load(argument(2));
   program.testBits(PROT_EXEC, 3, 0);
@@ -140,7 +140,8 @@ bool install(sock_fprog program, unsigned flags) {
 
 bool allowOnlyReading() {
   Program program = readingOnly();
-  // The process has no secrets to guard against itself by slowing its processor down.
+  // Prefers a filter without the costly mitigation of speculative execution: the process holds no
+  // secrets.
   return install(program.get(), SECCOMP_FILTER_FLAG_SPEC_ALLOW) || install(program.get(), 0);
 }
 

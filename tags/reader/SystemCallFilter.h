@@ -2,8 +2,8 @@
 
 namespace orvel {
 
-/// Leaves this process the system calls that reading tags takes, for good; any other ends it at
-/// once. Returns false when the kernel has no such filter.
+/// Permanently restricts this process to the system calls that reading tags needs; any other kills
+/// it. Returns false when the kernel has no such filter.
 bool allowOnlyReading();
 
 }  // namespace orvel

@@ -1,10 +1,10 @@
 #include <unistd.h>
 
 #include "tags/readTags.h"
-#include "tags/reader/TagService.h"
+#include "tags/reader/serveTags.h"
 
-/// The process that the library has tags parsed by.
+/// The worker: parses tags for the library that started it.
 int main() {
-  // Without clean-up: the process is left no more than reading takes.
+  // Skips clean-up, which needs system calls that the confinement forbids.
   _exit(orvel::serveTags(orvel::readTags));
 }

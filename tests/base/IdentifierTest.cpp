@@ -5,6 +5,8 @@
 #include <thread>
 
 #include "base/Utf8.h"
+#include "base/md5Hex.h"
+#include "base/trackKey.h"
 #include "db/Directory.h"
 #include "db/MetaDataInfo.h"
 #include "db/Playlist.h"
@@ -23,28 +25,6 @@ TEST(Md5, IsTheKindAndTheDigest) {
   EXPECT_EQ(Md5().text(), "");
   EXPECT_NE(Md5(Md5Kind::Directory, "/A").text(), Md5(Md5Kind::Directory, "/a").text());
   EXPECT_NE(Md5(Md5Kind::Playlist, "/A").text(), Md5(Md5Kind::Playlist, "A").text());
-}
-
-TEST(Md5, IsRecognisedByTheTextThatCopiesShare) {
-  const Md5 artist(Md5Kind::Artist, "X");
-  Md5 copy = artist;
-  EXPECT_EQ(copy.identity(), artist.identity());
-  EXPECT_EQ(Md5(Md5Kind::Artist, "X").identity(), artist.identity());
-  EXPECT_NE(Md5(Md5Kind::Album, "X").identity(), artist.identity());
-  const void* elsewhere = nullptr;
-  std::string text;
-  std::thread([&] {
-    const Md5 other(Md5Kind::Artist, "X");
-    elsewhere = other.identity();
-    text = other.text();
-    EXPECT_NE(elsewhere, artist.identity());
-  }).join();
-  EXPECT_EQ(text, artist.text());
-  for (int i = 0; i < 1000; ++i) {
-    // A remembered digest must never be taken for another one.
-    const std::string name = "artist " + std::to_string(i % 300);
-    EXPECT_EQ(Md5(Md5Kind::Artist, name).text(), "2" + md5Hex(name));
-  }
 }
 
 /// The key as the Unicode standard defines it, without a look for what can be left out.
@@ -98,30 +78,6 @@ TEST(TrackKey, IsOneForEverySpellingOfAPath) {
     }
   }
   EXPECT_EQ(trackKey("/media//usb/./A/../B"), "media/usb/b");
-}
-
-TEST(MetaDataInfo, CarriesIdentifiersThatJoin) {
-  const std::string path = "/m/Music/s.mp3";
-  const StrippedValue title("T");
-  const StrippedValue artist("X");
-  const MetaDataInfo tagged(path, "/m", title, artist, {}, {}, {}, 3, 2, -1);
-  const MetaDataInfo plain(path, "/m", "other", "X", "", "", "", 1, 1, 5);
-  const MetaDataInfo phone(path, "/m", "T", "X", "B", "G", "C", 1, 1, 5, "object 42");
-  for (const MetaDataInfo* song : {&tagged, &plain, &phone}) {
-    EXPECT_EQ(song->titleId.text(), Md5(Md5Kind::Track, "m/music/S.MP3").text());
-    EXPECT_EQ(song->directoryId.text(), Directory("/m/Music", "/m", 0).objectId.text());
-    EXPECT_EQ(song->partitionId.text(), Playlist("/m/p.m3u", "/m", 0).partitionId.text());
-    EXPECT_EQ(song->artistId.identity(), tagged.artistId.identity());
-    EXPECT_EQ(song->name, "s.mp3");
-    EXPECT_EQ(song->audioType, 1);
-    EXPECT_EQ(song->asianFields, nullptr);
-  }
-  EXPECT_EQ(tagged.title + tagged.artist + tagged.album + tagged.genre + tagged.composer, "TX");
-  EXPECT_EQ(phone.title + phone.artist + phone.album + phone.genre + phone.composer, "TXBGC");
-  EXPECT_TRUE(tagged.trackNumber == 3 && tagged.discNumber == 2 && tagged.lastModified == -1);
-  EXPECT_EQ(plain.albumId.text(), "3d41d8cd98f00b204e9800998ecf8427e");
-  EXPECT_EQ(plain.storedObjectId(), plain.titleId.text());
-  EXPECT_EQ(phone.storedObjectId(), "object 42");
 }
 
 }  // namespace

@@ -5,18 +5,12 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/support/LogCapture.h"
-
 namespace orvel::test {
 namespace {
 
 using testing::HasSubstr;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
-
-void logSomething() {
-  OV_INFO("%d %s", 1, "two");
-}
 
 TEST(Log, GoesToStandardErrorFromWarningsOn) {
   CaptureStderr();
@@ -33,27 +27,6 @@ TEST(Log, GoesToStandardErrorFromWarningsOn) {
   OV_ERROR("%s", large.c_str());
   const std::string truncated = GetCapturedStderr();
   EXPECT_THAT(truncated, testing::EndsWith(" " + std::string(1023, 'x') + "\n"));
-}
-
-TEST(Log, NamesTheFunctionShortOrInFull) {
-  CaptureStderr();
-  {
-    const LogCapture log;
-    logSomething();
-    ovPrettyFunction = true;
-    logSomething();
-    ovPrettyFunction = false;
-    ASSERT_EQ(log.lines().size(), 2U);
-    EXPECT_EQ(log.lines()[0].function, "logSomething");
-    EXPECT_THAT(log.lines()[1].function, HasSubstr("void orvel::test::"));
-    EXPECT_EQ(log.lines()[1].text, "1 two");
-    EXPECT_EQ(log.lines()[1].level, LogLevel::Info);
-    setLogThreshold(LogLevel::Error);
-    OV_WARN("dropped");
-    OV_VERBOSE("dropped");
-    EXPECT_EQ(log.lines().size(), 2U);
-  }
-  EXPECT_EQ(GetCapturedStderr(), "") << "a sink takes the lines away";
 }
 
 TEST(Log, NoThreadIsInsideASinkThatWasReplaced) {

@@ -7,7 +7,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
-namespace orvel::host {
+namespace orvel::cli {
 namespace {
 
 /// Describes mounts that are not there, with /dev/null and /dev/zero for the sticks' devices.
@@ -51,4 +51,4 @@ TEST_F(DeviceIdTest, IsThePathElsewhere) {
 }
 
 }  // namespace
-}  // namespace orvel::host
+}  // namespace orvel::cli

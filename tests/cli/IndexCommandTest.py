@@ -2,13 +2,12 @@
 
 import os
 import sqlite3
-import subprocess
 import unittest
 
-from orvelHost import ORVEL, HostTestCase, writeSong
+from orvelCommand import CommandTestCase, writeSong
 
 
-class Runs(HostTestCase):
+class Runs(CommandTestCase):
     def setUp(self):
         super().setUp()
         writeSong(f"{self.stick}/Music/A/s.mp3", TIT2="T", TPE1="X", TALB="L", TCON="G", TCOM="C")
@@ -71,21 +70,8 @@ class Runs(HostTestCase):
         self.assertEqual(self.index("--device-id", "dev", self.stick)["totals"]["songs"], 2)
         self.assertNotIn(other.encode(), self.run_("status")[0])
 
-    def testDamagedDatabaseIsReplaced(self):
-        database = self.index()["database"]
-        with open(database, "wb") as file:
-            file.write(b"no database" * 1000)
-        self.assertIn(b"not a database", self.run_("status")[0])
-        self.run_("list", "songs", expect=1)
-        self.assertEqual(self.index()["totals"]["songs"], 2)
 
-    def testDeviceIdNeverLeavesTheFolder(self):
-        database = self.index(self.stick, "--device-id", "../../etc/passwd")["database"]
-        self.assertEqual(os.path.dirname(database), self.databases)
-        self.assertEqual(sorted(os.listdir(self.folder)), ["data", "stick"])
-
-
-class MountPoints(HostTestCase):
+class MountPoints(CommandTestCase):
     def testAreMadeAbsoluteAndClean(self):
         writeSong(f"{self.stick}/a.mp3")
         os.symlink(self.stick, self.path("link"))
@@ -122,7 +108,7 @@ class MountPoints(HostTestCase):
             self.assertEqual([s["path"] for s in songs], [f"{folder}/Sub/s.mp3"])
 
 
-class Refusals(HostTestCase):
+class Refusals(CommandTestCase):
     def testWrongUsage(self):
         for arguments in ((), ("dance",), ("index",), ("index", "--dance", "x"), ("index", ""),
                           ("list",), ("list", "cars"), ("list", "songs", "--format", "xml"),
@@ -155,30 +141,6 @@ class Refusals(HostTestCase):
         report = self.index(self.stick, expect=1)
         self.assertIn("cannot be opened", report["error"])
         self.assertEqual(report["status"], "PROGRESS")
-
-    @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
-    def testPermissionsOfAnotherUser(self):
-        asNobody = self.asNobody()
-        os.chmod(self.folder, 0o755)
-        os.chmod(self.stick, 0o700)
-        os.mkdir(self.path("readable"))
-        os.mkdir(self.path("mine"))
-        self.assertIn("Permission denied", self.index(wrap=asNobody, expect=1)["error"])
-        self.assertIn("The database folder", self.index(
-            self.path("readable"), "--db-dir", self.path("mine"), wrap=asNobody, expect=1)["error"])
-
-    def testReportThatCannotBeWritten(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([ORVEL, "index", self.stick], stdout=full, stderr=subprocess.PIPE,
-                                  env=self.environment())
-        self.assertEqual(done.returncode, 1)
-        self.assertIn(b"cannot be written", done.stderr)
-
-    def testDescribedPhonesNeedABuildForThem(self):
-        for verb in (("mtp", "list"), ("index", "--mtp")):
-            out, errors = self.run_(*verb, "--scripted", self.path("nowhere"), expect=1)
-            self.assertEqual(out, b"")
-            self.assertRegex(errors, b"real devices|No such file")
 
     def testLoopWithoutGlib(self):
         report = self.index(env=self.environment(QT_NO_GLIB="1"), expect=1)

@@ -10,10 +10,10 @@ import subprocess
 import time
 import unittest
 
-from orvelHost import HANG_SECONDS, ORVEL, HostTestCase, writeSong
+from orvelCommand import HANG_SECONDS, ORVEL, CommandTestCase, writeSong
 
 
-class Interruption(HostTestCase):
+class Interruption(CommandTestCase):
     """Another process's transaction holds the run in the middle of its work."""
 
     def setUp(self):
@@ -72,18 +72,6 @@ class Interruption(HostTestCase):
         self.assertEqual(policies.pop("orvel"), os.SCHED_OTHER)
         self.assertIn("MSDMiner", policies)
         self.assertEqual(set(policies.values()), {os.SCHED_IDLE}, policies)
-
-    def testPartitionsThatWereNotBegunAreNamed(self):
-        other = self.path("other")
-        writeSong(f"{other}/o.mp3")
-        running = self.start("--json", "--device-id", self.stick, other)
-        with running.stderr as errors:
-            while b"songs found" not in errors.readline():
-                pass
-            self.stop(running, signal.SIGINT)
-        report = json.loads(running.stdout.read())
-        self.assertEqual(len(report["partitions"]), 2)
-        self.assertIn("not begun", report["partitions"][1]["left_undone"][0])
 
     def testTerminalShowsOneLineThatGoesAway(self):
         controller, terminal = pty.openpty()

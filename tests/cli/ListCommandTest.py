@@ -3,17 +3,16 @@
 import json
 import os
 import re
-import sqlite3
 import unittest
 
-from orvelHost import HostTestCase, writeSong
+from orvelCommand import CommandTestCase, writeSong
 
 SONG_KEYS = {"path", "name", "title", "artist", "album", "genre", "composer", "track", "disc",
              "directory", "object_id", "last_modified"}
 CONTROLS = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u2028-\u202e]")
 
 
-class Listings(HostTestCase):
+class Listings(CommandTestCase):
     def setUp(self):
         super().setUp()
         music = f"{self.stick}/Music"
@@ -89,30 +88,8 @@ class Listings(HostTestCase):
         self.assertIn(other.encode(), errors)
         self.run_("list", "songs", "--db-dir", self.path("empty"), expect=2)
 
-    @unittest.skipUnless(os.geteuid() == 0, "needs another user to run as")
-    def testReadsWhereNothingCanBeWritten(self):
-        asNobody = self.asNobody()
-        for suffix in ("-wal", "-shm"):
-            if os.path.exists(self.database + suffix):
-                os.remove(self.database + suffix)
-        os.chmod(self.databases, 0o555)
-        os.chmod(self.database, 0o444)
-        for folder in (self.folder, self.path("data")):
-            os.chmod(folder, 0o755)
-        self.assertEqual(len(self.list("songs", "--db", self.database, wrap=asNobody)), 3)
 
-    def testReadsBesideAWriter(self):
-        writer = sqlite3.connect(self.database, isolation_level=None)
-        writer.execute("BEGIN IMMEDIATE")
-        writer.execute("DELETE FROM SONGS")
-        self.assertEqual(len(self.list("songs")), 3)
-        writer.execute("COMMIT")
-        self.assertEqual(self.list("songs"), [])
-        self.assertEqual(self.list("artists"), [])
-        writer.close()
-
-
-class HostileNames(HostTestCase):
+class HostileNames(CommandTestCase):
     """File names and tags that would steer a terminal or break a format."""
 
     NAMES = [b"\x1b]0;pwned\x07.mp3", b"tab\tline\nend\r.mp3", b"bad\xff\xfeutf8.mp3",

@@ -5,7 +5,7 @@
 #include <clocale>
 #include <sstream>
 
-namespace orvel::host {
+namespace orvel::cli {
 namespace {
 
 std::string tableOf(const std::vector<Row>& rows, std::size_t width) {
@@ -39,4 +39,4 @@ TEST(TableFormat, ShortensTheWidestToFitTheTerminal) {
 }
 
 }  // namespace
-}  // namespace orvel::host
+}  // namespace orvel::cli

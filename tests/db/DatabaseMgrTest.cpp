@@ -50,18 +50,11 @@ class DatabaseMgrTest : public DatabaseFolderFixture {
 };
 
 TEST_F(DatabaseMgrTest, EveryDeviceIdGetsAFileOfItsOwnInTheFolder) {
-  const std::vector<std::string> ids = {"",
-                                        "dev1",
-                                        "dev/1",
-                                        "dev_1",
-                                        "../../etc/passwd",
-                                        std::string(10000, 'x'),
-                                        std::string(10001, 'x'),
-                                        std::string("a\0b", 3),
-                                        "a",
-                                        "\xFF\xFE\n",
-                                        "caf\xC3\xA9",
-                                        "."};
+  // clang-format off
+  const std::vector<std::string> ids = {
+      "", "dev1", "dev/1", "dev_1", "../../etc/passwd", std::string(10000, 'x'),
+      std::string(10001, 'x'), std::string("a\0b", 3), "a", "\xFF\xFE\n", "caf\xC3\xA9", "."};
+  // clang-format on
   std::set<std::string> files;
   for (const std::string& id : ids) {
     manager.createDb(id, "/m", true);
@@ -75,34 +68,6 @@ TEST_F(DatabaseMgrTest, EveryDeviceIdGetsAFileOfItsOwnInTheFolder) {
   EXPECT_THAT(files, SizeIs(ids.size()));
   EXPECT_EQ(fs::status(temporary.path("db")).permissions(), fs::perms::owner_all);
   EXPECT_THAT(fs::path(databaseOf("")).filename().string(), "-d41d8cd98f00b204e9800998ecf8427e.db");
-}
-
-TEST_F(DatabaseMgrTest, KeepsAStatusPerPartition) {
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "");
-  EXPECT_FALSE(fs::exists(databaseOf("dev"))) << "a question creates no database";
-  manager.createDb("dev", "/m", true);
-  const std::string odd = "/m'; DROP TABLE PARTITIONS; \"";
-  manager.insertStatus("dev", "/m", "PROGRESS");
-  manager.insertStatus("dev", odd, "OK");
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "PROGRESS");
-  manager.insertStatus("dev", "/m", "OK");
-  manager.createDb("dev", "/m", true);
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "OK");
-  EXPECT_EQ(manager.getStatus("dev", odd), "OK");
-  EXPECT_EQ(manager.getStatus("dev", "/other"), "");
-  EXPECT_EQ(manager.getStatus("other", "/m"), "");
-}
-
-TEST_F(DatabaseMgrTest, PlaylistsOfAnUnfinishedRunAreReadAgain) {
-  for (const char* mount : {"/m", "/n"}) {
-    manager.createDb("dev", mount, false);
-    store("dev", mount);
-    manager.insertStatus("dev", mount, std::string(mount) == "/m" ? "PROGRESS" : "OK");
-  }
-  manager.createDb("dev", "/m", true);
-  manager.createDb("dev", "/n", false);
-  EXPECT_THAT(rowsOf("dev", "SELECT PLAYPATH, LASTMODIFIED FROM PLAYLISTS;"),
-              ElementsAre("/m/s|-1", "/n/s|7"));
 }
 
 TEST_F(DatabaseMgrTest, OnlyPartitionsThatAreReallyGoneLoseTheirRows) {
@@ -196,35 +161,6 @@ TEST_F(DatabaseMgrTest, SyncGivesSpaceBackAndTruncatesTheLog) {
   manager.sync("dev");
   EXPECT_EQ(fs::file_size(databaseOf("dev") + "-wal"), 0U);
   EXPECT_LT(fs::file_size(databaseOf("dev")), full / 4);
-}
-
-TEST_F(DatabaseMgrTest, AHostsThreadWaitsAtMostASecondForALock) {
-  manager.createDb("dev", "/m", true);
-  for (const char* lock : {"BEGIN IMMEDIATE;", "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE;"}) {
-    sqlstl::basic_sqlostream<char> holder;
-    holder.open(databaseOf("dev").c_str(), 1000);
-    holder.exec(lock);
-    ASSERT_TRUE(holder.good());
-    const LogCapture log;
-    const auto begin = std::chrono::steady_clock::now();
-    manager.createDb("dev", "/n", false);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1700)) << lock;
-    EXPECT_THAT(log.texts("database is locked"), SizeIs(1)) << lock;
-  }
-}
-
-TEST_F(DatabaseMgrTest, WarnsOfAnotherIndexerInTheFolder) {
-  const LogCapture log;
-  manager.createDirectory();
-  manager.createDirectory();
-  EXPECT_THAT(log.texts(), ElementsAre());
-  manager.setDirectory(temporary.path("elsewhere"));
-  const std::string file = temporary.file("elsewhere/orvel.lock");
-  const int other = open(file.c_str(), O_RDWR);
-  ASSERT_EQ(flock(other, LOCK_EX), 0);
-  manager.createDirectory();
-  EXPECT_THAT(log.texts("another process indexes into"), SizeIs(1));
-  close(other);
 }
 
 }  // namespace

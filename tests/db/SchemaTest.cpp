@@ -25,14 +25,6 @@ TEST_F(Schema, OneBadRowNeverFailsAStep) {
   EXPECT_THAT(sql("SELECT PLAYPATH, TRACKID FROM PLAYLISTS;"), ElementsAre("l|"));
 }
 
-TEST_F(Schema, ASongStoredAgainReplacesItselfUnderAFreshId) {
-  sql("INSERT INTO SONGS(PATH, OBJECTID, TITLE) VALUES('p', 'o', 'old'), ('p', 'other', 'kept');"
-      "INSERT INTO SONGS(PATH, OBJECTID, TITLE) VALUES('p', 'o', 'new');");
-  EXPECT_THAT(sql("SELECT ID, TITLE FROM SONGS;"), ElementsAre("2|kept", "3|new"));
-  sql("DELETE FROM SONGS; INSERT INTO SONGS(PATH, OBJECTID) VALUES('p', 'o');");
-  EXPECT_THAT(sql("SELECT ID FROM SONGS;"), ElementsAre("4"));
-}
-
 TEST_F(Schema, PlaylistViewsGiveOneRowPerListAndHideTheRepeat) {
   EXPECT_THAT(sql("SELECT * FROM VIEW_PLAYLISTNAMES; SELECT * FROM VIEW_PLAYLISTENTRIES;"),
               ElementsAre());

@@ -51,28 +51,6 @@ class SqlStream : public testing::Test {
   sqlstl::basic_sqlistream<char> in;
 };
 
-TEST_F(SqlStream, OpensConfiguredConnectionsAndFailsWithoutAWord) {
-  sqlstl::basic_sqlostream<char> stream;
-  stream.open(folder.path("no/folder/x.db").c_str(), 5);
-  EXPECT_TRUE(stream.bad());
-  EXPECT_EQ(stream.handle(), nullptr);
-  EXPECT_THAT(logged(), ElementsAre());
-  stream.query("SELECT 1;");
-  stream << "text" << 1 << sqlstl::step;
-  stream.exec("SELECT 1;");
-  EXPECT_TRUE(stream.bad());
-
-  log.clear();
-  stream.open(file.c_str(), 3600000);
-  EXPECT_TRUE(stream.good());
-  EXPECT_EQ(log.levelOf("Set timeout to 3600000 ms"), LogLevel::Info);
-  int doubleQuoted = 0;
-  int trusted = 1;
-  sqlite3_db_config(stream.handle(), SQLITE_DBCONFIG_DQS_DML, -1, &doubleQuoted);
-  sqlite3_db_config(stream.handle(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, -1, &trusted);
-  EXPECT_TRUE(doubleQuoted == 1 && trusted == 0);
-}
-
 TEST_F(SqlStream, WritesRowsAndReadsThemInTheirTypes) {
   constexpr long kLeast = std::numeric_limits<long>::min();
   const Pair pairs[] = {{"one", 1}, {nullptr, kLeast}};
@@ -118,58 +96,6 @@ TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
   EXPECT_THAT(logged(), ElementsAre("step failed", HasSubstr("exec failed: 1 "), "step failed",
                                     "exec failed: 1 no such table: NOWHERE"));
   EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre());
-}
-
-TEST_F(SqlStream, ABindFailureIsSilentAndAFailedRowDropsTheRest) {
-  out.query("INSERT INTO T VALUES(?, ?);");
-  out << "a" << 1 << "one too many"
-      << "and more";
-  EXPECT_TRUE(out.fail() && !out.bad());
-  EXPECT_THAT(logged(), ElementsAre());
-  out << sqlstl::step;
-  EXPECT_THAT(logged(), ElementsAre("step failed"));
-
-  out.query("INSERT INTO T(B) VALUES(?);");
-  out << 1 << sqlstl::step << 2 << sqlstl::step;
-  EXPECT_TRUE(out.bad());
-  EXPECT_THAT(logged(),
-              ElementsAre("exec failed: 19 NOT NULL constraint failed: T.A", "step failed"));
-  out.query("SELECT 1;");
-  out << sqlstl::step;
-  EXPECT_TRUE(out.bad());
-  EXPECT_THAT(logged(), ElementsAre(HasSubstr("exec failed: 100 ")));
-}
-
-TEST_F(SqlStream, EndOfDataAndNullEndAReadingLoop) {
-  in.query("SELECT A FROM T;");
-  EXPECT_TRUE(in.eof() && !in.fail());
-  in.query("SELECT 'x' UNION ALL SELECT NULL UNION ALL SELECT 'y';");
-  std::string text;
-  int read = 0;
-  for (; in.good() && (in >> text); in.step()) ++read;
-  EXPECT_EQ(read, 1);
-  EXPECT_EQ(text, "x");
-  EXPECT_TRUE(in.fail() && !in.bad());
-  in.step();
-  EXPECT_THAT(logged(), ElementsAre("step failed"));
-  in.query("SELECT abs(-9223372036854775808);");
-  EXPECT_TRUE(in.bad());
-  EXPECT_THAT(logged(), ElementsAre("exec failed: 1 integer overflow"));
-}
-
-TEST_F(SqlStream, CloseFinalizesAndForgetsTheHandleEvenWhenItFails) {
-  in.query("SELECT 1;");
-  in.close();
-  EXPECT_THAT(logged(), ElementsAre());
-  sqlite3* const connection = out.handle();
-  sqlite3_stmt* foreign = nullptr;
-  sqlite3_prepare_v2(connection, "SELECT 1;", -1, &foreign, nullptr);
-  out.close();
-  EXPECT_EQ(out.handle(), nullptr);
-  ASSERT_EQ(log.texts("Could not close db connection: 5 ").size(), 1U);
-  EXPECT_EQ(log.lines()[0].level, LogLevel::Error);
-  sqlite3_finalize(foreign);
-  sqlite3_close(connection);
 }
 
 TEST_F(SqlStream, AWaitForALockEndsInTimeAndOnAStopOfTheStage) {

@@ -42,6 +42,15 @@ IndexerHost::~IndexerHost() {
   OrvelQTProxy::instance().disconnect(&receiver);
 }
 
+void IndexerHost::renewController() {
+  controller->stop();
+  controller->join();
+  controller = std::make_unique<Orvel>();
+  controller->launch();
+  controller->start();
+  OrvelQTProxy::instance().setController(controller.get());
+}
+
 void IndexerHost::index(const std::string& device, const std::string& mountPoint, bool isFirst) {
   start(device, mountPoint, isFirst);
   ASSERT_TRUE(waitUntilIdle());
@@ -92,6 +101,15 @@ bool IndexerHost::onMainLoop(std::function<void()> call, std::chrono::seconds li
 std::vector<std::string> IndexerHost::takeSignals() {
   const std::lock_guard lock(mutex);
   return std::exchange(received, {});
+}
+
+std::vector<std::string> IndexerHost::takeFinished() {
+  constexpr std::string_view kFinished = "indexingFinished ";
+  std::vector<std::string> finished;
+  for (const std::string& signal : takeSignals()) {
+    if (signal.starts_with(kFinished)) finished.push_back(signal.substr(kFinished.size()));
+  }
+  return finished;
 }
 
 void IndexerHost::remember(const std::string& signal) {

@@ -30,6 +30,8 @@ class IndexerHost : public DatabaseFolderFixture {
   /// The same for a phone, with the device id "phone1".
   void indexPhone(t_handle handle);
   void startPhone(t_handle handle);
+  /// Stops the controller and puts a new one in its place.
+  void renewController();
   /// False when requests are still alive after `seconds`.
   bool waitUntilIdle(int seconds = 120);
 
@@ -40,6 +42,8 @@ class IndexerHost : public DatabaseFolderFixture {
 
   /// The signals since the last call, in the order of their arrival, as "name argument...".
   std::vector<std::string> takeSignals();
+  /// The mount points of the requests that have ended since the last call of either.
+  std::vector<std::string> takeFinished();
 
   /// Everything that the database of a device holds, row ids included.
   static std::vector<std::string> everything(const std::string& device);

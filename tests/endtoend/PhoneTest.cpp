@@ -4,10 +4,12 @@
 #include <functional>
 
 #include "base/Md5.h"
+#include "tags/TagReading.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
+#include "tests/support/contentOf.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -73,8 +75,7 @@ TEST_F(PhoneTest, AnUnchangedPhoneChangesNothingAlsoUnderOtherObjectIds) {
   EXPECT_THAT(takeSignals(), Not(Contains("contentModified " + std::string(kMountPoint))));
   const auto song = query("SELECT * FROM SONGS");
 
-  phone.path = scripted::replug(phone.path);
-  phone.handle = attachedDevices().back().handle;
+  phone.replug();
   indexPhone(phone.handle);
   EXPECT_EQ(query("SELECT * FROM SONGS"), song);
   EXPECT_EQ(phone.count("readTags"), 0U);
@@ -83,20 +84,6 @@ TEST_F(PhoneTest, AnUnchangedPhoneChangesNothingAlsoUnderOtherObjectIds) {
       << "playlists that are read again still meet their songs";
   EXPECT_EQ(findObject("phone1", query("SELECT OBJECTID FROM SONGS")[0]),
             phone.idOf("/Music/A/s.mp3"));
-}
-
-TEST_F(PhoneTest, WhatIsAddedAndRemovedIsFound) {
-  phone.device.addTrack("/Music/B/old.mp3").tags = tags("Old", "Y");
-  indexPhone(phone.plugIn());
-  phone.device.remove("/Music/B");
-  phone.device.addTrack("/Music/C/new.mp3").tags = tags("New", "Z");
-  phone.update();
-  indexPhone(phone.handle);
-  EXPECT_EQ(status(), "OK");
-  EXPECT_THAT(query("SELECT TITLE FROM SONGS; SELECT ARTIST FROM ARTISTS;"
-                    "SELECT PATH FROM DIRECTORIES"),
-              UnorderedElementsAre("T", "New", "X", "Z", "", "/Music", "/Music/A", "/Music/C"));
-  EXPECT_EQ(phone.count("readTags"), 3U);
 }
 
 /// Seconds until no request is alive.
@@ -111,13 +98,12 @@ TEST_F(PhoneTest, RemovalAtAnyCallEndsTheRunAndTheNextOneRepairs) {
   phone.device.addPlaylist("/Worst", {"/Music/B/t.mp3", "/Music/A/s.mp3"});
   indexPhone(phone.plugIn());
   const auto complete = contents();
-  const unsigned calls = scripted::journal(phone.path).calls;
+  const unsigned calls = phone.live->journal().calls;
   ASSERT_GT(calls, 30U);
   for (unsigned call = 1; call <= calls; ++call) {
     SCOPED_TRACE("removed at call " + std::to_string(call));
     manager.deleteDb("phone1");
-    Fault& removal = phone.device.addFault(scripted::kAtAnyCall, Effect::Remove);
-    removal.from = call;
+    phone.device.addFault({.at = scripted::kAtAnyCall, .effect = Effect::Remove, .from = call});
     indexPhone(phone.plugIn());
     EXPECT_TRUE(status() == "PROGRESS" || contents() == complete);
     phone.device.faults.clear();
@@ -136,19 +122,16 @@ TEST_F(PhoneTest, StoppingNeverWaitsForTheDevice) {
     SCOPED_TRACE(at);
     manager.deleteDb("phone1");
     ScriptedPhone slow;
-    if (std::string(at) == "readBytes") {
-      slow.device.find("/Music/A/s.mp3")->tags.reset();
-      slow.device.find("/Music/A/s.mp3")->content = "no song";
-    }
-    slow.device.addFault(at, Effect::Block);
+    slow.device.addTrack("/Music/untagged.mp3").content = "no song";
     // The host's own question for the storages comes first.
-    slow.device.faults[0].from = std::string(at) == "listStorages" ? 2 : 1;
+    const unsigned from = std::string(at) == "listStorages" ? 2 : 1;
+    slow.device.addFault({.at = at, .effect = Effect::Block, .from = from});
     const Readiness readiness(slow.plugIn());
     startPhone(slow.handle);
-    ASSERT_TRUE(waitUntil([&] { return scripted::blocked(slow.path) == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return slow.live->blocked() == 1; }));
     // A newer request for the same device stops the one that waits.
     EXPECT_LT(secondsUntil([&] { startPhone(slow.handle); }), 1.0);
-    scripted::release(slow.path);
+    slow.live->release();
     ASSERT_TRUE(waitUntilIdle());
     EXPECT_EQ(status(), "OK");
   }
@@ -158,8 +141,8 @@ TEST_F(PhoneTest, StoppingNeverWaitsForReadinessNorForABusyDevice) {
   const LogCapture log;
   startPhone(phone.plugIn());
   ASSERT_TRUE(log.waitFor("waitDeviceReady"));
-  phone.device.addFault("Access_GetItems", Effect::Answer).status = STATUS_BUSY;
-  phone.device.faults[0].times = scripted::kForEver;
+  phone.device.addFault(
+      {.at = "Access_GetItems", .times = scripted::kForEver, .status = STATUS_BUSY});
   phone.update();
   EXPECT_LT(secondsUntil([&] { startPhone(phone.handle); }), 1.0);
   ASSERT_TRUE(log.waitFor(" Processing from portix API. count = 1"));
@@ -170,38 +153,22 @@ TEST_F(PhoneTest, StoppingNeverWaitsForReadinessNorForABusyDevice) {
             1.0);
 }
 
-TEST_F(PhoneTest, SticksComeBeforePhonesAndPrioritiesBeforeBoth) {
+TEST_F(PhoneTest, SticksComeBeforePhones) {
   writeSong(stick + "/s.mp3", {"Stick", "X"});
   ScriptedPhone second;
   second.device.serial = "phone2";
   const Readiness readiness(phone.plugIn());
   const Readiness secondReadiness(second.plugIn());
-  phone.device.addFault("listFolder", Effect::Block);
+  phone.device.addFault({"listFolder", Effect::Block});
   phone.update();
   OrvelQTProxy& facade = OrvelQTProxy::instance();
   startPhone(phone.handle);
-  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
+  ASSERT_TRUE(waitUntil([&] { return phone.live->blocked() == 1; }));
   facade.startMtpIndexing("phone2", second.handle, true);
   start("dev1", stick);
-  scripted::release(phone.path);
+  phone.live->release();
   ASSERT_TRUE(waitUntilIdle());
-  std::vector<std::string> finished;
-  for (const std::string& signal : takeSignals()) {
-    if (signal.rfind("indexingFinished ", 0) == 0) finished.push_back(signal.substr(17));
-  }
-  EXPECT_THAT(finished, ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
-
-  phone.update();
-  startPhone(phone.handle);
-  ASSERT_TRUE(waitUntil([&] { return scripted::blocked(phone.path) == 1; }));
-  facade.startMtpIndexing("phone2", second.handle, true);
-  facade.prioritizeMtpDevice("phone2", second.handle);
-  ASSERT_TRUE(waitUntil([&] {
-    return controller->progressOf("mtp-folder://phone2")->phase == RequestPhase::Finished;
-  })) << "the one that is parked does not hold the other up";
-  scripted::release(phone.path);
-  ASSERT_TRUE(waitUntilIdle());
-  EXPECT_EQ(status(), "OK") << "it goes on when the other one has ended";
+  EXPECT_THAT(takeFinished(), ElementsAre(kMountPoint, stick, "mtp-folder://phone2"));
 }
 
 TEST_F(PhoneTest, StrangeDevicesAreIndexedAndStayAsTheyAre) {
@@ -265,12 +232,13 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
   phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
   indexPhone(phone.plugIn());
   const auto complete = contents();
-  const auto failsWith = [&](const char* at, Effect effect, t_status failure, const char* path) {
-    SCOPED_TRACE(std::string(at) + " " + path);
-    Fault& fault = phone.device.addFault(at, effect);
-    fault.status = failure;
-    fault.path = path;
-    fault.times = scripted::kForEver;
+  for (const Fault& fault :
+       {Fault{.at = "Access_GetNumElements", .status = STATUS_NOT_OK_GENERIC_PLUGIN_ERROR},
+        Fault{"Access_GetPlaylistElements"}, Fault{"Access_GetItems"},
+        Fault{scripted::kAtPage, Effect::Items, "/Music"}, Fault{scripted::kAtCount, Effect::Items},
+        Fault{"Command_SelectCategory"}}) {
+    SCOPED_TRACE(fault.at);
+    phone.device.addFault(fault).times = scripted::kForEver;
     phone.update();
     manager.deleteDb("phone1");
     indexPhone(phone.handle);
@@ -280,22 +248,35 @@ TEST_F(PhoneTest, WhatCannotBeSeenIsNotCalledComplete) {
     indexPhone(phone.handle);
     EXPECT_EQ(status(), "OK");
     EXPECT_EQ(contents(), complete);
-  };
-  failsWith("Access_GetNumElements", Effect::Answer, STATUS_NOT_OK_GENERIC_PLUGIN_ERROR, "");
-  failsWith("Access_GetPlaylistElements", Effect::Answer, STATUS_NOT_OK, "");
-  failsWith("Access_GetItems", Effect::Answer, STATUS_NOT_OK, "");
-  failsWith(scripted::kAtPage, Effect::Items, STATUS_OK, "/Music");
-  failsWith(scripted::kAtCount, Effect::Items, STATUS_OK, "");
-  failsWith("Command_SelectCategory", Effect::Answer, STATUS_NOT_OK, "");
+  }
+}
+
+TEST_F(PhoneTest, TagsReadInIsolationAreThoseReadInProcessAndABadTrackCostsItself) {
+  for (const std::string extension : {".mp3", ".m4a", ".flac", ".wma", ".wav"}) {
+    const std::string path = temporary.path("song" + extension);
+    writeSong(path, {"Title " + extension, "Künstler", "アルバム"});
+    const std::string content = contentOf(path);
+    phone.device.addTrack("/Music/whole" + extension).content = content;
+    phone.device.addTrack("/Music/cut" + extension).content = content.substr(0, content.size() / 3);
+  }
+  phone.device.addTrack("/Music/bad.mp3").content = "!crash.";
+  indexPhone(phone.plugIn());
+  const auto inProcess = contents();
+  EXPECT_THAT(inProcess, Contains(testing::HasSubstr("|Title .m4a|Künstler|")));
+  manager.deleteDb("phone1");
+  const LogCapture log;
+  setTagReading(TagReading::Isolated, ORVEL_HOSTILE_TAG_READER);
+  indexPhone(phone.handle);
+  setTagReading(TagReading::InProcess);
+  EXPECT_EQ(contents(), inProcess);
+  EXPECT_THAT(log.texts("tag reader"), testing::SizeIs(1));
 }
 
 TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
   phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
   indexPhone(phone.plugIn());
   const auto before = everything("phone1");
-  Fault& refusal = phone.device.addFault("listFolder", Effect::Answer);
-  refusal.path = "/Music/B";
-  refusal.times = scripted::kForEver;
+  phone.device.addFault({.at = "listFolder", .path = "/Music/B", .times = scripted::kForEver});
   phone.update();
   indexPhone(phone.handle);
   EXPECT_EQ(everything("phone1"), before);

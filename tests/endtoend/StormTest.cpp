@@ -97,15 +97,6 @@ class StormTest : public IndexerHost {
     return all;
   }
 
-  void renewController() {
-    controller->stop();
-    controller->join();
-    controller = std::make_unique<Orvel>();
-    controller->launch();
-    controller->start();
-    OrvelQTProxy::instance().setController(controller.get());
-  }
-
  private:
   std::string mountPointOf(std::size_t device) const {
     if (device >= 2) return "mtp-folder://" + deviceIds[device];
@@ -117,9 +108,7 @@ class StormTest : public IndexerHost {
   }
   void replug(std::size_t device) {
     const std::lock_guard lock(mutex);
-    ScriptedPhone& phone = phones[device - 2];
-    phone.path = scripted::replug(phone.path);
-    phone.handle = attachedDevices().back().handle;
+    phones[device - 2].replug();
   }
 
   const std::array<std::string, 4> deviceIds = {"stick1", "stick2", "phone1", "phone2"};

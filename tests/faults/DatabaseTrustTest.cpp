@@ -3,20 +3,16 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
-#include <thread>
-#include <utility>
 
 #include "tests/endtoend/Song.h"
 #include "tests/faults/Contents.h"
 #include "tests/faults/FaultStick.h"
 #include "tests/support/Effort.h"
-#include "tests/support/waitUntil.h"
+#include "tests/support/contentOf.h"
 
 namespace orvel::test {
 namespace {
@@ -24,11 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kPageBytes = 8192;
-
-std::string bytesOf(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 void writeBytes(const std::string& file, const std::string& bytes) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
@@ -60,7 +51,7 @@ class DatabaseTrustTest : public FaultStick {
   /// Chooses what is damaged from now on.
   void damageFrom(const std::string& indexedBefore) {
     file = indexedBefore;
-    indexed = bytesOf(file);
+    indexed = contentOf(file);
   }
 
   /// A request after the damage, and one or two that mend it.
@@ -176,7 +167,7 @@ TEST_F(DatabaseTrustTest, JournalsOfOthers) {
     sqlite3_exec(reader, "PRAGMA journal_mode=WAL; BEGIN; SELECT * FROM sqlite_schema;", nullptr,
                  nullptr, nullptr);
     index(kDevice, mountPoint);
-    const std::string log = bytesOf(database() + "-wal");
+    const std::string log = contentOf(database() + "-wal");
     sqlite3_close(reader);
     EXPECT_GT(log.size(), kPageBytes);
     return log;
@@ -218,58 +209,6 @@ TEST_F(DatabaseTrustTest, FoldersAndLinksInThePlaceOfFiles) {
   run("link to a database", linkTo(elsewhere));
   run("nothing", unlinked);
   run("empty file", [this] { writeBytes(database(), ""); });
-}
-
-TEST_F(DatabaseTrustTest, WithoutPermission) {
-  if (geteuid() == 0) GTEST_SKIP() << "root may read and write everything";
-  const auto permit = [this](fs::perms allowed) {
-    return [this, allowed] { fs::permissions(database(), allowed); };
-  };
-  const Deed all = permit(fs::perms::owner_read | fs::perms::owner_write);
-  run("unreadable", permit(fs::perms::none), all);
-  run("not to be written", permit(fs::perms::owner_read), all);
-}
-
-TEST_F(DatabaseTrustTest, OthersAtWork) {
-  sqlite3* other = nullptr;
-  const auto close = [&] { sqlite3_close(std::exchange(other, nullptr)); };
-  const auto exec = [&](const char* sql) {
-    return sqlite3_exec(other, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-  };
-  const auto openOther = [&] {
-    ASSERT_EQ(sqlite3_open(database().c_str(), &other), SQLITE_OK);
-    sqlite3_busy_timeout(other, 5000);
-  };
-  sqlite3_stmt* cursor = nullptr;
-  run(
-      "an open cursor",
-      [&] {
-        openOther();
-        sqlite3_prepare_v2(other, "SELECT * FROM SONGS;", -1, &cursor, nullptr);
-        EXPECT_EQ(sqlite3_step(cursor), SQLITE_ROW);
-      },
-      [&] {
-        EXPECT_EQ(manager.getStatus(kDevice, stick), "OK");
-        sqlite3_finalize(cursor);
-        close();
-      });
-  std::jthread writer;
-  std::atomic<long> written{0};
-  run(
-      "writes all the time",
-      [&] {
-        openOther();
-        writer = std::jthread([&](const std::stop_token& stopped) {
-          while (!stopped.stop_requested()) {
-            written += exec("UPDATE PARTITIONS SET GENERATION = GENERATION;") ? 1 : 0;
-          }
-        });
-        EXPECT_TRUE(waitUntil([&] { return written > 0; }));
-      },
-      [&] {
-        writer = {};
-        close();
-      });
 }
 
 TEST_F(DatabaseTrustTest, SizeLimit) {

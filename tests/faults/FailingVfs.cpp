@@ -3,7 +3,8 @@
 #include <sqlite3.h>
 
 #include <atomic>
-#include <new>
+#include <map>
+#include <mutex>
 
 namespace orvel::test::failingVfs {
 
@@ -20,6 +21,8 @@ struct Plan {
 Plan plan;
 sqlite3_vfs* real = nullptr;
 sqlite3_vfs failing{};
+/// The methods of the real VFS for databases; those for other files differ in their locks only.
+const sqlite3_io_methods* ordinary = nullptr;
 
 /// True when this operation, one that `fault` applies to, is to fail.
 bool fails(Fault fault) {
@@ -29,135 +32,90 @@ bool fails(Fault fault) {
   return first > 0 && (number == first || (number > first && plan.persistent));
 }
 
-/// The file of this VFS; the real one lies behind it in the memory that SQLite provides.
-struct File {
-  sqlite3_file base;
-
-  sqlite3_file* below() { return reinterpret_cast<sqlite3_file*>(this + 1); }
-};
-
-sqlite3_file* below(sqlite3_file* file) {
-  return reinterpret_cast<File*>(file)->below();
-}
-
-int close(sqlite3_file* file) {
-  return below(file)->pMethods->xClose(below(file));
-}
-
 int read(sqlite3_file* file, void* data, int bytes, sqlite3_int64 offset) {
   if (fails(Fault::IoError)) return SQLITE_IOERR_READ;
   if (fails(Fault::Corrupt)) return SQLITE_CORRUPT;
-  return below(file)->pMethods->xRead(below(file), data, bytes, offset);
+  return ordinary->xRead(file, data, bytes, offset);
 }
 
 int write(sqlite3_file* file, const void* data, int bytes, sqlite3_int64 offset) {
   if (fails(Fault::IoError)) return SQLITE_IOERR_WRITE;
   if (fails(Fault::ReadOnly)) return SQLITE_READONLY;
   sqlite3_int64 size = 0;
-  below(file)->pMethods->xFileSize(below(file), &size);
+  ordinary->xFileSize(file, &size);
   if (offset + bytes > size && fails(Fault::NoSpace)) return SQLITE_FULL;
-  return below(file)->pMethods->xWrite(below(file), data, bytes, offset);
+  return ordinary->xWrite(file, data, bytes, offset);
 }
 
 int truncate(sqlite3_file* file, sqlite3_int64 size) {
   if (fails(Fault::IoError)) return SQLITE_IOERR_TRUNCATE;
   if (fails(Fault::ReadOnly)) return SQLITE_READONLY;
-  return below(file)->pMethods->xTruncate(below(file), size);
+  return ordinary->xTruncate(file, size);
 }
 
 int sync(sqlite3_file* file, int flags) {
-  if (fails(Fault::IoError)) return SQLITE_IOERR_FSYNC;
-  return below(file)->pMethods->xSync(below(file), flags);
+  return fails(Fault::IoError) ? SQLITE_IOERR_FSYNC : ordinary->xSync(file, flags);
 }
 
 int fileSize(sqlite3_file* file, sqlite3_int64* size) {
-  if (fails(Fault::IoError)) return SQLITE_IOERR_FSTAT;
-  return below(file)->pMethods->xFileSize(below(file), size);
+  return fails(Fault::IoError) ? SQLITE_IOERR_FSTAT : ordinary->xFileSize(file, size);
 }
 
 int lock(sqlite3_file* file, int level) {
-  if (fails(Fault::IoError)) return SQLITE_IOERR_LOCK;
-  return below(file)->pMethods->xLock(below(file), level);
-}
-
-int unlock(sqlite3_file* file, int level) {
-  return below(file)->pMethods->xUnlock(below(file), level);
+  return fails(Fault::IoError) ? SQLITE_IOERR_LOCK : ordinary->xLock(file, level);
 }
 
 int checkReservedLock(sqlite3_file* file, int* held) {
   if (fails(Fault::IoError)) return SQLITE_IOERR_CHECKRESERVEDLOCK;
-  return below(file)->pMethods->xCheckReservedLock(below(file), held);
-}
-
-int fileControl(sqlite3_file* file, int operation, void* argument) {
-  return below(file)->pMethods->xFileControl(below(file), operation, argument);
-}
-
-int sectorSize(sqlite3_file* file) {
-  return below(file)->pMethods->xSectorSize(below(file));
-}
-
-int deviceCharacteristics(sqlite3_file* file) {
-  return below(file)->pMethods->xDeviceCharacteristics(below(file));
+  return ordinary->xCheckReservedLock(file, held);
 }
 
 int shmMap(sqlite3_file* file, int page, int size, int extend, void volatile** memory) {
   *memory = nullptr;
   if (fails(Fault::IoError)) return SQLITE_IOERR_SHMMAP;
   if (extend != 0 && fails(Fault::NoSpace)) return SQLITE_IOERR_SHMSIZE;
-  return below(file)->pMethods->xShmMap(below(file), page, size, extend, memory);
+  return ordinary->xShmMap(file, page, size, extend, memory);
 }
 
-int shmLock(sqlite3_file* file, int offset, int count, int flags) {
-  return below(file)->pMethods->xShmLock(below(file), offset, count, flags);
+/// A copy of the methods in which those above take the place of the real ones.
+const sqlite3_io_methods* failingMethods(const sqlite3_io_methods* methods, bool isDatabase) {
+  static std::mutex mutex;
+  static std::map<const sqlite3_io_methods*, sqlite3_io_methods> copies;
+  const std::lock_guard guard(mutex);
+  const auto [entry, isNew] = copies.try_emplace(methods, *methods);
+  sqlite3_io_methods& copy = entry->second;
+  if (!isNew) return &copy;
+  copy.iVersion = 2;  // without memory-mapped pages, which would pass this VFS by
+  copy.xRead = read;
+  copy.xWrite = write;
+  copy.xTruncate = truncate;
+  copy.xSync = sync;
+  copy.xFileSize = fileSize;
+  if (!isDatabase) return &copy;
+  ordinary = methods;
+  copy.xLock = lock;
+  copy.xCheckReservedLock = checkReservedLock;
+  copy.xShmMap = shmMap;
+  return &copy;
 }
-
-void shmBarrier(sqlite3_file* file) {
-  below(file)->pMethods->xShmBarrier(below(file));
-}
-
-int shmUnmap(sqlite3_file* file, int remove) {
-  return below(file)->pMethods->xShmUnmap(below(file), remove);
-}
-
-// Version 2: without memory-mapped pages, which would pass this VFS by.
-constexpr sqlite3_io_methods kMethods = {2,
-                                         close,
-                                         read,
-                                         write,
-                                         truncate,
-                                         sync,
-                                         fileSize,
-                                         lock,
-                                         unlock,
-                                         checkReservedLock,
-                                         fileControl,
-                                         sectorSize,
-                                         deviceCharacteristics,
-                                         shmMap,
-                                         shmLock,
-                                         shmBarrier,
-                                         shmUnmap,
-                                         nullptr,
-                                         nullptr};
 
 int open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags, int* result) {
   file->pMethods = nullptr;
   if (fails(Fault::IoError)) return SQLITE_CANTOPEN;
-  const int code = real->xOpen(real, name, below(file), flags, result);
-  if (below(file)->pMethods != nullptr) file->pMethods = &kMethods;
+  const int code = real->xOpen(real, name, file, flags, result);
+  if (file->pMethods != nullptr) {
+    file->pMethods = failingMethods(file->pMethods, (flags & SQLITE_OPEN_MAIN_DB) != 0);
+  }
   return code;
 }
 
 int remove(sqlite3_vfs* /*vfs*/, const char* name, int flush) {
-  if (fails(Fault::IoError)) return SQLITE_IOERR_DELETE;
-  if (fails(Fault::ReadOnly)) return SQLITE_IOERR_DELETE;
+  if (fails(Fault::IoError) || fails(Fault::ReadOnly)) return SQLITE_IOERR_DELETE;
   return real->xDelete(real, name, flush);
 }
 
 int access(sqlite3_vfs* /*vfs*/, const char* name, int flags, int* result) {
-  if (fails(Fault::IoError)) return SQLITE_IOERR_ACCESS;
-  return real->xAccess(real, name, flags, result);
+  return fails(Fault::IoError) ? SQLITE_IOERR_ACCESS : real->xAccess(real, name, flags, result);
 }
 
 }  // namespace
@@ -168,7 +126,6 @@ void install() {
   failing = *real;
   failing.pNext = nullptr;
   failing.zName = "failing";
-  failing.szOsFile = static_cast<int>(sizeof(File)) + real->szOsFile;
   failing.xOpen = open;
   failing.xDelete = remove;
   failing.xAccess = access;

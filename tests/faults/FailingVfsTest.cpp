@@ -26,11 +26,11 @@ class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Fai
  protected:
   FailingVfsTest() { failingVfs::install(); }
 
-  void prepare(bool withPlaylist) {
-    fillStick(withPlaylist);
+  void SetUp() override {
+    fillStick();
     indexFresh(indexed);
     before = musicOf(indexed);
-    changeStick(withPlaylist);
+    changeStick();
     after = indexFresh(temporary.path("after.db"));
     afterMusic = musicOf(temporary.path("after.db"));
   }
@@ -78,7 +78,6 @@ class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Fai
 
 TEST_P(FailingVfsTest, EndsWithoutALieAndTheNextRunCompletes) {
   std::mt19937_64 random = seededRandom();
-  prepare(false);
   long cases = 0;
   for (const std::string& earlier : {std::string(), indexed}) {
     const long operations = run(earlier, 0);
@@ -89,15 +88,6 @@ TEST_P(FailingVfsTest, EndsWithoutALieAndTheNextRunCompletes) {
     std::printf("%ld operations, ", operations);
   }
   std::printf("%ld cases\n", cases);
-}
-
-TEST_P(FailingVfsTest, PlaylistsToo) {
-  std::mt19937_64 random = seededRandom();
-  prepare(true);
-  const long operations = run(indexed, 0);
-  const auto numbers = spread(operations, casesOf(3, 100), random);
-  for (const long n : numbers) run(indexed, n);
-  std::printf("%ld operations, %zu cases\n", operations, numbers.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FailingVfsTest,

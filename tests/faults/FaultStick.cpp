@@ -10,22 +10,20 @@ namespace orvel::test {
 
 namespace fs = std::filesystem;
 
-void FaultStick::fillStick(bool withPlaylist) {
+void FaultStick::fillStick() {
   writeSong(stick + "/A/kept.mp3", {"Kept", "X"});
   writeSong(stick + "/A/changed.m4a", {"Before", "Y"});
   writeSong(stick + "/B/gone.flac", {"Gone", "Z"});
   temporary.touch("stick/A/changed.m4a", 1000);
-  if (!withPlaylist) return;
   temporary.file("stick/list.m3u", "A/kept.mp3\nB/gone.flac\n");
   temporary.touch("stick/list.m3u", 1000);
 }
 
-void FaultStick::changeStick(bool withPlaylist) {
+void FaultStick::changeStick() {
   writeSong(stick + "/A/changed.m4a", {"After", "W"});
   temporary.touch("stick/A/changed.m4a", 2000);
   writeSong(stick + "/C/new.mp3", {"New", "X"});
   fs::remove(stick + "/B/gone.flac");
-  if (!withPlaylist) return;
   temporary.file("stick/list.m3u", "C/new.mp3\nA/changed.m4a\n");
   temporary.touch("stick/list.m3u", 2000);
 }

@@ -14,9 +14,9 @@ class FaultStick : public IndexerHost {
   static constexpr char kDevice[] = "dev1";
 
   /// Writes the stick's first state: three songs in two folders, and a playlist.
-  void fillStick(bool withPlaylist);
+  void fillStick();
   /// One song retagged, one new, one gone, one as it was; the playlist has other entries.
-  void changeStick(bool withPlaylist);
+  void changeStick();
 
   /// Gives the next case a fresh folder of databases; `database`, when given, is copied there.
   void beginCase(const std::string& database = "");

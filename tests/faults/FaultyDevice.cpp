@@ -24,7 +24,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr char kMany[] = "/many";
 constexpr off_t kShrunkBytes = 1000;
 
 }  // namespace
@@ -72,11 +71,8 @@ int FaultyDevice::Server::meet() {
     case Fault::Hang:
       released.wait(lock, [this] { return fault != Fault::Hang; });
       return 0;
-    case Fault::Slow:
-      lock.unlock();
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      return 0;
     case Fault::Shrink:
+    case Fault::HangingReads:
     case Fault::None:
       return 0;
   }
@@ -102,21 +98,12 @@ struct FaultyDevice::Operations {
     return fuse_get_context()->private_data;
   }
 
-  static bool isOneOfMany(const char* path) {
-    return std::strncmp(path, kMany, std::strlen(kMany)) == 0 && path[std::strlen(kMany)] == '/';
-  }
-
   static int getattr(const char* path, struct stat* status, fuse_file_info* /*file*/) {
     Server& device = server();
     // The mount point of a device with bad blocks is there all the same.
     const bool isRoot = std::strcmp(path, "/") == 0;
     if (const int error = device.meet(); error != 0 && !(isRoot && error == -EIO)) return error;
-    if (!isOneOfMany(path)) return errorOf(lstat(device.below(path).c_str(), status));
-    std::memset(status, 0, sizeof *status);
-    status->st_mode = S_IFDIR | 0755;
-    status->st_nlink = 2;
-    status->st_ino = static_cast<ino_t>(std::atol(path + std::strlen(kMany) + 1)) + 1000000000;
-    return 0;
+    return errorOf(lstat(device.below(path).c_str(), status));
   }
 
   static int opendir(const char* /*path*/, fuse_file_info* /*file*/) { return server().meet(); }
@@ -125,18 +112,12 @@ struct FaultyDevice::Operations {
                      fuse_file_info* /*file*/, fuse_readdir_flags /*flags*/) {
     Server& device = server();
     if (const int error = device.meet()) return error;
-    const auto add = [&](const char* name) {
-      fill(buffer, name, nullptr, 0, static_cast<fuse_fill_dir_flags>(0));
-    };
-    if (isOneOfMany(path)) return 0;
-    if (std::strcmp(path, kMany) == 0) {
-      for (int i = 0; i < FaultyDevice::kManyDirectories; ++i) add(std::to_string(i).c_str());
-      return 0;
-    }
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(device.below(path).c_str()),
                                                      &closedir);
     if (folder == nullptr) return -errno;
-    while (const dirent* entry = ::readdir(folder.get())) add(entry->d_name);
+    while (const dirent* entry = ::readdir(folder.get())) {
+      fill(buffer, entry->d_name, nullptr, 0, static_cast<fuse_fill_dir_flags>(0));
+    }
     return 0;
   }
 
@@ -154,7 +135,8 @@ struct FaultyDevice::Operations {
     Server& device = server();
     if (const int error = device.meet()) return error;
     {
-      const std::lock_guard lock(device.mutex);
+      std::unique_lock lock(device.mutex);
+      device.released.wait(lock, [&] { return device.fault != FaultyDevice::Fault::HangingReads; });
       const bool shrunk = device.fault == FaultyDevice::Fault::Shrink && device.failed;
       if (shrunk && offset >= kShrunkBytes) return 0;
       if (shrunk) bytes = std::min<std::size_t>(bytes, kShrunkBytes - offset);

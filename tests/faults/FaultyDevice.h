@@ -19,15 +19,11 @@ class FaultyDevice {
     IoError,       ///< the one operation fails with EIO
     IoErrors,      ///< every operation below the mount point fails with EIO
     Hang,          ///< operations do not return
-    Slow,          ///< every operation takes 2 ms
+    HangingReads,  ///< reads of files do not return; all else works
     Shrink,        ///< files end after 1000 bytes, whatever their size is said to be
   };
 
-  /// How many directories `many` lists.
-  static constexpr int kManyDirectories = 100000;
-
-  /// Mounts the folder `content`. A folder `many` in it shows kManyDirectories empty directories.
-  /// Throws std::system_error when that is not possible here.
+  /// Mounts the folder `content`. Throws std::system_error when that is not possible here.
   FaultyDevice(const std::string& content, const std::string& mountPoint);
   /// Lets hanging operations go and unmounts.
   ~FaultyDevice();

@@ -21,9 +21,9 @@ class MemoryTest : public FaultStick {
 
   MemoryTest() {
     EXPECT_TRUE(kInstalled);
-    fillStick(true);
+    fillStick();
     indexFresh(indexed);
-    changeStick(true);
+    changeStick();
     after = indexFresh(temporary.path("after.db"));
     afterMusic = musicOf(temporary.path("after.db"));
   }

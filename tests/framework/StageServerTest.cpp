@@ -35,31 +35,6 @@ class StageServer : public testing::Test {
   TestStage stage{"S"};
 };
 
-TEST_F(StageServer, WorksInTheBackgroundOnlyWhenTheHostWantsIt) {
-  std::promise<bool> backgroundOfStage;
-  stage.work = [&](FilesPtr block) {
-    backgroundOfStage.set_value(isInBackground(0));
-    return block;
-  };
-  {
-    const BackgroundScope background;
-    stage.launch();
-    stage.start();
-    stage.enqueue(filesOf(1, true));
-    EXPECT_TRUE(backgroundOfStage.get_future().get());
-  }
-  EXPECT_FALSE(isInBackground(0));
-  std::promise<bool> backgroundOfSink;
-  sink.work = [&](FilesPtr block) {
-    backgroundOfSink.set_value(isInBackground(0));
-    return block;
-  };
-  sink.launch();
-  sink.start();
-  sink.enqueue(filesOf(1, true));
-  EXPECT_FALSE(backgroundOfSink.get_future().get());
-}
-
 TEST_F(StageServer, StopDropsTheQueueAndRefusesEverythingAfterwards) {
   boost::weak_ptr<Files> queued[3];
   for (auto& block : queued) {
@@ -138,62 +113,24 @@ TEST_F(StageServer, ALastMarkSurvivesAnyFailureAndTellsOfIt) {
   EXPECT_EQ(log.levelOf("S: an error occured: no luck"), LogLevel::Error);
 }
 
-TEST_F(StageServer, APauseInMidBlockDropsTheResultAndTheLastBlockTells) {
-  std::promise<void> gates[2];
-  stage.work = [&gates, n = 0](const FilesPtr& block) mutable {
-    if (n < 2) gates[n++].get_future().wait();
-    return block;
-  };
-  run();
-  stage.enqueue(filesOf(1, false, 1));
-  ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 1; }));
-  stage.pause();
-  gates[0].set_value();
-  stage.enqueue(filesOf(1, true));
-  std::this_thread::sleep_for(20ms);
-  EXPECT_EQ(stage.received().size(), 1U) << "a paused stage takes no block";
-  stage.start();
-  EXPECT_EQ(log.levelOf("S is now paused play it again"), LogLevel::Info);
-  ASSERT_TRUE(waitUntil([&] { return stage.received().size() == 2; }));
-  stage.pause();  // the LAST block in hand is sent all the same, without a completion
-  gates[1].set_value();
-  ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 1; }));
-  EXPECT_TRUE(sink.received()[0].last && sink.received()[0].skipped);
-  EXPECT_TRUE(stage.completions().empty());
-}
-
-TEST_F(StageServer, AStageWithoutAThreadCanStillBeStoppedJoinedAndDestroyed) {
-  TestStage never("Never");
-  never.enqueue(filesOf(1, true));
-  never.join();
-  EXPECT_EQ(log.count("Never joined"), 1);
-  constexpr std::size_t kMoreThanThereIs = std::numeric_limits<std::size_t>::max() / 4 * 3;
-  TestStage failing("Failing", kMoreThanThereIs);
-  failing.launch();
-  EXPECT_EQ(log.levelOf("pthread_create"), LogLevel::Debug);
-  ASSERT_EQ(log.texts("pthread_create FAILED").size(), 1U);
-  EXPECT_EQ(log.levelOf(log.texts("pthread_create FAILED")[0]), LogLevel::Error);
-  failing.stop();
-  failing.join();
-}
-
-TEST_F(StageServer, AStopReachesWhateverTheStageWaitsIn) {
-  std::atomic<bool> ended{false};
+TEST_F(StageServer, TheLastBlockTellsThatAnEarlierOneLeftWorkUndone) {
   stage.work = [&](const FilesPtr& block) {
-    EXPECT_TRUE(stageThread::isCurrent());
-    ended = waitUntil([] { return stageThread::stopToken().stop_requested(); });
-    return block;
+    if (!block->items.empty()) stage.leaveUndone(block->operation, LeftUndone::ReadError);
+    return block->operation.last ? block : FilesPtr();
   };
   run();
-  stage.enqueue(filesOf(1, false));
-  ASSERT_TRUE(waitUntil([&] { return !stage.received().empty(); }));
-  stage.pause();  // a pause cancels nothing
-  std::this_thread::sleep_for(10ms);
-  EXPECT_FALSE(ended);
-  stage.stop();
-  stage.join();
-  EXPECT_TRUE(ended);
-  EXPECT_FALSE(stageThread::isCurrent());
+  const auto marked = filesOf(1, false);
+  marked->operation.skipped = true;
+  for (const auto& block : {marked, filesOf(1, true), filesOf(2, false, 1), filesOf(2, true),
+                            filesOf(3, false), filesOf(3, true)}) {
+    stage.enqueue(block);
+  }
+  ASSERT_TRUE(waitUntil([&] { return sink.received().size() == 3; }));
+  std::vector<bool> marks;
+  for (const Operation& got : sink.received()) marks.push_back(got.skipped);
+  EXPECT_THAT(marks, ElementsAre(true, true, false));
+  EXPECT_THAT(stage.progress->snapshot().leftUndone,
+              ElementsAre("the device could not be read in places"));
 }
 
 }  // namespace

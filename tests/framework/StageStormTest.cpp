@@ -46,28 +46,5 @@ TEST(StageStorm, EveryBlockIsWorkedOnOnceAndInItsProducersOrder) {
   for (const Operation& got : stage.received()) EXPECT_EQ(got.id, next[got.id / 1000 - 1]++);
 }
 
-TEST(StageStorm, NothingUndoesAStop) {
-  const LogCapture quiet;
-  std::mt19937 random(7);
-  for (unsigned round = 0; round < 40; ++round) {
-    TestStage sink("Sink");
-    TestStage stage("Storm");
-    stage.sink = &sink;  // never launched: fills up
-    stage.launch();
-    std::thread player([&] { startAndPause(stage, round, 400); });
-    std::thread producer([&] {
-      for (int i = 0; i < 400; ++i) stage.enqueue(filesOf(i, false));
-    });
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
-    stage.stop();
-    sink.stop();
-    player.join();
-    producer.join();
-    stage.join();
-    EXPECT_EQ(stage.currentState(), TestStage::STOPPING);
-    EXPECT_TRUE(sink.received().empty());
-  }
-}
-
 }  // namespace
 }  // namespace orvel::test

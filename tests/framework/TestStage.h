@@ -53,6 +53,7 @@ class TestStage : public Server<Files, Files> {
     return completed;
   }
   [[nodiscard]] int currentState() const { return state; }
+  using Server::leaveUndone;
 
   std::function<FilesPtr(FilesPtr)> work;  ///< set before launch; none hands the block on
 

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MPL-2.0
+
 # Installs the library, builds a host of its own against the installed tree, and indexes with it.
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)

@@ -68,16 +68,6 @@ TEST_F(ChangeFinderTest, PassesOnWhatIsNewOrChangedAndDeletesTheRest) {
   EXPECT_FALSE(skipped);
 }
 
-TEST_F(ChangeFinderTest, DeletionsAloneAreNoNews) {
-  song("/m/a", "1");
-  manager.insertStatus("dev", "/m", "OK");
-  EXPECT_THAT(difference(songs, "/m", {{"/m/a", 1}}), SizeIs(0));
-  EXPECT_THAT(difference(songs, "/m", {}), SizeIs(0));
-  EXPECT_THAT(stored(), SizeIs(0));
-  EXPECT_EQ(manager.getStatus("dev", "/m"), "OK");
-  EXPECT_FALSE(songs.progress->contentModified);
-}
-
 TEST_F(ChangeFinderTest, EqualIsEqualBeyond2038AndForDoubledRows) {
   song("/m/a", "4294967301");
   song("/m/b", "-2147483648");
@@ -90,38 +80,6 @@ TEST_F(ChangeFinderTest, EqualIsEqualBeyond2038AndForDoubledRows) {
       difference(songs, "/m", {{"/m/a", 5}, {"/m/b", wrapped}, {"/m/c", wrapped}, {"/m/d", 7}}),
       SizeIs(0));
   EXPECT_THAT(stored(), ElementsAre("/m/a", "/m/b", "/m/c", "/m/d"));
-}
-
-TEST_F(ChangeFinderTest, TheMountPointIsABarePattern) {
-  song("/media/usb1/a", "1");
-  song("/media/usb10/b", "1");
-  song("/media/usb2/c", "1");
-  EXPECT_THAT(difference(songs, "/media/usb1", {{"/media/usb1/a", 1}}), SizeIs(0));
-  EXPECT_THAT(stored(), ElementsAre("/media/usb1/a", "/media/usb2/c"));
-
-  const LogCapture log;
-  const std::string hostile = "/media/\"; DELETE FROM SONGS; --";
-  EXPECT_THAT(difference(songs, hostile, {{hostile + "/a", 1}}), SizeIs(1));
-  EXPECT_THAT(log.texts("exec failed: 1 "), SizeIs(1));
-  EXPECT_THAT(stored(), SizeIs(2));
-}
-
-TEST_F(ChangeFinderTest, APlaylistGoesWithAllItsEntriesAndAPhoneIsComparedAsAWhole) {
-  const auto entry = [](const std::string& list, const std::string& time) {
-    rowsOf("dev", "INSERT INTO PLAYLISTS(PLAYPATH, PLAYID, TRACKID, LASTMODIFIED) VALUES('" + list +
-                      "', '" + list + "', 't', " + time + ");");
-  };
-  for (const char* list : {"/m/a", "/m/b", "/m/a", "/m/b", "/m/b"}) entry(list, "1");
-  EXPECT_THAT(difference(playlists, "/m", {{"/m/a", 1}, {"/m/b", 2}}),
-              ElementsAre(Files::value_type("/m/b", 2)));
-  EXPECT_THAT(rowsOf("dev", "SELECT PLAYPATH FROM PLAYLISTS;"), ElementsAre("/m/a", "/m/a"));
-
-  ChangeFinder phone("Phone", ChangeFinder::Content::Songs, sql::kSelectAllSongs, sql::kDeleteSong,
-                     true);
-  song("/Music/a", "0");
-  song("/Other/b", "0");
-  EXPECT_THAT(difference(phone, "mtp-folder://dev", {{"/Music/a", 0}}), SizeIs(0));
-  EXPECT_THAT(stored(), ElementsAre("/Music/a"));
 }
 
 TEST_F(ChangeFinderTest, LostDeletionsMarkTheRequest) {

@@ -18,9 +18,8 @@ using testing::SizeIs;
 
 class Miner : public DatabaseFolderFixture {
  protected:
-  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1,
-            bool last = false) {
-    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, last));
+  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1) {
+    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, false));
     for (const auto& name : names) block->items.push_back(new FileInfo(mount + "/" + name, 0, 5));
     return miner.doOperation(block);
   }
@@ -66,16 +65,6 @@ TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
   const auto songs = mine({"a.mp3"}, temporary.path());
   ASSERT_THAT(songs->items, SizeIs(1));
   EXPECT_EQ(songs->items[0]->title, "Kept");
-}
-
-TEST_F(Miner, ARemovedDeviceCutsTheBlockAndMarksTheLaterOnes) {
-  const std::string gone = temporary.path("gone");
-  EXPECT_TRUE(mine({"a.mp3", "b.mp3"}, gone)->operation.skipped);
-  EXPECT_EQ(log.levelOf("MOUNT POINT IS NOT PRESENT ANYMORE " + gone + ": 2"), LogLevel::Error);
-  EXPECT_THAT(log.texts("NULL file"), SizeIs(1));
-  EXPECT_THAT(log.texts("MSDMiner timer"), SizeIs(0));
-  EXPECT_TRUE(mine({}, gone, 1, true)->operation.skipped);
-  EXPECT_FALSE(mine({}, gone, 2, true)->operation.skipped);
 }
 
 TEST_F(Miner, AStopAndTheSizeLimitLeaveWorkUndone) {

@@ -1,21 +1,16 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <future>
 
 #include "msd/MSDPlaylistMiner.h"
 #include "msd/PlaylistParser.h"
-#include "msd/PlaylistSaver.h"
-#include "tests/msd/CatchingSink.h"
-#include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/MainLoopThread.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace orvel::test {
 namespace {
 
 using namespace std::literals;
-using testing::ElementsAre;
 
 TEST(PlaylistUri, AnEntryIsCutByCountAndUnescaped) {
   const std::vector<std::pair<const char*, const char*>> entries = {
@@ -37,118 +32,26 @@ TEST(PlaylistUri, AnEntryIsCutByCountAndUnescaped) {
   EXPECT_EQ(playlistUri("/m/100%/a#b ?.m3u"), "file:////m/100%25/a%23b ?.m3u");
 }
 
-class PlaylistStages : public DatabaseFolderFixture {
- protected:
-  PlaylistStages() { manager.createDb("dev", "/m", true); }
-
-  static auto filesOf(const std::vector<std::string>& paths) {
-    auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", "/m", true));
-    for (const std::string& path : paths) block->items.push_back(new FileInfo(path, 0, 7));
-    return block;
-  }
-  static Playlist* playlist(const std::string& path, const std::vector<std::string>& tracks) {
-    auto* made = new Playlist(path, "/m", 9);
-    for (const std::string& track : tracks) {
-      made->entries.push_back({track, Md5(Md5Kind::Track, track), track[0] == '#'});
-    }
-    return made;
-  }
-  std::vector<std::string> saved(const std::vector<Playlist*>& lists) {
-    const auto block = boost::make_shared<Block<Playlist*>>(Operation(1, 0, "dev", "/m", true));
-    block->items = lists;
-    EXPECT_TRUE(saver.doOperation(block)->operation.last);
-    return rowsOf("dev", "SELECT PLAYNAME, TRACKPATH FROM PLAYLISTS ORDER BY ID;");
-  }
-
-  PlaylistSaver saver{"PlaylistSaver"};
-  MSDPlaylistMiner miner{"MSDPlaylistMiner"};
-};
-
-TEST_F(PlaylistStages, TheLastEntryOfEachListIsStoredTwice) {
-  EXPECT_THAT(saved({playlist("/m/p", {"a", "b", "#c"}), playlist("q", {"d", "e", "f"})}),
-              ElementsAre("p|a", "p|b", "p|#c", "p|#c", "q|d", "q|e", "q|f", "q|f"));
-  EXPECT_THAT(
-      rowsOf("dev", "SELECT DISTINCT AUDIOTYPE, LASTMODIFIED, PARTITION_ID FROM PLAYLISTS;"),
-      ElementsAre("1|9|" + Md5(Md5Kind::Directory, "/m").text()));
-  EXPECT_THAT(
-      rowsOf("dev",
-             "SELECT DISTINCT PLAYID, TRACKID FROM PLAYLISTS WHERE TRACKPATH IN"
-             " ('#c', 'd');"),
-      ElementsAre(Md5(Md5Kind::Playlist, "/m/p").text() + "|#c",
-                  Md5(Md5Kind::Playlist, "q").text() + "|" + Md5(Md5Kind::Track, "d").text()));
-}
-
-TEST_F(PlaylistStages, AnEmptyListLeavesNoRowOfItsOwn) {
-  const LogCapture log;
-  EXPECT_THAT(saved({}), ElementsAre());
-  EXPECT_THAT(saved({playlist("/m/empty", {})}), ElementsAre());
-  EXPECT_THAT(saved({playlist("/m/none", {}), playlist("/m/p", {"a"}), playlist("/m/empty", {})}),
-              ElementsAre("p|a", "p|a", "p|a"));
-  EXPECT_THAT(rowsOf("dev", "SELECT PLAYNAME, TRACKPATH FROM VIEW_PLAYLISTENTRIES;"),
-              ElementsAre("p|a"));
-  EXPECT_THAT(log.texts("failed"), ElementsAre());
-}
-
-TEST_F(PlaylistStages, RealFilesOfEveryKindAreReadOnTheMainLoop) {
-  const MainLoopThread loop;
-  temporary.file("a b.mp3", "ID3");
-  const std::vector<std::string> files = {
-      temporary.file("1.m3u", "../" + temporary.path().substr(5) + "/A%20b.mp3\na b.mp3\n"),
-      temporary.file("2.m3u8", "#EXTM3U\n#EXTINF:1,x\na b.mp3\n"),
-      temporary.file("3%#\xC3\xA4.pls", "[playlist]\nNumberOfEntries=1\nFile1=a b.mp3\n"),
-      temporary.file("4.asx", "<ASX version=\"3.0\"><ENTRY><REF HREF=\"a b.mp3\"/></ENTRY></ASX>"),
-      temporary.file("5.wpl",
-                     "<?wpl version=\"1.0\"?><smil><body><seq><media src=\"a b.mp3\"/></seq>"
-                     "</body></smil>"),
-      temporary.file("6.m3u", std::string(3000, '\xFF')),
-      temporary.path("7.m3u")};
-  const auto lists = miner.doOperation(filesOf(files));
-  ASSERT_EQ(lists->items.size(), files.size());
-  const std::string song = Md5(Md5Kind::Track, temporary.path("a b.mp3")).text();
-  for (std::size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(lists->items[i]->path, files[i]);
-    ASSERT_FALSE(lists->items[i]->entries.empty()) << files[i];
-    EXPECT_EQ(lists->items[i]->entries.back().trackId.text(), song) << files[i];
-  }
-  EXPECT_TRUE(lists->items[6]->entries.empty());
-  EXPECT_FALSE(lists->operation.skipped);
-}
-
-TEST_F(PlaylistStages, WhatWouldHarmTheMainLoopDoesNotReachIt) {
+TEST(PlaylistMiner, KeepsWhatWouldHarmTheMainLoopFromIt) {
+  const TemporaryFolder temporary;
+  MSDPlaylistMiner miner("MSDPlaylistMiner");
   const LogCapture log;
   const std::string large = temporary.file("large.m3u", "a.mp3\n");
   std::filesystem::resize_file(large, std::uintmax_t{4} << 30);
-  const auto lists = miner.doOperation(
-      filesOf({large, temporary.file("endless.pls", "[playlist]\nFilex=a.mp3\n"),
-               temporary.file("twice.m3u", "[PlayList]\nFile1=a.mp3\nfile1=b.mp3\n"),
-               temporary.file("odd.asx", "\xFF\xFE<\0a\0>"s),
-               temporary.file("odd.wpl", "\0\0\xFE\xFF\0\0"s)}));
+  const auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", "/m", true));
+  for (const std::string& path :
+       {large, temporary.file("endless.pls", "[playlist]\nFilex=a.mp3\n"),
+        temporary.file("twice.m3u", "[PlayList]\nFile1=a.mp3\nfile1=b.mp3\n"),
+        temporary.file("odd.asx", "\xFF\xFE<\0a\0>"s),
+        temporary.file("odd.wpl", "\0\0\xFE\xFF\0\0"s)}) {
+    block->items.push_back(new FileInfo(path, 0, 7));
+  }
+  const auto lists = miner.doOperation(block);
   ASSERT_EQ(lists->items.size(), 5U);
   for (const Playlist* list : lists->items) EXPECT_TRUE(list->entries.empty()) << list->path;
   EXPECT_EQ(log.texts("playlist not parsed, since it is larger than 2 MiB").size(), 1U);
   EXPECT_EQ(log.texts("playlist not parsed, since its entries are misnumbered").size(), 2U);
   EXPECT_EQ(log.texts("playlist not parsed, since it ends within a character").size(), 2U);
-}
-
-TEST_F(PlaylistStages, AStopEndsTheWaitForAMainLoopThatDoesNotRun) {
-  CatchingSink<Block<Playlist*>> sink;
-  miner.sink = &sink;
-  const LogCapture log;
-  miner.launch();
-  miner.start();
-  miner.enqueue(filesOf({temporary.file("1.m3u", "a.mp3\n")}));
-  ASSERT_TRUE(log.waitFor("MSDPlaylistMiner for: 1"));
-  std::this_thread::sleep_for(20ms);
-  const auto begin = std::chrono::steady_clock::now();
-  miner.stop();
-  miner.join();
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
-  const auto sent = sink.take();
-  ASSERT_EQ(sent.size(), 1U);
-  EXPECT_TRUE(sent[0]->operation.last && sent[0]->operation.skipped);
-  const MainLoopThread late;  // an abandoned parse touches nothing
-  std::this_thread::sleep_for(20ms);
-  EXPECT_TRUE(log.texts("TOTEM").empty());
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "db/MetaDataInfo.h"
-#include "db/MtpDirectory.h"
 #include "db/Playlist.h"
 #include "phones/Access.h"
 #include "phones/MtpUtils.h"
@@ -20,7 +19,6 @@ using scripted::Fault;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using Effect = Fault::Effect;
 
 constexpr char kKey[] = "mtp-folder://phone1";
 
@@ -31,6 +29,7 @@ class MtpConnectionTest : public testing::Test {
     MtpDevice::instance().setDeviceConnected(phone.plugIn());
     connection = std::make_unique<MtpConnection>(phone.handle, deviceId);
   }
+  bool load() { return connection->loadDeviceData(tracks.out(), playlists.out()); }
   void walk() {
     connect();
     ASSERT_TRUE(connection->crawlMtpDevice());
@@ -39,10 +38,7 @@ class MtpConnectionTest : public testing::Test {
     return connection->generateTrack("", kKey, phone.idOf(path), 0);
   }
   Fault& fault(const char* at, t_status status, unsigned times = scripted::kForEver) {
-    Fault& added = phone.device.addFault(at, Effect::Answer);
-    added.status = status;
-    added.times = times;
-    return added;
+    return phone.device.addFault({.at = at, .times = times, .status = status});
   }
   DeviceTags& songTags() { return *phone.device.find(kSong)->tags; }
 
@@ -51,6 +47,7 @@ class MtpConnectionTest : public testing::Test {
   ScriptedPhone phone;
   LogCapture log;
   std::unique_ptr<MtpConnection> connection;
+  OwnedElements tracks, playlists;
 };
 
 TEST_F(MtpConnectionTest, TextsOfATrackAreTidiedAndNeverEmptyOnTheDevicesRoad) {
@@ -137,69 +134,48 @@ TEST_F(MtpConnectionTest, HiddenExcludedAndRemovedTracksGiveNoRecord) {
   EXPECT_EQ(log.count("Indexing of track stopped or device removed"), 1);
 }
 
-TEST_F(MtpConnectionTest, PlaylistsHoldTheObjectIdsOfTheirTracks) {
+TEST_F(MtpConnectionTest, APlaylistIsNamedBehindTheLastSlashAndKeepsItsOrder) {
   phone.device.addPlaylist("/AC//DC", {kSong, kSong});
   phone.device.addPlaylist("/Empty", {});
   walk();
-  OwnedElements tracks;
-  OwnedElements playlists;
-  ASSERT_TRUE(connection->loadDeviceData(tracks.out(), playlists.out()));
+  load();
   const t_track_id id = phone.idOf("/AC//DC");
   const auto playlist = connection->generatePlaylist(deviceId, kKey, id);
   ASSERT_NE(playlist, nullptr);
-  const std::string uri = "mtp-playlist://" + std::to_string(id) + "/AC/DC";
-  EXPECT_EQ(playlist->path, uri);
-  EXPECT_EQ(playlist->name, "DC") << "the part behind the last slash";
-  EXPECT_EQ(MtpUtils::getPathForMtpTrack(id, deviceId, "mtp-playlist://" + std::to_string(id)),
-            uri);
+  EXPECT_EQ(playlist->path, "mtp-playlist://" + std::to_string(id) + "/AC/DC");
+  EXPECT_EQ(playlist->name, "DC");
   ASSERT_THAT(playlist->entries, SizeIs(2));
   EXPECT_EQ(playlist->entries[1].trackPath, track()->objectId);
   EXPECT_TRUE(playlist->entries[1].pathIsId);
-  const t_track_id empty = phone.idOf("/Empty");
-  EXPECT_EQ(connection->generatePlaylist(deviceId, kKey, empty), nullptr);
+  EXPECT_EQ(connection->generatePlaylist(deviceId, kKey, phone.idOf("/Empty")), nullptr);
   EXPECT_EQ(log.count("[KORU] Empty playlist or device error (playlist size 0)"), 1);
 }
 
 TEST_F(MtpConnectionTest, LoadsNothingFromADeviceThatIsGoneOrDoesNotCount) {
   fault("Access_GetNumElements", STATUS_NOT_OK).from = 2;
   walk();
-  OwnedElements tracks;
-  OwnedElements playlists;
-  EXPECT_FALSE(connection->loadDeviceData(tracks.out(), playlists.out()));
+  EXPECT_FALSE(load());
   EXPECT_EQ(log.count(" - Error while getting num elements"), 1);
   MtpDevice::instance().disconnectDevice(phone.handle);
-  EXPECT_FALSE(connection->loadDeviceData(tracks.out(), playlists.out()));
+  EXPECT_FALSE(load());
   EXPECT_EQ(log.levelOf("Device with handle " + std::to_string(phone.handle) +
                         " disconnected or not found"),
             LogLevel::Error);
-}
-
-TEST_F(MtpConnectionTest, DirectoriesKnowTheirParents) {
-  connect();
-  const auto top = connection->generateDirectory("/Music", kKey, "root");
-  EXPECT_EQ(top->name, "Music");
-  EXPECT_TRUE(top->parentIsRoot);
-  EXPECT_EQ(top->parentPath, "root");
-  EXPECT_EQ(top->partitionId.text(), Md5(Md5Kind::Directory, kKey).text());
-  const auto below = connection->generateDirectory("/Music/Rock", kKey, "root");
-  EXPECT_FALSE(below->parentIsRoot);
-  EXPECT_EQ(below->parentId.text(), top->objectId.text());
-  EXPECT_TRUE(connection->generateDirectory("", kKey, "root")->parentIsRoot);
 }
 
 TEST_F(MtpConnectionTest, DatesAreThoseOfTheDeviceOrTheEpoch) {
   phone.device.find(kSong)->modified = 1234567890;
   phone.device.addTrack("/Music/undated.mp3");
   walk();
+  const t_track_id undated = phone.idOf("/Music/undated.mp3");
   char text[kAccessTextBytes] = "";
   ASSERT_EQ(Access_GetTrackDateModified(phone.handle, phone.idOf(kSong), text), STATUS_OK);
   EXPECT_THAT(text, testing::MatchesRegex("(Fri|Sat) Feb 1[34] [0-9:]+ 2009"));
-  ASSERT_EQ(Access_GetTrackDateModified(phone.handle, phone.idOf("/Music/undated.mp3"), text),
-            STATUS_OK);
+  ASSERT_EQ(Access_GetTrackDateModified(phone.handle, undated, text), STATUS_OK);
   EXPECT_STREQ(text, "Thu Jan  1 00:00:00 1970");
   // The date's own format matches no date, so that every track has the same one.
   EXPECT_EQ(connection->getTrackDateModifiedEpoch(phone.idOf(kSong)),
-            connection->getTrackDateModifiedEpoch(phone.idOf("/Music/undated.mp3")));
+            connection->getTrackDateModifiedEpoch(undated));
 }
 
 TEST_F(MtpConnectionTest, TheWalkListsEveryFolderButTheBlacklistedOnes) {
@@ -224,11 +200,9 @@ TEST_F(MtpConnectionTest, ShortPagesAreRecountedOnceAndThenGivenUp) {
   for (const char* name : {"b", "c", "d"}) {
     phone.device.addTrack("/Music/A/" + std::string(name) + ".mp3");
   }
-  Fault& shortPage = phone.device.addFault(scripted::kAtPage, Effect::Items);
-  shortPage.path = "/Music/A";
-  shortPage.items = 2;
-  Fault& emptyPages = phone.device.addFault(scripted::kAtPage, Effect::Items);
-  emptyPages.path = "/Music/A";
+  const Fault page{.at = scripted::kAtPage, .effect = Fault::Effect::Items, .path = "/Music/A"};
+  phone.device.addFault(page).items = 2;
+  Fault& emptyPages = phone.device.addFault(page);
   emptyPages.from = 2;
   emptyPages.times = 2;
   walk();
@@ -260,9 +234,7 @@ TEST_F(MtpConnectionTest, FoldersOfTracksAreFoundOnceFromBelow) {
   phone.device.addTrack("/Music/A/y.mp3");
   phone.device.addTrack("/Music/B/C/z.mp3");
   walk();
-  OwnedElements tracks;
-  OwnedElements playlists;
-  ASSERT_TRUE(connection->loadDeviceData(tracks.out(), playlists.out()));
+  ASSERT_TRUE(load());
   std::vector<std::string> folders;
   connection->MTPCreateDirCache(folders, tracks.get());
   EXPECT_THAT(folders, ElementsAre("/Music/A", "/Music", "", "/Music/B/C", "/Music/B"));

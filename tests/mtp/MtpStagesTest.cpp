@@ -7,7 +7,6 @@
 #include "mtp/MtpCrawler.h"
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"
-#include "mtp/MtpPlaylistMiner.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
@@ -128,24 +127,12 @@ TEST_F(MtpStagesTest, TheMinerMakesRecordsUntilTheDeviceIsGoneOrTheDatabaseFull)
   EXPECT_EQ(log.count("MtpMiner SKIPPED db size limit reached (op: 5)"), 1);
   manager.deleteDb("phone1");
 
-  scripted::detach(phone.path);
+  phone.live->remove();
   EXPECT_FALSE(isAttached(phone.handle));
   MtpDevice::instance().disconnectDevice(phone.handle);
   songs = miner.doOperation(items(three));
   EXPECT_THAT(songs->items, IsEmpty());
   EXPECT_TRUE(songs->operation.skipped) << "work was left undone";
-}
-
-TEST_F(MtpStagesTest, ThePlaylistMinerLeavesEmptyPlaylistsOut) {
-  phone.device.addPlaylist("/Empty", {});
-  const Readiness readiness(phone.plugIn());
-  crawl();
-  MtpPlaylistMiner miner("MtpPlaylistMiner");
-  const auto sent = miner.doOperation(items({"/Best", "/Empty"}));
-  ASSERT_THAT(sent->items, SizeIs(1));
-  EXPECT_EQ(sent->items[0]->name, "Best");
-  EXPECT_FALSE(sent->operation.skipped);
-  EXPECT_EQ(log.count("MtpPlaylistMiner done (op: 5)"), 1);
 }
 
 TEST_F(MtpStagesTest, DirectoriesAreRewrittenWhenTheyChangedAndNotFromACutCrawl) {

@@ -34,40 +34,6 @@ class PipelineTest : public DatabaseFolderFixture {
   MSDPipeline pipeline{nullptr};
 };
 
-TEST_F(PipelineTest, DrivesItsStagesInOrderAndJoinsThemBackwards) {
-  std::vector<std::string> names = {
-      "ChangeFinder-MSDSongs",    "Normalizer",       "MSDMiner",      "SongSaver",
-      "ChangeFinder-MSDPlaylist", "MSDPlaylistMiner", "PlaylistSaver", "MSDCrawler",
-      "DirectorySaver",           "MSDPipeline"};
-  pipeline.launch();
-  pipeline.stop();
-  pipeline.join();
-  std::vector<std::string> stopped;
-  for (const auto& name : names) stopped.push_back(name + " stopped");
-  EXPECT_THAT(log.texts(" stopped"), testing::ElementsAreArray(stopped));
-  std::vector<std::string> joined;
-  for (auto name = names.rbegin(); name != names.rend(); ++name)
-    joined.push_back(*name + " joined");
-  EXPECT_THAT(log.texts(" joined"), testing::ElementsAreArray(joined));
-  EXPECT_EQ(log.count("MSDCrawler stop DELETING 1"), 1) << "the root block was the crawler's";
-  log.clear();
-  pipeline.pause();
-  EXPECT_EQ(log.levelOf("pause"), LogLevel::Info);
-  EXPECT_THAT(log.texts("SYSTEM is Stopping cannot be paused "), SizeIs(10));
-}
-
-TEST(MtpPipeline, HasTheStagesOfAPhoneInTheirOrder) {
-  const LogCapture log;
-  MtpPipeline pipeline(nullptr);
-  EXPECT_NE(dynamic_cast<MtpCrawler*>(pipeline.crawler()), nullptr);
-  pipeline.stop();
-  EXPECT_THAT(log.texts(" stopped"),
-              ElementsAre("ChangeFinder-MtpSong stopped", "Normalizer stopped", "MtpMiner stopped",
-                          "SongSaver stopped", "ChangeFinder-MtpPlaylist stopped",
-                          "MtpPlaylistMiner stopped", "PlaylistSaver stopped", "MtpCrawler stopped",
-                          "MtpDirectorySaver stopped", "MtpPipeline stopped"));
-}
-
 TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   result(5, true);
   result(5, false);
@@ -82,14 +48,6 @@ TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   EXPECT_EQ(manager.getStatus("dev", mount), "OK");
   EXPECT_THAT(rowsOf("dev", "SELECT * FROM PLAYLISTS;"), SizeIs(0));
   EXPECT_THAT(log.texts("End operation for id 5 that took "), SizeIs(1));
-}
-
-TEST_F(PipelineTest, WorkLeftUndoneAndDamageKeepTheStatusAtProgress) {
-  result(5, true, true);
-  result(5, true);
-  result(5, true);
-  EXPECT_EQ(manager.getStatus("dev", mount), "PROGRESS");
-  EXPECT_EQ(pipeline.progress->snapshot().status, "PROGRESS");
 }
 
 TEST_F(PipelineTest, ADatabaseThatCannotBeOpenedAtTheEndFailsTheRequest) {

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <QCoreApplication>
-#include <QMetaMethod>
 #include <QThread>
 #include <optional>
 #include <thread>
@@ -54,33 +53,6 @@ class Facade : public DatabaseFolderFixture {
   Orvel controller;
   QObject context;
 };
-
-TEST_F(Facade, HasExactlyTheMetaObjectThatHostsRelyOn) {
-  const QMetaObject& meta = OrvelQTProxy::staticMetaObject;
-  EXPECT_STREQ(meta.className(), "OrvelQTProxy");
-  std::vector<std::string> methods;
-  for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-    const QMetaMethod method = meta.method(i);
-    methods.push_back((method.methodType() == QMetaMethod::Signal ? "signal " : "slot ") +
-                      std::string(method.typeName()) + " " +
-                      method.methodSignature().toStdString() + " " +
-                      method.parameterNames().join(',').toStdString());
-  }
-  EXPECT_THAT(methods,
-              ElementsAre("signal void crawlingFinished(QString) mountPoint",
-                          "signal void indexingFinished(QString) mountPoint",
-                          "signal void contentModified(QString) mountPoint",
-                          "signal void databaseExists(QString,QString) deviceId,mountPoint",
-                          "slot void startIndexing(QString,QString,bool)"
-                          " device_id,mount_point,isFirstPartition",
-                          "slot void startMtpIndexing(QString,t_device_handle,bool)"
-                          " device_id,handle,isFirstPartition",
-                          "slot void setDeviceReady(t_device_handle) handle",
-                          "slot int indexingProgress(QString) mount_point",
-                          "slot void prioritizeMsdDevice(QString,QString) device_id,mount_point",
-                          "slot void prioritizeMtpDevice(QString,t_device_handle)"
-                          " device_id,handle"));
-}
 
 TEST_F(Facade, SmallSlotsReachTheirTargets) {
   EXPECT_EQ(facade.indexingProgress("/m"), 0);

@@ -19,13 +19,18 @@ ScriptedPhone::~ScriptedPhone() {
 }
 
 t_handle ScriptedPhone::plugIn() {
-  path = scripted::attach(device);
+  live = scripted::attach(device);
   handle = attachedDevices().back().handle;
   return handle;
 }
 
+void ScriptedPhone::replug() {
+  live = scripted::replug(*live);
+  handle = attachedDevices().back().handle;
+}
+
 unsigned ScriptedPhone::count(const std::string& name) const {
-  const auto counts = scripted::journal(path).counts;
+  const auto counts = live->journal().counts;
   const auto found = counts.find(name);
   return found == counts.end() ? 0 : found->second;
 }

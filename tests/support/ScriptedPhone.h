@@ -22,15 +22,15 @@ class ScriptedPhone {
   /// Plugs the phone in as `device` describes it now; returns its handle.
   t_handle plugIn();
   /// Has the attached phone be what `device` describes now.
-  void update() { scripted::update(path, device); }
-  [[nodiscard]] t_track_id idOf(const std::string& object) const {
-    return scripted::idOf(path, object);
-  }
+  void update() { live->update(device); }
+  /// Pulls the phone out and plugs it in again, which changes its handle.
+  void replug();
+  [[nodiscard]] t_track_id idOf(const std::string& object) const { return live->idOf(object); }
   /// How often a call of the library or a function of the session was made since it was plugged in.
   [[nodiscard]] unsigned count(const std::string& name) const;
 
   scripted::ScriptedDevice device;
-  std::string path;  ///< on the bus, once it is plugged in
+  std::shared_ptr<scripted::LiveDevice> live;  ///< the phone on the bus, once it is plugged in
   t_handle handle = 0;
 };
 

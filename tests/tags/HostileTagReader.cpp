@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "tags/isolation/TagMessages.h"
+#include "tags/TagMessages.h"
 #include "tags/readTags.h"
-#include "tags/reader/TagService.h"
+#include "tags/reader/serveTags.h"
 
 namespace {
 

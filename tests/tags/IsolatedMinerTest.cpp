@@ -162,21 +162,6 @@ TEST_F(IsolatedMiner, BlocksFollowOneAnotherAlsoWhenOneIsCutShort) {
               ElementsAre("Title of 7.mp3", "Title of 8.mp3"));
 }
 
-TEST_F(IsolatedMiner, TwoAtOnceDoNotDisturbEachOther) {
-  const std::vector<std::string> names = mixed(60, 10, "crash");
-  const auto mineAll = [&](Songs& songs) {
-    const auto miner = minerOf(kEndless);
-    songs = mine(*miner, names);
-  };
-  Songs first;
-  Songs second;
-  std::thread other(mineAll, std::ref(first));
-  mineAll(second);
-  other.join();
-  EXPECT_THAT(titles(first), SizeIs(66));
-  EXPECT_EQ(titles(first), titles(second));
-}
-
 class NoReader : public IsolatedMiner, public testing::WithParamInterface<const char*> {};
 
 TEST_P(NoReader, FallsBackToTheHostsProcessAndSaysSo) {
@@ -208,17 +193,6 @@ TEST_F(IsolatedMiner, AReaderThatCannotBeStartedAgainLeavesTheRestUndone) {
   EXPECT_TRUE(songs->operation.skipped);
   EXPECT_THAT(miner->progress->snapshot().leftUndone, ElementsAre(HasSubstr("tag reader")));
   EXPECT_THAT(log.texts("cannot be started again"), SizeIs(1));
-}
-
-TEST_F(IsolatedMiner, TheHostsChoiceIsTakenForTheNextRequest) {
-  setTagReading(TagReading::Isolated, ORVEL_HOSTILE_TAG_READER);
-  MSDMiner isolated("MSDMiner");
-  EXPECT_THAT(titles(mine(isolated, {bad("exit"), good("a.mp3")})),
-              ElementsAre("", "Title of a.mp3"));
-  EXPECT_THAT(log.texts("exit status 0"), SizeIs(1));
-  setTagReading(TagReading::InProcess);
-  MSDMiner inProcess("MSDMiner");
-  EXPECT_THAT(titles(mine(inProcess, {"a.mp3"})), ElementsAre("Title of a.mp3"));
 }
 
 }  // namespace

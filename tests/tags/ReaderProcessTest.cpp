@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <semaphore>
 #include <sstream>
 #include <thread>
 
@@ -20,6 +21,8 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessPriority.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/contentOf.h"
+#include "tests/support/processStatus.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -32,11 +35,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr milliseconds kEndless{std::chrono::hours(1)};
-
-std::string contentOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 /// The fields of /proc/PID/stat behind the name: state, parent, process group, ...
 std::vector<std::string> statOf(const std::string& process) {
@@ -59,11 +57,6 @@ std::vector<pid_t> childrenOf(pid_t parent) {
   return children;
 }
 
-std::size_t openDescriptors() {
-  return static_cast<std::size_t>(
-      std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 /// The process behind an isolated reader, seen from its host.
 class ReaderProcess : public testing::Test {
  protected:
@@ -83,16 +76,21 @@ class ReaderProcess : public testing::Test {
 
   static std::string titleOf(const TagResult& read) { return read.values.title.to8Bit(true); }
 
-  /// Starts a reader that hangs, looks at its process with `look`, and ends it.
+  /// Starts a worker, has it hang, inspects the process with `look`, and ends it.
   template <class Look>
   void whileReaderHangs(Look look) {
     const auto reader = readerOf(kEndless);
-    reader->expect({good(), bad("hang")});
-    ASSERT_EQ(titleOf(reader->next()), "Good");
+    std::binary_semaphore isUp(0);
+    std::jthread reading([&] {
+      reader->expect({good(), bad("hang")});
+      EXPECT_EQ(titleOf(reader->next(good())), "Good");
+      isUp.release();
+      reader->next(bad("hang"));
+    });
+    isUp.acquire();
     const auto children = childrenOf(getpid());
-    ASSERT_THAT(children, SizeIs(1));
-    std::jthread waiting([&] { reader->next(); });
-    look(children.front());
+    EXPECT_THAT(children, SizeIs(1));
+    if (!children.empty()) look(children.front());
     stop.request_stop();
   }
 
@@ -101,27 +99,19 @@ class ReaderProcess : public testing::Test {
   TemporaryFolder temporary;
 };
 
-TEST_F(ReaderProcess, WorksInTheBackgroundWithItsStage) {
-  const BackgroundScope background;
-  std::thread([&] {
-    stageThread::enter({});
-    whileReaderHangs([](pid_t reader) { EXPECT_TRUE(isInBackground(reader)); });
-  }).join();
-}
-
 TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
-  const std::size_t before = openDescriptors();
+  const long before = entriesOf("/proc/self/fd");
   {
     const auto reader = readerOf(kEndless);
     reader->expect(std::vector<std::string>(200, bad("crash")));
     for (int i = 0; i < 200; ++i) {
-      EXPECT_EQ(reader->next().outcome, TagResult::Outcome::Unreadable);
+      EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
     }
     reader->expect({good()});
-    EXPECT_EQ(titleOf(reader->next()), "Good");
+    EXPECT_EQ(titleOf(reader->next(good())), "Good");
     EXPECT_THAT(childrenOf(getpid()), SizeIs(1));
   }
-  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_EQ(entriesOf("/proc/self/fd"), before);
   EXPECT_THAT(childrenOf(getpid()), IsEmpty());
 }
 
@@ -150,37 +140,22 @@ TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
   const auto reader = readerOf(kEndless);
   reader->expect(std::vector<std::string>(200, good()));
   for (int i = 0; i < 200; ++i) {
-    EXPECT_EQ(titleOf(reader->next()), "Good") << i;
+    EXPECT_EQ(titleOf(reader->next(good())), "Good") << i;
     // A service manager asks all of a service's processes to end; the kernel kills when memory is
     // short.
     if (i % 20 == 5) kill(childrenOf(getpid()).at(0), i % 40 == 5 ? SIGTERM : SIGKILL);
   }
 }
 
-TEST_F(ReaderProcess, DiesWithItsHost) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
-  const std::vector<std::string> paths = {good(), bad("hang")};
-  const pid_t host = fork();
-  if (host == 0) {
-    const auto reader = readerOf(kEndless);
-    reader->expect(paths);
-    reader->next();
-    const pid_t process = childrenOf(getpid()).at(0);
-    if (write(ends[1], &process, sizeof process) > 0) reader->next();
-    _exit(1);
-  }
-  pid_t process = 0;
-  ASSERT_EQ(read(ends[0], &process, sizeof process), static_cast<ssize_t>(sizeof process));
-  close(ends[0]);
-  close(ends[1]);
-  ASSERT_EQ(kill(process, 0), 0);
-  kill(host, SIGKILL);
-  waitpid(host, nullptr, 0);
-  EXPECT_TRUE(waitUntil([&] {
-    const auto fields = statOf(std::to_string(process));
-    return fields.empty() || fields[0] == "Z";
-  }));
+TEST_F(ReaderProcess, FilesKeepTheirOwnTagsWhenOneAppearsAfterItWasFirstOpened) {
+  const std::string late = temporary.path("late.mp3");
+  const auto reader = readerOf(kEndless);
+  reader->expect({good(), bad("crash"), late, good()});
+  EXPECT_EQ(titleOf(reader->next(good())), "Good");
+  writeSong(late, {"Late", "X"});
+  EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
+  EXPECT_EQ(titleOf(reader->next(late)), "Late") << "opened again for the next process";
+  EXPECT_EQ(titleOf(reader->next(good())), "Good");
 }
 
 extern "C" void reapEveryChild(int /*signal*/) {
@@ -193,9 +168,10 @@ extern "C" void reapEveryChild(int /*signal*/) {
 TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
   const auto readSome = [&] {
     const auto reader = readerOf(kEndless);
-    reader->expect({good(), bad("crash"), good(), bad("exit"), good()});
+    const std::vector<std::string> paths = {good(), bad("crash"), good(), bad("exit"), good()};
+    reader->expect(paths);
     std::vector<std::string> read;
-    for (int i = 0; i < 5; ++i) read.push_back(titleOf(reader->next()));
+    for (const std::string& path : paths) read.push_back(titleOf(reader->next(path)));
     EXPECT_THAT(read, ElementsAre("Good", "", "Good", "", "Good"));
   };
   std::signal(SIGCHLD, SIG_IGN);
@@ -209,33 +185,6 @@ TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
   int status = 0;
   ASSERT_EQ(waitpid(other, &status, 0), other) << "the host's own child was taken";
   EXPECT_EQ(WEXITSTATUS(status), 42);
-}
-
-TEST_F(ReaderProcess, WorksInAHostWithoutStandardDescriptors) {
-  const std::vector<std::string> paths = {good(), good()};
-  const pid_t host = fork();
-  if (host == 0) {
-    for (int number = 0; number < 8; ++number) close(number);
-    const auto reader = readerOf(kEndless);
-    reader->expect(paths);
-    const bool isRead = titleOf(reader->next()) == "Good" && titleOf(reader->next()) == "Good";
-    _exit(isRead && !reader->isolationFailed() ? 0 : 1);
-  }
-  int status = -1;
-  waitpid(host, &status, 0);
-  EXPECT_EQ(status, 0);
-}
-
-TEST_F(ReaderProcess, IsOfNoUseByHand) {
-  const pid_t child = fork();
-  if (child == 0) {
-    close(tagMessages::kControlSocket);
-    execl(ORVEL_TAG_READER, "orvel-tag-reader", nullptr);
-    _exit(1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(WEXITSTATUS(status), tagMessages::NotStartedByLibrary);
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include "tags/InProcessTagReader.h"
 #include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
-#include "tests/support/Effort.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/contentOf.h"
 #include "tools/stick/SampleStick.h"
 
 namespace orvel::test {
@@ -17,11 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Everything that a reader tells of its next file.
-std::string nextOf(TagReader& reader) {
+/// Everything that a reader tells of a file.
+std::string resultOf(TagReader& reader, const std::string& path) {
   TagResult read;
   try {
-    read = reader.next();
+    read = reader.next(path);
   } catch (const std::exception& error) {
     return std::string("threw ") + error.what();
   }
@@ -46,8 +46,8 @@ class SameResults : public testing::Test {
     inProcess.expect(paths);
     isolated.expect(paths);
     for (const std::string& path : paths) {
-      const std::string expected = nextOf(inProcess);
-      const std::string actual = nextOf(isolated);
+      const std::string expected = resultOf(inProcess, path);
+      const std::string actual = resultOf(isolated, path);
       EXPECT_TRUE(actual == expected) << path;
     }
     EXPECT_FALSE(isolated.isolationFailed());
@@ -55,11 +55,6 @@ class SameResults : public testing::Test {
 
   TemporaryFolder temporary;
 };
-
-std::string contentOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 TEST_F(SameResults, OnAStickWithEverything) {
   const fs::path stick = temporary.path("stick");
@@ -69,27 +64,6 @@ TEST_F(SameResults, OnAStickWithEverything) {
   for (const auto& entry : fs::directory_iterator(ORVEL_SEEDS)) paths.push_back(entry.path());
   EXPECT_GT(paths.size(), 80U);
   expectSame(paths);
-}
-
-TEST_F(SameResults, OnTextsThatAreAwkwardToPassOn) {
-  std::string utf16("\1\xFF\xFE", 3);  // lone surrogates, a mark, a noncharacter
-  for (const char16_t unit : u"a\xD800 \xDC00z\xFEFF\xFFFF") {
-    utf16 += static_cast<char>(unit & 0xFFU);
-    utf16 += static_cast<char>(unit >> 8U);
-  }
-  const auto size = [](std::size_t n) {
-    return std::string{static_cast<char>(n >> 21U & 127U), static_cast<char>(n >> 14U & 127U),
-                       static_cast<char>(n >> 7U & 127U), static_cast<char>(n & 127U)};
-  };
-  const auto tagged = [&](const std::string& text) {
-    const std::string frame = "TIT2" + size(text.size()) + std::string(2, '\0') + text;
-    return temporary.file(std::to_string(text.size()) + ".mp3",
-                          std::string("ID3\4\0\0", 6) + size(frame.size()) + frame);
-  };
-  // Sanitizers read 10 MiB for longer than a reader may take.
-  const std::size_t longest = kIsSanitized ? 1 << 20 : 10 << 20;
-  expectSame({tagged(utf16), tagged(std::string("\3a\0b", 4)), tagged("\3\xC0\x80\xFF"),
-              tagged(std::string(1, '\0') + std::string(longest, '\xE4'))});
 }
 
 TEST_F(SameResults, OnFilesThatAreDamagedAtRandom) {
@@ -112,6 +86,28 @@ TEST_F(SameResults, OnFilesThatAreDamagedAtRandom) {
     }
   }
   expectSame(paths);
+}
+
+TEST_F(SameResults, ForNoOtherFileThanTheOneThatIsNext) {
+  std::vector<std::string> paths;
+  for (const char* name : {"a.mp3", "b.mp3"}) {
+    paths.push_back(temporary.path(name));
+    writeSong(paths.back(), {name, "X"});
+  }
+  InProcessTagReader inProcess({});
+  IsolatedTagReader isolated({}, ORVEL_TAG_READER);
+  for (TagReader* reader : std::initializer_list<TagReader*>{&inProcess, &isolated}) {
+    reader->expect(paths);
+    const auto expectRefusal = [&](const std::string& path) {
+      EXPECT_DEBUG_DEATH(EXPECT_EQ(reader->next(path).outcome, TagResult::Outcome::ReaderLost),
+                         "out of order");
+    };
+    expectRefusal(paths[1]);
+    for (const std::string& path : paths) {
+      EXPECT_EQ(reader->next(path).values.title.to8Bit(true), fs::path(path).filename());
+    }
+    expectRefusal(paths[1]);
+  }
 }
 
 }  // namespace

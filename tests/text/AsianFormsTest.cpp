@@ -2,14 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <iterator>
-#include <random>
-
-#include "base/Utf8.h"
-#include "text/PinyinTable.h"
-#include "text/PinyinWords.h"
-
 namespace orvel {
 namespace {
 
@@ -73,33 +65,6 @@ TEST(AsianFormsTest, sortTagsWithAsianScriptReplaceAsianTexts) {
   const Texts texts{"桜", "米津玄師", "Lemon", "", "米津玄師"};
   const Forms sorted{"さくら", "よねづけんし", "", "", "米津玄師"};
   EXPECT_EQ(asianForms(texts, {"サクラ", "ヨネヅケンシ", "レモン", "", "Yonezu, Kenshi"}), sorted);
-}
-
-TEST(AsianFormsTest, tablesAreInOrder) {
-  const auto ordered = [](const auto& words) {
-    return std::ranges::is_sorted(
-        words, {}, [](const PinyinWord& entry) { return std::u16string_view(entry.word); });
-  };
-  EXPECT_TRUE(ordered(pinyinSurnames));
-  EXPECT_TRUE(ordered(pinyinWords));
-  EXPECT_EQ(pinyin(U'一'), "yi");
-  EXPECT_EQ(pinyin(0x4DFF), "");
-  EXPECT_EQ(pinyin(0xA000), "");
-}
-
-TEST(AsianFormsTest, anyBytesGiveValidForms) {
-  std::mt19937 random(3);
-  constexpr std::string_view parts[] = {"漢",   "か", "ﾞ", "한",     "\xE4",
-                                        "\xB8", " ",  "A", "\u3099", "长"};
-  for (int round = 0; round < 20000; ++round) {
-    std::string text;
-    for (unsigned i = random() % 8; i > 0; --i) text += parts[random() % std::size(parts)];
-    const auto forms = asianForms({text, text}, {"", text});
-    for (const std::string& form : forms.value_or(Forms{})) {
-      for (std::string_view rest = form; !rest.empty();)
-        ASSERT_TRUE(utf8::take(rest).valid) << text;
-    }
-  }
 }
 
 }  // namespace

@@ -37,14 +37,5 @@ TEST(TrackSetTest, titlesAloneNearlyAllComeOutRight) {
   EXPECT_EQ(accuracy.westernWrong, 0);
 }
 
-TEST(TrackSetTest, threadsGuessAlikeAtTheSameTime) {
-  const std::vector<KnownTrack> tracks = readTrackSet(TRACK_SET);
-  Accuracy first, second;
-  std::thread other([&] { first = accuracyOf(tracks); });
-  second = accuracyOf(tracks);
-  other.join();
-  EXPECT_EQ(first.wrong, second.wrong);
-}
-
 }  // namespace
 }  // namespace orvel

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MPL-2.0
+
 # Runs the filter on a good and a malformed line.
 function(expect what actual wanted)
   if(NOT "${actual}" STREQUAL "${wanted}")

@@ -20,8 +20,6 @@ class FolderDevice:
 
 
 class QemuDevice(FolderDevice):
-    name = "usb-mtp"
-
     def plug(self):
         self.machine.plugMtp(self.folder)
 
@@ -44,15 +42,13 @@ class QemuDevice(FolderDevice):
 class UmtpDevice(FolderDevice):
     """umtp-responder within the machine, with a second storage that is empty."""
 
-    name = "umtp-responder"
-
     def plug(self):
         card = f"{os.path.dirname(self.folder)}/card"
         os.makedirs(card, exist_ok=True)
-        self.machine.player("plug", "umtp", self.folder, card)
+        self.machine.player("plug", self.folder, card)
 
     def replug(self):
-        """With its program begun anew: one that was cut off in mid-answer may not come back."""
+        """Starts its program again: one that was cut off in mid-answer may not come back."""
         self.remove()
         self.plug()
 
@@ -65,29 +61,3 @@ class UmtpDevice(FolderDevice):
     def addSong(self, path):
         super().addSong(path)
         self.machine.run("cp", self.song, f"{self.folder}/{path}")
-
-
-class PlayerDevice:
-    """Knows its songs and has playlists: the project's own responder."""
-
-    def __init__(self, machine, folder):
-        self.machine = machine
-        song = media.makeFolders(machine.programs, f"{folder}-folders")
-        self.script = media.makePlayer(folder, song)
-
-    def plug(self, commands=None):
-        """With a number of commands its cable falls out after so many."""
-        limit = () if commands is None else (str(commands),)
-        program = f"{self.machine.programs}/tests/vm/orvel-mtp-gadget"
-        self.machine.player("plug", "scripted", program, self.script, *limit)
-
-    def replug(self):
-        self.machine.player("replug")
-
-    def remove(self):
-        self.machine.player("remove")
-
-    def commands(self):
-        """The commands since it was plugged in: operation and parameters."""
-        log = self.machine.player("log")
-        return [tuple(int(word, 16) for word in line.split()) for line in log.splitlines()]

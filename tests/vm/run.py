@@ -2,7 +2,7 @@
 """Usage: run.py BUILD [TEST...]
 
 Runs the tests of MTP devices in a virtual machine, with the programs in the folder BUILD. TEST is
-the name of a class or of a test ("Qemu", "Player.testCableFallsOut"). Exit status 77: there can be
+the name of a class or of a test ("Qemu", "Umtp.testUnpluggedInTheMiddle"). Exit status 77: there can be
 no virtual machine here; the last line says why.
 """
 
@@ -57,7 +57,7 @@ def main():
     machine = Machine(kernel, folder, programs)
     try:
         print(f"{machine.age():6.1f} s  booted", flush=True)
-        MtpDevicesTest.MachineTestCase.machine = machine
+        MtpDevicesTest.Devices.machine = machine
         names = sys.argv[2:]
         loader = unittest.defaultTestLoader
         suite = (loader.loadTestsFromNames(names, MtpDevicesTest) if names

@@ -6,11 +6,11 @@
 
 namespace orvel::stick {
 
-/// A longer file of the same sound: repeats the audio frames of an untagged seed until the file has
-/// about `size` bytes, and corrects the lengths and counts in its headers.
-/// @param extension of the container: ".mp3", ".m4a", ".flac", ".wma" or ".wav". An MP4 file grows
-/// in
-///        its media data only; its sample table goes on describing the seed's samples.
+/// Makes a longer file of the same sound: repeats the audio frames of an untagged seed up to about
+/// `size` bytes, and corrects the lengths and counts in its headers.
+/// @param extension of the container: ".mp3", ".m4a", ".flac", ".wma" or ".wav". Of an MP4 file
+/// only
+///        the media data grows; its sample table still describes the seed's samples.
 /// @throws std::invalid_argument for any other container.
 TagLib::ByteVector grown(const TagLib::ByteVector& seed, std::string_view extension,
                          unsigned int size);

@@ -20,12 +20,12 @@ namespace {
 using TagLib::ByteVector;
 
 constexpr int songsOfPlaylist = 267;
-constexpr unsigned int lengths = 8;  // different lengths of each sound
+constexpr unsigned int lengths = 8;  // of each sound
 
 struct Share {
   std::string extension;
   std::vector<std::string> seeds;
-  std::vector<TagForm> forms;  ///< one is drawn for each album
+  std::vector<TagForm> forms;  ///< each album draws one
   int percent;
 };
 
@@ -79,7 +79,7 @@ class BenchStick {
   }
 
  private:
-  /// The container that is furthest behind its share.
+  /// The container with the largest deficit against its share.
   std::size_t nextShare() const {
     std::size_t next = 0;
     double most = -1;

@@ -4,7 +4,7 @@
 
 namespace orvel::stick {
 
-/// A valid JPEG image of about `size` bytes: a small picture with comment segments.
+/// Makes a valid JPEG image of about `size` bytes: a small picture, padded with comment segments.
 TagLib::ByteVector coverImage(unsigned int size);
 
 }  // namespace orvel::stick

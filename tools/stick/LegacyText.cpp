@@ -17,7 +17,7 @@ class Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
-  /// False when the character set cannot write all of `source`.
+  /// False if the character set lacks a character of `source`.
   bool convert(std::string source, std::string& target) {
     target.assign(4 * source.size() + 4, '\0');
     char* in = source.data();

@@ -9,11 +9,11 @@ namespace orvel::stick {
 enum class PlaylistKind { M3u, M3u8, Pls, Asx, Wpl };
 
 struct PlaylistEntry {
-  std::string target;  ///< as it is to stand in the file: relative, with "/" or "\", or a URI
+  std::string target;  ///< as written to the file: relative, with "/" or "\", or a URI
   std::string title;
 };
 
-/// The usual extension, with its dot.
+/// The usual extension, including the dot.
 std::string_view extension(PlaylistKind kind);
 
 /// The text of a playlist file, its lines ended by "\n".

@@ -7,15 +7,15 @@
 
 namespace orvel::stick {
 
-/// Invented names and choices that are the same for the same seed on every machine.
+/// Makes invented names and choices, the same for the same seed on every machine.
 class RandomNames {
  public:
   explicit RandomNames(std::uint64_t seed) : generator(seed) {}
 
-  /// A number from `low` to `high`, both included.
+  /// A number from `low` to `high`, inclusive.
   unsigned int number(unsigned int low, unsigned int high);
 
-  /// True in `percent` of a hundred calls.
+  /// True with a probability of `percent`.
   bool chance(unsigned int percent) { return number(1, 100) <= percent; }
 
   template <typename Choice>
@@ -23,10 +23,10 @@ class RandomNames {
     return choices[number(0, static_cast<unsigned int>(choices.size()) - 1)];
   }
 
-  /// Latin four times out of five, else one of the other scripts.
+  /// Latin in four of five calls, otherwise another script.
   const std::vector<std::string>& script();
 
-  /// Only words without accents.
+  /// The syllables for words without accents.
   static const std::vector<std::string>& asciiScript();
 
   /// A phrase of `words` invented words.

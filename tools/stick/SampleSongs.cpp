@@ -194,7 +194,7 @@ const std::vector<SampleAlbum>& albums() {
   return all;
 }
 
-/// Names that trip careless programs, folders that are passed over, and files without tags.
+/// Names that trip careless programs, folders that the indexer skips, and files without tags.
 const std::vector<SampleSong>& singles() {
   static const std::vector<SampleSong> all = {
       {"Mixed/100% Pure #1.mp3", xing, TagForm::Id3v24, {"100% Pure #1", "Percent & Sons"}},
@@ -222,7 +222,7 @@ std::string twoDigits(std::size_t number) {
   return (number < 10 ? "0" : "") + std::to_string(number);
 }
 
-/// FAT has no "?" in names.
+/// FAT allows no "?" in names.
 std::string fileName(std::string title) {
   std::erase_if(title, [](char character) { return character == '?' || character == ':'; });
   while (title.ends_with(' ')) title.pop_back();

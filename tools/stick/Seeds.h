@@ -6,8 +6,8 @@
 
 namespace orvel::stick {
 
-/// Bytes of one of the small files under `seeds/`, for example "cbr.mp3".
-/// @throws std::runtime_error when the source tree that the program was built from is gone.
+/// Reads one of the small files under `seeds/`, for example "cbr.mp3".
+/// @throws std::runtime_error if the program's source tree is gone.
 TagLib::ByteVector seed(const std::string& fileName);
 
 }  // namespace orvel::stick

@@ -4,10 +4,10 @@
 
 namespace orvel::stick {
 
-/// Where in a file its tags are, and so which container it must be.
+/// The kind of tag, which implies the container.
 enum class TagForm {
-  None,            ///< any container, left as it is
-  Id3v1,           ///< MPEG audio with the 128 bytes at the end only
+  None,            ///< any container, unchanged
+  Id3v1,           ///< MPEG audio with only the 128 bytes at the end
   Id3v23,          ///< MPEG audio, UTF-16 where Latin-1 is not enough
   Id3v24,          ///< MPEG audio, UTF-8
   Id3v24AndId3v1,  ///< MPEG audio with both; the short form cuts texts at 30 bytes
@@ -19,7 +19,7 @@ enum class TagForm {
   WavInfo          ///< RIFF WAVE with a LIST INFO chunk
 };
 
-/// What is written into a song's tags; UTF-8, and an empty text is not written.
+/// The contents of a song's tags, in UTF-8; empty texts are left out.
 struct SongTags {
   std::string title = {};
   std::string artist = {};
@@ -28,7 +28,7 @@ struct SongTags {
   std::string composer = {};
   std::string track = {};  ///< "3" or "3/12"
   std::string disc = {};   ///< "1" or "1/2"
-  /// ID3 only: the texts are stored in this character set but declared as Latin-1.
+  /// ID3 only: store the texts in this character set but declare them as Latin-1.
   std::string legacyCharset = {};
 };
 

@@ -41,7 +41,7 @@ void StickFolder::writeText(const fs::path& relative, std::string_view bytes) {
   if (!out)
     throw std::system_error(errno, std::generic_category(), "Cannot write " + file.string());
 
-  const timespec time{firstTime + 2 * filesWritten++, 0};  // FAT counts in steps of two seconds
+  const timespec time{firstTime + 2 * filesWritten++, 0};  // FAT has a resolution of two seconds
   const timespec times[] = {time, time};
   if (utimensat(AT_FDCWD, file.c_str(), times, 0) != 0)
     throw std::system_error(errno, std::generic_category(), "Cannot date " + file.string());

@@ -8,22 +8,22 @@
 
 namespace orvel::stick {
 
-/// A folder that the stick maker fills. The files' modification times follow the order of writing
-/// and are the same every time, so a stick that is made again counts as unchanged.
+/// A folder that the stick maker fills. Modification times follow the order of writing and are the
+/// same each time, so the indexer sees a remade stick as unchanged.
 class StickFolder {
  public:
-  /// Makes the folder, or empties one that an earlier run has finished.
-  /// @throws std::runtime_error when it holds anything else: nobody's files are ever overwritten.
+  /// Makes the folder, or empties one that an earlier run finished.
+  /// @throws std::runtime_error if it holds anything else: never overwrites a user's files.
   explicit StickFolder(const std::filesystem::path& folder);
 
   const std::filesystem::path& path() const { return root; }
 
-  /// Writes one file below the folder, and the folders that it needs.
+  /// Writes one file below the folder and makes its parent folders.
   /// @throws std::system_error
   void writeText(const std::filesystem::path& relative, std::string_view bytes);
   void write(const std::filesystem::path& relative, const TagLib::ByteVector& bytes);
 
-  /// Leaves the hidden mark `.orvel-stick` by which a later run knows the folder as its own.
+  /// Writes the hidden file `.orvel-stick`, by which a later run recognises the folder.
   void finish();
 
  private:

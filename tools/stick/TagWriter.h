@@ -6,11 +6,10 @@
 
 namespace orvel::stick {
 
-/// A copy of the untagged `audio` with tags.
-/// @param form must suit the container of `audio`. ID3v1 and INFO have no place for some of the
-/// tags.
-/// @param cover a JPEG image or nothing; left out where the form has no place for it.
-/// @throws std::runtime_error when the tags cannot be written.
+/// Returns a copy of the untagged `audio` with tags.
+/// @param form  must suit the container of `audio`; ID3v1 and INFO cannot hold all tags
+/// @param cover  a JPEG image or nothing; left out if the form cannot hold it
+/// @throws std::runtime_error if the tags cannot be written
 TagLib::ByteVector tagged(const TagLib::ByteVector& audio, TagForm form, const SongTags& tags,
                           const TagLib::ByteVector& cover = {});
 

@@ -46,7 +46,8 @@ const std::vector<Variant>& variants() {
   return all;
 }
 
-/// ID3v1 has 30 Latin-1 bytes for a text, more than two words take, and a fixed list of genres.
+/// For ID3v1, which has 30 Latin-1 bytes per text, enough for two words, and a fixed list of
+/// genres.
 SongTags shortTags(RandomNames& names) {
   SongTags tags;
   const auto text = [&] { return names.phrase(RandomNames::asciiScript(), 2); };

@@ -1,6 +1,8 @@
 #!/bin/bash
-# Makes the seed files from which orvel-make-stick builds its songs. They are checked in; run this
-# (it needs ffmpeg) only to change them.
+# SPDX-License-Identifier: MPL-2.0
+
+# Makes the seed files from which orvel-make-stick builds its songs. They are checked in: run this script,
+# which needs ffmpeg, only to change them.
 set -euo pipefail
 cd "$(dirname "$0")/seeds"
 
@@ -22,7 +24,7 @@ encode 0.2 44100 tone.aac -c:a aac -b:a 64k -f adts
 encode 0.2 44100 tone.wma -c:a wmav2 -b:a 64k -f asf
 encode 0.2 44100 tone.asf -c:a libmp3lame -b:a 64k -f asf
 encode 0.2 8000 tone.wav -c:a pcm_s16le
-# Exactly one frame of 4096 samples, so that this one, too, may be repeated.
+# Exactly one frame of 4096 samples, so that it may be repeated, too.
 encode 0.2560 16000 tone.flac -c:a flac -sample_fmt s16 -frame_size 4096
 encode 0.2 44100 tone.mpg -c:a mp2 -b:a 64k -f mpeg
 encode 0.2 44100 tone.mpeg -c:a mp2 -b:a 64k -f vob

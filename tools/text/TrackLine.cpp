@@ -5,6 +5,7 @@
 #include <new>
 
 namespace orvel {
+
 namespace {
 
 int digit(char c) {
@@ -13,11 +14,11 @@ int digit(char c) {
   return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
-/// The bytes that pairs of hexadecimal digits stand for; nothing when they are none.
+/// Decodes pairs of hexadecimal digits; returns nothing when the text is malformed.
 std::optional<std::string> fromHex(std::string_view hex) {
   if (hex.size() % 2 != 0) return std::nullopt;
   std::string bytes;
-  for (size_t i = 0; i < hex.size(); i += 2) {
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
     const int high = digit(hex[i]), low = digit(hex[i + 1]);
     if (high < 0 || low < 0) return std::nullopt;
     bytes += static_cast<char>(high * 16 + low);
@@ -26,15 +27,15 @@ std::optional<std::string> fromHex(std::string_view hex) {
 }
 
 using Setter = void (*)(TrackRecord*, const char*, unsigned, const char*);
-constexpr std::array<Setter, 5> setters{setTrackTitle, setTrackArtist, setTrackAlbum, setTrackGenre,
-                                        setTrackComposer};
+constexpr std::array<Setter, 5> kSetters{setTrackTitle, setTrackArtist, setTrackAlbum,
+                                         setTrackGenre, setTrackComposer};
 
-/// Appends a text with blanks in place of control characters.
+/// Appends a text and replaces its control characters by blanks.
 void print(const TrackText& text, std::string& out) {
   if (isMetadataEmptyUTF8(text)) return;
   for (unsigned i = 0; i < text.length; ++i) {
     const auto byte = static_cast<unsigned char>(text.bytes[i]);
-    // The control characters beyond ASCII are the two bytes C2 80 to C2 9F.
+    // Control characters beyond ASCII are the byte pairs C2 80 to C2 9F.
     const bool upper = byte == 0xC2 && static_cast<unsigned char>(text.bytes[i + 1]) < 0xA0;
     out += byte < 0x20 || byte == 0x7F || upper ? ' ' : text.bytes[i];
     if (upper) ++i;
@@ -49,18 +50,18 @@ void TrackRelease::operator()(TrackRecord* track) const {
 }
 
 bool TaggedTrack::read(std::string_view line) {
-  for (size_t i = 0; i < setters.size(); ++i) {
-    const size_t tab = line.find('\t');
+  for (std::size_t i = 0; i < kSetters.size(); ++i) {
+    const std::size_t tab = line.find('\t');
     const bool last = tab == std::string_view::npos;
-    if (last != (i + 1 == setters.size())) return false;
+    if (last != (i + 1 == kSetters.size())) return false;
     std::string_view field = line.substr(0, tab);
     const bool unicode = field.starts_with("u:");
     if (unicode) field.remove_prefix(2);
     const std::optional<std::string> bytes = fromHex(field);
     if (!bytes) return false;
     if (!bytes->empty()) {
-      setters[i](&record, bytes->data(), static_cast<unsigned>(bytes->size()),
-                 unicode ? "UTF-8" : "ISO-8859-1");
+      kSetters[i](&record, bytes->data(), static_cast<unsigned>(bytes->size()),
+                  unicode ? "UTF-8" : "ISO-8859-1");
     }
     line.remove_prefix(last ? line.size() : tab + 1);
   }
@@ -69,7 +70,7 @@ bool TaggedTrack::read(std::string_view line) {
 
 GuessedTrack TaggedTrack::guess() const {
   GuessedTrack guessed(guess_and_convert_by_prio(&record, "ISO-8859-1"));
-  if (!guessed) throw std::bad_alloc();
+  if (guessed == nullptr) throw std::bad_alloc();
   return guessed;
 }
 

@@ -15,7 +15,7 @@ struct TrackRelease {
 };
 using GuessedTrack = std::unique_ptr<TrackRecord, TrackRelease>;
 
-/// A track whose texts were set, as the tag reader does it; released by its destructor.
+/// A raw track, filled as from a tag.
 class TaggedTrack {
  public:
   TaggedTrack() { initTrack(&record); }
@@ -23,10 +23,11 @@ class TaggedTrack {
   TaggedTrack(const TaggedTrack&) = delete;
   TaggedTrack& operator=(const TaggedTrack&) = delete;
 
-  /// Takes the texts from a line as for `guessTrackLine`. False when it is malformed.
+  /// Takes the texts from a line as for `guessTrackLine`. Returns false when it is malformed.
   bool read(std::string_view line);
 
-  /// The texts in UTF-8. Throws std::bad_alloc when memory ran out.
+  /// Guesses the encoding and returns the texts in UTF-8. Throws std::bad_alloc when memory runs
+  /// out.
   GuessedTrack guess() const;
 
   const TrackRecord& texts() const { return record; }
@@ -36,13 +37,11 @@ class TaggedTrack {
 };
 
 /// Guesses the encoding of one track given as a line of text.
-/// @param line  title, artist, album, genre and composer as five fields with tabs between them,
-/// each
-///              the bytes of a text in hexadecimal that a tag claims to be ISO-8859-1, or UTF-8
-///              with "u:" in front; an empty field is an absent text
-/// @return the five texts in UTF-8 with tabs between them and blanks for control characters;
-/// nothing
-///         when the line is malformed. Throws std::bad_alloc when memory ran out.
+/// @param line  title, artist, album, genre and composer as five tab-separated fields. Each is the
+///              bytes of a text in hexadecimal, claimed as ISO-8859-1, or as UTF-8 after the prefix
+///              "u:". An empty field is an absent text.
+/// @return the five texts in UTF-8, separated by tabs, with blanks for control characters; nothing
+///         when the line is malformed. Throws std::bad_alloc when memory runs out.
 std::optional<std::string> guessTrackLine(std::string_view line);
 
 }  // namespace orvel

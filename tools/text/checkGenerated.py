@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Tells whether generated sources are what their script writes.
+"""Checks that generated sources match the output of their script.
 
 Usage: checkGenerated.py models|codeTables|pinyin
 
-Exit status: 0 they are, 1 they differ, 77 the script's tools are not installed.
+Exit status: 0 they match, 1 they differ, 77 the script's tools are not installed.
 """
 
 import pathlib
@@ -17,7 +17,7 @@ TABLES = HERE.parent.parent / "text" / "tables"
 
 
 def run(*command):
-    """Output of a script of this folder."""
+    """Runs a script of this folder and returns its output."""
     return subprocess.run([sys.executable, "-B", *command], cwd=HERE, check=True,
                           stdout=subprocess.PIPE).stdout
 

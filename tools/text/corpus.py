@@ -11,9 +11,9 @@ import re
 from languages import LANGUAGES
 
 LOCALE = "/usr/share/locale"
-# Catalogues of names of languages, countries, places, people: they look most like tags.
+# Catalogues of names of languages, countries, places and people, the texts most similar to tags.
 NAME_CATALOGUES = re.compile(r"^(iso_|iso-|libgweather|tzdata|libexif)")
-LINES = 30000  # taken of the prose of a language
+LINES = 30000  # at most, of the prose of a language
 NOISE = re.compile(r"<[^>]*>|%[-+ #0-9.$*']*(?:l|ll|z|h|j)?[a-zA-Z]|%\([^)]*\)[a-z]|\{[^}]*\}|"
                    r"\$\(?\w+\)?|\\[a-z]|https?:\S*|\S+@\S+|--?[a-z-]+=?")
 FORTUNES = {"de": ["de/*"], "es": ["es/*"], "it": ["italia", "definizioni", "leggi", "luttazzi"],
@@ -22,7 +22,7 @@ FORTUNES = {"de": ["de/*"], "es": ["es/*"], "it": ["italia", "definizioni", "leg
 
 
 def catalogue(path, original=False):
-    """The translated texts of a .mo file without those equal to the original, or the originals."""
+    """Yields the texts of a .mo file that differ from the original, or the originals of these."""
     try:
         with open(path, "rb") as f:
             entries = gettext.GNUTranslations(f)._catalog
@@ -35,7 +35,7 @@ def catalogue(path, original=False):
 
 
 def lines_of(text):
-    """Title-like lines: without markup, at most 40 characters, ended at a word."""
+    """Yields title-like lines: no markup, at most 40 characters, cut at a word."""
     for line in re.split(r"[\n\t]+", html.unescape(text)):
         line = re.sub(r"[_&](?=\w)", "", NOISE.sub("", line))
         line = re.sub(r"\s+", " ", line).strip()
@@ -46,7 +46,7 @@ def lines_of(text):
 
 
 def order(text):
-    """A fixed pseudo-random order that does not depend on where texts come from."""
+    """A sort key for a fixed pseudo-random order that is independent of the source."""
     return hashlib.md5(text.encode()).digest()
 
 
@@ -60,7 +60,7 @@ def prose(language):
                 for text in catalogue(path):
                     found.update(lines_of(text))
         lines.update(sorted(found, key=order)[:LINES])
-    if language == "en":  # what the programs themselves say
+    if language == "en":  # the programs' own messages
         for path in glob.glob(f"{LOCALE}/de/LC_MESSAGES/*.mo"):
             for text in catalogue(path, original=True):
                 lines.update(lines_of(text))
@@ -111,6 +111,6 @@ def tracks(path):
 
 
 def developed(language, rows):
-    """The texts of a development set that are in a language."""
+    """The texts in one language of a development set."""
     return sorted({text for row in rows if row[0] in LANGUAGES[language][2]
                    for text in row[3:8] if text})

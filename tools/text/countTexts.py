@@ -3,8 +3,8 @@
 
 Usage: countTexts.py DEVELOPMENT_SET OUTPUT_FOLDER
 
-Needs the translations of an installed Debian system and the packages named in corpus.py. The counts
-are what the repository keeps of these texts; generateModels.py turns them into the models.
+Needs the translations of an installed Debian system and the packages named in corpus.py. The
+repository keeps only the counts of these texts; generateModels.py turns them into the models.
 """
 
 import collections
@@ -21,7 +21,7 @@ VIETNAMESE_MARKS = "\u0300\u0301\u0303\u0309\u0323"
 
 
 def decomposed(text):
-    """Vietnamese letters as windows-1258 writes them: tone marks apart where it has no letter."""
+    """Vietnamese letters as in windows-1258: with separate tone marks where it lacks a letter."""
     out = ""
     for c in text:
         parts = unicodedata.normalize("NFD", c)
@@ -36,7 +36,7 @@ def decomposed(text):
 
 
 def symbol(c):
-    """The character itself for letters; one for all digits, blanks, kinds of punctuation."""
+    """The symbol of a character: letters stand for themselves, other kinds share one each."""
     if c <= " " or c == "\x7f":
         return " "
     if c < "\x80":
@@ -45,7 +45,7 @@ def symbol(c):
 
 
 def pairs(text):
-    """The pairs of symbols of a text with its ends as blanks."""
+    """The pairs of symbols of a text; its ends count as blanks."""
     symbols = " " + "".join(map(symbol, text)) + " "
     return [symbols[i:i + 2] for i in range(len(symbols) - 1)]
 
@@ -73,7 +73,7 @@ def char_class(c):
 
 
 def units(language, text):
-    """What is counted: pairs of letters, or characters and pairs of classes ("~" in front)."""
+    """The counted units: pairs of letters, or characters and pairs of classes (after a "~")."""
     if language == "vi":
         text = decomposed(text)
     if language == "ro":  # the eight-bit encodings have the letters with cedilla
@@ -86,7 +86,7 @@ def units(language, text):
 
 
 def spans(text):
-    """Everything from one word to another in a line, or from one character to another."""
+    """All runs of words of a line, and of characters for scripts without blanks."""
     words = text.split(" ")
     found = {" ".join(words[i:j]) for i in range(len(words)) for j in range(i + 1, len(words) + 1)}
     if len(text) < 41 and any(c > "\u2e80" or "\u0e00" < c < "\u0e80" for c in text):
@@ -95,14 +95,14 @@ def spans(text):
 
 
 class Texts:
-    """The texts of all languages by source, and what is counted in them."""
+    """The texts of all languages by source, and their counts."""
 
     def __init__(self):
         self.lines = {(language, source): getattr(corpus, source)(language)
                       for language in LANGUAGES for source in ("prose", "names")}
 
     def counts(self, language, rows, unseen=frozenset()):
-        """Counts of a language, leaving out every line that holds a text of `unseen`."""
+        """Counts a language. Skips every line that holds a text of `unseen`."""
         total = collections.Counter()
         sources = {source: self.lines[language, source] for source in ("prose", "names")}
         sources["developed"] = corpus.developed(language, rows)
@@ -119,7 +119,7 @@ class Texts:
 
 
 def write(folder, language, counts):
-    """One line per unit and count, in code point order."""
+    """Writes one line per unit and count, in code point order."""
     os.makedirs(folder, exist_ok=True)
     with open(f"{folder}/{language}.txt", "w", encoding="utf-8") as f:
         for unit, count in sorted(counts.items()):

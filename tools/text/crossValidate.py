@@ -1,12 +1,11 @@
 #!/usr/bin/python3
-"""Judges the guesser by tracks that its models were not trained with.
+"""Measures the guesser on tracks that its models were not trained with.
 
 Usage: crossValidate.py DEVELOPMENT_SET [FOLDS]
 
-Each fold of the set is judged by the filter built with models that were trained without it: without
-its tracks, and without every line of the other texts in which one of its texts occurs. The same holds
-for names of Western places, which are judged as titles. Needs what countTexts.py needs, and a C++
-compiler.
+Builds the filter for each fold of the set with models trained without it: without its tracks, and
+without every line of the other texts that contains one of its texts. Measures names of Western
+places as titles in the same way. Needs the packages of countTexts.py and a C++ compiler.
 """
 
 import collections
@@ -22,12 +21,12 @@ from countTexts import Texts, write
 from languages import CODECS, LANGUAGES, WESTERN
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-NAMES = 600  # of Western places for a fold
+NAMES = 600  # of Western places per fold
 GENERATED = ("LatinModels", "ScriptModels", "CjkModels")
 
 
 def western_names():
-    """Names of places with a letter beyond ASCII, in the languages that windows-1252 is used for."""
+    """Names of places with a letter beyond ASCII, in the languages of windows-1252."""
     found = set(corpus.subdivisions())
     for language in (l for l, codecs in CODECS.items() if codecs == WESTERN):
         for locale in LANGUAGES[language][0]:
@@ -39,7 +38,7 @@ def western_names():
 
 
 def encodable(name):
-    """True when windows-1252 can hold the name."""
+    """True when windows-1252 can encode the name."""
     try:
         return bool(name.encode("cp1252"))
     except UnicodeEncodeError:
@@ -47,7 +46,7 @@ def encodable(name):
 
 
 def build(folder, objects):
-    """The filter with the models in the folder; other sources are compiled once, into `objects`."""
+    """Builds the filter with the models in the folder; compiles the rest once, into `objects`."""
     compiler = ["g++", "-std=c++20", "-O2", f"-I{ROOT}"]
     others = GENERATED + ("AsianForms", "PinyinTable")
     sources = [p for p in sorted(ROOT.glob("text/**/*.cpp")) if p.stem not in others]
@@ -64,7 +63,7 @@ def build(folder, objects):
 
 
 class Score:
-    """Right and all tracks by group."""
+    """Numbers of right and of all tracks by group."""
 
     def __init__(self):
         self.right, self.all = collections.Counter(), collections.Counter()
@@ -76,14 +75,14 @@ class Score:
             self.right[group] += good
 
     def show(self):
-        """Prints a line for each group."""
+        """Prints one line per group."""
         for group in sorted(self.all):
             right, total = self.right[group], self.all[group]
             print(f"{group:32} {100 * right / total:6.2f} %  ({total - right} wrong of {total})")
 
 
 def groups_of(row):
-    """What a track is counted in."""
+    """The groups that a track counts in."""
     language, encoding, note = row[:3]
     found = ["all", f"language {language}", f"encoding {encoding}"]
     if encoding == "windows-1252":
@@ -96,7 +95,7 @@ def groups_of(row):
 
 
 def judge(program, rows, names, score):
-    """Counts what the filter makes of a fold."""
+    """Runs the filter over a fold and counts its right results."""
     jobs = []
     for row in rows:
         jobs.append((groups_of(row), row[8:13], row[3:8]))

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes what the bytes of legacy encodings mean to *Table*.cpp in text/tables/.
+"""Writes the characters of the byte codes of legacy encodings to *Table*.cpp in text/tables/.
 
 Usage: generateCodeTables.py OUTPUT_FOLDER
 
@@ -8,8 +8,8 @@ The tables are those of Python's own codecs, which follow the vendors' mappings.
 
 import sys
 
-# Upper halves of the eight-bit encodings, named as the C++ code names them. KOI8-U is KOI8-R with
-# Ukrainian letters in place of some lines for drawing boxes.
+# Upper halves of the eight-bit encodings, in the order of the C++ enumeration. KOI8-U is KOI8-R
+# with Ukrainian letters in place of some box-drawing characters.
 SINGLE = ["cp1250", "cp1251", "cp1252", "cp1253", "cp1254", "cp1255", "cp1256", "cp1257", "cp1258",
           "cp874", "koi8_u", "iso8859_2", "iso8859_15", "iso8859_16"]
 HIGH = range(0xA1, 0xFF)
@@ -27,7 +27,7 @@ namespace orvel {
 
 
 def decoded(codec, *data):
-    """The one character of the Basic Multilingual Plane that the bytes mean, or NONE."""
+    """The character of the Basic Multilingual Plane with these bytes, or NONE."""
     try:
         text = bytes(data).decode(codec)
     except UnicodeDecodeError:
@@ -37,7 +37,7 @@ def decoded(codec, *data):
 
 
 def shown(c):
-    """A character in a literal: marks and what reads from right to left as numbers."""
+    """A character in a literal; marks and right-to-left characters become escapes."""
     code = ord(c)
     plain = (0xC0 <= code < 0x300 or 0x370 < code < 0x530 or 0x3041 < code < 0x3100 or
              0x4E00 <= code < 0xA000 or 0xAC00 <= code < 0xD7A4) and c.isprintable()
@@ -45,7 +45,7 @@ def shown(c):
 
 
 def literal(text):
-    """Adjacent string literals; those with hexadecimal escapes end where such a one could grow."""
+    """Adjacent string literals, ended after a hexadecimal escape that more digits would extend."""
     lines, width = ["    u\""], 0
     for c in text:
         item = shown(c)
@@ -65,7 +65,7 @@ def table(name, text):
 
 
 def single(codec):
-    """The upper half of an eight-bit encoding; bytes without meaning stay control characters."""
+    """The upper half of an eight-bit encoding; cp1252 keeps unassigned bytes as controls."""
     found = [decoded(codec, byte) for byte in range(0x80, 0x100)]
     if codec == "cp1252":
         found = [chr(0x80 + i) if c == NONE else c for i, c in enumerate(found)]
@@ -80,7 +80,7 @@ def shift_jis(row, cell):
 
 
 def extension_tail():
-    """What follows the Han characters of Unicode order at the end of GBK."""
+    """The end of GBK, after its Han characters in Unicode order."""
     codes = [(lead, trail) for lead in range(0xAA, 0xFF)
              for trail in list(range(0x40, 0x7F)) + list(range(0x80, 0xA1))]
     texts = [decoded("gb18030", *code) for code in codes]

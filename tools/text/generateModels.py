@@ -13,14 +13,14 @@ import sys
 from languages import CJK, CODECS, LATIN, OTHER
 from printable import cost_digit, level_digits, literal
 
-ALPHABET_SIZE = 40  # letters beyond ASCII at most
-LETTER_SHARE = 1e-4  # of a language's characters that makes one of them its letter
+ALPHABET_SIZE = 40  # largest number of letters beyond ASCII
+LETTER_SHARE = 1e-4  # share of a language's characters from which one counts as its letter
 TYPOGRAPHIC = set("\u2010\u2011\u2012\u2013\u2014\u2018\u2019\u201a\u201c\u201d\u201e\u2022\u2026"
                   "\u20ac\u2122\u00a0\u00a9\u00ab\u00ae\u00b0\u00b4\u00b7\u00bb")
-# How many characters a class shares its probability among, as nats.
+# The number of characters that share the probability of a class, in nats.
 WITHIN = {"typographic": math.log(12), "odd": math.log(40), "foreign": math.log(60)}
-ENGLISH_LETTER = 2.8  # nats of an ASCII letter where letters are not told apart
-BACKOFF = 300  # counts that a pair's expectation from its second half is worth
+ENGLISH_LETTER = 2.8  # nats of an ASCII letter in models that do not distinguish them
+BACKOFF = 300  # weight, in counts, of a pair's expectation from its second half
 FIXED = [" ", "0", ".", "typographic", "odd", "foreign"]
 
 
@@ -90,8 +90,8 @@ def alphabet_model(language, counts):
     return letters, costs
 
 
-# Where the characters of an East Asian language stand in its main encoding: codec, first and last
-# lead byte, trail bytes; the cost table runs through these cells.
+# The cells of the cost table of an East Asian language, in its main encoding: codec, lead bytes and
+# trail bytes.
 HIGH = range(0xA1, 0xFF)
 CELLS = {
     "zh": ("gb2312", range(0xB0, 0xF8), list(HIGH)),
@@ -99,13 +99,13 @@ CELLS = {
     "ja": ("euc_jp", range(0xA4, 0xF5), list(HIGH)),
     "ko": ("euc_kr", range(0xB0, 0xC9), list(HIGH)),
 }
-# Characters beside those of the cost table that a class has, for sharing out what is left.
+# The number of characters of each class outside the cost table, which share its remaining cost.
 UNLISTED = [1, 1, 1, 20, 20, 12000, 8000, 60, 30, 500]
 CLASSES = 10
 
 
 def cjk_model(language, counts):
-    """Costs of the cells, of a class after another, and of a class's unlisted characters."""
+    """The costs of the cells, of a class's unlisted characters, and of a class after another."""
     from countTexts import char_class
     codec, leads, trails = CELLS[language]
     cells = [bytes([lead, trail]).decode(codec, "ignore") for lead in leads for trail in trails]
@@ -144,7 +144,7 @@ def cjk_model(language, counts):
 
 
 def escaped(letters):
-    """Letters as a UTF-16 literal, marks and what has no own shape as numbers."""
+    """Letters as a UTF-16 literal; marks and other scripts become escapes."""
     return "".join(c if c.isalpha() and c < "\u0300" or "\u0370" < c < "\u0530" else
                    f"\\u{ord(c):04X}" for c in letters)
 

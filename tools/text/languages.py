@@ -1,4 +1,4 @@
-"""The languages that the models tell apart and the encodings that their texts come in."""
+"""The languages of the models and the encodings of their texts."""
 
 # Language: translations in Debian's packages, name generators of python3-fake-factory, and the
 # languages of a development set that belong to it.

@@ -1,4 +1,4 @@
-"""Numbers as the printable characters that a C++ string literal holds without escapes."""
+"""Encodes numbers as printable characters that a C++ string literal holds without escapes."""
 
 DIGITS = "".join(chr(c) for c in range(0x23, 0x7F) if chr(c) not in "\\?")
 STEPS_PER_NAT = 6
@@ -27,7 +27,7 @@ def literal(text):
 
 
 def wrapped(items):
-    """Items with a comma behind each in lines of at most COLUMNS characters."""
+    """Items, each followed by a comma, in lines of at most COLUMNS characters."""
     lines = [""]
     for item in items:
         if len(lines[-1]) + len(item) + 1 > COLUMNS:

@@ -3,8 +3,8 @@
 
 #include "tools/text/TrackLine.h"
 
-/// Reads tracks from the standard input as lines for `guessTrackLine` and writes what they are to
-/// the standard output, line by line. Ends with status 2 at a malformed line.
+/// Reads tracks from the standard input as lines for `guessTrackLine` and writes the guessed texts
+/// to the standard output, line by line. Exits with status 2 at a malformed line.
 int main() {
   std::ios::sync_with_stdio(false);
   std::string line;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,42 +10,37 @@ namespace orvel::test {
 /// Writes numbers and texts as the protocol wants them: little endian, texts in UTF-16.
 class Dataset {
  public:
-  Dataset& u8(std::uint8_t value) { return number(value, 1); }
-  Dataset& u16(std::uint16_t value) { return number(value, 2); }
-  Dataset& u32(std::uint32_t value) { return number(value, 4); }
-  Dataset& u64(std::uint64_t value) { return number(value, 8); }
+  Dataset& u8(std::uint64_t value) { return number(value, 1); }
+  Dataset& u16(std::uint64_t value) { return number(value, 2); }
+  Dataset& u32(std::uint64_t value) { return number(value, 4); }
+  Dataset& number(std::uint64_t value, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i) content += static_cast<char>(value >> 8 * i & 0xFF);
+    return *this;
+  }
+  Dataset& zeros(std::size_t count) {
+    content.append(count, '\0');
+    return *this;
+  }
   /// Cut at the 254 units that a text may have.
-  Dataset& text(std::u16string_view text);
-  Dataset& text(std::string_view utf8);
-  /// An array: the count, then the elements.
-  Dataset& array(const std::vector<std::uint16_t>& values);
-  Dataset& array(const std::vector<std::uint32_t>& values);
+  Dataset& text(std::u16string_view text) {
+    text = text.substr(0, 254);
+    if (text.empty()) return u8(0);
+    u8(text.size() + 1);
+    for (const char16_t unit : text) u16(unit);
+    return u16(0);
+  }
+  /// The count, then the elements.
+  template <class Numbers>
+  Dataset& array(const Numbers& values) {
+    u32(values.size());
+    for (const auto value : values) number(value, sizeof value);
+    return *this;
+  }
 
   [[nodiscard]] const std::string& bytes() const { return content; }
 
  private:
-  Dataset& number(std::uint64_t value, unsigned size);
-
   std::string content;
 };
-
-/// One message on the bus; all three kinds have the same head.
-struct Container {
-  static constexpr std::size_t kHeadSize = 12;
-
-  std::uint16_t type = 0;
-  std::uint16_t code = 0;
-  std::uint32_t transaction = 0;
-  std::string payload;
-
-  [[nodiscard]] std::string bytes() const;
-  /// Nothing if `bytes` is shorter than a head.
-  static std::optional<Container> parse(std::string_view bytes);
-  /// The 32-bit number at this place in the payload; 0 where there is none.
-  [[nodiscard]] std::uint32_t parameter(std::size_t index) const;
-};
-
-/// UTF-16 of a text; what is ill-formed becomes U+FFFD.
-std::u16string utf16(std::string_view utf8);
 
 }  // namespace orvel::test

@@ -1,121 +1,62 @@
 #include "tests/mtp/responder/Media.h"
 
-#include <algorithm>
-#include <stdexcept>
-
-#include "tests/mtp/responder/Dataset.h"
+#include <boost/locale/encoding_utf.hpp>
 
 namespace orvel::test {
 
-FileContent fileContent(std::string bytes) {
-  return std::make_shared<const std::string>(std::move(bytes));
+std::uint32_t Media::addStorage(const std::u16string& description) {
+  storages.push_back(description);
+  return storageId(storages.size() - 1);
 }
 
-std::uint32_t Media::addStorage(const std::string& description) {
-  const auto id = static_cast<std::uint32_t>((storageList.size() + 1) << 16 | 1);
-  storageList.push_back({.id = id, .description = description});
-  return id;
+std::uint32_t Media::folderAbove(std::uint32_t storage, const std::string& path) {
+  const std::string folder = path.substr(0, path.rfind('/'));
+  if (folder.empty()) return 0;
+  std::uint32_t& handle = folders[{storage, folder}];
+  if (handle == 0) handle = add(storage, folder, ptp::kAssociation);
+  return handle;
 }
 
-MediaObject& Media::add(std::uint32_t storage, const std::string& path) {
-  if (path.empty() || path.front() != '/') throw std::invalid_argument(path);
-  if (byPath.contains({storage, path})) throw std::invalid_argument(path + " exists");
-  const std::size_t slash = path.rfind('/');
-  const std::uint32_t parent = slash == 0 ? 0 : addFolder(storage, path.substr(0, slash));
-  MediaObject& object = byHandle[++lastHandle];
-  object.handle = lastHandle;
+std::uint32_t Media::add(std::uint32_t storage, const std::string& path, std::uint16_t format,
+                         const std::string& content) {
+  MediaObject object;
   object.storage = storage;
-  object.parent = parent;
-  object.name = utf16(path.substr(slash + 1));
-  byPath[{storage, path}] = object.handle;
-  return object;
-}
-
-std::uint32_t Media::addFolder(std::uint32_t storage, const std::string& path) {
-  if (const std::uint32_t known = handleOf(storage, path); known != 0) return known;
-  MediaObject& folder = add(storage, path);
-  folder.format = ptp::kAssociation;
-  return folder.handle;
-}
-
-std::uint32_t Media::addFile(std::uint32_t storage, const std::string& path,
-                             const FileContent& content, std::uint16_t format) {
-  MediaObject& file = add(storage, path);
-  file.format = format;
-  file.content = content;
-  file.size = content ? content->size() : 0;
-  return file.handle;
+  object.parent = folderAbove(storage, path);
+  object.name = boost::locale::conv::utf_to_utf<char16_t>(path.substr(path.rfind('/') + 1));
+  object.format = format;
+  object.content = content;
+  object.size = content.size();
+  objects[++lastHandle] = std::move(object);
+  return lastHandle;
 }
 
 std::uint32_t Media::addTrack(std::uint32_t storage, const std::string& path, const TrackTags& tags,
-                              const FileContent& content) {
-  const std::uint32_t handle = addFile(storage, path, content, audioFormat(path));
-  byHandle[handle].tags = tags;
+                              const std::string& content) {
+  const std::uint16_t format = path.ends_with(".flac") ? ptp::kFlac : ptp::kMp3;
+  const std::uint32_t handle = add(storage, path, format, content);
+  objects[handle].tags = tags;
   return handle;
 }
 
 std::uint32_t Media::addPlaylist(std::uint32_t storage, const std::string& path,
-                                 const std::string& name,
+                                 const std::u16string& name,
                                  const std::vector<std::uint32_t>& members) {
-  MediaObject& list = add(storage, path);
-  list.format = ptp::kPlaylist;
-  list.tags.title = name;
-  list.references = members;
-  return list.handle;
-}
-
-void Media::remove(std::uint32_t handle) {
-  const auto found = byHandle.find(handle);
-  if (found == byHandle.end()) return;
-  const std::uint32_t storage = found->second.storage;
-  byHandle.erase(found);
-  std::erase_if(byPath, [&](const auto& entry) { return entry.second == handle; });
-  for (const std::uint32_t child : children(storage, handle)) remove(child);
+  const std::uint32_t handle = add(storage, path, ptp::kPlaylist);
+  objects[handle].tags.title = name;
+  objects[handle].references = members;
+  return handle;
 }
 
 void Media::renumber() {
-  std::map<std::uint32_t, std::uint32_t> fresh;
-  for (const auto& [handle, object] : byHandle) fresh[handle] = ++lastHandle;
+  const std::uint32_t offset = lastHandle;
   std::map<std::uint32_t, MediaObject> renumbered;
-  for (auto& [handle, object] : byHandle) {
-    object.handle = fresh[handle];
-    if (fresh.contains(object.parent)) object.parent = fresh[object.parent];
-    for (std::uint32_t& member : object.references) {
-      if (fresh.contains(member)) member = fresh[member];
-    }
-    renumbered[object.handle] = std::move(object);
+  for (auto& [handle, object] : objects) {
+    if (object.parent != 0) object.parent += offset;
+    for (std::uint32_t& member : object.references) member += offset;
+    renumbered[handle + offset] = std::move(object);
   }
-  byHandle = std::move(renumbered);
-  for (auto& [path, handle] : byPath) handle = fresh[handle];
-}
-
-MediaObject* Media::find(std::uint32_t handle) {
-  const auto found = byHandle.find(handle);
-  return found == byHandle.end() ? nullptr : &found->second;
-}
-
-std::uint32_t Media::handleOf(std::uint32_t storage, const std::string& path) const {
-  const auto found = byPath.find({storage, path});
-  return found == byPath.end() ? 0 : found->second;
-}
-
-std::vector<std::uint32_t> Media::children(std::uint32_t storage, std::uint32_t parent) const {
-  std::vector<std::uint32_t> handles;
-  for (const auto& [handle, object] : byHandle) {
-    if (object.storage == storage && object.parent == parent) handles.push_back(handle);
-  }
-  return handles;
-}
-
-std::uint16_t audioFormat(const std::string& name) {
-  static const std::map<std::string, std::uint16_t> formats = {
-      {"mp3", ptp::kMp3}, {"wav", ptp::kWav},   {"wma", ptp::kWma}, {"ogg", ptp::kOgg},
-      {"aac", ptp::kAac}, {"flac", ptp::kFlac}, {"m4a", ptp::kMp4}, {"mp4", ptp::kMp4}};
-  std::string extension = name.substr(name.rfind('.') + 1);
-  std::ranges::transform(extension, extension.begin(),
-                         [](char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; });
-  const auto found = formats.find(extension);
-  return found == formats.end() ? static_cast<std::uint16_t>(ptp::kUndefined) : found->second;
+  objects = std::move(renumbered);
+  lastHandle += offset;
 }
 
 }  // namespace orvel::test

@@ -1,39 +1,156 @@
 #include "tests/mtp/responder/Responder.h"
 
 #include <algorithm>
+#include <numeric>
+#include <span>
+#include <utility>
 
-#include "tests/mtp/responder/ObjectProperties.h"
+#include "tests/mtp/responder/Dataset.h"
 
 namespace orvel::test {
 namespace {
 
-constexpr std::uint32_t kMediaExtension = 6;  // the vendor id that marks MTP
-constexpr std::uint64_t kLongestFile = 64ULL << 20;
+/// Some devices do not know the last one.
+constexpr std::uint16_t kOperations[] = {
+    ptp::kGetDeviceInfo,           ptp::kOpenSession,       ptp::kCloseSession,
+    ptp::kGetStorageIds,           ptp::kGetStorageInfo,    ptp::kGetNumObjects,
+    ptp::kGetObjectHandles,        ptp::kGetObjectInfo,     ptp::kGetObject,
+    ptp::kGetObjectPropsSupported, ptp::kGetObjectPropDesc, ptp::kGetObjectPropValue,
+    ptp::kGetObjectReferences,     ptp::kGetPartialObject};
+
+std::uint32_t numberAt(std::string_view bytes, std::size_t position, unsigned size) {
+  std::uint32_t value = 0;
+  for (unsigned i = 0; i < size && position + i < bytes.size(); ++i)
+    value |= std::uint32_t{static_cast<unsigned char>(bytes[position + i])} << 8 * i;
+  return value;
+}
+
+std::span<const std::uint16_t> operationsOf(const DeviceIdentity& identity) {
+  return {kOperations, std::size(kOperations) - (identity.readsParts ? 0 : 1)};
+}
+
+/// One message on the bus; all kinds have the same head.
+std::string container(ptp::ContainerType type, std::uint16_t code, std::uint32_t transaction,
+                      const std::string& payload) {
+  constexpr std::size_t kHeadSize = 12;
+  return Dataset().u32(kHeadSize + payload.size()).u16(type).u16(code).u32(transaction).bytes() +
+         payload;
+}
+
+std::string objectInfo(const MediaObject& object) {
+  return Dataset()
+      .u32(object.storage)
+      .u16(object.format)
+      .u16(0)  // not protected
+      .u32(std::min<std::uint64_t>(object.size, 0xFFFFFFFF))
+      .zeros(2 + 6 * 4)  // no thumbnail, and no picture in the six numbers that follow
+      .u32(object.parent)
+      .u16(object.format == ptp::kAssociation ? 1 : 0)
+      .zeros(2 * 4)
+      .text(object.name)
+      .text(object.modified)
+      .text(object.modified)
+      .text({})  // keywords
+      .bytes();
+}
+
+/// Something that the media extension tells of objects.
+struct Property {
+  enum class Of { All, Named, Tracks };
+  enum Type : std::uint16_t {
+    kUint16 = 0x0004,
+    kUint32 = 0x0006,
+    kUint64 = 0x0008,
+    kText = 0xFFFF
+  };
+
+  std::uint16_t code;
+  Type type;
+  Of of;
+  void (*write)(Dataset& data, const MediaObject& object);
+
+  [[nodiscard]] bool isOf(std::uint16_t format) const {
+    const bool isTrack = format == ptp::kMp3 || format == ptp::kFlac || format == ptp::kMp4;
+    return of == Of::All || isTrack || (of == Of::Named && format == ptp::kPlaylist);
+  }
+};
+
+using Of = Property::Of;
+
+constexpr Property kProperties[] = {
+    {0xDC01, Property::kUint32, Of::All, [](Dataset& data, auto& it) { data.u32(it.storage); }},
+    {0xDC02, Property::kUint16, Of::All, [](Dataset& data, auto& it) { data.u16(it.format); }},
+    {0xDC04, Property::kUint64, Of::All, [](Dataset& data, auto& it) { data.number(it.size, 8); }},
+    {0xDC07, Property::kText, Of::All, [](Dataset& data, auto& it) { data.text(it.name); }},
+    {0xDC09, Property::kText, Of::All, [](Dataset& data, auto& it) { data.text(it.modified); }},
+    {0xDC0B, Property::kUint32, Of::All, [](Dataset& data, auto& it) { data.u32(it.parent); }},
+    {0xDC44, Property::kText, Of::Named, [](Dataset& data, auto& it) { data.text(it.tags.title); }},
+    {0xDC46, Property::kText, Of::Tracks,
+     [](Dataset& data, auto& it) { data.text(it.tags.artist); }},
+    {0xDC89, Property::kUint32, Of::Tracks, [](Dataset& data, auto&) { data.u32(180000); }},
+    {0xDC8B, Property::kUint16, Of::Tracks,
+     [](Dataset& data, auto& it) { data.u16(it.tags.number); }},
+    {0xDC8C, Property::kText, Of::Tracks,
+     [](Dataset& data, auto& it) { data.text(it.tags.genre); }},
+    {0xDC96, Property::kText, Of::Tracks,
+     [](Dataset& data, auto& it) { data.text(it.tags.composer); }},
+    {0xDC9A, Property::kText, Of::Tracks,
+     [](Dataset& data, auto& it) { data.text(it.tags.album); }},
+};
+
+const Property* propertyWith(std::uint32_t code) {
+  const auto* const found = std::ranges::find(kProperties, code, &Property::code);
+  return found == std::end(kProperties) ? nullptr : found;
+}
+
+std::string propertiesOf(std::uint32_t format) {
+  std::vector<std::uint16_t> codes;
+  for (const Property& property : kProperties) {
+    if (property.isOf(static_cast<std::uint16_t>(format))) codes.push_back(property.code);
+  }
+  return Dataset().array(codes).bytes();
+}
+
+std::string propertyDescription(const Property& property) {
+  MediaObject none;
+  none.modified.clear();
+  Dataset data;
+  data.u16(property.code).u16(property.type).u8(0);  // cannot be written
+  property.write(data, none);
+  return data.u32(0).u8(0).bytes();  // no group, no form
+}
+
+std::string propertyValue(const Property& property, const MediaObject& object) {
+  Dataset data;
+  property.write(data, object);
+  return data.bytes();
+}
 
 }  // namespace
+
+std::uint32_t Responder::Command::subject() const {
+  const bool isOfFolder = code == ptp::kGetObjectHandles || code == ptp::kGetNumObjects;
+  return parameters[isOfFolder ? 2 : 0];
+}
 
 Responder::Responder(Media media, DeviceIdentity identity)
     : media(std::move(media)), identity(std::move(identity)) {}
 
-std::vector<std::string> Responder::answer(std::string_view container) {
+std::vector<std::string> Responder::answer(std::string_view bytes) {
   const std::lock_guard lock(mutex);
-  const std::optional<Container> command = Container::parse(container);
-  if (!command || command->type != ptp::kCommand) return {};
-  ++counters[command->code][subjectOf(*command)];
-  const Fault* fault = faultOf(*command);
+  const Command command{static_cast<std::uint16_t>(numberAt(bytes, 6, 2)),
+                        numberAt(bytes, 8, 4),
+                        {numberAt(bytes, 12, 4), numberAt(bytes, 16, 4), numberAt(bytes, 20, 4)}};
+  ++counters[command.code];
+  const Fault* fault = faultOf(command);
   if (fault && fault->silent) return {};
-  Answer answer = fault && fault->refusal ? Answer{.code = *fault->refusal} : execute(*command);
+  Answer answer = fault && fault->refusal ? Answer{.code = *fault->refusal} : execute(command);
   std::vector<std::string> containers;
   if (answer.dataset) {
     if (fault && fault->rewrite) fault->rewrite(*answer.dataset);
-    containers.push_back(
-        Container{ptp::kData, command->code, command->transaction, *std::move(answer.dataset)}
-            .bytes());
+    containers.push_back(container(ptp::kData, command.code, command.transaction, *answer.dataset));
   }
-  Dataset parameters;
-  for (const std::uint32_t parameter : answer.parameters) parameters.u32(parameter);
-  containers.push_back(
-      Container{ptp::kResponse, answer.code, command->transaction, parameters.bytes()}.bytes());
+  containers.push_back(container(ptp::kResponse, answer.code, command.transaction, {}));
   return containers;
 }
 
@@ -57,30 +174,18 @@ void Responder::clearFaults() {
   faults.clear();
 }
 
-std::size_t Responder::calls(ptp::Operation operation) const {
-  const std::map<std::uint16_t, std::size_t> all = calls();
-  const auto found = all.find(operation);
-  return found == all.end() ? 0 : found->second;
-}
-
 std::map<std::uint16_t, std::size_t> Responder::calls() const {
   const std::lock_guard lock(mutex);
-  std::map<std::uint16_t, std::size_t> sums;
-  for (const auto& [operation, subjects] : counters) {
-    for (const auto& [subject, count] : subjects) sums[operation] += count;
-  }
-  return sums;
+  return counters;
 }
 
-std::size_t Responder::calls(ptp::Operation operation, std::uint32_t subject) const {
-  const std::lock_guard lock(mutex);
-  const auto subjects = counters.find(operation);
-  if (subjects == counters.end()) return 0;
-  const auto found = subjects->second.find(subject);
-  return found == subjects->second.end() ? 0 : found->second;
+std::size_t Responder::operations() const {
+  const auto all = calls();
+  return std::accumulate(all.begin(), all.end(), std::size_t{0},
+                         [](std::size_t sum, const auto& entry) { return sum + entry.second; });
 }
 
-std::uint64_t Responder::fileBytes() const {
+std::size_t Responder::fileBytes() const {
   const std::lock_guard lock(mutex);
   return sentFileBytes;
 }
@@ -91,38 +196,10 @@ void Responder::clearCounters() {
   sentFileBytes = 0;
 }
 
-const std::map<std::uint16_t, Responder::Handler>& Responder::handlers() {
-  static const std::map<std::uint16_t, Handler> table = {
-      {ptp::kGetDeviceInfo, &Responder::getDeviceInfo},
-      {ptp::kOpenSession, &Responder::openSession},
-      {ptp::kCloseSession, &Responder::closeSession},
-      {ptp::kGetStorageIds, &Responder::getStorageIds},
-      {ptp::kGetStorageInfo, &Responder::getStorageInfo},
-      {ptp::kGetNumObjects, &Responder::getNumObjects},
-      {ptp::kGetObjectHandles, &Responder::getObjectHandles},
-      {ptp::kGetObjectInfo, &Responder::getObjectInfo},
-      {ptp::kGetObject, &Responder::getObject},
-      {ptp::kGetPartialObject, &Responder::getPartialObject},
-      {ptp::kGetPartialObject64, &Responder::getPartialObject64},
-      {ptp::kGetObjectPropsSupported, &Responder::getObjectPropsSupported},
-      {ptp::kGetObjectPropDesc, &Responder::getObjectPropDesc},
-      {ptp::kGetObjectPropValue, &Responder::getObjectPropValue},
-      {ptp::kGetObjPropList, &Responder::getObjPropList},
-      {ptp::kGetObjectReferences, &Responder::getObjectReferences}};
-  return table;
-}
-
-std::uint32_t Responder::subjectOf(const Container& command) {
-  const bool ofFolder =
-      command.code == ptp::kGetObjectHandles || command.code == ptp::kGetNumObjects;
-  return command.parameter(ofFolder ? 2 : 0);
-}
-
-Fault* Responder::faultOf(const Container& command) {
-  const std::uint32_t subject = subjectOf(command);
+Fault* Responder::faultOf(const Command& command) {
   for (Fault& fault : faults) {
     const bool isMeant = fault.operation == ptp::kAnyOperation || fault.operation == command.code;
-    if (!isMeant || fault.subject.value_or(subject) != subject) continue;
+    if (!isMeant || fault.subject.value_or(command.subject()) != command.subject()) continue;
     if (fault.after > 0) {
       --fault.after;
     } else if (fault.times > 0) {
@@ -133,199 +210,117 @@ Fault* Responder::faultOf(const Container& command) {
   return nullptr;
 }
 
-Responder::Answer Responder::execute(const Container& command) {
-  const auto handler = handlers().find(command.code);
-  if (handler == handlers().end() || !identity.operations.contains(command.code))
+Responder::Answer Responder::execute(const Command& command) {
+  if (std::ranges::count(operationsOf(identity), command.code) == 0)
     return {.code = ptp::kOperationNotSupported};
-  if (!sessionOpen && command.code != ptp::kGetDeviceInfo && command.code != ptp::kOpenSession)
-    return {.code = ptp::kSessionNotOpen};
-  return (this->*handler->second)(command);
-}
-
-Responder::Answer Responder::getDeviceInfo(const Container&) {
-  const std::vector<std::uint16_t> none;
-  return {.dataset = Dataset()
-                         .u16(100)  // of the standard's version
-                         .u32(kMediaExtension)
-                         .u16(100)
-                         .text(identity.extensions)
-                         .u16(0)
-                         .array(std::vector<std::uint16_t>(identity.operations.begin(),
-                                                           identity.operations.end()))
-                         .array(none)  // events
-                         .array(none)  // device properties
-                         .array(none)  // formats that it records
-                         .array(identity.formats)
-                         .text(identity.maker)
-                         .text(identity.model)
-                         .text("1.0")
-                         .text(identity.serial)
-                         .bytes()};
-}
-
-Responder::Answer Responder::openSession(const Container&) {
-  if (sessionOpen) return {.code = ptp::kSessionAlreadyOpen};
-  sessionOpen = true;
-  return {};
-}
-
-Responder::Answer Responder::closeSession(const Container&) {
-  sessionOpen = false;
-  return {};
-}
-
-Responder::Answer Responder::getStorageIds(const Container&) {
-  std::vector<std::uint32_t> ids;
-  if (!locked) {
-    for (const MediaStorage& storage : media.storages()) ids.push_back(storage.id);
+  if (command.code == ptp::kGetDeviceInfo) return {.dataset = deviceInfo()};
+  if (command.code == ptp::kOpenSession) {
+    const bool wasOpen = std::exchange(sessionOpen, true);
+    return {.code = wasOpen ? ptp::kSessionAlreadyOpen : ptp::kOk};
   }
-  return {.dataset = Dataset().array(ids).bytes()};
+  if (!sessionOpen) return {.code = ptp::kSessionNotOpen};
+  return executeInSession(command);
 }
 
-Responder::Answer Responder::getStorageInfo(const Container& command) {
-  const auto storage = std::ranges::find(media.storages(), command.parameter(0), &MediaStorage::id);
-  if (locked || storage == media.storages().end()) return {.code = ptp::kInvalidStorageId};
+Responder::Answer Responder::executeInSession(const Command& command) {
+  const auto [first, second, third] = command.parameters;
+  const auto found = media.objects.find(first);
+  const MediaObject* const object = found == media.objects.end() ? nullptr : &found->second;
+  switch (command.code) {
+    case ptp::kCloseSession:
+      sessionOpen = false;
+      return {};
+    case ptp::kGetStorageIds: {
+      std::vector<std::uint32_t> ids;
+      for (std::size_t i = 0; !locked && i < media.storages.size(); ++i)
+        ids.push_back(Media::storageId(i));
+      return {.dataset = Dataset().array(ids).bytes()};
+    }
+    case ptp::kGetStorageInfo:
+      return storageInfo(first);
+    case ptp::kGetNumObjects:
+      return {};
+    case ptp::kGetObjectHandles:
+      return objectHandles(first, third);
+    case ptp::kGetObjectPropsSupported:
+      return {.dataset = propertiesOf(first)};
+    case ptp::kGetObjectPropDesc: {
+      const Property* const property = propertyWith(first);
+      if (!property) return {.code = ptp::kInvalidObjectPropCode};
+      return {.dataset = propertyDescription(*property)};
+    }
+    default:
+      break;
+  }
+  if (!object) return {.code = ptp::kInvalidObjectHandle};
+  switch (command.code) {
+    case ptp::kGetObjectInfo:
+      return {.dataset = objectInfo(*object)};
+    case ptp::kGetObject:
+      return fileBytesOf(*object, 0, object->content.size());
+    case ptp::kGetPartialObject:
+      return fileBytesOf(*object, second, third);
+    case ptp::kGetObjectReferences:
+      return {.dataset = Dataset().array(object->references).bytes()};
+    default:
+      break;
+  }
+  const Property* const property = propertyWith(second);
+  if (!property || !property->isOf(object->format)) return {.code = ptp::kInvalidObjectPropCode};
+  return {.dataset = propertyValue(*property, *object)};
+}
+
+std::string Responder::deviceInfo() const {
+  const std::vector<std::uint16_t> none;
+  return Dataset()
+      .u16(100)  // of the standard's version
+      .u32(6)    // the vendor id that marks MTP
+      .u16(100)
+      .text(identity.extensions)
+      .u16(0)
+      .array(operationsOf(identity))
+      .array(none)  // events
+      .array(none)  // device properties
+      .array(none)  // formats that it records
+      .array(identity.formats)
+      .text(u"Orvel")
+      .text(u"Test player")
+      .text(u"1.0")
+      .text(std::u16string(identity.serial.begin(), identity.serial.end()))
+      .bytes();
+}
+
+Responder::Answer Responder::storageInfo(std::uint32_t id) const {
+  const std::size_t index = (id >> 16) - 1;
+  if (locked || index >= media.storages.size()) return {.code = ptp::kInvalidStorageId};
   return {.dataset = Dataset()
                          .u16(3)  // fixed memory
                          .u16(2)  // folders within folders
                          .u16(0)  // may be written
-                         .u64(storage->capacity)
-                         .u64(storage->freeBytes)
-                         .u32(ptp::kAll)
-                         .text(storage->description)
-                         .text(std::string_view())
+                         .number(64ULL << 30, 8)
+                         .number(32ULL << 30, 8)
+                         .u32(0xFFFFFFFF)  // any number of further objects
+                         .text(media.storages[index])
+                         .text({})
                          .bytes()};
 }
 
-Responder::Answer Responder::listed(const Container& command, std::vector<std::uint32_t>& handles) {
-  const std::uint32_t storage = command.parameter(0);
-  const std::uint32_t parent = command.parameter(2);
-  const bool known = std::ranges::count(media.storages(), storage, &MediaStorage::id) > 0;
-  if (locked || (storage != ptp::kAll && !known)) return {.code = ptp::kInvalidStorageId};
-  if (parent != ptp::kRoot && parent != 0 && !media.find(parent))
-    return {.code = ptp::kInvalidParentObject};
-  const std::uint32_t folder = parent == ptp::kRoot ? 0 : parent;
-  for (const MediaStorage& each : media.storages()) {
-    if (storage != ptp::kAll && storage != each.id) continue;
-    const std::vector<std::uint32_t> children = media.children(each.id, folder);
-    handles.insert(handles.end(), children.begin(), children.end());
-  }
-  return {};
-}
-
-Responder::Answer Responder::getNumObjects(const Container& command) {
+Responder::Answer Responder::objectHandles(std::uint32_t storage, std::uint32_t parent) const {
+  if (locked) return {.code = ptp::kInvalidStorageId};
   std::vector<std::uint32_t> handles;
-  Answer answer = listed(command, handles);
-  answer.parameters = {static_cast<std::uint32_t>(handles.size())};
-  return answer;
-}
-
-Responder::Answer Responder::getObjectHandles(const Container& command) {
-  std::vector<std::uint32_t> handles;
-  Answer answer = listed(command, handles);
-  if (answer.code == ptp::kOk) answer.dataset = Dataset().array(handles).bytes();
-  return answer;
-}
-
-Responder::Answer Responder::getObjectInfo(const Container& command) {
-  const MediaObject* object = media.find(command.parameter(0));
-  if (!object) return {.code = ptp::kInvalidObjectHandle};
-  const bool folder = object->format == ptp::kAssociation;
-  const auto size = static_cast<std::uint32_t>(std::min<std::uint64_t>(object->size, 0xFFFFFFFF));
-  return {.dataset = Dataset()
-                         .u32(object->storage)
-                         .u16(object->format)
-                         .u16(0)  // not protected
-                         .u32(size)
-                         .u16(0)  // no thumbnail, and no picture in the six numbers that follow
-                         .u32(0)
-                         .u32(0)
-                         .u32(0)
-                         .u32(0)
-                         .u32(0)
-                         .u32(0)
-                         .u32(object->parent)
-                         .u16(folder ? 1 : 0)
-                         .u32(0)
-                         .u32(0)
-                         .text(object->name)
-                         .text(object->modified)
-                         .text(object->modified)
-                         .text(std::string_view())  // keywords
-                         .bytes()};
-}
-
-Responder::Answer Responder::fileBytesFrom(std::uint32_t handle, std::uint64_t offset,
-                                           std::uint64_t count) {
-  const MediaObject* object = media.find(handle);
-  if (!object || object->format == ptp::kAssociation) return {.code = ptp::kInvalidObjectHandle};
-  if (offset > object->size) return {.code = ptp::kInvalidParameter};
-  count = std::min(count, object->size - offset);
-  if (count > kLongestFile) return {.code = ptp::kGeneralError};
-  std::string bytes;
-  if (object->content && offset < object->content->size())
-    bytes = object->content->substr(offset, count);
-  bytes.resize(count);
-  sentFileBytes += count;
-  return {.dataset = std::move(bytes), .parameters = {static_cast<std::uint32_t>(count)}};
-}
-
-Responder::Answer Responder::getObject(const Container& command) {
-  const MediaObject* object = media.find(command.parameter(0));
-  return fileBytesFrom(command.parameter(0), 0, object ? object->size : 0);
-}
-
-Responder::Answer Responder::getPartialObject(const Container& command) {
-  return fileBytesFrom(command.parameter(0), command.parameter(1), command.parameter(2));
-}
-
-Responder::Answer Responder::getPartialObject64(const Container& command) {
-  const std::uint64_t high = command.parameter(2);
-  return fileBytesFrom(command.parameter(0), high << 32 | command.parameter(1),
-                       command.parameter(3));
-}
-
-Responder::Answer Responder::getObjectPropsSupported(const Container& command) {
-  const auto format = static_cast<std::uint16_t>(command.parameter(0));
-  return {.dataset = Dataset().array(objectProperties::supported(format)).bytes()};
-}
-
-Responder::Answer Responder::getObjectPropDesc(const Container& command) {
-  const auto property = static_cast<std::uint16_t>(command.parameter(0));
-  const std::optional<ptp::DataType> type = objectProperties::dataType(property);
-  if (!type) return {.code = ptp::kInvalidObjectPropCode};
-  return {.dataset = objectProperties::description(property, *type)};
-}
-
-Responder::Answer Responder::getObjectPropValue(const Container& command) {
-  const MediaObject* object = media.find(command.parameter(0));
-  if (!object) return {.code = ptp::kInvalidObjectHandle};
-  std::optional<std::string> value =
-      objectProperties::value(*object, static_cast<std::uint16_t>(command.parameter(1)));
-  if (!value) return {.code = ptp::kInvalidObjectPropCode};
-  return {.dataset = std::move(value)};
-}
-
-Responder::Answer Responder::getObjPropList(const Container& command) {
-  const MediaObject* object = media.find(command.parameter(0));
-  if (!object) return {.code = ptp::kInvalidObjectHandle};
-  const std::vector<std::uint16_t> properties = objectProperties::supported(object->format);
-  std::string list = Dataset().u32(static_cast<std::uint32_t>(properties.size())).bytes();
-  for (const std::uint16_t property : properties) {
-    list += Dataset()
-                .u32(object->handle)
-                .u16(property)
-                .u16(*objectProperties::dataType(property))
-                .bytes();
-    list += *objectProperties::value(*object, property);
+  for (const auto& [handle, object] : media.objects) {
+    if (object.storage == storage && object.parent == (parent == ptp::kRoot ? 0 : parent))
+      handles.push_back(handle);
   }
-  return {.dataset = std::move(list)};
+  return {.dataset = Dataset().array(handles).bytes()};
 }
 
-Responder::Answer Responder::getObjectReferences(const Container& command) {
-  const MediaObject* object = media.find(command.parameter(0));
-  if (!object) return {.code = ptp::kInvalidObjectHandle};
-  return {.dataset = Dataset().array(object->references).bytes()};
+Responder::Answer Responder::fileBytesOf(const MediaObject& file, std::uint32_t offset,
+                                         std::size_t count) {
+  if (offset > file.content.size()) return {.code = ptp::kInvalidParameter};
+  std::string bytes = file.content.substr(offset, count);
+  sentFileBytes += bytes.size();
+  return {.dataset = std::move(bytes)};
 }
 
 }  // namespace orvel::test

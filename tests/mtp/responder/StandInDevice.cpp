@@ -21,190 +21,108 @@ milliseconds limited(unsigned timeout, unsigned longest) {
 
 }  // namespace
 
-StandInDevice::StandInDevice(Media media, const DeviceIdentity& identity, UsbIds ids, int address)
-    : responder(std::move(media), identity),
-      ids(ids),
-      serial(identity.serial),
-      currentAddress(address) {}
-
 void StandInDevice::unplug() {
   const std::lock_guard lock(mutex);
   detach();
 }
 
 void StandInDevice::detach() {
-  attached = false;
-  claimed = false;
-  unplugAt.reset();
-  holdFrom.reset();
+  currentAddress = 0;
+  claimedBy = nullptr;
+  unplugAt = 0;
+  holding = false;
   outgoing.clear();
   responder.reset();
   changed.notify_all();
-}
-
-void StandInDevice::attach(int newAddress) {
-  const std::lock_guard lock(mutex);
-  attached = true;
-  currentAddress = newAddress;
 }
 
 void StandInDevice::unplugAtTransfer(std::size_t n) {
   const std::lock_guard lock(mutex);
-  unplugAt = transferCount + n;
+  unplugAt = transfers + n;
 }
 
-void StandInDevice::refuseOpen(int error) {
+void StandInDevice::holdTransfers() {
   const std::lock_guard lock(mutex);
-  openError = error;
-}
-
-void StandInDevice::refuseClaim(int error) {
-  const std::lock_guard lock(mutex);
-  claimError = error;
-}
-
-void StandInDevice::holdTransfers(std::size_t n) {
-  const std::lock_guard lock(mutex);
-  holdFrom = transferCount + n;
+  holding = true;
 }
 
 void StandInDevice::releaseTransfers() {
   const std::lock_guard lock(mutex);
-  holdFrom.reset();
+  holding = false;
   changed.notify_all();
 }
 
-bool StandInDevice::awaitHeldTransfer(milliseconds limit) {
+bool StandInDevice::awaitHeldTransfer() {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, limit, [this] { return heldTransfers > 0; });
+  return changed.wait_for(lock, std::chrono::seconds(10), [this] { return isHeld; });
 }
 
-bool StandInDevice::isAttached() const {
+int StandInDevice::claim(const void* connection) {
   const std::lock_guard lock(mutex);
-  return attached;
-}
-
-bool StandInDevice::isAttachedAt(int connectionAddress) const {
-  const std::lock_guard lock(mutex);
-  return !gone(connectionAddress);
-}
-
-int StandInDevice::address() const {
-  const std::lock_guard lock(mutex);
-  return currentAddress;
-}
-
-std::size_t StandInDevice::transfers() const {
-  const std::lock_guard lock(mutex);
-  return transferCount;
-}
-
-int StandInDevice::openConnections() const {
-  const std::lock_guard lock(mutex);
-  return connections;
-}
-
-int StandInDevice::connectionsOpened() const {
-  const std::lock_guard lock(mutex);
-  return openings;
-}
-
-int StandInDevice::open(int connectionAddress) {
-  const std::lock_guard lock(mutex);
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
-  if (openError != 0) return openError;
-  ++connections;
-  ++openings;
-  return LIBUSB_SUCCESS;
-}
-
-void StandInDevice::close(int connectionAddress, bool hasClaimed) {
-  const std::lock_guard lock(mutex);
-  --connections;
-  if (hasClaimed && !gone(connectionAddress)) claimed = false;
-}
-
-int StandInDevice::claim(int connectionAddress) {
-  const std::lock_guard lock(mutex);
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
   if (claimError != 0) return claimError;
-  if (claimed) return LIBUSB_ERROR_BUSY;
-  claimed = true;
+  if (claimedBy != nullptr && claimedBy != connection) return LIBUSB_ERROR_BUSY;
+  claimedBy = connection;
   return LIBUSB_SUCCESS;
 }
 
-int StandInDevice::release(int connectionAddress) {
+int StandInDevice::release(const void* connection) {
   const std::lock_guard lock(mutex);
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
-  claimed = false;
+  if (claimedBy != connection) return LIBUSB_ERROR_NOT_FOUND;
+  claimedBy = nullptr;
   return LIBUSB_SUCCESS;
 }
 
-int StandInDevice::reset(int connectionAddress) {
+void StandInDevice::reset() {
   const std::lock_guard lock(mutex);
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
   outgoing.clear();
   responder.reset();
-  return LIBUSB_SUCCESS;
 }
 
-int StandInDevice::beginTransfer(std::unique_lock<std::mutex>& lock, int connectionAddress,
+int StandInDevice::beginTransfer(std::unique_lock<std::mutex>& lock, int address,
                                  unsigned timeout) {
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
-  ++transferCount;
-  if (unplugAt && transferCount >= *unplugAt) {
+  if (!isAt(address)) return LIBUSB_ERROR_NO_DEVICE;
+  if (++transfers == unplugAt) {
     detach();
     return LIBUSB_ERROR_NO_DEVICE;
   }
-  if (!holdFrom || transferCount < *holdFrom) return LIBUSB_SUCCESS;
-  ++heldTransfers;
+  if (!holding) return LIBUSB_SUCCESS;
+  isHeld = true;
   changed.notify_all();
   const bool released = changed.wait_for(lock, limited(timeout, kLongestHold),
-                                         [&] { return !holdFrom || gone(connectionAddress); });
-  --heldTransfers;
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
+                                         [&] { return !holding || !isAt(address); });
+  isHeld = false;
+  if (!isAt(address)) return LIBUSB_ERROR_NO_DEVICE;
   return released ? LIBUSB_SUCCESS : LIBUSB_ERROR_TIMEOUT;
 }
 
-int StandInDevice::send(int connectionAddress, std::string_view bytes, unsigned timeout) {
+int StandInDevice::send(int address, std::string_view bytes, unsigned timeout) {
   std::unique_lock lock(mutex);
-  if (const int error = beginTransfer(lock, connectionAddress, timeout); error != 0) return error;
-  for (std::string& container : responder.answer(bytes)) {
-    const bool full = container.size() % kPacketSize == 0;
-    outgoing.push_back({.bytes = std::move(container), .emptyPacketFollows = full});
-  }
+  if (const int error = beginTransfer(lock, address, timeout); error != 0) return error;
+  for (std::string& container : responder.answer(bytes)) outgoing.push_back({std::move(container)});
   return LIBUSB_SUCCESS;
 }
 
-int StandInDevice::receive(int connectionAddress, unsigned char* into, int size, int& received,
+int StandInDevice::receive(int address, unsigned char* into, int size, int& received,
                            unsigned timeout) {
   std::unique_lock lock(mutex);
-  received = 0;
-  if (const int error = beginTransfer(lock, connectionAddress, timeout); error != 0) return error;
-  if (outgoing.empty()) return silence(lock, connectionAddress, timeout);
+  if (const int error = beginTransfer(lock, address, timeout); error != 0) return error;
+  if (outgoing.empty()) return awaitNothing(lock, address, timeout);
   Outgoing& front = outgoing.front();
   const std::size_t count = std::min<std::size_t>(size, front.bytes.size() - front.sent);
   std::copy_n(front.bytes.begin() + static_cast<std::ptrdiff_t>(front.sent), count, into);
   front.sent += count;
   received = static_cast<int>(count);
-  // An empty packet ends this transfer only if there was room for more; else it ends the next one.
-  const bool roomLeft = count < static_cast<std::size_t>(size) || count == 0;
-  if (front.sent == front.bytes.size() && (roomLeft || !front.emptyPacketFollows))
-    outgoing.pop_front();
+  // An empty packet follows a container that fills whole packets. It ends this transfer only if
+  // there was room for more; else it ends the next one.
+  const bool isFull = count == static_cast<std::size_t>(size) && count > 0;
+  const bool emptyPacketFollows = isFull && front.bytes.size() % kPacketSize == 0;
+  if (front.sent == front.bytes.size() && !emptyPacketFollows) outgoing.pop_front();
   return LIBUSB_SUCCESS;
 }
 
-int StandInDevice::silence(std::unique_lock<std::mutex>& lock, int connectionAddress,
-                           unsigned timeout) {
-  changed.wait_for(lock, limited(timeout, kLongestSilence),
-                   [&] { return gone(connectionAddress); });
-  return gone(connectionAddress) ? LIBUSB_ERROR_NO_DEVICE : LIBUSB_ERROR_TIMEOUT;
-}
-
-int StandInDevice::awaitNothing(int connectionAddress, unsigned timeout) {
-  std::unique_lock lock(mutex);
-  if (gone(connectionAddress)) return LIBUSB_ERROR_NO_DEVICE;
-  return silence(lock, connectionAddress, timeout);
+int StandInDevice::awaitNothing(std::unique_lock<std::mutex>& lock, int address, unsigned timeout) {
+  changed.wait_for(lock, limited(timeout, kLongestSilence), [&] { return !isAt(address); });
+  return isAt(address) ? LIBUSB_ERROR_TIMEOUT : LIBUSB_ERROR_NO_DEVICE;
 }
 
 }  // namespace orvel::test

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,89 +13,70 @@
 
 namespace orvel::test {
 
-struct UsbIds {
-  std::uint16_t vendor = 0x46F4;
-  std::uint16_t product = 0x0004;  ///< libmtp knows these two and treats the device without quirks
-};
-
-/// A device on the stand-in's bus: a responder and the pipes to it. Created with
-/// `libusbStandIn::plugIn`. Any thread.
-class StandInDevice {
+/// A device on a USB bus without hardware: a responder and the pipes to it. Programs linked with
+/// orvel_libusb_stand_in find these devices, and nothing else, through libusb's own entry points;
+/// so does libmtp within them. One bus per process; any thread.
+class StandInDevice : public std::enable_shared_from_this<StandInDevice> {
  public:
-  StandInDevice(Media media, const DeviceIdentity& identity, UsbIds ids, int address);
+  /// Attaches a new device.
+  static std::shared_ptr<StandInDevice> plugIn(const Media& media,
+                                               const DeviceIdentity& identity = {});
+  /// Unplugs all devices for good.
+  static void unplugAll();
+
+  StandInDevice(const Media& media, const DeviceIdentity& own)
+      : responder(media, own), identity(own) {}
 
   /// The device itself.
   Responder responder;
-  const UsbIds ids;
-  const std::string serial;
+  const DeviceIdentity identity;
 
   /// From now on every call about the device says that it is gone, one in flight included.
   void unplug();
+  /// Unplugs it, if it is still there, and attaches it at a new address.
+  void plugInAgain();
   /// Unplugs at the n-th transfer from now; 1 is the next.
   void unplugAtTransfer(std::size_t n);
-  /// Opening fails with this libusb error; 0 allows it again.
-  void refuseOpen(int error);
-  /// Claiming the interface fails with this libusb error; 0 allows it again.
-  void refuseClaim(int error);
-  /// Transfers from the n-th from now on do not end before `releaseTransfers`, `unplug` or their
-  /// own time-out.
-  void holdTransfers(std::size_t n = 1);
+  /// From now on transfers do not end before `releaseTransfers`, `unplug` or their own time-out.
+  void holdTransfers();
   void releaseTransfers();
-  /// Waits until a transfer is held.
-  [[nodiscard]] bool awaitHeldTransfer(std::chrono::milliseconds limit = std::chrono::seconds(10));
+  /// Waits until a transfer is held; false after ten seconds.
+  [[nodiscard]] bool awaitHeldTransfer();
 
-  [[nodiscard]] bool isAttached() const;
-  /// On the bus; another one after each attachment.
-  [[nodiscard]] int address() const;
-  /// Transfers since the beginning.
-  [[nodiscard]] std::size_t transfers() const;
-  /// How many connections are open now, and how often one was opened.
-  [[nodiscard]] int openConnections() const;
-  [[nodiscard]] int connectionsOpened() const;
+  std::atomic<int> openError{0};   ///< libusb's error when it is opened
+  std::atomic<int> claimError{0};  ///< libusb's error when its interface is claimed
+  std::atomic<std::size_t> transfers{0};
+  std::atomic<int> openConnections{0};
+  std::atomic<int> connectionsOpened{0};
 
-  // What the entry points of libusb come down to; results are libusb's. A connection belongs to one
-  // attachment, which it names by its address.
-  void attach(int newAddress);
-  [[nodiscard]] bool isAttachedAt(int connectionAddress) const;
-  int open(int connectionAddress);
-  void close(int connectionAddress, bool claimed);
-  int claim(int connectionAddress);
-  int release(int connectionAddress);
-  int reset(int connectionAddress);
-  int send(int connectionAddress, std::string_view bytes, unsigned timeout);
-  int receive(int connectionAddress, unsigned char* into, int size, int& received,
-              unsigned timeout);
-  /// Nothing ever comes from an endpoint that only tells of events.
-  int awaitNothing(int connectionAddress, unsigned timeout);
+  // What the entry points of libusb come down to; results are libusb's. `address` is that of the
+  // attachment to which a connection belongs.
+  [[nodiscard]] bool isAt(int address) const { return currentAddress == address; }
+  int claim(const void* connection);
+  int release(const void* connection);
+  void reset();
+  int send(int address, std::string_view bytes, unsigned timeout);
+  int receive(int address, unsigned char* into, int size, int& received, unsigned timeout);
 
  private:
-  /// What is left of a container on its way to the initiator.
+  /// A container on its way to the initiator.
   struct Outgoing {
     std::string bytes;
     std::size_t sent = 0;
-    bool emptyPacketFollows = false;
   };
 
-  [[nodiscard]] bool gone(int connectionAddress) const {
-    return !attached || connectionAddress != currentAddress;
-  }
-  int beginTransfer(std::unique_lock<std::mutex>& lock, int connectionAddress, unsigned timeout);
-  int silence(std::unique_lock<std::mutex>& lock, int connectionAddress, unsigned timeout);
+  int beginTransfer(std::unique_lock<std::mutex>& lock, int address, unsigned timeout);
+  /// Waits for an answer that does not come.
+  int awaitNothing(std::unique_lock<std::mutex>& lock, int address, unsigned timeout);
   void detach();
 
-  mutable std::mutex mutex;
+  std::mutex mutex;
   std::condition_variable changed;
-  bool attached = true;
-  int currentAddress;
-  bool claimed = false;
-  int connections = 0;
-  int openings = 0;
-  int openError = 0;
-  int claimError = 0;
-  std::size_t transferCount = 0;
-  std::optional<std::size_t> unplugAt;
-  std::optional<std::size_t> holdFrom;
-  int heldTransfers = 0;
+  std::atomic<int> currentAddress{0};  ///< 0 while it is unplugged
+  const void* claimedBy = nullptr;
+  std::size_t unplugAt = 0;  ///< 0: never
+  bool holding = false;
+  bool isHeld = false;
   std::deque<Outgoing> outgoing;
 };
 

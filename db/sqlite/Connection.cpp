@@ -1,0 +1,54 @@
+#include "db/sqlite/Connection.h"
+
+namespace orvel::sqlite {
+
+void Connection::Close::operator()(sqlite3* connection) const {
+  sqlite3_close(connection);
+}
+
+int Connection::open(const char* path, int flags) {
+  sqlite3* opened = nullptr;
+  openResult = sqlite3_open_v2(path, &opened, flags, nullptr);
+  handle.reset(opened);
+  if (openResult != SQLITE_OK) {
+    handle.reset();  // a failed open still returns a handle
+    return openResult;
+  }
+  // The LIKE patterns are double-quoted literals, which some builds of SQLite reject by default.
+  sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
+  // Views and triggers of a foreign file must not run functions with side effects.
+  sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  return SQLITE_OK;
+}
+
+int Connection::close() {
+  const int result = sqlite3_close(handle.get());
+  if (result == SQLITE_OK) static_cast<void>(handle.release());
+  return result;
+}
+
+int Connection::exec(const char* sql) {
+  return sqlite3_exec(handle.get(), sql, nullptr, nullptr, nullptr);
+}
+
+bool Connection::isInTransaction() const {
+  return isOpen() && sqlite3_get_autocommit(handle.get()) == 0;
+}
+
+int Connection::changes() const {
+  return isOpen() ? sqlite3_changes(handle.get()) : 0;
+}
+
+const char* Connection::fileName() const {
+  return isOpen() ? sqlite3_db_filename(handle.get(), "main") : nullptr;
+}
+
+int Connection::errorCode() const {
+  return isOpen() ? sqlite3_errcode(handle.get()) : openResult;
+}
+
+const char* Connection::errorMessage() const {
+  return isOpen() ? sqlite3_errmsg(handle.get()) : sqlite3_errstr(openResult);
+}
+
+}  // namespace orvel::sqlite

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "phones/DeviceSession.h"
+#include "phones/DeviceTypes.h"
+
+/// Builds the C lists of DeviceTypes.h, whose texts and array the receiver frees with free(3). When
+/// memory runs out a text or the array is null.
+namespace orvel {
+
+t_mtp_item_list mallocItems(const std::vector<DeviceStorage>& storages);
+t_mtp_item_list mallocItems(const std::vector<DeviceObject>& objects);
+t_playlist_items_list mallocElements(const std::vector<DevicePlaylist>& playlists);
+t_playlist_items_list mallocElements(const std::vector<DeviceObject>& tracks);
+
+}  // namespace orvel

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+#include <stop_token>
+
+#include "tags/TagReader.h"
+
+namespace orvel {
+
+/// Makes a reader of the kind that the host has chosen (`setTagReading`). Its work ends early when
+/// `token` is raised. Any thread.
+std::unique_ptr<TagReader> makeTagReader(std::stop_token token);
+
+}  // namespace orvel
