@@ -59,7 +59,7 @@ class Database {
   }
   [[nodiscard]] bool refused() const { return wasRefused; }
 
-  /// The first column of what `sql` gives with `text` bound, on the writing connection.
+  /// Returns the first column of the rows of `sql` with `text` bound, on the writing connection.
   Rows bound(const std::string& sql, const std::string& text) {
     Rows rows;
     sqlite3_stmt* statement = nullptr;
@@ -103,7 +103,7 @@ std::string cString(const std::string& text) {
   return text.substr(0, text.find('\0'));
 }
 
-/// A statement does with `prefix` what it does with a harmless one, or is refused.
+/// A statement treats `prefix` like a harmless one, or is refused.
 void checkSelect(const char* sql, const std::string& prefix, const char* tail = ";") {
   Database& database = Database::instance();
   database.takeActions();

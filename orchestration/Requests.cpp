@@ -17,7 +17,7 @@ namespace orvel {
 
 namespace {
 
-/// How long a call waits for a pipeline to end: ten times what a healthy device takes.
+/// How long a call waits for a pipeline to end. A healthy device takes a tenth of it.
 constexpr std::chrono::milliseconds kPatience{500};
 /// A host that tries a dead device over and over must not run out of threads.
 constexpr std::size_t kMostLeftBehind = 16;

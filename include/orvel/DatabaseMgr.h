@@ -61,7 +61,7 @@ class ORVEL_EXPORT DatabaseMgr {
   /// place while another request of the device lives.
   void checkAndDelete(const std::string& deviceId, long limit);
 
-  /// True when the database, with a reserve for what is under way, has reached its size limit.
+  /// True when the database has reached its size limit, less a reserve for blocks under way.
   [[nodiscard]] bool dbSizeHasReachLimit(const std::string& deviceId);
 
   /// Removes the device's database with its journals.

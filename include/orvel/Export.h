@@ -1,4 +1,4 @@
 #pragma once
 
-/// Marks what `liborvel.so` offers to its hosts; everything else stays hidden.
+/// Marks a symbol that `liborvel.so` offers to its hosts; the others stay hidden.
 #define ORVEL_EXPORT __attribute__((visibility("default")))

@@ -11,7 +11,7 @@ class Orvel;
 }
 
 /// The host's only entry into the indexer: slots that start and prioritise indexing, signals that
-/// report what happens. One instance per process.
+/// report progress. One instance per process.
 ///
 /// The host attaches a launched and started controller before it calls any slot, and touches
 /// `instance()` first on its main thread, where queued calls are delivered. Signals are emitted on

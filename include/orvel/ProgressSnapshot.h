@@ -32,7 +32,7 @@ struct ProgressSnapshot {
   bool contentModified = false;
   /// The host chose isolated tag reading, but tags were read in its own process.
   bool isolationFailed = false;
-  /// The request ended at `Limits::songs`; a stick that has just so many counts, too.
+  /// The request stopped at `Limits::songs`. Also true for a stick with exactly that many songs.
   bool limitReached = false;
   std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
   /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.

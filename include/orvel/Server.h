@@ -39,11 +39,11 @@ class Server : public BaseServer<TIN> {
   /// Where results go; not owned, null for none. Set before `launch`.
   BaseServer<TOUT>* sink = nullptr;
 
-  /// Counts what the stage does for its request. Shared by the stages of one pipeline and set
+  /// Counts the stage's work for its request. Shared by the stages of one pipeline and set
   /// before `launch`; never null.
   std::shared_ptr<RequestProgress> progress;
 
-  /// Receives what the host is told; not owned, set before `launch`, never null.
+  /// Receives the reports to the host; not owned, set before `launch`, never null.
   HostListener* listener;
 
  protected:

@@ -27,7 +27,7 @@ TEST(Md5, IsTheKindAndTheDigest) {
   EXPECT_NE(Md5(Md5Kind::Playlist, "/A").text(), Md5(Md5Kind::Playlist, "A").text());
 }
 
-/// The key as the Unicode standard defines it, without a look for what can be left out.
+/// The key as the Unicode standard defines it, without shortcuts.
 std::string foldedTheLongWay(const std::string& text) {
   const auto owned = [](char* result) {
     const std::unique_ptr<char, decltype(&g_free)> freed(result, &g_free);

@@ -14,7 +14,7 @@ namespace orvel::test {
 namespace {
 
 /// What one run logs: level and text of every line, sorted since the stages' threads interleave
-/// freely, with masks for what differs from run to run.
+/// freely, with masks for the parts that differ from run to run.
 class RunLogTest : public IndexerHost {
  protected:
   std::string masked(const LogCapture& log) const {

@@ -24,12 +24,12 @@ using namespace std::chrono_literals;
 using Fault = FaultyDevice::Fault;
 
 /// How long the host's main loop is held by each of its calls while a request is in the worst of
-/// states. The times are printed; what is promised is asserted with room for a busy machine.
+/// states. The times are printed; the promises are asserted with room for a busy machine.
 class BoundsTest : public OwnMounts, public IndexerHost {
  protected:
   /// Brings a request for dev1 into the state, on the thread of the main loop.
   using Enter = std::function<void()>;
-  /// Ends what the state needs, so that everything comes to its end.
+  /// Takes the state back, so that every thread can end.
   using Leave = std::function<void()>;
 
   BoundsTest() {
@@ -81,7 +81,7 @@ class BoundsTest : public OwnMounts, public IndexerHost {
   void beginAgain() {
     controller->stop();
     controller->join();
-    // The controller deletes what it left behind when that has ended, as its own thread has.
+    // Give the controller time to delete the pipelines that it left behind.
     EXPECT_TRUE(waitUntil([this] { return entriesOf(kThreads) < threads; }));
     renewController();
     manager.deleteDb("dev1");

@@ -5,8 +5,8 @@
 
 namespace orvel::test {
 
-/// Everything that a device's database tells, row by row in an order of its own, without what
-/// depends on how often and in which order it was written: row ids and generations.
+/// The rows of a device's database in a fixed order, without row ids and generations, which depend
+/// on the number and order of writes.
 /// @throws std::runtime_error when the file cannot be read.
 std::vector<std::string> contentsOf(const std::string& database);
 

@@ -48,7 +48,7 @@ class DatabaseTrustTest : public FaultStick {
     std::printf("%d cases, of which %d ended OK at once\n", cases, unharmed);
   }
 
-  /// Chooses what is damaged from now on.
+  /// Chooses the damage of the following cases.
   void damageFrom(const std::string& indexedBefore) {
     file = indexedBefore;
     indexed = contentOf(file);

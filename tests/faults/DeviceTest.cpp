@@ -91,7 +91,7 @@ class DeviceTest : public OwnMounts, public FaultStick {
   Longest longest;
 };
 
-/// Its answers, what the kernel makes of it, and an unmount end alike.
+/// Errors of the device and an unmount end alike.
 TEST_F(DeviceTest, VanishingEndsTheRequestAndTheNextOneCompletes) {
   runAll({Fault::NoDevice, Fault::Disconnected, Fault::Unmounted}, 200 / 3 + 1);
   EXPECT_LT(longest.milliseconds(), withSlack(1s).count());

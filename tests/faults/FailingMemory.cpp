@@ -106,7 +106,7 @@ void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
 
 #ifdef ORVEL_SANITIZED
 #pragma clang diagnostic ignored "-Wreserved-identifier"  // the sanitizer's own name
-/// The tag parser leaks what it holds when its own memory runs out.
+/// The tag parser leaks its objects when its own memory runs out.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:libtag.so\n";
 }

@@ -60,7 +60,7 @@ class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Fai
   }
 
   /// "OK" promises all rows. Only the file of a disk that could not be written at all may still say
-  /// what is true of the rows that it holds.
+  /// the truth about the rows that it holds.
   void expectNoLie(const std::string& told, const std::string& api) {
     if (told == "OK" || api == "OK") {
       EXPECT_EQ(musicOf(database()), afterMusic) << told << " " << api;

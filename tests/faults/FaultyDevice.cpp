@@ -28,7 +28,7 @@ constexpr off_t kShrunkBytes = 1000;
 
 }  // namespace
 
-/// The threads that serve one mount, and what they are to get wrong.
+/// The threads that serve one mount, and their faults.
 struct FaultyDevice::Server {
   Server(std::string contentFolder, std::string mountFolder)
       : content(std::move(contentFolder)), mountPoint(std::move(mountFolder)) {}
@@ -100,7 +100,7 @@ struct FaultyDevice::Operations {
 
   static int getattr(const char* path, struct stat* status, fuse_file_info* /*file*/) {
     Server& device = server();
-    // The mount point of a device with bad blocks is there all the same.
+    // The mount point of a device with bad blocks still exists.
     const bool isRoot = std::strcmp(path, "/") == 0;
     if (const int error = device.meet(); error != 0 && !(isRoot && error == -EIO)) return error;
     return errorOf(lstat(device.below(path).c_str(), status));

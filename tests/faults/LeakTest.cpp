@@ -19,7 +19,7 @@ namespace {
 struct Holdings {
   long descriptors = 0;
   long threads = 0;
-  /// Not what is resident: how the freed lies between the used is the allocator's matter.
+  /// Counts allocated bytes. Resident memory would also measure the fragmentation of the heap.
   long kibibytes = 0;
 
   static Holdings now() {

@@ -21,7 +21,7 @@ inline FilesPtr filesOf(int operationId, bool last, int items = 0) {
   return block;
 }
 
-/// A real stage whose work is a function. Remembers what it was given and what it completed.
+/// A real stage whose work is a function. Remembers its input blocks and its completions.
 class TestStage : public Server<Files, Files> {
  public:
   explicit TestStage(const char* stageName, std::size_t stack = kStageStackBytes)

@@ -16,7 +16,7 @@
 namespace orvel::test {
 namespace {
 
-/// Has the kernel measure the peak of memory anew; false where it does not.
+/// Resets the kernel's peak of resident memory; false where that is not possible.
 bool forgetPeak() {
   std::ofstream references("/proc/self/clear_refs");
   references << "5" << std::flush;
@@ -59,7 +59,7 @@ class HostileMedia : public DatabaseFolderFixture {
   void mineBlock() {
     if (block->items.empty()) return;
     const auto mined = std::exchange(block, emptyBlock());
-    // What a crash leaves behind: it was among these.
+    // Kept after a crash, to name the file.
     std::printf("%s and %zu more\n", mined->items.front()->path->c_str(), mined->items.size() - 1);
     std::fflush(stdout);
     const bool measures = forgetPeak();
@@ -84,7 +84,7 @@ class HostileMedia : public DatabaseFolderFixture {
   void checkPeak(long before, const std::string& name) {
     const long peak = statusKibibytes("VmHWM:") / 1024 - before;
     largest = std::max(largest, peak);
-    // The sanitizers keep what was freed.
+    // The sanitizers keep freed memory.
     EXPECT_TRUE(kIsSanitized || peak < kMostMebibytes) << name << ": " << peak << " MiB";
   }
 

@@ -7,7 +7,7 @@
 
 namespace orvel::test {
 
-/// The end of a branch: keeps what is sent to it, at most 100 blocks. Has no thread.
+/// The end of a branch: keeps the blocks sent to it, at most 100. Has no thread.
 template <class T>
 class CatchingSink : public BaseServer<T> {
  public:

@@ -22,7 +22,7 @@ class ChangeFinderTest : public DatabaseFolderFixture {
     playlists.start();
   }
 
-  /// Compares `files` with the database; gives what is passed on.
+  /// Compares `files` with the database; returns the files that are passed on.
   Files difference(ChangeFinder& finder, const std::string& mount, const Files& files) {
     const auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", mount, true));
     for (const auto& [path, time] : files) block->items.push_back(new FileInfo(path, 0, time));

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// How much work the fault tests do, and what their random choices depend on: ORVEL_FAULTS=long
+/// The amount of work of the fault tests and the seed of their random choices: ORVEL_FAULTS=long
 /// asks for the long form, ORVEL_FAULT_SEED=N replaces the seed.
 namespace orvel::test {
 

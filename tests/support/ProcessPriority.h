@@ -16,7 +16,7 @@ inline bool isInBackground(pid_t id) {
   return sched_getscheduler(id) == SCHED_IDLE && IOPRIO_PRIO_CLASS(priority) == IOPRIO_CLASS_IDLE;
 }
 
-/// Has what is started meanwhile work in the background.
+/// Gives threads started while in scope the background priority.
 class BackgroundScope {
  public:
   BackgroundScope() { setWorkPriority(WorkPriority::Background); }

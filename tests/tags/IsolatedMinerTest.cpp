@@ -28,7 +28,7 @@ constexpr milliseconds kShort{1500};
 /// Longer than a test may take.
 constexpr milliseconds kEndless{std::chrono::hours(1)};
 
-/// A miner whose tags are read by a process whose parser does what files tell it to.
+/// A miner whose worker has a parser that obeys commands in the files.
 class IsolatedMiner : public DatabaseFolderFixture {
  protected:
   using Songs = MSDMiner::sink_block_type_ptr;
@@ -151,7 +151,7 @@ TEST_F(IsolatedMiner, AStopEndsAReaderThatHangs) {
 TEST_F(IsolatedMiner, BlocksFollowOneAnotherAlsoWhenOneIsCutShort) {
   const auto miner = minerOf(kShort);
   EXPECT_THAT(titles(mine(*miner, mixed(100, 1000, ""), false)), SizeIs(100));
-  // The mount point of this block is gone: the files behind it are never asked for.
+  // The mount point of this block is gone: its files are never opened.
   const auto cut =
       boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", temporary.path("gone"), false));
   for (const char* name : {"missing.mp3", "1.mp3", "2.mp3"}) {

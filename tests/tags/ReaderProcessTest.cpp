@@ -36,7 +36,7 @@ using testing::SizeIs;
 
 constexpr milliseconds kEndless{std::chrono::hours(1)};
 
-/// The fields of /proc/PID/stat behind the name: state, parent, process group, ...
+/// The fields of /proc/PID/stat after the name: state, parent, process group, ...
 std::vector<std::string> statOf(const std::string& process) {
   const std::string stat = contentOf("/proc/" + process + "/stat");
   std::istringstream fields(stat.substr(std::min(stat.size(), stat.rfind(')') + 1)));
@@ -57,7 +57,7 @@ std::vector<pid_t> childrenOf(pid_t parent) {
   return children;
 }
 
-/// The process behind an isolated reader, seen from its host.
+/// The worker of an isolated reader, seen from its host.
 class ReaderProcess : public testing::Test {
  protected:
   std::unique_ptr<IsolatedTagReader> readerOf(milliseconds timeLimit) const {

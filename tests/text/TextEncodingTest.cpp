@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// A track as the encoder builds it from texts, and what comes out.
+/// A track as the encoder builds it from texts, and its guessed texts.
 class TextEncodingTest : public testing::Test {
  protected:
   void SetUp() override { initTrack(&track); }
@@ -36,7 +36,7 @@ class TextEncodingTest : public testing::Test {
     setTrackAlbum(&track, bytes.data(), static_cast<unsigned>(bytes.size()), encoding);
   }
 
-  /// Title, artist and album in UTF-8, each with a bar behind it.
+  /// Title, artist and album in UTF-8, each followed by a bar.
   std::string guessed() {
     TrackRecord* const result = guess_and_convert_by_prio(&track, "ISO-8859-1");
     std::string all;
