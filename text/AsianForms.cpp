@@ -149,8 +149,8 @@ struct Reading {
 
 /// The Mandarin reading of the Han character, or word, at the start of `text`.
 Reading readingAt(std::u32string_view text, bool surname) {
-  const PinyinWord* word = surname ? wordAt(pinyinSurnames, text) : nullptr;
-  if (word == nullptr) word = wordAt(pinyinWords, text);
+  const PinyinWord* word = surname ? wordAt(kPinyinSurnames, text) : nullptr;
+  if (word == nullptr) word = wordAt(kPinyinWords, text);
   if (word != nullptr) return {word->reading, std::u16string_view(word->word).size()};
   if (text[0] == U'〇') return {"ling"};
   return {pinyin(text[0])};

@@ -10,7 +10,7 @@ struct PinyinWord {
 
 /// Characters that are read differently as a surname, in code point order.
 // clang-format off
-inline constexpr PinyinWord pinyinSurnames[] = {
+inline constexpr PinyinWord kPinyinSurnames[] = {
     {u"乐", "yue"},  {u"乜", "nie"},  {u"仇", "qiu"},   {u"区", "ou"},   {u"區", "ou"},
     {u"单", "shan"}, {u"卜", "bu"},   {u"召", "shao"},  {u"员", "yun"},  {u"單", "shan"},
       {u"折", "she"},  {u"晟", "sheng"}, {u"曾", "zeng"}, {u"查", "zha"},
@@ -23,7 +23,7 @@ inline constexpr PinyinWord pinyinSurnames[] = {
 /// Words of modern Mandarin and single characters whose table reading is the rarer one, in code
 /// point order.
 // clang-format off
-inline constexpr PinyinWord pinyinWords[] = {
+inline constexpr PinyinWord kPinyinWords[] = {
     {u"不了", "bu liao"},
     {u"主角", "zhu jue"},
     {u"乐器", "yue qi"},

@@ -33,7 +33,7 @@ constexpr std::string_view numbers =
 std::string_view pinyin(char32_t character) {
   if (character < firstHan || character > lastHan) return {};
   const char* digits = &numbers[2 * (character - firstHan)];
-  return syllables[printableDigit(digits[0]) * printableBase + printableDigit(digits[1])];
+  return syllables[printableDigit(digits[0]) * kPrintableBase + printableDigit(digits[1])];
 }
 
 }  // namespace orvel
