@@ -152,6 +152,9 @@ class Refusals(CommandTestCase):
             connection.execute("CREATE TABLE SONGS(X)")
         _, errors = self.run_("list", "songs", "--db", foreign, expect=1)
         self.assertIn(b"Cannot read the database", errors)
+        with open(self.index()["database"], "wb") as damaged:
+            damaged.write(b"no database" * 1000)
+        self.assertIn(b"not a database", self.run_("status")[0])
 
 
 if __name__ == "__main__":

@@ -24,6 +24,8 @@ TEST(Collation, AgreesWithGLibOnBothSidesOfTheStackBuffer) {
     EXPECT_EQ(compare(text, text.substr(1)), 1) << length;
     EXPECT_EQ(compare("n", text), 1) << length;
   }
+  EXPECT_EQ(tracker_collation_init(), 0);
+  tracker_collation_shutdown();
   const char unterminated[] = {'a', 'b', 'c'};
   EXPECT_EQ(collation_utf8(nullptr, 2, unterminated, 2, "ab"), 0);
   EXPECT_EQ(collation_utf8(nullptr, 0, nullptr, 0, ""), 0);

@@ -79,6 +79,11 @@ TEST_F(SqlStream, WritesRowsAndReadsThemInTheirTypes) {
 }
 
 TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
+  sqlstl::basic_sqlostream<char> closed;
+  closed.query("SELECT 1;");
+  closed.exec("SELECT 1;");
+  EXPECT_TRUE(closed.bad());
+  log.clear();
   out.query("INSERT INTO NOWHERE VALUES(?);");
   EXPECT_TRUE(out.bad());
   EXPECT_EQ(log.levelOf("exec failed: 1 no such table: NOWHERE"), LogLevel::Error);

@@ -171,6 +171,11 @@ void BrokenMedia::bombs(const FileSink& sink) {
   const std::string frame = id3v2Frame("TIT2", packed, true);
   sink({"bomb-text.mp3", id3v2Tag(frame)});
   sink({"bomb-texts.mp3", id3v2Tag(repeated(frame, 20 * frame.size()))});
+  for (const char flag : {'\x80', '\x40'}) {  // unsynchronised, or with an extended header
+    std::string tag = id3v2Tag(frame);
+    tag[5] = flag;
+    sink({"bomb-flag" + std::to_string(flag & 0xFF) + ".mp3", std::move(tag)});
+  }
   sink({"bomb-in-chapter.mp3", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(frame)))});
   sink({"bomb-in-bomb.mp3",
         id3v2Tag(id3v2Frame("CHAP", deflated(id3v2Chapter(repeated(frame, kLargeTag))), true))});
