@@ -1,5 +1,6 @@
 #include "cli/Summary.h"
 
+#include <orvel/Settings.h>
 #include <cmath>
 #include <csignal>
 #include <sstream>
@@ -38,7 +39,8 @@ void describePartition(std::ostream& out, const PartitionResult& partition) {
     out << "  Nothing has changed since the last run.\n";
   }
   if (progress.limitReached) {
-    out << "  The limit of 16000 songs is reached: further songs are not looked at.\n";
+    out << "  The limit of " << Limits().songs
+        << " songs is reached: further songs are not looked at.\n";
   }
   if (progress.isolationFailed) {
     out << "  Tags were read without isolation: the tag reader could not be started.\n";

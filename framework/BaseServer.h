@@ -18,6 +18,27 @@ struct BaseServer<T>::Queue {
   std::deque<block_type_ptr> queue ORVEL_GUARDED_BY(mutex);
   Mutex mutex;
   Condition cond;
+
+  // A stopped consumer returns with the mutex held, which the analysis cannot express.
+  block_type_ptr pop(BaseServer& server, bool& holdsMutex) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
+    mutex.lock();
+    while (count == 0 || server.state == PAUSED) {
+      if (!server.stopping()) cond.wait(mutex);
+      if (server.stopping()) {
+        holdsMutex = true;
+        return {};
+      }
+    }
+    block_type_ptr block = std::move(queue.front());
+    queue.pop_front();
+    --count;
+    OV_INFO("%s %d (op:%d)", server.name, count, block->operation.id);
+    cond.broadcast();
+    mutex.unlock();
+    return block;
+  }
+
+  void release() ORVEL_NO_THREAD_SAFETY_ANALYSIS { mutex.unlock(); }
 };
 
 template <class T>
@@ -83,32 +104,16 @@ bool BaseServer<T>::append(block_type_ptr& block) {
   return true;
 }
 
-// A stopped consumer returns with the mutex held, which the analysis cannot express.
 template <class T>
-typename BaseServer<T>::block_type_ptr BaseServer<T>::pop(bool& holdsMutex)
-    ORVEL_NO_THREAD_SAFETY_ANALYSIS {
+typename BaseServer<T>::block_type_ptr BaseServer<T>::pop(bool& holdsMutex) {
   holdsMutex = false;
   if (stopping()) return {};
-  blocks->mutex.lock();
-  while (blocks->count == 0 || state == PAUSED) {
-    if (!stopping()) blocks->cond.wait(blocks->mutex);
-    if (stopping()) {
-      holdsMutex = true;
-      return {};
-    }
-  }
-  block_type_ptr block = std::move(blocks->queue.front());
-  blocks->queue.pop_front();
-  --blocks->count;
-  OV_INFO("%s %d (op:%d)", name, blocks->count, block->operation.id);
-  blocks->cond.broadcast();
-  blocks->mutex.unlock();
-  return block;
+  return blocks->pop(*this, holdsMutex);
 }
 
 template <class T>
-void BaseServer<T>::releaseQueue() ORVEL_NO_THREAD_SAFETY_ANALYSIS {
-  blocks->mutex.unlock();
+void BaseServer<T>::releaseQueue() {
+  blocks->release();
 }
 
 }  // namespace orvel
