@@ -3,13 +3,13 @@
 #include <future>
 #include <map>
 
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
 #include "base/StageThread.h"
 #include "db/MetaDataInfo.h"
 #include "db/Playlist.h"
 #include "mtp/MtpConnection.h"
-#include <orvel/MtpDevice.h>
 #include "phones/Access.h"
-#include <orvel/AttachedDevices.h>
 #include "phones/MtpUtils.h"
 #include "phones/OwnedList.h"
 #include "tests/mtp/responder/StandInDevice.h"
