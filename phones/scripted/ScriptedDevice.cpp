@@ -57,16 +57,4 @@ ScriptedObject* ScriptedDevice::find(const std::string& path) {
   return found == objects.end() ? nullptr : &*found;
 }
 
-void ScriptedDevice::remove(const std::string& path) {
-  const ScriptedObject* const found = find(path);
-  if (found == nullptr) return;
-  const std::uint32_t storage = found->storage;
-  const bool isFolder = found->kind == ScriptedObject::Kind::Folder;
-  objects.erase(objects.begin() + (found - objects.data()));
-  if (!isFolder) return;
-  std::erase_if(objects, [&](const ScriptedObject& object) {
-    return object.storage == storage && object.path.starts_with(path + "/");
-  });
-}
-
 }  // namespace orvel::scripted

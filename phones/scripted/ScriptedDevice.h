@@ -88,8 +88,6 @@ struct ScriptedDevice {
 
   /// The first object with this path; null when there is none.
   ScriptedObject* find(const std::string& path);
-  /// Removes the first object with this path and, of a folder, everything below.
-  void remove(const std::string& path);
 
  private:
   ScriptedObject& add(ScriptedObject::Kind kind, const std::string& path);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 
+#include <orvel/MtpDevice.h>
 #include "base/Md5.h"
 #include "tags/TagReading.h"
 #include "tests/endtoend/IndexerHost.h"
@@ -10,6 +11,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
 #include "tests/support/contentOf.h"
+#include "tests/support/sparseSong.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -181,10 +183,16 @@ TEST_F(PhoneTest, StrangeDevicesAreIndexedAndStayAsTheyAre) {
   device.addTrack("/Music/twice.mp3").modified = -5;
   device.addTrack("/Music/twice.mp3");
   device.addTrack("/Music/x.OGG");
+  device.addTrack("/Music/aogg");
   device.addTrack("/Music/.hidden/x.mp3");
-  device.addTrack("/DCIM/x.mp3");
+  device.addTrack("/Music/.x.mp3");
+  device.addTrack("/dcim/x.mp3");
+  device.addTrack("/DCIM2/a.b.oga");
   device.addTrack("/Music/Android/kept.mp3");
+  writeSparseSong(temporary.path("huge.mp3"), "Huge", kThreeGibibytes);
+  device.addTrack("/Music/huge.mp3").file = temporary.path("huge.mp3");
   device.addFolder("/Music/Again").target = "/Music";
+  device.addPlaylist("/AC//DC", {"/Music/A/s.mp3"});
   device.addPlaylist("/Gone", {"/Music/nowhere.mp3"});
   device.addPlaylist("/Empty", {});
   device.addStorage("Card");
@@ -197,16 +205,18 @@ TEST_F(PhoneTest, StrangeDevicesAreIndexedAndStayAsTheyAre) {
   EXPECT_THAT(query("SELECT PATH FROM SONGS"),
               testing::IsSupersetOf(std::vector<std::string>{
                   "/Music/A/s.mp3", "/Music/AC_DC.mp3", "/Music/bad \xff\xfe name.mp3",
-                  "/Music/" + longName + ".mp3", "/Music/twice.mp3", "/Music/Android/kept.mp3"}));
+                  "/Music/" + longName + ".mp3", "/Music/twice.mp3", "/Music/Android/kept.mp3",
+                  "/DCIM2/a.b.oga"}));
   EXPECT_THAT(query("SELECT COUNT(*), COUNT(DISTINCT OBJECTID), COUNT(DISTINCT PATH) FROM SONGS"),
-              ElementsAre("9|9|9"));
+              ElementsAre("11|11|11"));
   EXPECT_THAT(query("SELECT PATH FROM SONGS WHERE TITLE LIKE 'On the%'"),
               testing::Each(testing::MatchesRegex("/Card [0-9a-f]{8}/Music/A/s.mp3")));
   EXPECT_THAT(query("SELECT COUNT(*) FROM SONGS WHERE TITLE = '" + std::string(254, 't') +
-                    "' OR TITLE = 'Ill \xef\xbf\xbd formed'"),
-              ElementsAre("2"));
-  EXPECT_THAT(query("SELECT DISTINCT PLAYNAME FROM PLAYLISTS"), ElementsAre("Best"));
-  EXPECT_THAT(query("SELECT PATH FROM DIRECTORIES WHERE PATH LIKE '%DCIM%' OR PATH LIKE '%/.%'"),
+                    "' OR TITLE = 'Ill \xef\xbf\xbd formed' OR TITLE = 'Huge'"),
+              ElementsAre("3"));
+  EXPECT_THAT(query("SELECT DISTINCT PLAYNAME FROM PLAYLISTS ORDER BY PLAYNAME"),
+              ElementsAre("Best", "DC"));
+  EXPECT_THAT(query("SELECT PATH FROM DIRECTORIES WHERE PATH = '/dcim' OR PATH LIKE '%/.%'"),
               IsEmpty());
   const auto before = everything("phone1");
   indexPhone(phone.handle);
@@ -272,7 +282,35 @@ TEST_F(PhoneTest, TagsReadInIsolationAreThoseReadInProcessAndABadTrackCostsItsel
   EXPECT_THAT(log.texts("tag reader"), testing::SizeIs(1));
 }
 
-TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
+TEST_F(PhoneTest, AFullDatabaseTakesNoMoreSongs) {
+  indexPhone(phone.plugIn());
+  query("UPDATE SONGS SET NAME = zeroblob(87000000)");
+  phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
+  phone.update();
+  indexPhone(phone.handle);
+  EXPECT_EQ(status(), "OK");
+  EXPECT_THAT(query("SELECT TITLE FROM SONGS"), ElementsAre("T"));
+}
+
+TEST_F(PhoneTest, APhoneThatIsNeverReadyKeepsItsDirectoriesAndIsReadAgain) {
+  indexPhone(phone.plugIn());
+  const auto complete = contents();
+  const LogCapture log;
+  startPhone(phone.handle);
+  ASSERT_TRUE(log.waitFor("waitDeviceReady"));
+  MtpDevice::instance().disconnectDevice(phone.handle);
+  ASSERT_TRUE(waitUntil([&] {
+    // The readiness of another device ends the wait, too.
+    MtpDevice::instance().setDeviceReady(phone.handle + 1);
+    return controller->liveRequests() == 0;
+  }));
+  EXPECT_THAT(query("SELECT * FROM DIRECTORIES"), testing::SizeIs(3));
+  EXPECT_EQ(status(), "PROGRESS");
+  indexPhone(phone.handle);
+  EXPECT_EQ(contents(), complete);
+}
+
+TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsItsRowsUntilItIsRemoved) {
   phone.device.addTrack("/Music/B/t.mp3").tags = tags("U", "Y");
   indexPhone(phone.plugIn());
   const auto before = everything("phone1");
@@ -280,6 +318,14 @@ TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsWhatWasKnown) {
   phone.update();
   indexPhone(phone.handle);
   EXPECT_EQ(everything("phone1"), before);
+
+  phone.device.faults.clear();
+  std::erase_if(phone.device.objects,
+                [](const auto& object) { return object.path.starts_with("/Music/B"); });
+  phone.update();
+  indexPhone(phone.handle);
+  EXPECT_THAT(query("SELECT PATH FROM DIRECTORIES ORDER BY PATH; SELECT PATH FROM SONGS"),
+              ElementsAre("", "/Music", "/Music/A", "/Music/A/s.mp3"));
 }
 
 }  // namespace

@@ -180,28 +180,6 @@ TEST_F(LibmtpConnectionTest, RecognisesItsObjectsAfterAReconnect) {
   EXPECT_EQ(objectIds(), before);
 }
 
-TEST_F(LibmtpConnectionTest, ADeviceInUseOrLockedIsReadOnceItIsFree) {
-  media.addTrack(phone, "/one.mp3", {});
-  device = StandInDevice::plugIn(media);
-  device->claimError = -6;
-  const auto refused = attachedDevices();
-  ASSERT_THAT(refused, SizeIs(1));
-  EXPECT_THAT(refused[0].error, HasSubstr("Another program"));
-  EXPECT_THAT(refused[0].storages, IsEmpty());
-  std::uint32_t count = 0;
-  EXPECT_EQ(Access_GetNumElements(refused[0].handle, CATEGORY_TRACKS, count),
-            STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED);
-
-  device->claimError = 0;
-  device->responder.setLocked(true);
-  connect();
-  EXPECT_EQ(handle, refused[0].handle);
-  EXPECT_THAT(storagesOf(handle), IsEmpty());
-  device->responder.setLocked(false);
-  EXPECT_THAT(storagesOf(handle), SizeIs(1));
-  EXPECT_THAT(walk(), ElementsAre(Pair("/one.mp3", testing::_)));
-}
-
 TEST_F(LibmtpConnectionTest, PlaylistsHoldTheirPresentTracks) {
   const std::uint32_t one = media.addTrack(phone, "/one.mp3", {});
   const std::uint32_t two = media.addTrack(phone, "/two.mp3", {});

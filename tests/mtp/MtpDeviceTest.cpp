@@ -12,7 +12,6 @@ namespace orvel::test {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 MtpDevice& registry() {
   return MtpDevice::instance();
@@ -31,7 +30,6 @@ auto waiting(const LogCapture& log, std::stop_token token = {}) {
 }
 
 TEST(MtpDevice, KnowsOnlyWhatItWasTold) {
-  const LogCapture log;
   EXPECT_FALSE(registry().isDeviceConnected(99) || registry().isDeviceReady(99));
   EXPECT_FALSE(registry().waitDeviceReady(99));
   registry().setDeviceReady(5);
@@ -42,10 +40,6 @@ TEST(MtpDevice, KnowsOnlyWhatItWasTold) {
   registry().setDeviceReady(5);
   registry().disconnectDevice(5);
   EXPECT_FALSE(registry().isDeviceConnected(5) || registry().isDeviceReady(5));
-  EXPECT_THAT(log.texts(),
-              ElementsAre("setDeviceReady 5", "setDeviceReady DONE", "setDeviceConnected 5",
-                          "setDeviceConnected DONE", "setDeviceReady 5", "setDeviceReady DONE",
-                          "disconnectDevice"));
 }
 
 TEST(MtpDevice, AWaitEndsWithAnyReadinessOrAStopAndNothingElse) {
