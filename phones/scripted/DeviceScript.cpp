@@ -42,58 +42,17 @@ t_status answerOf(const std::string& name) {
                               " busy.");
 }
 
-/// Builds the devices line by line. Throws std::invalid_argument for a line that makes no sense.
-class ScriptReader {
- public:
-  explicit ScriptReader(std::filesystem::path scriptFolder) : folder(std::move(scriptFolder)) {}
-
-  void read(ScriptLine& line) {
-    if (line.keyword().empty()) return;
-    const auto found = kReaders.find(line.keyword());
-    if (found == kReaders.end()) {
-      throw std::invalid_argument("'" + line.keyword() +
-                                  "' is no keyword. Begin the line with device, storage, folder,"
-                                  " track, file, playlist or fault.");
-    }
-    if (devices.empty() && line.keyword() != "device") {
-      throw std::invalid_argument("there is no device yet. Put a 'device' line before it.");
-    }
-    (this->*found->second)(line);
-    line.finish();
-  }
-
-  std::vector<ScriptedDevice> take() { return std::move(devices); }
-
- private:
-  using Reader = void (ScriptReader::*)(ScriptLine&);
-
-  void readDevice(ScriptLine& line);
-  void readStorage(ScriptLine& line);
-  void readFolder(ScriptLine& line);
-  void readTrack(ScriptLine& line);
-  void readFile(ScriptLine& line);
-  void readPlaylist(ScriptLine& line);
-  void readFault(ScriptLine& line);
-  void readFileFields(ScriptLine& line, ScriptedObject& object) const;
-  static std::optional<DeviceTags> readTags(ScriptLine& line);
-  static void readEffect(ScriptLine& line, Fault& fault);
+/// The devices of the lines read so far. Every line but "device" adds to the last one. The readers
+/// throw std::invalid_argument for a line that makes no sense.
+struct Script {
+  std::filesystem::path folder;
+  std::vector<ScriptedDevice> devices = {};
 
   ScriptedDevice& device() { return devices.back(); }
-
-  static const std::map<std::string, Reader> kReaders;
-
-  std::filesystem::path folder;
-  std::vector<ScriptedDevice> devices;
 };
 
-const std::map<std::string, ScriptReader::Reader> ScriptReader::kReaders = {
-    {"device", &ScriptReader::readDevice}, {"storage", &ScriptReader::readStorage},
-    {"folder", &ScriptReader::readFolder}, {"track", &ScriptReader::readTrack},
-    {"file", &ScriptReader::readFile},     {"playlist", &ScriptReader::readPlaylist},
-    {"fault", &ScriptReader::readFault}};
-
-void ScriptReader::readDevice(ScriptLine& line) {
-  ScriptedDevice& added = devices.emplace_back();
+void readDevice(ScriptLine& line, Script& script) {
+  ScriptedDevice& added = script.devices.emplace_back();
   added.vendor =
       static_cast<std::uint16_t>(line.number("vendor", kMost16, 16).value_or(added.vendor));
   added.product =
@@ -104,18 +63,18 @@ void ScriptReader::readDevice(ScriptLine& line) {
   added.renumbers = line.takes("renumbers");
 }
 
-void ScriptReader::readStorage(ScriptLine& line) {
-  DeviceStorage& storage = device().addStorage(line.word("description"));
+void readStorage(ScriptLine& line, Script& script) {
+  DeviceStorage& storage = script.device().addStorage(line.word("description"));
   storage.capacityBytes = line.number("capacity", kMost63).value_or(storage.capacityBytes);
   storage.freeBytes = line.number("free", kMost63).value_or(storage.capacityBytes / 2);
 }
 
-void ScriptReader::readFolder(ScriptLine& line) {
-  ScriptedObject& added = device().addFolder(line.word("path"));
+void readFolder(ScriptLine& line, Script& script) {
+  ScriptedObject& added = script.device().addFolder(line.word("path"));
   if (line.takes("=")) added.target = line.word("folder behind '='");
 }
 
-std::optional<DeviceTags> ScriptReader::readTags(ScriptLine& line) {
+std::optional<DeviceTags> readTags(ScriptLine& line) {
   bool any = false;
   const auto text = [&](const char* name) {
     const auto value = line.option(name);
@@ -134,51 +93,36 @@ std::optional<DeviceTags> ScriptReader::readTags(ScriptLine& line) {
   return tags;
 }
 
-void ScriptReader::readFileFields(ScriptLine& line, ScriptedObject& object) const {
+void readFileFields(ScriptLine& line, ScriptedObject& object) {
   object.size = line.number("size", kMost63).value_or(0);
   object.modified = static_cast<std::time_t>(line.number("modified", kMost63).value_or(0));
 }
 
-void ScriptReader::readTrack(ScriptLine& line) {
-  ScriptedObject& track = device().addTrack(line.word("path"));
+void readTrack(ScriptLine& line, Script& script) {
+  ScriptedObject& track = script.device().addTrack(line.word("path"));
   track.tags = readTags(line);
   readFileFields(line, track);
   const auto file = line.option("file");
   if (!file) return;
-  track.file = (folder / *file).string();
+  track.file = (script.folder / *file).string();
   if (!std::ifstream(track.file).good()) {
     throw std::invalid_argument("the file " + track.file +
                                 " cannot be read. Name a file relative to the script's folder.");
   }
 }
 
-void ScriptReader::readFile(ScriptLine& line) {
-  readFileFields(line, device().addFile(line.word("path")));
+void readFile(ScriptLine& line, Script& script) {
+  readFileFields(line, script.device().addFile(line.word("path")));
 }
 
-void ScriptReader::readPlaylist(ScriptLine& line) {
+void readPlaylist(ScriptLine& line, Script& script) {
   const std::string path = line.word("path");
   std::vector<std::string> members;
   if (line.takes("=")) members = line.words();
-  device().addPlaylist(path, std::move(members));
+  script.device().addPlaylist(path, std::move(members));
 }
 
-void ScriptReader::readFault(ScriptLine& line) {
-  const std::string at = line.word("place");
-  if (at.find(' ') != std::string::npos || kPlaces.find(" " + at + " ") == std::string_view::npos) {
-    throw std::invalid_argument("'" + at +
-                                "' is no place for a fault. Name a call such as Access_GetItems, a"
-                                " function such as listFolder, or any, count or page.");
-  }
-  Fault& fault = device().addFault({at});
-  fault.path = line.option("path").value_or("");
-  fault.from = static_cast<unsigned>(line.number("from", kForEver).value_or(1));
-  fault.times = static_cast<unsigned>(line.number("times", kForEver).value_or(1));
-  if (line.takes("always")) fault.times = kForEver;
-  readEffect(line, fault);
-}
-
-void ScriptReader::readEffect(ScriptLine& line, Fault& fault) {
+void readEffect(ScriptLine& line, Fault& fault) {
   const bool isCall = fault.at == kAtAnyCall || fault.at.find('_') != std::string::npos;
   const bool isList = fault.at == kAtCount || fault.at == kAtPage;
   if (const auto items = line.number("items", kMost32)) {
@@ -202,33 +146,68 @@ void ScriptReader::readEffect(ScriptLine& line, Fault& fault) {
       " items=N and block=MILLISECONDS; count and page take items=N.");
 }
 
+void readFault(ScriptLine& line, Script& script) {
+  const std::string at = line.word("place");
+  if (at.find(' ') != std::string::npos || kPlaces.find(" " + at + " ") == std::string_view::npos) {
+    throw std::invalid_argument("'" + at +
+                                "' is no place for a fault. Name a call such as Access_GetItems, a"
+                                " function such as listFolder, or any, count or page.");
+  }
+  Fault& fault = script.device().addFault({at});
+  fault.path = line.option("path").value_or("");
+  fault.from = static_cast<unsigned>(line.number("from", kForEver).value_or(1));
+  fault.times = static_cast<unsigned>(line.number("times", kForEver).value_or(1));
+  if (line.takes("always")) fault.times = kForEver;
+  readEffect(line, fault);
+}
+
+using Reader = void (*)(ScriptLine& line, Script& script);
+const std::map<std::string, Reader> kReaders = {{"device", readDevice}, {"storage", readStorage},
+                                                {"folder", readFolder}, {"track", readTrack},
+                                                {"file", readFile},     {"playlist", readPlaylist},
+                                                {"fault", readFault}};
+
+void readLine(ScriptLine& line, Script& script) {
+  if (line.keyword().empty()) return;
+  const auto found = kReaders.find(line.keyword());
+  if (found == kReaders.end()) {
+    throw std::invalid_argument("'" + line.keyword() +
+                                "' is no keyword. Begin the line with device, storage, folder,"
+                                " track, file, playlist or fault.");
+  }
+  if (script.devices.empty() && line.keyword() != "device") {
+    throw std::invalid_argument("there is no device yet. Put a 'device' line before it.");
+  }
+  found->second(line, script);
+  line.finish();
+}
+
 }  // namespace
 
 std::vector<ScriptedDevice> readDeviceScript(const std::string& file) {
-  std::ifstream script(file);
-  ScriptReader reader(std::filesystem::path(file).parent_path());
+  std::ifstream input(file);
+  Script script{std::filesystem::path(file).parent_path()};
   unsigned number = 0;
   std::string text;
-  while (std::getline(script, text)) {
+  while (std::getline(input, text)) {
     ++number;
     try {
       ScriptLine line(text);
-      reader.read(line);
+      readLine(line, script);
     } catch (const std::invalid_argument& error) {
       throw std::runtime_error(file + ":" + std::to_string(number) + ": " + error.what());
     }
   }
-  if (!script.eof()) {
+  if (!input.eof()) {
     throw std::runtime_error("Cannot read the script " + file + " (" + std::strerror(errno) +
                              "). Name a text file that describes devices.");
   }
-  std::vector<ScriptedDevice> devices = reader.take();
-  if (devices.empty()) {
+  if (script.devices.empty()) {
     throw std::runtime_error("The script " + file +
                              " describes no device. Begin it with a line such as 'device"
                              " serial=A1 model=Phone'.");
   }
-  return devices;
+  return std::move(script.devices);
 }
 
 }  // namespace orvel::scripted

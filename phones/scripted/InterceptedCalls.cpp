@@ -8,25 +8,11 @@ namespace orvel::scripted {
 
 namespace {
 
-const char* nameOf(TrackText which) {
-  switch (which) {
-    case TrackText::Title:
-      return "Access_GetTrackTitle";
-    case TrackText::Artist:
-      return "Access_GetTrackArtist";
-    case TrackText::Album:
-      return "Access_GetTrackAlbum";
-    case TrackText::Genre:
-      return "Access_GetTrackGenre";
-    case TrackText::Composer:
-      return "Access_GetTrackComposer";
-    case TrackText::FileName:
-      return "Access_GetTrackFileName";
-    case TrackText::DateModified:
-      return "Access_GetTrackDateModified";
-  }
-  return "";
-}
+/// The names of the calls, in the order of TrackText.
+constexpr const char* kTextCalls[] = {"Access_GetTrackTitle",       "Access_GetTrackArtist",
+                                      "Access_GetTrackAlbum",       "Access_GetTrackGenre",
+                                      "Access_GetTrackComposer",    "Access_GetTrackFileName",
+                                      "Access_GetTrackDateModified"};
 
 /// Frees all items but the first `kept`.
 void shorten(t_mtp_item_list& items, std::uint32_t kept) {
@@ -86,7 +72,8 @@ t_status InterceptedCalls::selectCategory(t_content_categories category, std::ui
 }
 
 t_status InterceptedCalls::getTrackText(TrackText which, t_track_id id, std::string& text) {
-  return intercept(nameOf(which), [&] { return DeviceCalls::getTrackText(which, id, text); });
+  return intercept(kTextCalls[static_cast<int>(which)],
+                   [&] { return DeviceCalls::getTrackText(which, id, text); });
 }
 
 t_status InterceptedCalls::getTrackAlbumTrackIndex(t_track_id id, std::uint16_t& index) {

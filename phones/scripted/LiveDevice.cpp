@@ -17,11 +17,12 @@ void LiveDevice::update(ScriptedDevice description) {
   for (const Fault& fault : current->device().faults) faults.push_back({fault});
 }
 
-template <class Concerns>
-std::optional<Fault> LiveDevice::nextFault(Concerns concerns) {
+std::optional<Fault> LiveDevice::nextFault(const std::string& where,
+                                           const std::optional<std::string>& path) {
   std::optional<Fault> happens;
   for (auto& [fault, seen] : faults) {
-    if (!concerns(fault)) continue;
+    const bool isHere = fault.at == where || (!path && fault.at == kAtAnyCall);
+    if (!isHere || (path && !fault.path.empty() && fault.path != *path)) continue;
     const unsigned number = ++seen;
     const bool isDue = number >= fault.from && number - fault.from < fault.times;
     if (isDue && !happens) happens = fault;
@@ -29,19 +30,12 @@ std::optional<Fault> LiveDevice::nextFault(Concerns concerns) {
   return happens;
 }
 
-std::optional<Fault> LiveDevice::nextFaultAt(const std::string& where, const std::string& path) {
-  return nextFault([&](const Fault& fault) {
-    return fault.at == where && (fault.path.empty() || fault.path == path);
-  });
-}
-
 t_status LiveDevice::enterCall(const std::string& name) {
   const MutexLock lock(mutex);
   if (!present) return STATUS_NOT_OK_BAD_HANDLE;
   ++notes.calls;
   ++notes.counts[name];
-  const auto fault =
-      nextFault([&](const Fault& each) { return each.at == kAtAnyCall || each.at == name; });
+  const auto fault = nextFault(name, std::nullopt);
   return fault ? suffer(*fault) : STATUS_OK;
 }
 
@@ -50,7 +44,7 @@ LiveDevice::Outcome LiveDevice::perform(const std::string& function,
   const MutexLock lock(mutex);
   if (!present) return {STATUS_NOT_OK_BAD_HANDLE, std::nullopt};
   ++notes.counts[function];
-  const auto fault = nextFaultAt(function, object ? current->pathOf(*object) : "");
+  const auto fault = nextFault(function, object ? current->pathOf(*object) : "");
   if (!fault) return {};
   const t_status status = suffer(*fault);
   if (fault->effect != Fault::Effect::Items) return {status, std::nullopt};
@@ -61,7 +55,7 @@ std::optional<std::uint32_t> LiveDevice::itemsOf(const char* where,
                                                  const t_mtp_container& container) {
   const MutexLock lock(mutex);
   const bool isFolder = container.kind == CONTAINER_FOLDER;
-  const auto fault = nextFaultAt(where, isFolder ? current->pathOf(container.id) : "");
+  const auto fault = nextFault(where, isFolder ? current->pathOf(container.id) : "");
   if (!fault || fault->effect != Fault::Effect::Items) return std::nullopt;
   return fault->items;
 }

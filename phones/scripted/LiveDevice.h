@@ -62,11 +62,9 @@ class LiveDevice {
     unsigned seen = 0;  ///< how many calls it concerned
   };
 
-  /// Counts a call, and returns the first fault that happens now. `concerns` tells which faults the
-  /// call concerns; each of them counts it.
-  template <class Concerns>
-  std::optional<Fault> nextFault(Concerns concerns) ORVEL_REQUIRES(mutex);
-  std::optional<Fault> nextFaultAt(const std::string& where, const std::string& path)
+  /// Counts a call in every fault that concerns it, and returns the first fault that happens now.
+  /// Calls of the library have no `path`; faults at any call concern these alone.
+  std::optional<Fault> nextFault(const std::string& where, const std::optional<std::string>& path)
       ORVEL_REQUIRES(mutex);
   t_status suffer(const Fault& fault) ORVEL_REQUIRES(mutex);
   t_status block(std::chrono::milliseconds bound) ORVEL_REQUIRES(mutex);

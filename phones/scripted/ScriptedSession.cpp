@@ -40,27 +40,32 @@ t_status ScriptedSession::open(DeviceDescription& description) {
   return status;
 }
 
-t_status ScriptedSession::listStorages(std::vector<DeviceStorage>& storages) {
-  storages.clear();
-  const LiveDevice::Outcome outcome = device->perform("listStorages", std::nullopt);
+template <class Items, class Find>
+t_status ScriptedSession::list(const char* function, std::optional<t_track_id> object, Items& items,
+                               Find find) {
+  items.clear();
+  const LiveDevice::Outcome outcome = device->perform(function, object);
   if (outcome.status != STATUS_OK) return outcome.status;
-  storages = device->media()->device().storages;
-  cut(storages, outcome);
+  const auto media = device->media();
+  const Items* const found = find(*media);
+  if (found == nullptr) return STATUS_NOT_OK;
+  items = *found;
+  cut(items, outcome);
   return STATUS_OK;
+}
+
+t_status ScriptedSession::listStorages(std::vector<DeviceStorage>& storages) {
+  return list("listStorages", std::nullopt, storages,
+              [](const MediaIndex& media) { return &media.device().storages; });
 }
 
 t_status ScriptedSession::listFolder(std::uint32_t storage, t_track_id folder,
                                      std::vector<DeviceObject>& children) {
-  children.clear();
-  const LiveDevice::Outcome outcome = device->perform("listFolder", folder);
-  if (outcome.status != STATUS_OK) return outcome.status;
-  const auto media = device->media();
-  const auto* const found = media->children(storage, folder);
-  if (found == nullptr) return STATUS_NOT_OK;
-  children = *found;
-  cut(children, outcome);
-  listedFolders.emplace(storage, folder);
-  return STATUS_OK;
+  const t_status status = list("listFolder", folder, children, [&](const MediaIndex& media) {
+    return media.children(storage, folder);
+  });
+  if (status == STATUS_OK) listedFolders.emplace(storage, folder);
+  return status;
 }
 
 t_status ScriptedSession::readTags(const DeviceObject& track, DeviceTags& tags) {
@@ -111,15 +116,8 @@ t_status ScriptedSession::listPlaylists(std::vector<DevicePlaylist>& playlists) 
 }
 
 t_status ScriptedSession::playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) {
-  members.clear();
-  const LiveDevice::Outcome outcome = device->perform("playlistMembers", playlist);
-  if (outcome.status != STATUS_OK) return outcome.status;
-  const auto media = device->media();
-  const auto* const found = media->members(playlist);
-  if (found == nullptr) return STATUS_NOT_OK;
-  members = *found;
-  cut(members, outcome);
-  return STATUS_OK;
+  return list("playlistMembers", playlist, members,
+              [&](const MediaIndex& media) { return media.members(playlist); });
 }
 
 }  // namespace orvel::scripted

@@ -7,6 +7,7 @@ import signal
 import subprocess
 import time
 import unittest
+from pathlib import Path
 
 from orvelCommand import HANG_SECONDS, ORVEL, CommandTestCase, writeSong
 
@@ -21,7 +22,7 @@ playlist /Best = /Music/t.mp3 /gone.mp3 /Music/A/s.mp3
 OTHER = "device serial=B2 model=Other\ntrack /o.mp3 title=O\n"
 LOCKED = "device serial=L3 model=Locked\ntrack /l.mp3 title=L\nfault listStorages items=0 always\n"
 CONTROLS = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u2028-\u202e]")
-DOCUMENTATION = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../docs/mtp.md")
+DOCUMENTATION = Path(__file__).resolve().parents[2] / "docs/mtp.md"
 FAULTY_LINES = {
     "trak /a.mp3": "'trak' is no keyword",
     "device serial=B2 colour=red": "knows no 'colour'. It knows: vendor, product, serial",
@@ -45,8 +46,7 @@ class MtpTestCase(CommandTestCase):
 
     def script(self, text):
         file = self.path("phones.txt")
-        with open(file, "w") as script:
-            script.write(text)
+        Path(file).write_text(text)
         return file
 
     def phones(self, text, *arguments, **more):
@@ -105,8 +105,7 @@ class Listing(MtpTestCase):
 
 class Scripts(MtpTestCase):
     def testTheDocumentedExampleWorks(self):
-        with open(DOCUMENTATION) as file:
-            example = re.search("```\n(# phones.txt.*?)```", file.read(), re.S)[1]
+        example = re.search("```\n(# phones.txt.*?)```", DOCUMENTATION.read_text(), re.S)[1]
         writeSong(self.path("songs", "tagged.mp3"), TIT2="Tagged")
         cut, locked = self.phones(example, "--wait", "0", expect=1)
         self.assertEqual((cut["device_id"], cut["exit"], locked["exit"]), ("18d1:4ee1:A1", 3, 1))
@@ -130,7 +129,7 @@ class Scripts(MtpTestCase):
 
 
 class Runs(MtpTestCase):
-    def testFirstUnchangedAndChangedRun(self):
+    def testFirstAndChangedRun(self):
         first = self.phones(PHONE, "A1")
         partition = first["partitions"][0]
         self.assertEqual((first["exit"], first["status"], first["device_id"]),
@@ -143,10 +142,6 @@ class Runs(MtpTestCase):
                           ("/Music/t.mp3", "From the bytes", "X")])
         self.assertEqual(self.titles("--playlist", "Best"), ["From the bytes", "Card"])
         self.assertIn(b"Device     18d1:4ee1:A1", self.run_("status")[0])
-
-        second = self.phones(PHONE, "A1")["partitions"][0]
-        self.assertEqual((second["songs"]["unchanged"], second["songs"]["new"]), (3, 0))
-        self.assertFalse(second["content_modified"])
 
         changed = self.script(PHONE.replace("track /Music/t.mp3 file=t.mp3", "track /u.mp3 title=U"))
         out, errors = self.run_("index", "--mtp", "--scripted", changed)
@@ -186,13 +181,11 @@ class Waiting(MtpTestCase):
 
     def testLockedPhoneIsLeftAsItWas(self):
         database = self.phones(LOCKED.replace("always", "times=0"), "L3")["database"]
-        with open(database, "rb") as file:
-            before = file.read()
+        before = Path(database).read_bytes()
         report = self.phones(LOCKED, "L3", "--wait", "1", expect=1)
         self.assertIn("Unlock it", report["error"])
         self.assertEqual((report["partitions"], report["status"]), ([], None))
-        with open(database, "rb") as file:
-            self.assertEqual(file.read(), before)
+        self.assertEqual(Path(database).read_bytes(), before)
 
     def testPhoneThatIsUnlockedOrPulledOutMeanwhile(self):
         report = self.phones(LOCKED.replace("always", "times=2"), "L3")
@@ -227,17 +220,10 @@ class Waiting(MtpTestCase):
             LOCKED, lambda running: b"shows no storage" in running.stderr.readline())
         reports += self.interrupt(
             LOCKED + "fault open block=60000\n",
-            lambda running: "MtpDevice\n" in self.threadsOf(running))
+            lambda running: any(thread.read_text() == "MtpDevice\n" for thread in
+                                Path(f"/proc/{running.pid}/task").glob("*/comm")))
         self.assertEqual([(r["interrupted"], r["partitions"]) for r in reports], 2 * [(True, [])])
         self.assertFalse(os.path.exists(self.databases))
-
-    @staticmethod
-    def threadsOf(running):
-        names = []
-        for task in os.listdir(f"/proc/{running.pid}/task"):
-            with open(f"/proc/{running.pid}/task/{task}/comm") as name:
-                names.append(name.read())
-        return names
 
 
 if __name__ == "__main__":

@@ -85,29 +85,21 @@ TEST_F(MtpConnectionTest, OnlyTitleAndNameAreAskedAgainWhileTheDeviceIsBusy) {
 TEST_F(MtpConnectionTest, ATrackWithoutDeviceTagsIsReadFromItsBytesWithoutDefaults) {
   phone.device.addTrack("/Music/plain.mp3").content = "no song at all";
   walk();
-  log.clear();
   const auto song = track("/Music/plain.mp3");
   ASSERT_NE(song, nullptr) << "an unreadable track is a song all the same";
   EXPECT_EQ(song->title + song->artist + song->album + song->genre + song->composer, "");
-  const std::string id = std::to_string(phone.idOf("/Music/plain.mp3"));
-  EXPECT_EQ(log.count("Track with ID " + id +
-                      " is unsupported. Device handle: " + std::to_string(phone.handle)),
-            1);
 }
 
-TEST_F(MtpConnectionTest, DatesAreThoseOfTheDeviceOrTheEpoch) {
+TEST_F(MtpConnectionTest, DatesAreThoseOfTheDevice) {
   phone.device.find(kSong)->modified = 1234567890;
   phone.device.addTrack("/Music/undated.mp3");
   walk();
-  const t_track_id undated = phone.idOf("/Music/undated.mp3");
   char text[kAccessTextBytes] = "";
   ASSERT_EQ(Access_GetTrackDateModified(phone.handle, phone.idOf(kSong), text), STATUS_OK);
   EXPECT_THAT(text, testing::MatchesRegex("(Fri|Sat) Feb 1[34] [0-9:]+ 2009"));
-  ASSERT_EQ(Access_GetTrackDateModified(phone.handle, undated, text), STATUS_OK);
-  EXPECT_STREQ(text, "Thu Jan  1 00:00:00 1970");
-  // The date's own format matches no date, so that every track has the same one.
-  EXPECT_EQ(connection->getTrackDateModifiedEpoch(phone.idOf(kSong)),
-            connection->getTrackDateModifiedEpoch(undated));
+  // The date's own format matches no date, so every track has the same one.
+  const auto date = connection->getTrackDateModifiedEpoch(phone.idOf(kSong));
+  EXPECT_EQ(date, connection->getTrackDateModifiedEpoch(phone.idOf("/Music/undated.mp3")));
 }
 
 TEST_F(MtpConnectionTest, ShortPagesAreRecountedOnceAndThenGivenUp) {
@@ -138,10 +130,6 @@ TEST_F(MtpConnectionTest, TheWalkEndsAlsoWhenAFolderNeverDoes) {
   connect();
   EXPECT_TRUE(connection->crawlMtpDevice());
   EXPECT_EQ(log.count("Access_GetItems returns error"), 81);
-  phone.device.faults[0].status = STATUS_NOT_OK_BAD_HANDLE;
-  phone.update();
-  EXPECT_FALSE(connection->crawlMtpDevice());
-  EXPECT_EQ(log.count(" - Fail to invoke method: MTPFileTree . - STATUS NOT OK BAD HANDLE!"), 1);
 }
 
 }  // namespace
