@@ -28,10 +28,13 @@ void logNoDevice() {
   OV_INFO(" - No device inserted");
 }
 
+void logRetry(int retry) {
+  OV_INFO(" Processing from portix API. count = %d", retry);
+}
+
 template <class Call>
 t_status whileBusy(Call call) {
-  return retryWhileBusy(
-      call, [](int retry) { OV_INFO(" Processing from portix API. count = %d", retry); });
+  return retryWhileBusy(call, logRetry);
 }
 
 /// Pauses after every call, so that the walk leaves the device time for others.
