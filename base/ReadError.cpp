@@ -17,7 +17,8 @@ constexpr int kMostChunks = 512;
 }  // namespace
 
 bool isOrdinaryRefusal(int error) {
-  return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP;
+  return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR ||
+         error == ELOOP || error == ENAMETOOLONG;
 }
 
 int readThrough(const std::string& path, const std::stop_token& stopped) {

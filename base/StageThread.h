@@ -5,7 +5,7 @@
 
 namespace orvel {
 
-/// What the current thread knows about the stage that it carries.
+/// The stage that the current thread carries.
 ///
 /// Code deep below a stage (a waiting SQLite connection, a tag reader) asks here whether its stage
 /// was stopped, without every call in between passing a token on.

@@ -11,7 +11,7 @@ if(NOT ORVEL_DEVICE_ACCESS)
   endif()
 endif()
 
-# The library as hosts link it. The version script lists what it exports.
+# The library as hosts link it. The version script lists its exports.
 add_library(orvel SHARED)
 add_library(Orvel::orvel ALIAS orvel)
 target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_phones_${ORVEL_DEVICE_ACCESS} orvel_options

@@ -14,6 +14,8 @@ namespace sqlstl {
 namespace {
 
 constexpr std::chrono::milliseconds kPause{5};
+/// Some 100 microseconds of SQLite's virtual machine.
+constexpr int kInstructionsBetweenLooks = 10000;
 
 /// Set by the outermost WaitLimit of the thread.
 thread_local std::optional<std::chrono::steady_clock::time_point> threadDeadline;
@@ -35,6 +37,9 @@ void BusyHandler::install(orvel::sqlite::Connection& connection,
   longestWait = timeout;
   sqlite3_busy_timeout(connection.get(), static_cast<int>(timeout.count()));
   sqlite3_busy_handler(connection.get(), &BusyHandler::wait, this);
+  if (!stageStopped.stop_possible()) return;
+  sqlite3_progress_handler(connection.get(), kInstructionsBetweenLooks, &BusyHandler::isStopped,
+                           this);
 }
 
 void BusyHandler::remove(orvel::sqlite::Connection& connection) {
@@ -56,6 +61,11 @@ int BusyHandler::wait(void* handler, int attempts) {
   } catch (const std::exception&) {
     return 0;  // an exception must not pass through SQLite's frames
   }
+}
+
+/// SQLite's callback: 1 makes the running statement fail with SQLITE_INTERRUPT.
+int BusyHandler::isStopped(void* handler) {
+  return static_cast<BusyHandler*>(handler)->stageStopped.stop_requested() ? 1 : 0;
 }
 
 bool BusyHandler::sleep() const {

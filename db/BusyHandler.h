@@ -34,7 +34,8 @@ class WaitLimit {
 
 /// Makes a connection wait for the locks of other connections until a time-out, a `WaitLimit` of
 /// the thread, or a stop of the thread's stage, whichever comes first. SQLite's own wait would go
-/// on after a stop, even when the connection is interrupted.
+/// on after a stop, even when the connection is interrupted. A stop of the stage also ends a
+/// running statement, with SQLITE_INTERRUPT.
 ///
 /// The handler must outlive the connection, which must be used on the installing thread as long as
 /// it may meet locks.
@@ -48,6 +49,7 @@ class BusyHandler {
 
  private:
   static int wait(void* handler, int attempts);
+  static int isStopped(void* handler);
   /// Sleeps briefly; false when the stage was stopped.
   bool sleep() const;
 

@@ -20,8 +20,13 @@ DatabaseFile::DatabaseFile(const std::string& path, int flags) : file(path) {
                                       : sqlstl::kHostLockWait);
 }
 
+/// A stopped request does nothing more with its database: a newer one may be writing by now.
+bool DatabaseFile::isUsable() const {
+  return isOpen() && !stageThread::stopToken().stop_requested();
+}
+
 bool DatabaseFile::exec(const char* sql) {
-  if (!isOpen()) return false;
+  if (!isUsable()) return false;
   if (connection.exec(sql) == SQLITE_OK) return true;
   report(sql);
   return false;
@@ -29,14 +34,14 @@ bool DatabaseFile::exec(const char* sql) {
 
 bool DatabaseFile::execTransaction(const char* sql) {
   if (exec(sql)) return true;
-  if (connection.isInTransaction()) exec(sql::kRollBack);
+  if (connection.isInTransaction()) connection.exec(sql::kRollBack);
   return false;
 }
 
 bool DatabaseFile::transact(const std::function<bool()>& work) {
   if (!exec(sql::kBeginWrite)) return false;
-  if (work()) return exec(sql::kCommit);
-  exec(sql::kRollBack);
+  if (work() && exec(sql::kCommit)) return true;
+  connection.exec(sql::kRollBack);
   return false;
 }
 
@@ -61,7 +66,7 @@ bool DatabaseFile::overwriteRow(const char* sql, std::initializer_list<std::stri
 }
 
 void DatabaseFile::checkpoint() {
-  if (!isOpen()) return;
+  if (!isUsable()) return;
   sqlstl::BusyHandler::remove(connection);
   const int result = sqlite3_wal_checkpoint_v2(connection.get(), nullptr,
                                                SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
@@ -96,7 +101,7 @@ std::optional<std::vector<std::string>> DatabaseFile::texts(
 
 bool DatabaseFile::prepare(const char* sql, std::initializer_list<std::string> parameters,
                            sqlite::Statement& statement) {
-  if (!isOpen()) return false;
+  if (!isUsable()) return false;
   if (statement.prepare(connection.get(), sql) != SQLITE_OK) {
     report(sql);
     return false;
@@ -108,6 +113,7 @@ bool DatabaseFile::prepare(const char* sql, std::initializer_list<std::string> p
 
 void DatabaseFile::report(const char* sql) const {
   const int code = connection.errorCode();
+  if (code == SQLITE_INTERRUPT) return;  // a stop is no error
   OV_WARN("database %s: %d %s in %.60s", file.c_str(), code, connection.errorMessage(), sql);
   if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB) {
     DatabaseMgr::instance().condemn(file.c_str());

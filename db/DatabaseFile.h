@@ -48,6 +48,7 @@ class DatabaseFile {
                                                 std::initializer_list<std::string> parameters = {});
 
  private:
+  [[nodiscard]] bool isUsable() const;
   /// False, and `statement` is empty, on failure.
   bool prepare(const char* sql, std::initializer_list<std::string> parameters,
                sqlite::Statement& statement);

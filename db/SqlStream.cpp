@@ -78,6 +78,10 @@ void basic_sqlstream<charT, traits>::reportFailure(int code, const char* message
 
 template <class charT, class traits>
 void basic_sqlstream<charT, traits>::reportFailure(int code) {
+  if (code == SQLITE_INTERRUPT) {  // a stop of the stage is no error
+    this->setstate(std::ios_base::badbit);
+    return;
+  }
   reportFailure(code, connection.errorMessage());
   if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB) {
     orvel::DatabaseMgr::instance().condemn(connection.fileName());

@@ -19,7 +19,8 @@ class Transaction {
   Transaction& operator=(const Transaction&) = delete;
 
   /// Commits; true when everything written since the beginning is stored. Tries a failed commit
-  /// once more and then rolls back. Call it at most once, and not after `rollBack`.
+  /// once more and then rolls back. Rolls back on the thread of a stopped stage. Call it at most
+  /// once, and not after `rollBack`.
   [[nodiscard]] bool end();
 
   /// Undoes everything written since the beginning.

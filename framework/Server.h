@@ -120,7 +120,9 @@ void Server<TIN, TOUT>::leaveUndone(Operation& result, LeftUndone reason) {
 template <class TIN, class TOUT>
 void Server<TIN, TOUT>::noteUndone(int operationId, LeftUndone reason) {
   undoneOperation = operationId;
-  progress->leaveUndone(reason);
+  // A stopped stage rolls its transaction back.
+  const bool isRolledBack = reason == LeftUndone::RowsLost && this->stopping();
+  progress->leaveUndone(isRolledBack ? LeftUndone::Interrupted : reason);
 }
 
 template <class TIN, class TOUT>

@@ -17,6 +17,13 @@ class ServerDB : public Server<TIN, TOUT> {
  public:
   using Server<TIN, TOUT>::Server;
 
+  /// Closes the connections on the stage's own thread: the last one to close writes the log into
+  /// the database.
+  void runLoop() override {
+    Server<TIN, TOUT>::runLoop();
+    close();
+  }
+
   /// Opens both streams, the output stream first; throws std::runtime_error("cannot open db").
   void open(const std::string& deviceId) {
     DatabaseMgr::instance().open(deviceId, out, kBusyTimeoutMs);

@@ -201,7 +201,7 @@ void readRecords(MtpConnection& connection, const OwnedElements& tracks,
   }
 }
 
-/// What the stages of the MTP pipeline ask a device.
+/// Asks a device as the stages of the MTP pipeline do.
 void index(t_handle handle) {
   MtpDevice::instance().setDeviceConnected(handle);
   const std::string deviceId = "x";

@@ -36,7 +36,7 @@ void parse(const std::string& name, const std::string& content) {
   }
 }
 
-/// What is taken for a URI by one side, is a path on the other.
+/// The sides may differ on whether an entry is a URI or a path.
 void roundTrip(std::string path) {
   path.erase(std::remove(path.begin(), path.end(), '\0'), path.end());
   std::string trackPath;

@@ -21,7 +21,7 @@ namespace {
 
 using Rows = std::vector<std::string>;
 
-/// What a statement may do, as SQLite's authorizer names it.
+/// The actions of a statement, as SQLite's authorizer names them.
 using Actions = std::set<std::tuple<int, std::string, std::string>>;
 
 int note(void* actions, int code, const char* first, const char* second, const char* /*database*/,
@@ -74,7 +74,7 @@ class Database {
     sqlite3_finalize(statement);
     return rows;
   }
-  /// What both connections were allowed since the last call.
+  /// The actions of both connections since the last call.
   Actions takeActions() { return std::exchange(actions, {}); }
 
  private:

@@ -38,7 +38,7 @@ class MemoryStream : public TagStream {
   std::string bytes;
 };
 
-/// What becomes of a song that is found under `name`.
+/// Reads a song that is found under `name`, as the miner does.
 void mine(const std::string& name, std::string content) {
   MemoryStream stream(name, std::move(content));
   TagResult read = readTags(stream, ReadingDepth::TagAndAudio);

@@ -37,7 +37,7 @@ class ScheduledParse {
  public:
   explicit ScheduledParse(const SharedWrapper& wrapper) {
     auto shared = std::make_unique<SharedWrapper>(wrapper);
-    source = g_timeout_source_new_seconds(0);
+    source = g_timeout_source_new(0);
     g_source_set_callback(source, parseOnce, shared.release(), releaseWrapper);
     handOvers.fetch_add(1, std::memory_order_release);
     g_source_attach(source, nullptr);

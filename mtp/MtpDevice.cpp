@@ -86,6 +86,8 @@ void MtpDevice::disconnectDevice(std::size_t handle) {
   const MutexLock lock(state->mutex);
   // Every attachment has a new handle: nothing about this one is needed again.
   state->devices.erase(keyOf(handle));
+  ++state->broadcasts;
+  state->cond.broadcast();
 }
 
 bool MtpDevice::isDeviceConnected(std::size_t handle) {

@@ -35,7 +35,11 @@ std::size_t Orvel::liveRequests() const {
 }
 
 Orvel::sink_block_type_ptr Orvel::doOperation(src_block_type_ptr result) {
-  requests->finish(result->operation);
+  if (result->operation.id == Requests::kHandedOver) {
+    requests->serveHandedOver();
+  } else {
+    requests->finish(result->operation);
+  }
   return {};
 }
 

@@ -1,13 +1,16 @@
 #include "orchestration/Requests.h"
 
 #include <algorithm>
+#include <boost/make_shared.hpp>
 #include <chrono>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "base/Log.h"
+#include "base/StageThread.h"
 #include "base/Timer.h"
 #include "db/BusyHandler.h"
 #include "orchestration/MSDPipeline.h"
@@ -65,8 +68,14 @@ Orvel::Requests::~Requests() {
 void Orvel::Requests::accept(HostCall call) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
   if (holder == pthread_self()) {
     postponed.push_back(std::move(call));
-    return;
+  } else if (stageThread::isCurrent()) {
+    handOver(std::move(call));
+  } else {
+    serve(std::move(call));
   }
+}
+
+void Orvel::Requests::serve(HostCall call) {
   std::deque<HostCall> calls;
   calls.push_back(std::move(call));
   while (!calls.empty()) {
@@ -76,6 +85,23 @@ void Orvel::Requests::accept(HostCall call) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
     for (HostCall& later : postponed) calls.push_back(std::move(later));
     postponed.clear();
   }
+}
+
+void Orvel::Requests::handOver(HostCall call) {
+  {
+    const MutexLock guard(handedOverMutex);
+    handedOver.push_back(std::move(call));
+  }
+  owner.enqueue(boost::make_shared<Block<void>>(Operation(kHandedOver, 0, "", "", false)));
+}
+
+void Orvel::Requests::serveHandedOver() {
+  std::deque<HostCall> calls;
+  {
+    const MutexLock guard(handedOverMutex);
+    calls.swap(handedOver);
+  }
+  for (HostCall& call : calls) serve(std::move(call));
 }
 
 void Orvel::Requests::carryOut(const HostCall& call) {
@@ -105,17 +131,19 @@ void Orvel::Requests::start(const HostCall& call) {
   const auto progressOfNew = created->progress;
   remember(call.mountPoint, progressOfNew);
   try {
+    if (leftBehind.size() >= kMostLeftBehind) {
+      progressOfNew->leaveUndone(LeftUndone::Refused);
+      throw std::runtime_error("too many requests wait for devices that do not answer");
+    }
     enter(call, std::move(created));
   } catch (const std::exception&) {
     progressOfNew->fail();
+    owner.listener->indexingFinished(call.mountPoint);
     throw;
   }
 }
 
 void Orvel::Requests::enter(const HostCall& call, std::unique_ptr<SongDirectoryPipeline> created) {
-  if (leftBehind.size() >= kMostLeftBehind) {
-    throw std::runtime_error("too many requests wait for devices that do not answer");
-  }
   OrvelOperation request;
   request.handle = call.handle;
   request.deviceId = call.deviceId;
@@ -233,12 +261,15 @@ void Orvel::Requests::finish(const Operation& finished) {
   }
 }
 
-void Orvel::Requests::stopAll() {
-  const LockHolder held(*this);
+// A receiver of `databaseExists` holds the lock already.
+void Orvel::Requests::stopAll() ORVEL_NO_THREAD_SAFETY_ANALYSIS {
+  std::optional<LockHolder> held;
+  if (holder != pthread_self()) held.emplace(*this);
   for (const auto& [request, pipeline] : pipelines) {
     OV_INFO("Orvel stopping pipeline: %x ", addressOf(pipeline.get()));
     pipeline->stop();
   }
+  owner.state = STOPPING;
 }
 
 void Orvel::Requests::joinAll() {

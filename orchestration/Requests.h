@@ -20,7 +20,9 @@ namespace orvel {
 /// The controller's table of live requests, with the lock that all calls about requests take.
 ///
 /// Calls may come from any thread. One that the thread of another call makes from within it (a
-/// receiver of `databaseExists`) is carried out right after that call.
+/// receiver of `databaseExists`) is carried out right after that call. One from the thread of a
+/// stage or pipeline (a receiver of `indexingFinished`) is carried out on the controller's thread:
+/// it could otherwise delete the pipeline that it runs on.
 class Orvel::Requests {
  public:
   explicit Requests(Orvel& controller) : owner(controller) {}
@@ -28,6 +30,10 @@ class Orvel::Requests {
   ~Requests();
   Requests(const Requests&) = delete;
   Requests& operator=(const Requests&) = delete;
+
+  /// Operation id of the block that wakes the controller for handed-over calls; requests count from
+  /// 1.
+  static constexpr int kHandedOver = 0;
 
   /// A start or prioritise call of the host's.
   struct HostCall {
@@ -43,7 +49,10 @@ class Orvel::Requests {
   void accept(HostCall call) ORVEL_EXCLUDES(lock);
   /// Deletes the pipeline of a finished request and starts the first one that waits.
   void finish(const Operation& finished) ORVEL_EXCLUDES(lock);
-  void stopAll() ORVEL_EXCLUDES(lock);
+  /// Stops every pipeline and refuses every later call. May be called from within a call.
+  void stopAll();
+  /// Carries out the calls that other threads handed over. For the controller's thread.
+  void serveHandedOver() ORVEL_EXCLUDES(lock, handedOverMutex);
   void joinAll() ORVEL_EXCLUDES(lock);
 
   [[nodiscard]] std::optional<ProgressSnapshot> progressOf(const std::string& mountPoint) const
@@ -56,6 +65,10 @@ class Orvel::Requests {
   class LockHolder;
   using Pipelines = std::map<OrvelOperation, std::unique_ptr<SongDirectoryPipeline>>;
 
+  /// Carries `call` and the calls made from within it out, here and now.
+  void serve(HostCall call) ORVEL_EXCLUDES(lock);
+  /// Queues `call` for the controller's thread.
+  void handOver(HostCall call) ORVEL_EXCLUDES(handedOverMutex);
   void carryOut(const HostCall& call) ORVEL_REQUIRES(lock);
   void start(const HostCall& call) ORVEL_REQUIRES(lock);
   /// Enters the new request into the table, launches its pipeline and hands it the request.
@@ -87,6 +100,9 @@ class Orvel::Requests {
   bool joined = false;  ///< the owner's thread only
   std::atomic<std::size_t> liveCount{0};
   std::atomic<pthread_t> holder{0};  ///< the thread that holds `lock`, 0 for none
+
+  Mutex handedOverMutex;
+  std::deque<HostCall> handedOver ORVEL_GUARDED_BY(handedOverMutex);
 
   mutable Mutex progressMutex;
   std::map<std::string, std::shared_ptr<RequestProgress>> newestProgress

@@ -73,8 +73,10 @@ void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
     retryOnBadAlloc([this] { removeOrphanedEntries(); });
     retryOnBadAlloc([this] { concludeStatus(); });
     retryOnBadAlloc([this] { removeDanglingPartitions(); });
+    if (stopping()) return;
     listener->indexingFinished(operation.mountPoint);
     retryOnBadAlloc([this] { makeDurable(); });
+    if (stopping()) return;
     progress->enter(RequestPhase::Finished);
     reportToController(result);
   } catch (const std::exception&) {
@@ -98,7 +100,7 @@ void SongDirectoryPipeline::removeOrphanedEntries() {
 }
 
 void SongDirectoryPipeline::leaveUndone(LeftUndone reason) {
-  progress->leaveUndone(reason);
+  progress->leaveUndone(stopping() ? LeftUndone::Interrupted : reason);
   operation.skipped = true;
 }
 
@@ -115,7 +117,7 @@ void SongDirectoryPipeline::concludeStatus() {
   }
   const char* status = operation.skipped ? "PROGRESS" : "OK";
   if (!databases.insertStatus(operation.deviceId, operation.mountPoint, status)) {
-    progress->leaveUndone(LeftUndone::RowsLost);
+    leaveUndone(LeftUndone::RowsLost);
     status = "PROGRESS";
   }
   progress->status = status;
@@ -128,6 +130,7 @@ void SongDirectoryPipeline::removeDanglingPartitions() {
 void SongDirectoryPipeline::makeDurable() {
   DatabaseMgr& databases = DatabaseMgr::instance();
   databases.sync(operation.deviceId);
+  if (stopping()) return;
   databases.checkAndDelete(operation.deviceId, limits().databaseBytes);
 }
 

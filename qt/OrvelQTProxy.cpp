@@ -54,6 +54,7 @@ void OrvelQTProxy::setController(orvel::Orvel* attached) {
 void OrvelQTProxy::startIndexing(const QString& device_id, const QString& mount_point,
                                  bool isFirstPartition) {
   outsideStageThreads(*this, [this, device_id, mount_point, isFirstPartition] {
+    if (controller == nullptr) return;
     controller->enqueueNewOperation(orvel::OperationType::MassStorage, bytesOf(device_id), 0,
                                     bytesOf(mount_point), isFirstPartition);
   });
@@ -62,6 +63,7 @@ void OrvelQTProxy::startIndexing(const QString& device_id, const QString& mount_
 void OrvelQTProxy::startMtpIndexing(const QString& device_id, t_device_handle handle,
                                     bool isFirstPartition) {
   outsideStageThreads(*this, [this, device_id, handle, isFirstPartition] {
+    if (controller == nullptr) return;
     const std::string deviceId = bytesOf(device_id);
     controller->enqueueNewOperation(orvel::OperationType::Mtp, deviceId, handle,
                                     mtpMountPoint(deviceId), isFirstPartition);
@@ -81,6 +83,7 @@ void OrvelQTProxy::prioritizeMsdDevice(const QString& device_id, const QString& 
   const std::string deviceId = bytesOf(device_id);
   OV_INFO("%s", deviceId.c_str());
   outsideStageThreads(*this, [this, deviceId, mountPoint = bytesOf(mount_point)] {
+    if (controller == nullptr) return;
     controller->prioritizeOperation(orvel::OperationType::MassStorage, deviceId, 0, mountPoint);
   });
 }
@@ -89,6 +92,7 @@ void OrvelQTProxy::prioritizeMtpDevice(const QString& device_id, t_device_handle
   const std::string deviceId = bytesOf(device_id);
   OV_INFO("%s", deviceId.c_str());
   outsideStageThreads(*this, [this, deviceId, handle] {
+    if (controller == nullptr) return;
     controller->prioritizeOperation(orvel::OperationType::Mtp, deviceId, handle,
                                     mtpMountPoint(deviceId));
   });

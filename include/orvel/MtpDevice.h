@@ -21,7 +21,8 @@ class ORVEL_EXPORT MtpDevice {
   void setDeviceConnected(std::size_t handle);
   /// Marks the device ready and wakes every thread that waits for readiness.
   void setDeviceReady(std::size_t handle);
-  /// Records the removal: every loop over the device ends at its next item.
+  /// Records the removal: every loop over the device ends at its next item, the wait for readiness
+  /// at once.
   void disconnectDevice(std::size_t handle);
   [[nodiscard]] bool isDeviceConnected(std::size_t handle);
   [[nodiscard]] bool isDeviceReady(std::size_t handle);

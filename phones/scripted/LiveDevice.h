@@ -13,7 +13,7 @@
 
 namespace orvel::scripted {
 
-/// What was asked of a device since it was plugged in.
+/// The requests to a device since it was plugged in.
 struct Journal {
   unsigned calls = 0;  ///< of the library
   /// How often, by the names of calls of the library and of functions of DeviceSession.
@@ -26,7 +26,7 @@ class LiveDevice {
   /// `objectIds` are those of an earlier connection of the device, if it keeps them.
   LiveDevice(std::string busPath, ScriptedDevice description, ObjectIds objectIds);
 
-  /// What a fault makes of an operation.
+  /// The effect of a fault on an operation.
   struct Outcome {
     t_status status = STATUS_OK;
     std::optional<std::uint32_t> items;  ///< at most so many; without a value all
@@ -40,7 +40,7 @@ class LiveDevice {
   std::optional<std::uint32_t> itemsOf(const char* where, const t_mtp_container& container);
 
   [[nodiscard]] const std::string& path() const { return busPath; }
-  /// What it is and holds now.
+  /// Its current description and contents.
   [[nodiscard]] std::shared_ptr<const MediaIndex> media() const;
 
   [[nodiscard]] bool isPresent() const;
@@ -48,7 +48,7 @@ class LiveDevice {
   void remove();
   /// Replaces the description: objects keep their ids, faults count from the start.
   void update(ScriptedDevice description);
-  /// Lets what is blocked go on.
+  /// Lets blocked calls go on.
   void release();
   [[nodiscard]] unsigned blocked() const;
   [[nodiscard]] Journal journal() const;

@@ -43,7 +43,7 @@ void ScriptedDevice::addFoldersAbove(const std::string& path) {
 }
 
 bool ScriptedDevice::holds(std::uint32_t storage, const std::string& path) const {
-  // What lies below has brought its folders along; mostly the last object does.
+  // An object below has created its folders already; usually the last one.
   const std::string below = path + "/";
   return std::any_of(objects.rbegin(), objects.rend(), [&](const ScriptedObject& object) {
     return object.storage == storage && (object.path == path || object.path.starts_with(below));

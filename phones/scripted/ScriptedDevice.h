@@ -57,7 +57,7 @@ inline constexpr char kAtAnyCall[] = "any";  ///< any call of the library
 inline constexpr char kAtCount[] = "count";  ///< how many items a container says that it has
 inline constexpr char kAtPage[] = "page";    ///< one page of a container's items
 
-/// A device that is described instead of real: what it says of itself, what it holds and what it
+/// A described device in place of a real one: its identity, its contents and the faults that it
 /// does wrong. A plain value. A reference to an added object or fault holds until the next is
 /// added.
 struct ScriptedDevice {

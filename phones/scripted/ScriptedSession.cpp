@@ -8,7 +8,7 @@ namespace orvel::scripted {
 
 namespace {
 
-/// Cuts a list or text to what the device gives of it.
+/// Cuts a list or text to the part that the device delivers.
 template <class Items>
 void cut(Items& items, const LiveDevice::Outcome& outcome) {
   if (outcome.items && *outcome.items < items.size()) items.resize(*outcome.items);

@@ -29,13 +29,13 @@ class ScriptedSession : public DeviceSession {
   t_status playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) override;
 
  private:
-  /// Copies what `find` returns from the media, as far as faults allow.
+  /// Copies the result of `find` from the media, as far as faults allow.
   template <class Items, class Find>
   t_status list(const char* function, std::optional<t_track_id> object, Items& items, Find find);
 
   std::shared_ptr<LiveDevice> device;
   /// The folders that were listed, by storage and id. A host may ask for the storages while a walk
-  /// is under way, so that this does not begin them anew.
+  /// is under way, so that this does not begin them again.
   std::set<std::pair<std::uint32_t, t_track_id>> listedFolders;
 };
 

@@ -5,9 +5,12 @@
 #include <future>
 #include <limits>
 #include <stop_token>
+#include <thread>
 
 #include "base/Log.h"
 #include "base/StageThread.h"
+#include "db/DatabaseFile.h"
+#include "db/Transaction.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/rows.h"
@@ -100,6 +103,32 @@ TEST_F(SqlStream, PrepareFailuresSilenceAllUntilTheNextQuery) {
   EXPECT_TRUE(out.bad());
   EXPECT_THAT(logged(), ElementsAre("step failed", HasSubstr("exec failed: 1 "), "step failed",
                                     "exec failed: 1 no such table: NOWHERE"));
+  EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre());
+}
+
+TEST_F(SqlStream, AStoppedStageCommitsNothingAndItsStatementsEnd) {
+  std::stop_source stage;
+  std::async(std::launch::async, [&] {
+    stageThread::enter(stage.get_token());
+    sqlstl::basic_sqlostream<char> own;
+    own.open(file.c_str(), 1000);
+    sqlstl::basic_sqlistream<char> endless;
+    endless.open(file.c_str(), 1000);
+    DatabaseFile status(file);
+    Transaction transaction(own);
+    own.exec("INSERT INTO T VALUES('too late', 1);");
+    EXPECT_TRUE(own.good());
+    const std::jthread stopping([&] {
+      std::this_thread::sleep_for(20ms);
+      stage.request_stop();
+    });
+    endless.query(
+        "WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I + 1 FROM N) SELECT MAX(I) FROM N;");
+    EXPECT_TRUE(endless.bad());
+    EXPECT_FALSE(transaction.end());
+    EXPECT_FALSE(status.exec("INSERT INTO T VALUES('later', 1);"));
+  }).get();
+  EXPECT_THAT(log.texts("exec failed"), ElementsAre()) << "a stop is no error";
   EXPECT_THAT(rows(file, "SELECT * FROM T;"), ElementsAre());
 }
 

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::Not;
 using testing::UnorderedElementsAre;
 
-/// What the tables hold after each of several runs over one stick.
+/// The contents of the tables after each of several runs over one stick.
 class RunByRunTest : public IndexerHost {
  protected:
   RunByRunTest() {

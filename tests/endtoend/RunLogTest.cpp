@@ -13,7 +13,7 @@
 namespace orvel::test {
 namespace {
 
-/// What one run logs: level and text of every line, sorted since the stages' threads interleave
+/// The log of one run: level and text of every line, sorted since the stages' threads interleave
 /// freely, with masks for the parts that differ from run to run.
 class RunLogTest : public IndexerHost {
  protected:

@@ -4,7 +4,7 @@
 
 namespace orvel::test {
 
-/// What a test writes into a song.
+/// The texts of a test song.
 struct SongTexts {
   std::string title;
   std::string artist;

@@ -79,7 +79,7 @@ class StormTest : public IndexerHost {
     }
   }
 
-  /// What all databases hold and all statuses, whatever the row ids.
+  /// The contents of all databases and all statuses, without row ids.
   std::vector<std::string> contents() {
     std::vector<std::string> all;
     for (std::size_t device = 0; device < deviceIds.size(); ++device) {

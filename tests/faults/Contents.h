@@ -13,7 +13,7 @@ std::vector<std::string> contentsOf(const std::string& database);
 /// The rows of `contentsOf` that a listener would miss: songs with their names, and playlists.
 std::vector<std::string> musicOf(const std::string& database);
 
-/// What SQLite finds wrong with the file; "ok" when nothing.
+/// The first fault that SQLite finds in the file; "ok" when there is none.
 std::string integrityOf(const std::string& database);
 
 }  // namespace orvel::test

@@ -41,7 +41,7 @@ class DeviceTest : public OwnMounts, public FaultStick {
     temporary.file("content/list.m3u", "A/1.mp3\nB/C/2.m4a\n");
   }
 
-  /// What a healthy device gives, and how many operations it takes.
+  /// The contents of a healthy device, and the number of operations that reading it takes.
   void learn() {
     FaultyDevice device(content, stick);
     device.arm(Fault::None, 0);

@@ -18,7 +18,7 @@ using testing::AnyOf;
 
 constexpr const char* kFaultNames[] = {"NoSpace", "IoError", "ReadOnly", "Corrupt"};
 
-/// What fails, and whether it goes on failing.
+/// The failing operation, and whether later ones fail, too.
 using Failure = std::tuple<Fault, bool>;
 
 /// A request for a stick that has changed since it was indexed, while SQLite's operations fail.

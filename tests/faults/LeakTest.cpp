@@ -15,7 +15,7 @@
 namespace orvel::test {
 namespace {
 
-/// What a process holds that it should give back.
+/// The resources that a process should give back.
 struct Holdings {
   long descriptors = 0;
   long threads = 0;

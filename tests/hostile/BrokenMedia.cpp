@@ -18,7 +18,7 @@ constexpr std::size_t kLargeTag = std::size_t{16} << 20;
 constexpr std::uint64_t kGiant = std::uint64_t{4} << 30;
 constexpr std::size_t kDepth = 10000;
 
-/// What sizes and counts are replaced by; all have eight bytes, of which the last four count as a
+/// The replacements for sizes and counts; all have eight bytes, of which the last four count as a
 /// number of four.
 const std::vector<std::string>& extremes() {
   static const std::vector<std::string> all = [] {

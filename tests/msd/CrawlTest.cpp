@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/fsuid.h>
 #include <sys/stat.h>
@@ -116,6 +117,22 @@ TEST_F(Crawl, AFolderThatRefusesIsPassedOver) {
   EXPECT_THAT(namesOf(songs), ElementsAre("Open/b.mp3"));
   EXPECT_EQ(log.levelOf("Error opening dir: " + stick + "/Closed"), LogLevel::Warning);
   EXPECT_EQ(log.levelOf("go on"), LogLevel::Warning);
+  EXPECT_THAT(undone, IsEmpty());
+}
+
+TEST_F(Crawl, APathThatIsTooLongCostsItselfOnly) {
+  temporary.file("stick/a.mp3");
+  const std::string name(250, 'd');
+  int folder = open(stick.c_str(), O_RDONLY | O_DIRECTORY);
+  for (int depth = 0; depth < 20; ++depth) {
+    ASSERT_EQ(mkdirat(folder, name.c_str(), 0700), 0);
+    const int below = openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY);
+    close(folder);
+    folder = below;
+  }
+  close(folder);
+  walk();
+  EXPECT_THAT(namesOf(songs), ElementsAre("a.mp3"));
   EXPECT_THAT(undone, IsEmpty());
 }
 

@@ -80,7 +80,7 @@ class LibmtpSessionTest : public testing::Test {
     device->responder.clearCounters();
   }
 
-  /// All that a session can be asked for, until something fails; `told` is what the device said.
+  /// Asks a session for everything, until a call fails; `told` receives the answers.
   t_status askEverything() {
     told.clear();
     t_status status = walk();

@@ -42,7 +42,7 @@ TEST(MtpDevice, KnowsOnlyWhatItWasTold) {
   EXPECT_FALSE(registry().isDeviceConnected(5) || registry().isDeviceReady(5));
 }
 
-TEST(MtpDevice, AWaitEndsWithAnyReadinessOrAStopAndNothingElse) {
+TEST(MtpDevice, AWaitEndsWithAnyReadinessARemovalOrAStop) {
   const LogCapture log;
   registry().setDeviceConnected(7);
   auto wait = waiting(log);
@@ -57,9 +57,9 @@ TEST(MtpDevice, AWaitEndsWithAnyReadinessOrAStopAndNothingElse) {
   registry().setDeviceConnected(7);
   wait = waiting(log);
   registry().setDeviceConnected(8);
-  registry().disconnectDevice(7);
   EXPECT_EQ(wait.wait_for(20ms), std::future_status::timeout);
-  registry().setDeviceReady(8);
+  registry().disconnectDevice(7);
+  ASSERT_EQ(wait.wait_for(5s), std::future_status::ready) << "a removal ends the wait";
   EXPECT_FALSE(wait.get());
 
   registry().setDeviceConnected(7);

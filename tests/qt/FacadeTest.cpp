@@ -2,7 +2,10 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <algorithm>
+#include <atomic>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include <orvel/MtpDevice.h>
@@ -118,6 +121,72 @@ TEST_F(Facade, AReceiverMayCallTheFacadeFromWhereverItIsCalled) {
   for (const char* device : {"dev", "dev2", "dev3"}) {
     EXPECT_EQ(rowsOf(device, "SELECT COUNT(*) FROM SONGS;")[0], "1");
   }
+}
+
+TEST_F(Facade, AReceiverOnAnIndexerThreadSupersedesTheRequestThatItRunsOn) {
+  const QString mount = stick("stick");
+  std::atomic<int> ended{0};
+  QObject::connect(
+      &facade, &OrvelQTProxy::indexingFinished, &context,
+      [&](const QString& finished) {
+        if (++ended > 1) return;
+        controller.enqueueNewOperation(OperationType::MassStorage, "dev", 0, finished.toStdString(),
+                                       true);
+      },
+      Qt::DirectConnection);
+  facade.startIndexing("dev", mount, true);
+  ASSERT_TRUE(processUntil([&] { return ended == 2; }) && allEnded());
+  EXPECT_EQ(manager.getStatus("dev", mount.toStdString()), "OK");
+}
+
+TEST_F(Facade, StopsFromWithinAReceiver) {
+  const QString mount = stick("stick");
+  facade.startIndexing("dev", mount, true);
+  ASSERT_TRUE(allEnded());
+  QObject::connect(&facade, &OrvelQTProxy::databaseExists, &context, [&] { controller.stop(); });
+  facade.startIndexing("dev", mount, true);
+  facade.startIndexing("dev2", mount, true);
+  EXPECT_THAT(log.texts("SYSTEM is Stopping cannot start it again Orvel"), testing::SizeIs(1));
+  EXPECT_EQ(controller.liveRequests(), 1U);
+}
+
+TEST_F(Facade, AQueuedCallThatFindsNoControllerDoesNothing) {
+  temporary.file("stick/a.m4a");
+  const QString mount = QString::fromStdString(temporary.path("stick"));
+  std::atomic<bool> called{false};
+  QObject::connect(
+      &facade, &OrvelQTProxy::indexingFinished, &context,
+      [&] {
+        facade.startIndexing("dev2", mount, true);
+        called = true;
+      },
+      Qt::DirectConnection);
+  facade.startIndexing("dev", mount, true);
+  while (!called) std::this_thread::yield();  // no event loop: the call stays queued
+  facade.setController(nullptr);
+  QCoreApplication::processEvents();
+  EXPECT_THAT(log.texts("enqueueNewOperation dev2"), testing::IsEmpty());
+}
+
+TEST_F(Facade, NoRequestIsAcceptedOnceStopIsUnderWay) {
+  const std::string mount = stick("stick").toStdString();
+  std::atomic<bool> begun{false};
+  std::jthread host([&] {
+    for (int i = 0; i < 60; ++i) {
+      controller.enqueueNewOperation(OperationType::MassStorage, "dev" + std::to_string(i), 0,
+                                     mount, true);
+      begun = true;
+    }
+  });
+  while (!begun) std::this_thread::yield();
+  controller.stop();
+  host.join();
+  const auto lines = log.texts();
+  const auto stopped = std::find(lines.begin(), lines.end(), "Orvel stopped");
+  ASSERT_NE(stopped, lines.end());
+  EXPECT_TRUE(std::none_of(stopped, lines.end(), [](const std::string& line) {
+    return line.find("Orvel New Operation pipe") != std::string::npos;
+  }));
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ class DatabaseFolderFixture : public testing::Test {
 
   /// The database file of a device.
   static std::string databaseOf(const std::string& deviceId);
-  /// What `rows` gives for the database of a device.
+  /// The result of `rows` on the database of a device.
   static std::vector<std::string> rowsOf(const std::string& deviceId, const std::string& sql);
 
   TemporaryFolder temporary;

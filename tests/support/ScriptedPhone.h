@@ -21,7 +21,7 @@ class ScriptedPhone {
 
   /// Plugs the phone in as `device` describes it now; returns its handle.
   t_handle plugIn();
-  /// Has the attached phone be what `device` describes now.
+  /// Replaces the description of the attached phone.
   void update() { live->update(device); }
   /// Pulls the phone out and plugs it in again, which changes its handle.
   void replug();

@@ -2,13 +2,13 @@
 
 #include <string_view>
 
-/// What the kernel tells about the test's own process.
+/// The kernel's figures about the test's own process.
 namespace orvel::test {
 
 /// A line of /proc/self/status that counts KiB, as "VmRSS:"; 0 when there is none.
 long statusKibibytes(std::string_view field);
 
-/// What malloc has given out and not got back, in all its arenas, which mallinfo2 does not count.
+/// The bytes allocated and not freed in all arenas of malloc, which mallinfo2 does not count.
 long allocatedKibibytes();
 
 /// How many entries a folder has, as /proc/self/fd.

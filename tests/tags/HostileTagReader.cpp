@@ -48,7 +48,7 @@ void ask() {
   while (true) sendmsg(orvel::tagMessages::kControlSocket, &message, MSG_NOSIGNAL);
 }
 
-/// What a parser in the hands of a file may do: the file begins with "!" and one of these.
+/// The actions of a parser that a file has taken over: the file begins with "!" and one of these.
 const std::map<std::string, void (*)()> kDeeds = {
     {"crash", crash},
     {"hang", hang},

@@ -11,7 +11,7 @@
 namespace orvel {
 namespace {
 
-/// What the C library makes of bytes; nothing when it refuses them.
+/// The C library's reading of bytes; nothing when it refuses them.
 class Converter {
  public:
   explicit Converter(const char* encoding) : converter(iconv_open("UTF-8", encoding)) {}

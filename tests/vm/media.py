@@ -3,7 +3,7 @@
 import shutil
 import subprocess
 
-# Of the sample stick: what sticks and phones treat alike.
+# The part of the sample stick that sticks and phones treat alike.
 FOLDERS = ("Audiobooks", "Mixed", "Music", "Store")
 # What sticks and phones have in common; phones do not tell the number of a disc.
 COMMON_COLUMNS = {"songs": ("path", "title", "artist", "album", "genre", "composer", "track"),

@@ -78,7 +78,7 @@ namespace {
 constexpr std::uint8_t kInterfaceText = 4;
 constexpr std::uint8_t kEndpointIn = 0x81, kEndpointOut = 0x02, kEndpointEvents = 0x83;
 
-/// The configuration of all devices and what it points to.
+/// The configuration of all devices with its descriptors.
 struct Configuration {
   std::array<libusb_endpoint_descriptor, 3> endpoints{};
   libusb_interface_descriptor setting{};

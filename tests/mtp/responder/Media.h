@@ -33,7 +33,7 @@ struct MediaObject {
   std::vector<std::uint32_t> references;  ///< the members of a playlist, in their order
 };
 
-/// What is on a device. Paths begin with "/"; missing folders are created.
+/// The contents of a device. Paths begin with "/"; missing folders are created.
 struct Media {
   std::vector<std::u16string> storages;  ///< their descriptions
   std::map<std::uint32_t, MediaObject> objects;

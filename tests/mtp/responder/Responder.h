@@ -14,7 +14,7 @@
 
 namespace orvel::test {
 
-/// What a device says of itself.
+/// The identity of a device.
 struct DeviceIdentity {
   std::uint16_t vendor = 0x46F4;
   std::uint16_t product = 0x0004;  ///< libmtp knows these two and treats the device without quirks
@@ -25,8 +25,8 @@ struct DeviceIdentity {
                                         ptp::kFlac,      ptp::kMp4,         ptp::kPlaylist};
 };
 
-/// An MTP device without a transport: takes containers and answers with containers. Answers what
-/// its media say unless a fault applies. Any thread.
+/// An MTP device without a transport: takes containers and answers with containers. The
+/// media decide the answers unless a fault applies. Any thread.
 class Responder {
  public:
   Responder(Media media, DeviceIdentity identity);

@@ -49,7 +49,7 @@ class StandInDevice : public std::enable_shared_from_this<StandInDevice> {
   std::atomic<int> openConnections{0};
   std::atomic<int> connectionsOpened{0};
 
-  // What the entry points of libusb come down to; results are libusb's. `address` is that of the
+  // The work of libusb's entry points; results are libusb's. `address` is that of the
   // attachment to which a connection belongs.
   [[nodiscard]] bool isAt(int address) const { return currentAddress == address; }
   int claim(const void* connection);
