@@ -1,5 +1,6 @@
 #include "cli/IndexRun.h"
 
+#include <orvel/DatabaseMgr.h>
 #include <unistd.h>
 
 #include <QAbstractEventDispatcher>
@@ -12,7 +13,6 @@
 #include <system_error>
 #include <thread>
 
-#include <orvel/DatabaseMgr.h>
 #include "cli/AttachedPhones.h"
 #include "cli/BackgroundWork.h"
 #include "cli/DeviceId.h"

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <orvel/AttachedDevices.h>
+
 #include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include <orvel/AttachedDevices.h>
 #include "cli/CommandLine.h"
 #include "cli/IndexResult.h"
 #include "cli/IndexSource.h"

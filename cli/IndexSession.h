@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvel/Orvel.h>
+
 #include <QEventLoop>
 #include <QTimer>
 #include <chrono>
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <orvel/Orvel.h>
 #include "cli/IndexResult.h"
 #include "cli/IndexSource.h"
 #include "cli/ProgressLine.h"

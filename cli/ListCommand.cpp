@@ -1,12 +1,12 @@
 #include "cli/ListCommand.h"
 
+#include <orvel/DatabaseMgr.h>
+#include <orvel/Settings.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <iostream>
 
-#include <orvel/DatabaseMgr.h>
-#include <orvel/Settings.h>
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/ListFormat.h"

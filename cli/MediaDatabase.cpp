@@ -1,11 +1,12 @@
 #include "cli/MediaDatabase.h"
 
+#include <orvel/Collation.h>
+
 #include <QUrl>
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 
-#include <orvel/Collation.h>
 #include "cli/ExitStatus.h"
 #include "db/sqlite/Statement.h"
 

@@ -1,9 +1,10 @@
 #include "cli/StatusCommand.h"
 
+#include <orvel/Settings.h>
+
 #include <iomanip>
 #include <iostream>
 
-#include <orvel/Settings.h>
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/MediaDatabase.h"

@@ -1,9 +1,10 @@
 #include "db/SqlStream.h"
 
+#include <orvel/DatabaseMgr.h>
+
 #include <chrono>
 #include <cstdint>
 
-#include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
 #include "db/ManagerSqlTexts.h"
 

@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <orvel/Settings.h>
 #include <sys/stat.h>
 
 #include <climits>
@@ -9,7 +10,6 @@
 #include <limits>
 #include <type_traits>
 
-#include <orvel/Settings.h>
 #include "db/FileInfo.h"
 
 namespace orvel {

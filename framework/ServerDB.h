@@ -1,8 +1,9 @@
 #pragma once
 
+#include <orvel/DatabaseMgr.h>
+
 #include <string>
 
-#include <orvel/DatabaseMgr.h>
 #include "db/SqlStream.h"
 #include "framework/HostListener.h"
 #include "framework/RequestProgress.h"

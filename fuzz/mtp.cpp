@@ -1,3 +1,6 @@
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -5,8 +8,6 @@
 #include <string>
 #include <vector>
 
-#include <orvel/AttachedDevices.h>
-#include <orvel/MtpDevice.h>
 #include "base/Mutex.h"
 #include "db/MetaDataInfo.h"
 #include "db/MtpDirectory.h"

@@ -1,3 +1,4 @@
+#include <orvel/DatabaseMgr.h>
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
 #include "db/SqlStream.h"
 #include "db/SqlTexts.h"

@@ -1,12 +1,13 @@
 #include "msd/MSDMiner.h"
 
+#include <orvel/DatabaseMgr.h>
+
 #include <cassert>
 #include <exception>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <orvel/DatabaseMgr.h>
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"

@@ -1,12 +1,13 @@
 #include "mtp/MtpConnectionImpl.h"
 
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <string_view>
 
-#include <orvel/AttachedDevices.h>
-#include <orvel/MtpDevice.h>
 #include "base/Limits.h"
 #include "base/Log.h"
 #include "base/StageThread.h"

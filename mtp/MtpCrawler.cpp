@@ -1,9 +1,10 @@
 #include "mtp/MtpCrawler.h"
 
+#include <orvel/MtpDevice.h>
+
 #include <string>
 #include <vector>
 
-#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "mtp/MtpConnection.h"

@@ -1,11 +1,12 @@
 #include "mtp/MtpMiner.h"
 
+#include <orvel/DatabaseMgr.h>
+#include <orvel/MtpDevice.h>
+
 #include <exception>
 #include <memory>
 #include <utility>
 
-#include <orvel/DatabaseMgr.h>
-#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "framework/RequestProgress.h"

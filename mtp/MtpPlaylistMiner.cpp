@@ -1,9 +1,10 @@
 #include "mtp/MtpPlaylistMiner.h"
 
+#include <orvel/MtpDevice.h>
+
 #include <memory>
 #include <utility>
 
-#include <orvel/MtpDevice.h>
 #include "base/Log.h"
 #include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"

@@ -2,6 +2,7 @@
 
 #include <orvel/AttachedDevices.h>
 #include <orvel/MtpDevice.h>
+
 #include "db/SqlTexts.h"
 #include "mtp/MtpDirectorySaver.h"
 #include "mtp/MtpMiner.h"

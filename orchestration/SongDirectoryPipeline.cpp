@@ -1,6 +1,7 @@
 #include "orchestration/SongDirectoryPipeline.h"
 
 #include <orvel/Orvel.h>
+
 #include "base/Limits.h"
 #include "base/Log.h"
 #include "base/Timer.h"

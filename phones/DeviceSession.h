@@ -1,11 +1,12 @@
 #pragma once
 
+#include <orvel/AttachedDevices.h>
+
 #include <cstdint>
 #include <ctime>
 #include <string>
 #include <vector>
 
-#include <orvel/AttachedDevices.h>
 #include "phones/DeviceTypes.h"
 
 namespace orvel {

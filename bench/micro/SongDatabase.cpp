@@ -1,11 +1,12 @@
 #include "bench/micro/SongDatabase.h"
 
+#include <orvel/DatabaseMgr.h>
+
 #include <algorithm>
 #include <boost/make_shared.hpp>
 #include <memory>
 #include <random>
 
-#include <orvel/DatabaseMgr.h>
 #include "base/Md5.h"
 #include "db/SqlStream.h"
 #include "db/SqlTexts.h"

@@ -30,7 +30,8 @@ class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
 
   /// Indexes `mountPoint` of a device. A live request for the same device id and mount point is
   /// stopped and deleted first. A call from within another one (a receiver of `databaseExists` on
-  /// the same thread) is carried out right after it.
+  /// the same thread) is carried out right after it, a call from a thread of the indexer (a direct
+  /// receiver of `indexingFinished`) on the controller's thread. Refused once `stop` was called.
   void enqueueNewOperation(OperationType type, const std::string& deviceId, std::size_t handle,
                            const std::string& mountPoint, bool isFirstPartition);
 
@@ -46,7 +47,10 @@ class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
   /// `indexingFinished`. Any thread; never waits for a request.
   [[nodiscard]] std::size_t liveRequests() const;
 
+  /// Stops every request and refuses later ones. Any thread, also from within a receiver.
   void stop() override;
+  /// Waits for all threads, but at most half a second for a device that does not answer. For the
+  /// owner's thread, outside every receiver.
   void join() override;
   /// Takes the result of one pipeline: deletes it and runs the next.
   sink_block_type_ptr doOperation(src_block_type_ptr result) override;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <orvel/Orvel.h>
+#include <orvel/OrvelQTProxy.h>
 
 #include <chrono>
 #include <functional>
@@ -9,8 +11,6 @@
 #include <string>
 #include <vector>
 
-#include <orvel/Orvel.h>
-#include <orvel/OrvelQTProxy.h>
 #include "phones/DeviceTypes.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/MainLoopThread.h"

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
+#include <orvel/MtpDevice.h>
 
 #include <chrono>
 #include <functional>
 
-#include <orvel/MtpDevice.h>
 #include "base/Md5.h"
 #include "tags/TagReading.h"
 #include "tests/endtoend/IndexerHost.h"

@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
+#include <orvel/MtpDevice.h>
 
 #include <array>
 #include <cstdio>
 #include <random>
 
-#include <orvel/MtpDevice.h>
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/Effort.h"

@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
+#include <orvel/AttachedDevices.h>
+#include <orvel/MtpDevice.h>
 
 #include <future>
 #include <map>
 
-#include <orvel/AttachedDevices.h>
-#include <orvel/MtpDevice.h>
 #include "base/StageThread.h"
 #include "db/MetaDataInfo.h"
 #include "db/Playlist.h"

@@ -1,9 +1,8 @@
-#include "mtp/MtpConnection.h"
-
 #include <gmock/gmock.h>
-
 #include <orvel/MtpDevice.h>
+
 #include "db/MetaDataInfo.h"
+#include "mtp/MtpConnection.h"
 #include "phones/Access.h"
 #include "phones/MtpUtils.h"
 #include "tests/support/LogCapture.h"

@@ -1,4 +1,7 @@
 #include <gmock/gmock.h>
+#include <orvel/MtpDevice.h>
+#include <orvel/Orvel.h>
+#include <orvel/OrvelQTProxy.h>
 
 #include <QCoreApplication>
 #include <QThread>
@@ -8,9 +11,6 @@
 #include <string>
 #include <thread>
 
-#include <orvel/MtpDevice.h>
-#include <orvel/Orvel.h>
-#include <orvel/OrvelQTProxy.h>
 #include "qt/FacadeListener.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"

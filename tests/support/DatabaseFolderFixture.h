@@ -1,11 +1,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <orvel/DatabaseMgr.h>
 
 #include <string>
 #include <vector>
 
-#include <orvel/DatabaseMgr.h>
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/rows.h"
 

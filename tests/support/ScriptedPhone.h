@@ -1,10 +1,11 @@
 #pragma once
 
+#include <orvel/AttachedDevices.h>
+
 #include <stop_token>
 #include <string>
 #include <thread>
 
-#include <orvel/AttachedDevices.h>
 #include "phones/scripted/ScriptedBus.h"
 #include "phones/scripted/ScriptedDevice.h"
 
