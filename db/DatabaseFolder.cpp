@@ -8,6 +8,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "base/Log.h"
 #include "base/md5Hex.h"
@@ -38,7 +40,10 @@ void DatabaseFolder::set(const std::string& directory) {
   const MutexLock lock(mutex);
   if (lockFile >= 0) close(lockFile);
   lockFile = -1;
-  path = directory;
+  // One name for one folder: SQLite, too, names its files by the resolved path.
+  std::error_code error;
+  path = std::filesystem::weakly_canonical(directory, error).string();
+  if (error) path = directory;
 }
 
 std::string DatabaseFolder::get() const {

@@ -24,6 +24,9 @@ namespace {
 /// The blocks under way may still add this much after `dbSizeHasReachLimit` was asked.
 constexpr long kSizeReserve = 4L << 20;
 
+/// The ending of the file beside a damaged database that has it replaced, also by a later process.
+constexpr char kDamageMark[] = ".damaged";
+
 constexpr const char* kJournals[] = {"-wal", "-shm", "-journal"};
 
 /// Gives free pages back to the file system and makes the rest durable.
@@ -53,6 +56,7 @@ struct DatabaseMgr::State {
   /// Deletes a file that is damaged or foreign, so that a new one can be created. False when the
   /// file must not be used now: it is locked, or damaged while other requests use it.
   bool replaceUnusable(const std::string& deviceId, const std::string& file);
+  [[nodiscard]] bool isCondemned(const std::string& file) const;
   void remove(const std::string& file);
 };
 
@@ -106,26 +110,26 @@ void DatabaseMgr::createDirectory() {
   state->folder.create();
 }
 
-void DatabaseMgr::createDb(const std::string& deviceId, const std::string& partition,
+bool DatabaseMgr::createDb(const std::string& deviceId, const std::string& partition,
                            bool isFirstPartition) {
   createDirectory();
   const std::string file = getDbNameFromDevId(deviceId);
-  if (!state->replaceUnusable(deviceId, file)) return;
+  if (!state->replaceUnusable(deviceId, file)) return false;
   DatabaseFile database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  if (!database.isOpen()) return;
+  if (!database.isOpen()) return false;
   using databaseSchema::Content;
-  if (databaseSchema::probe(database) == Content::Empty && !databaseSchema::create(database))
-    return;
-  if (const auto status = state->registry.keptStatus(file, partition)) {
-    insertStatus(deviceId, partition, *status);
+  if (databaseSchema::probe(database) == Content::Empty && !databaseSchema::create(database)) {
+    return false;
   }
-  PartitionTable(database).enter(partition, isFirstPartition);
+  const auto kept = state->registry.keptStatus(file, partition);
+  const bool isStored = !kept || insertStatus(deviceId, partition, *kept);
+  return PartitionTable(database).enter(partition, isFirstPartition) && isStored;
 }
 
 bool DatabaseMgr::State::replaceUnusable(const std::string& deviceId, const std::string& file) {
   using databaseSchema::Content;
   if (!fileOperations::exists(file)) return true;
-  if (!registry.isCondemned(file)) {
+  if (!isCondemned(file)) {
     DatabaseFile database(file);
     if (!database.isOpen()) return false;
     const Content content = databaseSchema::probe(database);
@@ -209,7 +213,12 @@ void DatabaseMgr::deleteDb(const std::string& deviceId) {
 void DatabaseMgr::State::remove(const std::string& file) {
   if (!fileOperations::remove(file)) return;
   for (const char* journal : kJournals) fileOperations::remove(file + journal);
+  fileOperations::remove(file + kDamageMark);
   registry.forgetFile(file);
+}
+
+bool DatabaseMgr::State::isCondemned(const std::string& file) const {
+  return registry.isCondemned(file) || fileOperations::exists(file + kDamageMark);
 }
 
 bool DatabaseMgr::verify(const std::string& deviceId) {
@@ -227,13 +236,14 @@ void DatabaseMgr::condemn(const char* file) noexcept {
   if (file == nullptr) return;
   try {
     state->registry.condemn(file);
+    fileOperations::mark(std::string(file) + kDamageMark);
   } catch (const std::exception& error) {
     OV_ERROR("cannot remember that %s is damaged: %s", file, error.what());
   }
 }
 
 bool DatabaseMgr::isCondemned(const std::string& deviceId) const {
-  return state->registry.isCondemned(getDbNameFromDevId(deviceId));
+  return state->isCondemned(getDbNameFromDevId(deviceId));
 }
 
 }  // namespace orvel

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/Descriptor.h"
 #include "base/Log.h"
 
 namespace orvel::fileOperations {
@@ -29,6 +30,12 @@ bool remove(const std::string& path) {
   const int error = errno;
   OV_WARN("cannot remove %s: %s", path.c_str(), std::strerror(error));
   return false;
+}
+
+void mark(const std::string& path) {
+  if (Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600))) return;
+  const int error = errno;
+  OV_WARN("cannot create %s: %s", path.c_str(), std::strerror(error));
 }
 
 bool isFolderWithEntries(const std::string& path) {

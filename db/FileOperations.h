@@ -15,6 +15,9 @@ namespace orvel::fileOperations {
 /// Removes `path`; true when no such file is left. A failure is logged.
 bool remove(const std::string& path);
 
+/// Creates an empty file unless there is one, without following a link. A failure is logged.
+void mark(const std::string& path);
+
 /// True for a folder that has entries: a mount point that is in use.
 [[nodiscard]] bool isFolderWithEntries(const std::string& path);
 

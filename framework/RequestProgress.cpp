@@ -15,6 +15,8 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::RowsLost, "the database did not take all rows; is the disk full?"},
     {LeftUndone::DatabaseDamaged, "the database is damaged and is replaced by the next run"},
     {LeftUndone::ReadError, "the device could not be read in places"},
+    {LeftUndone::NotPrepared,
+     "the database could not be prepared; does another program hold it, or is the disk full?"},
     {LeftUndone::Refused, "too many earlier requests still wait for devices that do not answer"},
     {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
 };

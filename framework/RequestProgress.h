@@ -16,6 +16,7 @@ enum class LeftUndone : unsigned {
   DatabaseDamaged = 1U << 5,  ///< the database is damaged and waits to be replaced
   ReadError = 1U << 6,        ///< the device could not be read in places
   ReaderLost = 1U << 7,       ///< the process that reads tags could not be started again
+  NotPrepared = 1U << 9,      ///< the database could not be prepared for the request
   Refused = 1U << 8,          ///< too many earlier requests wait for devices that do not answer
 };
 

@@ -32,7 +32,11 @@ void SongDirectoryPipeline::leaveBehind() {
 void SongDirectoryPipeline::enqueueNewOperation(OrvelOperation& request, bool isFirstPartition) {
   OV_INFO("enqueueNewOperation mp: %s", request.mountPoint.c_str());
   DatabaseMgr& databases = DatabaseMgr::instance();
-  databases.createDb(request.deviceId, request.mountPoint, isFirstPartition);
+  if (!databases.createDb(request.deviceId, request.mountPoint, isFirstPartition)) {
+    progress->leaveUndone(databases.isCondemned(request.deviceId) ? LeftUndone::DatabaseDamaged
+                                                                  : LeftUndone::NotPrepared);
+    request.skipped = true;
+  }
   lease.emplace(request.deviceId, request.mountPoint);
   if (databases.getStatus(request.deviceId, request.mountPoint) == "OK") {
     progress->databaseExisted = true;

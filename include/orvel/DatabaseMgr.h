@@ -40,7 +40,9 @@ class ORVEL_EXPORT DatabaseMgr {
 
   /// Creates the database and its schema where absent, replaces a file that is no database of ours,
   /// and enters the partition. `isFirstPartition` begins a new attach of the device.
-  void createDb(const std::string& deviceId, const std::string& partition, bool isFirstPartition);
+  /// False when part of this could not be done: a lock was not had, the disk is full, or a damaged
+  /// file is in use.
+  bool createDb(const std::string& deviceId, const std::string& partition, bool isFirstPartition);
 
   /// The partition's stored status: "OK", "PROGRESS", or empty when unknown.
   [[nodiscard]] std::string getStatus(const std::string& deviceId, const std::string& partition);

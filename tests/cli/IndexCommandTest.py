@@ -54,6 +54,22 @@ class Runs(CommandTestCase):
         self.assertEqual(self.run_("index", "--quiet", self.stick), (b"", b""))
         self.assertIn(b"MSDCrawler for: ", self.run_("index", "-v", self.stick)[1])
 
+    def testADamagedDatabaseIsReplacedByTheNextRun(self):
+        for i in range(60):
+            writeSong(f"{self.stick}/Music/B/{i}.mp3", TIT2=f"Title {i}" * 20, TPE1=f"Artist {i}")
+        spelt = self.path("data", "..", "data", "orvel")
+        arguments = (self.stick, "--device-id", "dev", "--db-dir", spelt)
+        database = self.index(*arguments)["database"]
+        size = os.path.getsize(database)
+        with open(database, "r+b") as file:
+            file.seek(size // 2)
+            file.write(b"\x5a" * (size - size // 2))
+        found = self.index(*arguments, expect=3)["partitions"][0]
+        self.assertIn("the database is damaged and is replaced by the next run", found["left_undone"])
+        self.assertEqual(self.index(*arguments)["totals"]["songs"], 62)
+        self.assertEqual(os.listdir(os.path.dirname(database)).count(
+            os.path.basename(database) + ".damaged"), 0)
+
     def testPartitionsOfOneDevice(self):
         other = self.path("other")
         writeSong(f"{other}/o.mp3", TIT2="Other")

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "base/Log.h"
+#include "db/SqlStream.h"
 #include "orchestration/MSDPipeline.h"
 #include "orchestration/MtpPipeline.h"
 #include "tests/support/DatabaseFolderFixture.h"
@@ -48,6 +49,22 @@ TEST_F(PipelineTest, FinishesWithTheThirdLastBlockOfItsOwnRequest) {
   EXPECT_EQ(manager.getStatus("dev", mount), "OK");
   EXPECT_THAT(rowsOf("dev", "SELECT * FROM PLAYLISTS;"), SizeIs(0));
   EXPECT_THAT(log.texts("End operation for id 5 that took "), SizeIs(1));
+}
+
+TEST_F(PipelineTest, ARequestThatCouldNotPrepareItsDatabaseIsNotComplete) {
+  sqlstl::basic_sqlostream<char> other;
+  other.open(databaseOf("dev").c_str(), 0);
+  other.exec("BEGIN IMMEDIATE;");
+  OrvelOperation request;
+  request.deviceId = "dev";
+  request.mountPoint = mount;
+  request.opId = 6;
+  pipeline.enqueueNewOperation(request, true);
+  other.exec("ROLLBACK;");
+  for (int branch = 0; branch < 3; ++branch) result(6, true);
+  EXPECT_EQ(manager.getStatus("dev", mount), "PROGRESS");
+  EXPECT_THAT(pipeline.progress->snapshot().leftUndone,
+              ElementsAre(testing::StartsWith("the database could not be prepared")));
 }
 
 TEST_F(PipelineTest, ADatabaseThatCannotBeOpenedAtTheEndFailsTheRequest) {
