@@ -168,5 +168,30 @@ TEST_F(BoundsTest, DeviceHangs) {
   measureOn("hangs in a song", Fault::Hang, 3500);
 }
 
+TEST_F(BoundsTest, ARequestBeyondTheOnesThatHangIsRefusedWithItsReason) {
+  needDevices();
+  if (IsSkipped()) return;
+  auto device = std::make_unique<FaultyDevice>(content, stick);
+  device->arm(Fault::Hang, 500);
+  onMainLoop(
+      [&] {
+        start("dev1", stick);
+        EXPECT_TRUE(waitUntil([&] { return device->hasFailed(); }));
+        // One that has not reached the device yet ends in time and is not left behind.
+        for (int i = 0; i < 60 && progress().phase != RequestPhase::Failed; ++i) {
+          start("dev1", stick);
+          std::this_thread::sleep_for(20ms);
+        }
+      },
+      60s);
+  EXPECT_EQ(takeSignals(), std::vector<std::string>{"indexingFinished " + stick});
+  EXPECT_EQ(progress().phase, RequestPhase::Failed);
+  EXPECT_EQ(progress().leftUndone,
+            std::vector<std::string>{
+                "too many earlier requests still wait for devices that do not answer"});
+  device.reset();
+  beginAgain();
+}
+
 }  // namespace
 }  // namespace orvel::test
