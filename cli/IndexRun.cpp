@@ -36,11 +36,11 @@ void requireGlibLoop() {
                        ", not GLib's. Unset QT_NO_GLIB and use a Qt that is built with GLib.");
 }
 
-/// Throws if access(2) refuses `mode` on `path`, which the message calls `what`.
-void requireAccess(const std::string& path, int mode, const std::string& what) {
+/// Throws if access(2) refuses `mode` on `path`; the message calls the path `subject`.
+void requireAccess(const std::string& path, int mode, const std::string& subject) {
   if (access(path.c_str(), mode) == 0) return;
   const int error = errno;
-  throw CommandError(CouldNotRun, what + " cannot be written (" + std::strerror(error) +
+  throw CommandError(CouldNotRun, subject + " cannot be written (" + std::strerror(error) +
                                       "). Change its permissions or name another folder with"
                                       " --db-dir.");
 }

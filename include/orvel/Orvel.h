@@ -19,8 +19,8 @@ namespace orvel {
 ///
 /// Among waiting requests the first in the order of handle, device id, mount point and age runs
 /// next. Requests and priorities may be given from any thread. They wait for one another, and for a
-/// superseded pipeline to end, but not for a device that does not answer: after half a second its
-/// pipeline is left behind, and deleted once its threads have ended.
+/// superseded pipeline to end, but not for a device that does not answer: after half a second they
+/// leave its pipeline to itself, and the controller deletes it once its threads have ended.
 class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
  public:
   Orvel();
