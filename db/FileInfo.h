@@ -16,7 +16,12 @@ struct FileInfo {
   std::unique_ptr<std::string> path;  ///< never null
   std::uint32_t auxWord;              ///< mass storage: 0; MTP: the object id
   std::int32_t lastModified;          ///< seconds since the epoch, narrowed by `narrowTime`
+  bool failedBefore = false;          ///< an earlier request stored its row with `kNeverRead`
 };
+
+/// Stored in place of the modification time of a file that the device did not deliver. It differs
+/// from every file's, so the next request reads the file again.
+inline constexpr std::int32_t kNeverRead = -1;
 
 /// Narrows a time stamp to 32 bits, modulo 2^32. Every architecture stores the same value for a
 /// time after 2038, so its file does not look new on every run.

@@ -67,6 +67,20 @@ void moveNewFiles(std::vector<FileInfo*>& found, const std::vector<const DbObjec
   }
 }
 
+/// Marks the files whose stale row says that an earlier request could not read them. Both sides are
+/// sorted.
+void markFailedBefore(const std::vector<FileInfo*>& files,
+                      const std::vector<const DbObject*>& stale) {
+  auto row = stale.begin();
+  for (FileInfo* file : files) {
+    const Key failed(*file->path, kNeverRead);
+    row = std::lower_bound(row, stale.end(), failed,
+                           [](const DbObject* a, const Key& b) { return keyOf(a) < b; });
+    if (row == stale.end()) return;
+    file->failedBefore = keyOf(*row) == failed;
+  }
+}
+
 }  // namespace
 
 bool DbObjectPtrComparer::operator()(const DbObject* a, const DbObject* b) const {
@@ -102,6 +116,7 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
                       std::back_inserter(stale), DbObjectPtrComparer());
   vanishedRows = countVanished(stale, found->items);
   moveNewFiles(found->items, rows, toAdd->items);
+  markFailedBefore(toAdd->items, stale);
   OV_INFO("%s: db Objects To be Deleted count: %u (op:%d)", name,
           static_cast<unsigned>(stale.size()), operationId);
   deleteRows(deleteSql, stale, *toAdd);

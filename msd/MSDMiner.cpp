@@ -19,8 +19,8 @@ namespace orvel {
 
 namespace {
 
-/// A modification time that differs from every file's.
-constexpr std::int32_t kNeverRead = -1;
+/// The block ends at the third file in a row that the device does not deliver.
+constexpr int kMostFailuresInARow = 3;
 
 MiningDecision nextFile() {
   return {};
@@ -96,34 +96,33 @@ MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs)
   assert(reader != nullptr);
   TagResult read = reader->next(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
+  const bool isDelivered =
+      read.outcome != Outcome::DeviceFailed && read.outcome != Outcome::Stalled;
+  if (isDelivered) failuresInARow = 0;
+  const SongTag tag(std::move(read.values));
   switch (read.outcome) {
-    case Outcome::Tagged: {
-      const SongTag tag(std::move(read.values));
-      retryOnBadAlloc([&] { addSong(file, tag, songs); }, kOneRetry);
+    case Outcome::Tagged:
+      retryOnBadAlloc([&] { addSong(file, file.lastModified, tag, songs); }, kOneRetry);
       return nextFile();
-    }
     case Outcome::Untagged:
       return nextFile();
     case Outcome::Unreadable:
       return addWithoutTexts(file, file.lastModified, songs);
-    case Outcome::DeviceFailed: {
-      const MiningDecision decision = addWithoutTexts(file, kNeverRead, songs);
-      if (!decision.endsBlock) leaveUndone(songs.operation, LeftUndone::ReadError);
-      return decision;
-    }
+    case Outcome::DeviceFailed:
+    case Outcome::Stalled:
+      return addUndelivered(file, tag, songs);
     case Outcome::Interrupted:
       return endBlock(LeftUndone::Interrupted);
-    case Outcome::Stalled:
-      return endBlock(LeftUndone::ReadError);
     case Outcome::ReaderLost:
       return endBlock(LeftUndone::ReaderLost);
   }
   return nextFile();
 }
 
-void MSDMiner::addSong(const FileInfo& file, const SongTag& tag, Block<MetaDataInfo*>& songs) {
+void MSDMiner::addSong(const FileInfo& file, std::int32_t lastModified, const SongTag& tag,
+                       Block<MetaDataInfo*>& songs) {
   std::unique_ptr<MetaDataInfo> song(Encoder::instance().guessAndConvert(
-      *file.path, songs.operation.mountPoint, file.lastModified, &tag));
+      *file.path, songs.operation.mountPoint, lastModified, &tag));
   if (song == nullptr) {
     OV_ERROR("invalid encoding");
     return;
@@ -132,22 +131,45 @@ void MSDMiner::addSong(const FileInfo& file, const SongTag& tag, Block<MetaDataI
   songs.add(std::move(song));
 }
 
+/// Adds a song that the device did not deliver whole, with the texts read so far. The first time,
+/// the next request reads it again; the second time it stays as it is, because one bad sector must
+/// not keep a device incomplete for ever.
+MiningDecision MSDMiner::addUndelivered(const FileInfo& file, const SongTag& tag,
+                                        Block<MetaDataInfo*>& songs) {
+  const std::int32_t lastModified = file.failedBefore ? file.lastModified : kNeverRead;
+  if (tag.isEmpty()) {
+    const MiningDecision decision = addWithoutTexts(file, lastModified, songs);
+    if (decision.endsBlock) return decision;
+  } else {
+    if (isMountPointGone(songs.operation)) return endBlock(LeftUndone::MountPointGone);
+    OV_WARN("the device delivers only a part of track: %s", file.path->c_str());
+    retryOnBadAlloc([&] { addSong(file, lastModified, tag, songs); }, kOneRetry);
+  }
+  // Those that failed before come in a row when nothing else is new.
+  if (file.failedBefore) return nextFile();
+  leaveUndone(songs.operation, LeftUndone::ReadError);
+  ++failuresInARow;
+  return failuresInARow < kMostFailuresInARow ? nextFile() : endBlock(LeftUndone::ReadError);
+}
+
+bool MSDMiner::isMountPointGone(const Operation& operation) const {
+  const int missing = watch->missing(operation.id, operation.mountPoint);
+  if (missing == 0) return false;
+  OV_ERROR("MOUNT POINT IS NOT PRESENT ANYMORE %s: %d", operation.mountPoint.c_str(), missing);
+  return true;
+}
+
 /// Adds a song with empty texts, unless the file is unreadable because the mount point is gone.
 MiningDecision MSDMiner::addWithoutTexts(const FileInfo& file, std::int32_t lastModified,
                                          Block<MetaDataInfo*>& songs) {
   OV_WARN("NULL file for track: %s", file.path->c_str());
-  const Operation& operation = songs.operation;
-  const int missing = watch->missing(operation.id, operation.mountPoint);
-  if (missing != 0) {
-    OV_ERROR("MOUNT POINT IS NOT PRESENT ANYMORE %s: %d", operation.mountPoint.c_str(), missing);
-    return endBlock(LeftUndone::MountPointGone);
-  }
+  if (isMountPointGone(songs.operation)) return endBlock(LeftUndone::MountPointGone);
   OV_WARN("insert empty: %s", file.path->c_str());
   retryOnBadAlloc(
       [&] {
         const std::string none;
-        songs.add(std::make_unique<MetaDataInfo>(*file.path, operation.mountPoint, none, none, none,
-                                                 none, none, 1, 1, lastModified));
+        songs.add(std::make_unique<MetaDataInfo>(*file.path, songs.operation.mountPoint, none, none,
+                                                 none, none, none, 1, 1, lastModified));
       },
       kOneRetry);
   return nextFile();

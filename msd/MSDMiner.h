@@ -22,8 +22,8 @@ struct MiningDecision {
 };
 
 /// Reads the tags of new and changed songs of a mass-storage device. A file whose tags cannot be
-/// read still becomes a song, with empty texts. If the device failed to deliver the file, the song
-/// gets the modification time -1, so that the next request reads it again.
+/// read still becomes a song, with empty texts. A song that the device did not deliver is read
+/// again by the next request, once.
 class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  public:
   explicit MSDMiner(
@@ -38,13 +38,18 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
   bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
   MiningDecision mineGuarded(const FileInfo& file, Block<MetaDataInfo*>& songs);
   MiningDecision mine(const FileInfo& file, Block<MetaDataInfo*>& songs);
-  static void addSong(const FileInfo& file, const SongTag& tag, Block<MetaDataInfo*>& songs);
+  static void addSong(const FileInfo& file, std::int32_t lastModified, const SongTag& tag,
+                      Block<MetaDataInfo*>& songs);
+  MiningDecision addUndelivered(const FileInfo& file, const SongTag& tag,
+                                Block<MetaDataInfo*>& songs);
   MiningDecision addWithoutTexts(const FileInfo& file, std::int32_t lastModified,
                                  Block<MetaDataInfo*>& songs);
+  [[nodiscard]] bool isMountPointGone(const Operation& operation) const;
 
   std::shared_ptr<MountPointWatch> watch;
   TagReaderFactory makeReader;
   std::unique_ptr<TagReader> reader;  ///< from the first file of a request to its last
+  int failuresInARow = 0;             ///< files that the device did not deliver
 };
 
 }  // namespace orvel

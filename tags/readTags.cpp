@@ -9,9 +9,12 @@ TagResult readTags(TagStream& stream, ReadingDepth depth) {
   const TagLib::FileRef reference(&stream, depth == ReadingDepth::TagAndAudio,
                                   TagLib::AudioProperties::Average);
   if (stream.interrupted()) return {Outcome::Interrupted};
-  if (stream.readFailed()) return {Outcome::DeviceFailed};
+  const bool hasTag = !reference.isNull() && reference.tag() != nullptr;
+  if (stream.readFailed()) {
+    return {Outcome::DeviceFailed, hasTag ? tagValuesOf(*reference.file()) : TagValues()};
+  }
   if (reference.isNull()) return {Outcome::Unreadable};
-  if (reference.tag() == nullptr) return {Outcome::Untagged};
+  if (!hasTag) return {Outcome::Untagged};
   return {Outcome::Tagged, tagValuesOf(*reference.file())};
 }
 

@@ -11,7 +11,7 @@
 
 namespace orvel {
 
-bool ControlSocket::send(std::string text, const std::vector<Descriptor>& descriptors) const {
+bool ControlSocket::send(std::string text, std::span<const int> descriptors) const {
   assert(descriptors.size() <= tagMessages::kMostFiles);
   iovec part{text.data(), text.size()};
   alignas(cmsghdr) std::array<char, CMSG_SPACE(tagMessages::kMostFiles * sizeof(int))> rights{};
@@ -19,17 +19,14 @@ bool ControlSocket::send(std::string text, const std::vector<Descriptor>& descri
   message.msg_iov = &part;
   message.msg_iovlen = 1;
   if (!descriptors.empty()) {
-    const std::size_t bytes = descriptors.size() * sizeof(int);
+    const std::size_t bytes = descriptors.size_bytes();
     message.msg_control = rights.data();
     message.msg_controllen = CMSG_SPACE(bytes);
     cmsghdr* header = CMSG_FIRSTHDR(&message);
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(bytes);
-    std::vector<int> numbers;
-    numbers.reserve(descriptors.size());
-    for (const Descriptor& descriptor : descriptors) numbers.push_back(descriptor.get());
-    std::memcpy(CMSG_DATA(header), numbers.data(), bytes);
+    std::memcpy(CMSG_DATA(header), descriptors.data(), bytes);
   }
   return sendmsg(end.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }

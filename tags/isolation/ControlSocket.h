@@ -1,9 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "base/Descriptor.h"
 
@@ -19,7 +19,7 @@ class ControlSocket {
 
   /// Sends one message with at most `tagMessages::kMostFiles` descriptors. On failure returns false
   /// and sets errno.
-  [[nodiscard]] bool send(std::string text, const std::vector<Descriptor>& descriptors) const;
+  [[nodiscard]] bool send(std::string text, std::span<const int> descriptors) const;
 
   /// Takes the next message: an empty one when the worker has closed its end, nothing when none has
   /// arrived.

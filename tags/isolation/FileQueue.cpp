@@ -4,8 +4,6 @@
 #include <cassert>
 #include <utility>
 
-#include "tags/AudioFile.h"
-
 namespace orvel {
 
 namespace {
@@ -19,7 +17,7 @@ void FileQueue::announce(std::vector<std::string> paths) {
   assert(!hasUnanswered());
   files.clear();
   current = sent = 0;
-  for (std::string& path : paths) files.push_back({std::move(path), takeId(), {}});
+  for (std::string& path : paths) files.push_back({std::move(path), takeId(), {}, {}});
 }
 
 bool FileQueue::isNext(const std::string& path) const {
@@ -34,6 +32,7 @@ std::vector<std::string> FileQueue::remainingPaths() const {
 
 void FileQueue::finishCurrent() {
   assert(current < files.size());
+  files[current].audio.descriptor.reset();
   ++current;
   sent = std::max(sent, current);
 }
@@ -47,14 +46,15 @@ FileQueue::Batch FileQueue::openBatch() {
   batch.end = sent;
   for (; batch.end < files.size() && batch.requests.size() < tagMessages::kMostFiles; ++batch.end) {
     File& file = files[batch.end];
-    AudioFile audio = AudioFile::open(file.path);
+    AudioFile& audio = file.audio;
+    if (!audio.descriptor) audio = AudioFile::open(file.path);
     file.refusal.reset();  // an earlier attempt for another worker may have failed
     if (!audio.descriptor) {
       file.refusal =
           audio.deviceFailed ? TagResult::Outcome::DeviceFailed : TagResult::Outcome::Unreadable;
       continue;
     }
-    batch.descriptors.push_back(std::move(audio.descriptor));
+    batch.descriptors.push_back(audio.descriptor.get());
     batch.requests.push_back({file.id, audio.bytes, tagMessages::nameEndingOf(file.path), false});
   }
   return batch;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "base/Descriptor.h"
+#include "tags/AudioFile.h"
 #include "tags/TagMessages.h"
 #include "tags/TagResult.h"
 
@@ -16,14 +16,15 @@ namespace orvel {
 ///
 ///     | finished | current, sent ahead ... | not sent yet ... |
 ///
-/// Opens files when they are about to be sent, and gives every file an id that no other file of
-/// this queue ever has.
+/// Opens files when they are about to be sent and keeps them open until they are finished, because
+/// opening a file again may wait for a device that hangs. Gives every file an id that no other file
+/// of this queue ever has.
 class FileQueue {
  public:
   /// Files to send in one message, and how far the queue is sent once they are.
   struct Batch {
     std::vector<tagMessages::FileRequest> requests;
-    std::vector<Descriptor> descriptors;
+    std::vector<int> descriptors;
     std::size_t end = 0;
   };
 
@@ -59,6 +60,7 @@ class FileQueue {
   struct File {
     std::string path;
     std::uint32_t id = 0;
+    AudioFile audio;
     std::optional<TagResult::Outcome> refusal;
   };
 

@@ -49,7 +49,7 @@ WorkerConnection::WorkerConnection(std::stop_token token, const std::string& pro
       onStop(stopped, Shutdown{control.get()}) {}
 
 WorkerConnection::Sent WorkerConnection::send(const std::vector<tagMessages::FileRequest>& files,
-                                              const std::vector<Descriptor>& descriptors) const {
+                                              std::span<const int> descriptors) const {
   if (control.send(tagMessages::encodeRequests(files), descriptors)) return Sent::Yes;
   if (errno == EAGAIN) return Sent::Later;
   // The next `receive` notices a worker that has just ended.
@@ -126,16 +126,18 @@ void WorkerConnection::answer(const tagMessages::ByteRange& range, TagStream& so
   std::string bytes(static_cast<std::size_t>(std::min(range.length, available)), '\0');
   std::int64_t count =
       source.readAt(static_cast<long>(range.start), bytes.data(), static_cast<long>(bytes.size()));
-  std::vector<Descriptor> memory;
+  Descriptor memory;
   if (count > 0) {
-    memory.emplace_back(memfd_create("orvel-track", MFD_CLOEXEC));
-    if (pwrite(memory[0].get(), bytes.data(), static_cast<std::size_t>(count), 0) != count) {
+    memory = Descriptor(memfd_create("orvel-track", MFD_CLOEXEC));
+    if (pwrite(memory.get(), bytes.data(), static_cast<std::size_t>(count), 0) != count) {
       count = -1;
     }
   }
   if (source.readFailed()) count = -1;
   // Failing to send means that the worker has ended.
-  isControlOpen = control.send(tagMessages::encodeAnswer(count), memory);
+  const int number = memory.get();
+  isControlOpen =
+      control.send(tagMessages::encodeAnswer(count), std::span(&number, memory ? 1U : 0U));
 }
 
 std::string WorkerConnection::end() {

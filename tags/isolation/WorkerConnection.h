@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -41,9 +42,10 @@ class WorkerConnection {
   };
 
   /// Sends at most `tagMessages::kMostFiles` files, without waiting.
-  /// @param descriptors  of the files in the same order, except those with `isAskedFor`
+  /// @param descriptors  of the files in the same order, except those with `isAskedFor`; they stay
+  ///                     the caller's
   [[nodiscard]] Sent send(const std::vector<tagMessages::FileRequest>& files,
-                          const std::vector<Descriptor>& descriptors) const;
+                          std::span<const int> descriptors) const;
 
   /// Waits for the greeting. Returns nothing when the process ended, timed out or comes from
   /// another build.

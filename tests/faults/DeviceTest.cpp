@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -20,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
+using testing::ElementsAre;
 using Fault = FaultyDevice::Fault;
 
 /// A small stick that is a device of the test's own, and goes wrong while it is indexed.
@@ -114,22 +115,43 @@ TEST_F(DeviceTest, FilesThatShrinkWhileTheyAreRead) {
   }
 }
 
-/// A file that the device does not deliver is not to blame, and nobody waits for it for ever.
+/// The texts that could be read are kept, and the request after the next one is complete.
+TEST_F(DeviceTest, ABadSectorCostsItselfAndIsGivenUpAtTheSecondRun) {
+  fs::resize_file(content + "/A/1.mp3", 100000);
+  FaultyDevice device(content, stick);
+  device.arm(Fault::BadSectors, 1);
+  for (const char* status : {"PROGRESS", "OK", "OK"}) {
+    index(kDevice, stick);
+    EXPECT_EQ(storedStatus(), status);
+    EXPECT_THAT(rowsOf(kDevice, "SELECT TITLE FROM SONGS WHERE PATH LIKE '%/A/1.mp3';"),
+                ElementsAre("A1.mp3"));
+  }
+  EXPECT_EQ(progress().songs.unchanged, 16U);
+}
+
+/// A file that the device does not deliver costs itself, and three in a row the rest of the block.
 TEST_F(DeviceTest, AReaderThatWaitsForTheDeviceIsGivenUp) {
   FaultyDevice device(content, stick);
   MSDMiner miner("MSDMiner", std::make_shared<MountPointWatch>(), [](std::stop_token token) {
     return std::make_unique<IsolatedTagReader>(std::move(token), ORVEL_TAG_READER, 700ms);
   });
-  const auto mine = [&](const char* name) {
+  const auto mine = [&](std::initializer_list<const char*> names, bool failedBefore = false) {
     const auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, kDevice, stick, true));
-    block->items.push_back(new FileInfo(stick + name, 0, 5));
+    for (const char* name : names) {
+      block->items.push_back(new FileInfo(stick + name, 0, 5));
+      block->items.back()->failedBefore = failedBefore;
+    }
     return miner.doOperation(block);
   };
-  EXPECT_EQ(mine("/root.mp3")->items.at(0)->title, "Root");
+  EXPECT_EQ(mine({"/root.mp3"})->items.at(0)->title, "Root");
   device.arm(Fault::HangingReads, 1);
   const LogCapture log;
-  const auto stalled = mine("/A/1.mp3");
-  EXPECT_TRUE(stalled->items.empty() && stalled->operation.skipped);
+  const auto final = mine({"/A/1.mp3"}, true);
+  EXPECT_TRUE(final->items.at(0)->lastModified == 5 && !final->operation.skipped);
+  const auto stalled = mine({"/A/2.m4a", "/A/3.flac", "/B/1.mp3", "/B/2.m4a"});
+  ASSERT_EQ(stalled->items.size(), 3U);
+  for (const MetaDataInfo* song : stalled->items) EXPECT_EQ(song->lastModified, kNeverRead);
+  EXPECT_TRUE(stalled->operation.skipped);
   EXPECT_EQ(log.texts("waits for the device for track: " + stick + "/A/1.mp3").size(), 1U);
 }
 

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <mutex>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -25,6 +26,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr off_t kShrunkBytes = 1000;
+constexpr off_t kBadBytes = 1000;
 
 }  // namespace
 
@@ -72,6 +74,7 @@ int FaultyDevice::Server::meet() {
       released.wait(lock, [this] { return fault != Fault::Hang; });
       return 0;
     case Fault::Shrink:
+    case Fault::BadSectors:
     case Fault::HangingReads:
     case Fault::None:
       return 0;
@@ -130,12 +133,22 @@ struct FaultyDevice::Operations {
     return 0;
   }
 
-  static int read(const char* /*path*/, char* data, size_t bytes, off_t offset,
-                  fuse_file_info* file) {
+  static bool meetsBadSector(const char* path, fuse_file_info* file, off_t end) {
+    const std::string_view name(path);
+    struct stat status {};
+    return name.ends_with("/1.mp3") && fstat(static_cast<int>(file->fh), &status) == 0 &&
+           end > status.st_size - kBadBytes;
+  }
+
+  static int read(const char* path, char* data, size_t bytes, off_t offset, fuse_file_info* file) {
     Server& device = server();
     if (const int error = device.meet()) return error;
     {
       std::unique_lock lock(device.mutex);
+      if (device.fault == FaultyDevice::Fault::BadSectors &&
+          meetsBadSector(path, file, offset + static_cast<off_t>(bytes))) {
+        return -EIO;
+      }
       device.released.wait(lock, [&] { return device.fault != FaultyDevice::Fault::HangingReads; });
       const bool shrunk = device.fault == FaultyDevice::Fault::Shrink && device.failed;
       if (shrunk && offset >= kShrunkBytes) return 0;

@@ -19,6 +19,7 @@ class FaultyDevice {
     IoError,       ///< the one operation fails with EIO
     IoErrors,      ///< every operation below the mount point fails with EIO
     Hang,          ///< operations do not return
+    BadSectors,    ///< the last 1000 bytes of files called 1.mp3 cannot be read: EIO
     HangingReads,  ///< reads of files do not return; all else works
     Shrink,        ///< files end after 1000 bytes, whatever their size is said to be
   };
