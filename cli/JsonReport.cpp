@@ -31,8 +31,15 @@ QJsonArray texts(const std::vector<std::string>& values) {
   return array;
 }
 
-QJsonObject files(const ProgressSnapshot::Files& files) {
-  return {{"found", number(files.found)}, {"stored", number(files.stored)}};
+QJsonObject playlists(const ProgressSnapshot::Playlists& playlists) {
+  return {{"found", number(playlists.found)},
+          {"stored", number(playlists.stored)},
+          {"refused", number(playlists.refused)},
+          {"cut", number(playlists.cut)}};
+}
+
+QJsonObject directories(const ProgressSnapshot::Directories& directories) {
+  return {{"found", number(directories.found)}, {"stored", number(directories.stored)}};
 }
 
 QJsonObject songs(const ProgressSnapshot::Songs& songs) {
@@ -49,10 +56,11 @@ QJsonObject partition(const PartitionResult& result) {
           {"content_modified", progress.contentModified},
           {"left_undone", texts(result.leftUndone)},
           {"limit_reached", progress.limitReached},
+          {"folder_limit_reached", progress.folderLimitReached},
           {"isolation_failed", progress.isolationFailed},
           {"songs", songs(progress.songs)},
-          {"playlists", files(progress.playlists)},
-          {"directories", files(progress.directories)},
+          {"playlists", playlists(progress.playlists)},
+          {"directories", directories(progress.directories)},
           {"folder_tree_seconds", secondsOrNull(progress.folderTreeSeconds)}};
 }
 

@@ -23,6 +23,14 @@ std::string counted(std::int64_t count, const char* one, const char* many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+/// Only where there are any, since the line is long.
+std::string refusedPlaylists(const ProgressSnapshot::Playlists& playlists) {
+  std::string text;
+  if (playlists.refused != 0) text += ", " + std::to_string(playlists.refused) + " refused";
+  if (playlists.cut != 0) text += ", " + std::to_string(playlists.cut) + " cut";
+  return text;
+}
+
 void describePartition(std::ostream& out, const PartitionResult& partition) {
   const ProgressSnapshot& progress = partition.progress;
   const ProgressSnapshot::Songs& songs = progress.songs;
@@ -31,7 +39,7 @@ void describePartition(std::ostream& out, const PartitionResult& partition) {
       << songs.removed << " removed; " << songs.stored << " stored, " << songs.skipped
       << " skipped\n"
       << "  Playlists  " << progress.playlists.found << " found, " << progress.playlists.stored
-      << " read\n"
+      << " read" << refusedPlaylists(progress.playlists) << "\n"
       << "  Folders    " << progress.directories.found << " found, " << progress.directories.stored
       << " with music\n";
   if (partition.ok() && progress.databaseExisted && !progress.contentModified &&
@@ -41,6 +49,10 @@ void describePartition(std::ostream& out, const PartitionResult& partition) {
   if (progress.limitReached) {
     out << "  The limit of " << Limits().songs
         << " songs is reached: further songs are not looked at.\n";
+  }
+  if (progress.folderLimitReached) {
+    out << "  The limit of " << Limits().folders
+        << " folders is reached: further folders are not looked at.\n";
   }
   if (progress.isolationFailed) {
     out << "  Tags were read without isolation: the tag reader could not be started.\n";

@@ -1,6 +1,7 @@
 #include <orvel/DatabaseMgr.h>
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -33,6 +34,15 @@ constexpr const char* kJournals[] = {"-wal", "-shm", "-journal"};
 void compact(DatabaseFile& database) {
   database.exec(sql::kFreePages);
   database.checkpoint();
+}
+
+/// The size that the file would have without the pages of deleted rows.
+std::optional<std::int64_t> bytesUsed(const std::string& file) {
+  if (!fileOperations::exists(file)) return std::nullopt;
+  DatabaseFile database(file);
+  const auto bytes = database.texts(sql::kUsedBytes);
+  if (!bytes || bytes->empty()) return std::nullopt;
+  return std::stoll(bytes->front());
 }
 
 /// Stores the status, in place when that is the only way: on a full disk an old "OK" must not
@@ -69,13 +79,15 @@ DatabaseMgr& DatabaseMgr::instance() {
   return *manager;
 }
 
-DatabaseMgr::Lease::Lease(std::string device, std::string mountPoint)
-    : deviceId(std::move(device)), partition(std::move(mountPoint)) {
-  instance().state->registry.addRequest(deviceId, partition);
-}
+DatabaseMgr::Lease::Lease(const std::string& deviceId, const std::string& mountPoint)
+    : number(instance().state->registry.addRequest(deviceId, mountPoint)) {}
 
 DatabaseMgr::Lease::~Lease() {
-  instance().state->registry.removeRequest(deviceId, partition);
+  instance().state->registry.removeRequest(number);
+}
+
+bool DatabaseMgr::Lease::lostRows() const {
+  return instance().state->registry.lostRows(number);
 }
 
 template <class T>
@@ -186,24 +198,32 @@ void DatabaseMgr::sync(const std::string& deviceId) {
   state->folder.flush();
 }
 
-void DatabaseMgr::checkAndDelete(const std::string& deviceId, long limit) {
+bool DatabaseMgr::checkAndDelete(const std::string& deviceId, long limit) {
   const std::string file = getDbNameFromDevId(deviceId);
-  if (fileOperations::size(file) <= limit) return;
+  if (fileOperations::size(file) <= limit) return false;
   OV_WARN("%s is larger than %ld bytes and is deleted", file.c_str(), limit);
   constexpr std::size_t kAskingRequest = 1;
   if (state->registry.countRequests(deviceId) <= kAskingRequest) {
     deleteDb(deviceId);
-    return;
+    return true;
   }
+  // First: a request that ends meanwhile must not call itself complete.
+  state->registry.markRowsLost(deviceId);
   DatabaseFile database(file);
   database.execTransaction(sql::kDeleteAll);
   compact(database);
+  return true;
 }
 
 bool DatabaseMgr::dbSizeHasReachLimit(const std::string& deviceId) {
+  return !hasRoomFor(deviceId, kSizeReserve);
+}
+
+bool DatabaseMgr::hasRoomFor(const std::string& deviceId, std::int64_t bytes) {
   const std::string file = getDbNameFromDevId(deviceId);
-  const std::int64_t stored = fileOperations::size(file) + fileOperations::size(file + "-wal");
-  return stored + kSizeReserve > limits().databaseBytes;
+  const std::int64_t allowed = limits().databaseBytes - bytes;
+  if (fileOperations::size(file) + fileOperations::size(file + "-wal") <= allowed) return true;
+  return bytesUsed(file).value_or(allowed + 1) <= allowed;
 }
 
 void DatabaseMgr::deleteDb(const std::string& deviceId) {

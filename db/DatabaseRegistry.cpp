@@ -5,33 +5,45 @@
 
 namespace orvel {
 
-void DatabaseRegistry::addRequest(const std::string& deviceId, const std::string& mountPoint) {
+std::uint64_t DatabaseRegistry::addRequest(const std::string& deviceId,
+                                           const std::string& mountPoint) {
   const MutexLock lock(mutex);
-  requests.emplace(deviceId, mountPoint);
+  requests.emplace(++lastNumber, Request{deviceId, mountPoint});
+  return lastNumber;
 }
 
-void DatabaseRegistry::removeRequest(const std::string& deviceId,
-                                     const std::string& mountPoint) noexcept {
+void DatabaseRegistry::removeRequest(std::uint64_t number) noexcept {
   const MutexLock lock(mutex);
-  // A search by key would allocate the key; the end of a request must not fail for want of memory.
-  const auto found = std::find_if(requests.begin(), requests.end(), [&](const Key& request) {
-    return request.first == deviceId && request.second == mountPoint;
-  });
-  assert(found != requests.end() && "the request was never added");
-  if (found != requests.end()) requests.erase(found);
+  [[maybe_unused]] const std::size_t removed = requests.erase(number);
+  assert(removed == 1 && "the request was never added");
 }
 
 std::size_t DatabaseRegistry::countRequests(const std::string& deviceId) const {
   const MutexLock lock(mutex);
   return static_cast<std::size_t>(
       std::count_if(requests.begin(), requests.end(),
-                    [&](const Key& request) { return request.first == deviceId; }));
+                    [&](const auto& request) { return request.second.deviceId == deviceId; }));
 }
 
 bool DatabaseRegistry::hasRequest(const std::string& deviceId,
                                   const std::string& mountPoint) const {
   const MutexLock lock(mutex);
-  return requests.count({deviceId, mountPoint}) != 0;
+  return std::any_of(requests.begin(), requests.end(), [&](const auto& request) {
+    return request.second.deviceId == deviceId && request.second.mountPoint == mountPoint;
+  });
+}
+
+void DatabaseRegistry::markRowsLost(const std::string& deviceId) {
+  const MutexLock lock(mutex);
+  for (auto& [number, request] : requests) {
+    if (request.deviceId == deviceId) request.hasLostRows = true;
+  }
+}
+
+bool DatabaseRegistry::lostRows(std::uint64_t number) const {
+  const MutexLock lock(mutex);
+  const auto found = requests.find(number);
+  return found != requests.end() && found->second.hasLostRows;
 }
 
 void DatabaseRegistry::condemn(const std::string& file) {

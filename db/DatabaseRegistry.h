@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
@@ -16,12 +17,17 @@ namespace orvel {
 /// Every function may be called from any thread. All but `removeRequest` may throw std::bad_alloc.
 class DatabaseRegistry {
  public:
-  /// Call it when a request for a partition begins. Several may be alive for the same partition.
-  void addRequest(const std::string& deviceId, const std::string& mountPoint);
+  /// Call it when a request for a partition begins; returns its number. Several may be alive for
+  /// the same partition.
+  std::uint64_t addRequest(const std::string& deviceId, const std::string& mountPoint);
   /// Call it when that request ends.
-  void removeRequest(const std::string& deviceId, const std::string& mountPoint) noexcept;
+  void removeRequest(std::uint64_t number) noexcept;
   [[nodiscard]] std::size_t countRequests(const std::string& deviceId) const;
   [[nodiscard]] bool hasRequest(const std::string& deviceId, const std::string& mountPoint) const;
+
+  /// Tells the live requests of a device that their rows are deleted.
+  void markRowsLost(const std::string& deviceId);
+  [[nodiscard]] bool lostRows(std::uint64_t number) const;
 
   /// Marks `file` as damaged: it must be replaced before the next request.
   void condemn(const std::string& file);
@@ -40,11 +46,18 @@ class DatabaseRegistry {
   void forgetFile(const std::string& file);
 
  private:
-  /// Device and mount point, or file and mount point.
+  struct Request {
+    std::string deviceId;
+    std::string mountPoint;
+    bool hasLostRows = false;
+  };
+
+  /// File and mount point.
   using Key = std::pair<std::string, std::string>;
 
   mutable Mutex mutex;
-  std::multiset<Key> requests ORVEL_GUARDED_BY(mutex);
+  std::uint64_t lastNumber ORVEL_GUARDED_BY(mutex) = 0;
+  std::map<std::uint64_t, Request> requests ORVEL_GUARDED_BY(mutex);
   std::set<std::string> condemned ORVEL_GUARDED_BY(mutex);
   std::map<Key, std::string> statuses ORVEL_GUARDED_BY(mutex);
 };

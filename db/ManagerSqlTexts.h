@@ -143,6 +143,11 @@ inline constexpr char kDeleteAll[] =
     " DELETE FROM GENRES; DELETE FROM COMPOSERS; DELETE FROM DIRECTORIES;"
     " DELETE FROM PLAYLISTS; UPDATE PARTITIONS SET STATUS = ''; COMMIT;";
 
+/// Bytes in pages that hold rows.
+inline constexpr char kUsedBytes[] =
+    "SELECT (page_count - freelist_count) * page_size"
+    " FROM pragma_page_count, pragma_freelist_count, pragma_page_size;";
+
 /// Gives the pages of deleted rows back to the file system.
 inline constexpr char kFreePages[] = "PRAGMA incremental_vacuum;";
 

@@ -2,6 +2,15 @@
 
 namespace orvel {
 
+std::int64_t Playlist::storedBytes() const {
+  // Three identifiers, one of them also in an index, numbers, and the row's own bytes.
+  constexpr std::size_t kRestOfRow = 220;
+  const std::size_t ofEach = path.size() + name.size() + kRestOfRow;
+  std::size_t bytes = (entries.size() + 1) * ofEach;
+  for (const PlaylistEntry& entry : entries) bytes += entry.trackPath.size();
+  return static_cast<std::int64_t>(bytes);
+}
+
 sqlstl::basic_sqlostream<char>& operator<<(sqlstl::basic_sqlostream<char>& out,
                                            const Playlist* playlist) {
   constexpr int kAudioType = 1;

@@ -33,6 +33,10 @@ struct Playlist {
   Md5 partitionId;
   std::int32_t lastModified;  ///< seconds since the epoch
   std::vector<PlaylistEntry> entries;
+  bool refused = false;  ///< unreadable, or no playlist: there is nothing to store
+
+  /// About the bytes that the entries take in the database, rather too many than too few.
+  [[nodiscard]] std::int64_t storedBytes() const;
 };
 
 /// Binds each entry of the playlist to the prepared insert and runs it.

@@ -1,15 +1,14 @@
 #include "db/SqlTexts.h"
 
+#include <algorithm>
+
 namespace orvel::sql {
 
-bool fitsPathPattern(std::string_view prefix) {
-  return prefix.find('"') == std::string_view::npos;
-}
-
 std::string withPathPattern(std::string_view sql, std::string_view prefix, std::string_view tail) {
-  std::string text(sql);
-  if (!fitsPathPattern(prefix)) return text.append(tail);
-  return text.append("\"").append(prefix).append("%\"").append(tail);
+  constexpr char kAnyCharacter = '_';
+  std::string pattern(prefix);
+  std::replace(pattern.begin(), pattern.end(), '"', kAnyCharacter);
+  return std::string(sql).append("\"").append(pattern).append("%\"").append(tail);
 }
 
 }  // namespace orvel::sql

@@ -162,13 +162,10 @@ inline constexpr char kClearPlaylists[] =
 /// The tail of kSelectDirectoryIds.
 inline constexpr char kOrderByObjectId[] = " ORDER BY OBJECTID;";
 
-/// False for a prefix with a double quote: it would end the pattern, and the rest of a volume label
-/// would run as SQL.
-bool fitsPathPattern(std::string_view prefix);
-
 /// Completes a text that ends in "LIKE " with a double-quoted pattern for everything below `prefix`
-/// and with `tail`. The prefix is not escaped: "_" and "%" in it match more than themselves. Leaves
-/// the pattern out for a prefix that does not fit, so that SQLite refuses the text.
+/// and with `tail`. The prefix is not escaped: "_" and "%" in it match more than themselves. A
+/// double quote, which would end the pattern and run the rest of a volume label as SQL, becomes
+/// "_".
 std::string withPathPattern(std::string_view sql, std::string_view prefix,
                             std::string_view tail = ";");
 

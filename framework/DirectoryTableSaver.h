@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,9 +28,6 @@ class DirectoryTableSaver : public ServerDB<Block<DIRECTORY>, Block<void>> {
   struct Scope {
     std::string pathPrefix;  ///< of their paths; empty for the whole table
     std::string deleteSql;   ///< deletes them
-    /// False for a mount point that contains '"'. Such a prefix is never queried, so neither
-    /// unread nor undeleted rows count as lost.
-    bool isQueryable = true;
   };
 
   /// Stores the directories of `block` that have the identifiers `ids`. `result` is the operation
@@ -39,7 +37,7 @@ class DirectoryTableSaver : public ServerDB<Block<DIRECTORY>, Block<void>> {
     assert(this->out.handle() != nullptr && this->in.handle() != nullptr);
     std::sort(ids.begin(), ids.end());
     const std::size_t differences = countDifferences(this->in, scope.pathPrefix, ids);
-    if (!this->in.eof() && scope.isQueryable) this->leaveUndone(result, LeftUndone::RowsLost);
+    if (!this->in.eof()) this->leaveUndone(result, LeftUndone::RowsLost);
     if (differences == 0) {
       OV_INFO("RNC: Did not find changes");
       this->progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
@@ -50,6 +48,7 @@ class DirectoryTableSaver : public ServerDB<Block<DIRECTORY>, Block<void>> {
       this->leaveUndone(result, LeftUndone::Interrupted);
       return;
     }
+    if (!this->fits(storedBytes(block), result)) return;
     if (rewrite(block, scope)) {
       this->progress->directoriesAreStored(static_cast<unsigned>(ids.size()));
     } else {
@@ -62,12 +61,22 @@ class DirectoryTableSaver : public ServerDB<Block<DIRECTORY>, Block<void>> {
   virtual void insertRows(const Block<DIRECTORY>& block) = 0;
 
  private:
+  /// About the bytes that a block takes in the database, rather too many than too few.
+  static std::int64_t storedBytes(const Block<DIRECTORY>& block) {
+    constexpr std::size_t kRestOfRow = 250;  // four identifiers, one of them also in an index
+    std::size_t bytes = 0;
+    for (const auto* directory : block.items) {
+      bytes += directory->path.size() + directory->name.size() + kRestOfRow;
+    }
+    return static_cast<std::int64_t>(bytes);
+  }
+
   /// Returns true when every row is committed.
   bool rewrite(const Block<DIRECTORY>& block, const Scope& scope) {
     Transaction transaction(this->out);
     this->out.clear();
     this->out.exec(scope.deleteSql.c_str());
-    const bool deleted = this->out.good() || !scope.isQueryable;
+    const bool deleted = this->out.good();
     this->out.query(sql::kInsertDirectory);
     insertRows(block);
     const bool inserted = this->out.good();

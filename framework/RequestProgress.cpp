@@ -18,6 +18,8 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::NotPrepared,
      "the database could not be prepared; does another program hold it, or is the disk full?"},
     {LeftUndone::Refused, "too many earlier requests still wait for devices that do not answer"},
+    {LeftUndone::EntryLimit, "the playlists have more entries than one run stores"},
+    {LeftUndone::TooLarge, "the database had grown beyond its size limit and was deleted"},
     {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
 };
 
@@ -58,7 +60,7 @@ ProgressSnapshot RequestProgress::snapshot() const {
   ProgressSnapshot copy;
   copy.phase = phase;
   copy.songs = {songsFound, songsUnchanged, songsAdded, songsRemoved, songsStored, songsSkipped};
-  copy.playlists = {playlistsFound, playlistsStored};
+  copy.playlists = {playlistsFound, playlistsStored, playlistsRefused, playlistsCut};
   copy.directories = {directoriesFound, directoriesStored};
   const auto seconds = [](Clock::rep ticks) {
     using Seconds = std::chrono::duration<double>;
@@ -69,6 +71,7 @@ ProgressSnapshot RequestProgress::snapshot() const {
   copy.databaseExisted = databaseExisted;
   copy.contentModified = contentModified;
   copy.limitReached = limitReached;
+  copy.folderLimitReached = folderLimitReached;
   copy.isolationFailed = isolationFailed;
   copy.leftUndone = texts(undone);
   copy.status = status.load();

@@ -18,6 +18,8 @@ enum class LeftUndone : unsigned {
   ReaderLost = 1U << 7,       ///< the process that reads tags could not be started again
   NotPrepared = 1U << 9,      ///< the database could not be prepared for the request
   Refused = 1U << 8,          ///< too many earlier requests wait for devices that do not answer
+  EntryLimit = 1U << 10,      ///< the playlists have more entries than one request stores
+  TooLarge = 1U << 11,        ///< the database outgrew its limit and was deleted or emptied
 };
 
 /// The live counters of one request. Its stages write them, any thread may read them.
@@ -33,11 +35,14 @@ class RequestProgress {
   Counter songsSkipped{0};
   Counter playlistsFound{0};
   Counter playlistsStored{0};
+  Counter playlistsRefused{0};
+  Counter playlistsCut{0};
   Counter directoriesFound{0};
   Counter directoriesStored{0};
   std::atomic<bool> databaseExisted{false};
   std::atomic<bool> contentModified{false};
   std::atomic<bool> limitReached{false};
+  std::atomic<bool> folderLimitReached{false};
   std::atomic<bool> isolationFailed{false};
   std::atomic<const char*> status{""};  ///< a string literal
 

@@ -2,8 +2,10 @@
 
 #include <orvel/DatabaseMgr.h>
 
+#include <cstdint>
 #include <string>
 
+#include "base/Log.h"
 #include "db/SqlStream.h"
 #include "framework/HostListener.h"
 #include "framework/RequestProgress.h"
@@ -49,6 +51,16 @@ class ServerDB : public Server<TIN, TOUT> {
    private:
     ServerDB& server;
   };
+
+  /// True when `bytes` more keep the database within its size limit; otherwise the block is left
+  /// undone. `result` as for `leaveUndone`.
+  bool fits(std::int64_t bytes, Operation& result) {
+    if (bytes == 0 || DatabaseMgr::instance().hasRoomFor(result.deviceId, bytes)) return true;
+    OV_WARN("%s: the database has no room for %ld bytes more", this->name,
+            static_cast<long>(bytes));
+    this->leaveUndone(result, LeftUndone::SizeLimit);
+    return false;
+  }
 
   /// Tells the host that rows of the device have changed, unless the stage is paused or stopped.
   void signalContentModified(const Operation& operation) {

@@ -103,6 +103,12 @@ std::string cString(const std::string& text) {
   return text.substr(0, text.find('\0'));
 }
 
+/// The pattern stands in double quotes, so one of these in a prefix matches any character.
+std::string asPattern(std::string prefix) {
+  std::replace(prefix.begin(), prefix.end(), '"', '_');
+  return prefix;
+}
+
 /// A statement treats `prefix` like a harmless one, or is refused.
 void checkSelect(const char* sql, const std::string& prefix, const char* tail = ";") {
   Database& database = Database::instance();
@@ -117,7 +123,7 @@ void checkSelect(const char* sql, const std::string& prefix, const char* tail = 
     require(rows.empty(), "a refused text gives no rows");
     return;
   }
-  require(rows == database.bound(std::string(sql) + "? || '%'" + tail, prefix),
+  require(rows == database.bound(std::string(sql) + "? || '%'" + tail, asPattern(prefix)),
           "a text matches what lies below its prefix");
 }
 
@@ -127,8 +133,8 @@ void checkDelete(const std::string& prefix) {
   database.execute(sql::withPathPattern(sql::kDeleteDirectories, "/n"));
   const Actions harmless = database.takeActions();
   const Rows before = database.bound(kEverything, "");
-  const Rows doomed =
-      database.bound(std::string(sql::kSelectDirectoryIds) + "? || '%' ORDER BY ROWID;", prefix);
+  const Rows doomed = database.bound(
+      std::string(sql::kSelectDirectoryIds) + "? || '%' ORDER BY ROWID;", asPattern(prefix));
   database.takeActions();
   database.execute(sql::withPathPattern(sql::kDeleteDirectories, prefix));
   const Actions taken = database.takeActions();

@@ -26,9 +26,7 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
     finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
-    // A mount point that contains '"' is never queried, so unread rows are expected there.
-    const bool isQueryable = isMtp || sql::fitsPathPattern(operation.mountPoint);
-    if (!finder.committed() || (isQueryable && !finder.sawAllRows())) {
+    if (!finder.committed() || !finder.sawAllRows()) {
       leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
     count(files, toAdd->items.size(), finder.vanished());

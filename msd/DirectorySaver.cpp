@@ -31,8 +31,7 @@ DirectorySaver::sink_block_type_ptr DirectorySaver::doOperation(src_block_type_p
   open(operation.deviceId);
   const ClosingScope closing(*this);
   const Scope scope{operation.mountPoint,
-                    sql::withPathPattern(sql::kDeleteDirectories, operation.mountPoint),
-                    sql::fitsPathPattern(operation.mountPoint)};
+                    sql::withPathPattern(sql::kDeleteDirectories, operation.mountPoint)};
   update(*block, scope, idsOfMusicDirectories(*block), result->operation);
   OV_INFO("DirectorySaver timer: %ld", timer.elapsedMs());
   return result;

@@ -1,7 +1,9 @@
 #include "msd/MSDPlaylistMiner.h"
 
 #include <glib.h>
+#include <orvel/DatabaseMgr.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cassert>
 #include <stop_token>
@@ -18,6 +20,11 @@ namespace orvel {
 namespace {
 
 using SharedWrapper = std::shared_ptr<PlaylistWrapper>;
+
+constexpr std::size_t kMostEntriesOfList = 100000;
+constexpr std::size_t kMostEntriesOfRequest = 500000;
+/// A block with as many entries is sent on.
+constexpr std::size_t kEntriesOfBlock = 10000;
 
 /// Orders each hand-over to the main loop for thread checkers, which cannot see GLib's own locks.
 std::atomic<unsigned> handOvers{0};
@@ -64,13 +71,44 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
   OV_INFO("MSDPlaylistMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
           operation.id);
   auto playlists = boost::make_shared<Block<Playlist*>>(operation);
-  playlists->items.reserve(block->items.size());
   const auto wrapper = std::make_shared<PlaylistWrapper>();
+  std::size_t entriesLeft = kMostEntriesOfRequest;
+  std::size_t entriesInBlock = 0;
   for (const FileInfo* file : block->items) {
+    if (entriesInBlock >= kEntriesOfBlock) {
+      playlists = sendAhead(playlists);
+      entriesInBlock = 0;
+    }
+    if (isFull(entriesLeft, playlists->operation)) break;
+    wrapper->mostEntries = std::min(entriesLeft, kMostEntriesOfList);
     if (!mine(*file, wrapper, *playlists)) break;
+    const std::size_t entries = playlists->items.back()->entries.size();
+    entriesLeft -= entries;
+    entriesInBlock += entries;
   }
   OV_INFO("MSDPlaylistMiner done (op: %d)", operation.id);
   return playlists;
+}
+
+/// Sends the playlists read so far, so that memory stays flat. Returns a new block.
+MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::sendAhead(
+    const sink_block_type_ptr& playlists) {
+  auto rest = boost::make_shared<Block<Playlist*>>(playlists->operation);
+  playlists->operation.last = false;
+  if (sink != nullptr) sink->enqueue(playlists);
+  return rest;
+}
+
+/// True when no further playlist can be stored, with work left undone.
+bool MSDPlaylistMiner::isFull(std::size_t entriesLeft, Operation& result) {
+  if (DatabaseMgr::instance().dbSizeHasReachLimit(result.deviceId)) {
+    OV_INFO("MSDPlaylistMiner SKIPPED db size limit reached (op: %d)", result.id);
+    leaveUndone(result, LeftUndone::SizeLimit);
+    return true;
+  }
+  if (entriesLeft > 0) return false;
+  leaveUndone(result, LeftUndone::EntryLimit);
+  return true;
 }
 
 /// Returns false when a stop cut the file short.
@@ -80,10 +118,13 @@ bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
       std::make_unique<Playlist>(*file.path, playlists.operation.mountPoint, file.lastModified);
   if (const char* const harm = harmOfPlaylist(*file.path)) {
     OV_WARN("playlist not parsed, since %s: %s", harm, file.path->c_str());
-  } else if (deviceDelivers(file, playlists.operation) &&
-             !parse(file, playlist, wrapper, playlists.operation)) {
+    playlist->refused = true;
+  } else if (!deviceDelivers(file, playlists.operation)) {
+    playlist->refused = true;
+  } else if (!parse(file, playlist, wrapper, playlists.operation)) {
     return false;
   }
+  if (playlist->refused) ++progress->playlistsRefused;
   playlists.add(std::move(playlist));
   return true;
 }
@@ -92,19 +133,16 @@ bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
 bool MSDPlaylistMiner::parse(const FileInfo& file, std::unique_ptr<Playlist>& playlist,
                              const SharedWrapper& wrapper, Operation& result) {
   using Parse = PlaylistWrapper::Parse;
-  switch (parseOnMainLoop(playlist, wrapper)) {
-    case Parse::Pending:
-      leaveUndone(result, LeftUndone::Interrupted);
-      return false;
-    case Parse::Done:
-      break;
-    case Parse::Refused:
-      deviceDelivers(file, result);  // the device may have failed since the first look
-      break;
-    case Parse::Failed:
-      leaveUndone(result, LeftUndone::StageFailed);
-      break;
+  const Parse parsed = parseOnMainLoop(playlist, wrapper);
+  if (parsed == Parse::Pending) {
+    leaveUndone(result, LeftUndone::Interrupted);
+    return false;
   }
+  playlist->refused = parsed == Parse::Refused || parsed == Parse::Failed;
+  if (parsed == Parse::Refused)
+    deviceDelivers(file, result);  // may have failed since the first look
+  if (parsed == Parse::Failed) leaveUndone(result, LeftUndone::StageFailed);
+  if (parsed == Parse::Cut) ++progress->playlistsCut;
   return true;
 }
 

@@ -34,6 +34,12 @@ int statusOf(int folder, const char* name, struct statx& status) {
   return statx(folder, name, flags, STATX_TYPE | STATX_MTIME | STATX_INO, &status) == 0 ? 0 : errno;
 }
 
+bool isLink(int folder, const char* name) {
+  struct statx status {};
+  return statx(folder, name, AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) == 0 &&
+         S_ISLNK(status.stx_mode);
+}
+
 }  // namespace
 
 MSDWalk::MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles,
@@ -97,7 +103,7 @@ bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
     return isOrdinaryRefusal(error) || isStillThere(error);
   }
   if (S_ISDIR(status.stx_mode)) {
-    addDirectory(index, name, identityOf(status));
+    addDirectory(index, folder, name, identityOf(status));
   } else if (S_ISREG(status.stx_mode) && name[0] != '.') {
     addFile(index, name, status.stx_mtime.tv_sec);
   }
@@ -113,8 +119,17 @@ std::string MSDWalk::pathIn(std::size_t index, std::string_view name) const {
   return path;
 }
 
-void MSDWalk::addDirectory(std::size_t index, const char* name, Identity identity) {
+/// Enters a directory through one link only: folders that link to one another would multiply
+/// without end.
+void MSDWalk::addDirectory(std::size_t index, int folder, const char* name, Identity identity) {
   if (isOwnAncestor(index, identity)) return;
+  if (directories.items.size() >= maxFolders) {
+    if (!progress.folderLimitReached.exchange(true)) {
+      OV_WARN("%d folders reached", static_cast<int>(maxFolders));
+    }
+    return;
+  }
+  if (isLink(folder, name) && !linked.insert(identity).second) return;
   auto directory = std::make_unique<Directory>(
       pathIn(index, name), directories.operation.mountPoint, static_cast<std::int32_t>(index));
   identities.push_back(identity);

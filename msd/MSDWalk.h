@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,14 +51,14 @@ class MSDWalk {
   struct Identity {
     dev_t device;
     ino_t inode;
-    bool operator==(const Identity&) const = default;
+    auto operator<=>(const Identity&) const = default;
   };
 
   static Identity identityOf(const struct statx& status);
   bool listDirectory(std::size_t index);
   bool visit(std::size_t index, int folder, const char* name);
   [[nodiscard]] std::string pathIn(std::size_t index, std::string_view name) const;
-  void addDirectory(std::size_t index, const char* name, Identity identity);
+  void addDirectory(std::size_t index, int folder, const char* name, Identity identity);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
   bool passOver(const std::string& unreadable, int error);
   bool isStillThere(int error);
@@ -65,6 +66,7 @@ class MSDWalk {
   [[nodiscard]] bool limitReached() const;
 
   const std::size_t maxSongs = limits().songs;
+  const std::size_t maxFolders = limits().folders;
   Block<Directory*>& directories;
   Block<FileInfo*>& songs;
   Block<FileInfo*>& playlists;
@@ -72,6 +74,7 @@ class MSDWalk {
   RequestProgress& progress;
   WalkHost host;
   std::vector<Identity> identities;  ///< of `directories`, item by item
+  std::set<Identity> linked;         ///< the directories that were entered through a link
 };
 
 }  // namespace orvel

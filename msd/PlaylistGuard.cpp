@@ -1,11 +1,13 @@
 #include "msd/PlaylistGuard.h"
 
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <boost/algorithm/string/find.hpp>
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/trim.hpp>
+#include <cerrno>
 #include <string_view>
 #include <unordered_set>
 
@@ -15,43 +17,106 @@ namespace orvel {
 
 namespace {
 
-/// About the size of a playlist that names every song of a full device.
-constexpr off_t kLargestPlaylist = off_t{2} << 20;
+// What the parser needs for the largest lists: 2.5 s and 170 MB.
+constexpr off_t kMostBytes = off_t{32} << 20;
+constexpr std::ptrdiff_t kMostParts = 1000000;
 
-/// Reads at most `size` bytes from the beginning of the file.
+/// The parser's XML reader recurses for each attribute of an element when it frees the element.
+constexpr std::ptrdiff_t kMostAttributes = 250000;
+
+/// Of characters that are looked at, once for each character of the same name: about half a second.
+constexpr std::size_t kMostNameSteps = 100000000;
+
+/// Reads the whole file, or its beginning when the device fails.
 std::string contentOf(const Descriptor& file, off_t size) {
   std::string text(static_cast<std::size_t>(size), '\0');
-  const ssize_t bytes = pread(file.get(), text.data(), text.size(), 0);
-  text.resize(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
+  std::size_t filled = 0;
+  while (filled < text.size()) {
+    const ssize_t got =
+        pread(file.get(), &text[filled], text.size() - filled, static_cast<off_t>(filled));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    filled += static_cast<std::size_t>(got);
+  }
+  text.resize(filled);
   return text;
 }
 
-/// Returns the digits of a PLS line "File<number>=<value>", which begins with "File"; empty for any
-/// other line.
-std::string_view entryNumber(std::string_view line) {
-  constexpr std::size_t kMostDigits = 6;
-  constexpr std::string_view kKey = "File";
-  const std::string_view rest = line.substr(kKey.size());
-  const std::string_view digits = rest.substr(0, rest.find_first_not_of("0123456789"));
-  const bool hasValue = rest.size() > digits.size() + 1 && rest[digits.size()] == '=';
-  const bool isNumber = !digits.empty() && digits.size() <= kMostDigits && digits[0] != '0';
-  return hasValue && isNumber ? digits : std::string_view();
+/// The entries of a PLS file, counted as the parser counts them.
+///
+/// The parser counts the lines whose key begins with "file", and then tries the keys "file1",
+/// "file2" and so on until it has found as many. Where a key is missing it tries for hours. It also
+/// measures each name that is not UTF-8 once for each of its characters.
+class PlsEntries {
+ public:
+  /// @param line  without its end
+  void add(std::string_view line) {
+    if (line.empty() || line[0] == '#' || line[0] == '[') return;
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) return;
+    const std::string_view key = boost::algorithm::trim_left_copy_if(
+        line.substr(0, equals), [](char c) { return g_ascii_isspace(c) != 0; });
+    if (!boost::istarts_with(key, kKey)) return;
+    ++entries;
+    const std::string_view number = key.substr(kKey.size());
+    if (isNumber(number)) numbers.insert(number);
+    const std::string_view name = line.substr(equals + 1);
+    if (g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) == FALSE) {
+      nameSteps += name.size() * name.size();
+    }
+  }
+
+  [[nodiscard]] bool areMisnumbered() const { return numbers.size() != entries; }
+  [[nodiscard]] bool haveCostlyNames() const { return nameSteps > kMostNameSteps; }
+
+ private:
+  static constexpr std::string_view kKey = "file";
+
+  /// True for a number as the parser writes it, and small enough to be tried.
+  static bool isNumber(std::string_view text) {
+    constexpr std::size_t kMostDigits = 6;
+    return !text.empty() && text.size() <= kMostDigits && text[0] != '0' &&
+           text.find_first_not_of("0123456789") == std::string_view::npos;
+  }
+
+  std::size_t entries = 0;
+  std::unordered_set<std::string_view> numbers;
+  std::size_t nameSteps = 0;
+};
+
+bool isBlank(std::string_view line) {
+  return line.find_first_not_of(" \t") == std::string_view::npos;
 }
 
-/// True for a PLS file whose entries are misnumbered. The parser counts the lines that begin with
-/// "File" and searches until it has found as many different numbers: possibly for ever.
-bool looksForMissingEntries(std::string_view text) {
-  if (boost::ifind_first(text, "[playlist]").empty()) return false;
-  std::unordered_set<std::string_view> numbers;
+/// Calls `action` with each line of the text without its end, until it returns false.
+template <class Action>
+void forEachLine(std::string_view text, Action action) {
   while (!text.empty()) {
-    std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+    const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+    if (!action(line)) return;
     text.remove_prefix(std::min(text.size(), line.size() + 1));
-    line.remove_prefix(std::min(line.size(), line.find_first_not_of(" \t\v\f")));
-    if (!boost::istarts_with(line, "File")) continue;
-    const std::string_view number = entryNumber(line);
-    if (number.empty() || !numbers.insert(number).second) return true;
   }
-  return false;
+}
+
+bool isPls(std::string_view text) {
+  bool found = false;
+  forEachLine(text, [&](std::string_view line) {
+    found = boost::istarts_with(line, "[playlist]");
+    return isBlank(line);
+  });
+  return found;
+}
+
+/// Null for a PLS file that the parser survives.
+const char* harmOfPls(std::string_view text) {
+  PlsEntries entries;
+  forEachLine(text, [&](std::string_view line) {
+    entries.add(line);
+    return true;
+  });
+  if (entries.areMisnumbered()) return "its entries are misnumbered";
+  if (entries.haveCostlyNames()) return "its names are neither short nor UTF-8";
+  return nullptr;
 }
 
 /// True for UTF-16 and UTF-32 texts that end in mid-character. The parser's XML reader converts up
@@ -66,6 +131,11 @@ bool endsWithinCharacter(std::string_view text) {
          text.size() % 2 != 0;
 }
 
+bool hasTooManyParts(std::string_view text) {
+  return std::count_if(text.begin(), text.end(),
+                       [](char c) { return c == '\n' || c == '\r' || c == '<'; }) > kMostParts;
+}
+
 }  // namespace
 
 const char* harmOfPlaylist(const std::string& path) {
@@ -74,10 +144,15 @@ const char* harmOfPlaylist(const std::string& path) {
   // The miner reads the file itself and reports the error.
   if (!file || fstat(file.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
-  if (status.st_size > kLargestPlaylist) return "it is larger than 2 MiB";
+  if (status.st_size > kMostBytes) return "it is larger than 32 MiB";
   const std::string text = contentOf(file, status.st_size);
-  if (looksForMissingEntries(text)) return "its entries are misnumbered";
+  if (hasTooManyParts(text)) return "it has more than a million lines";
   if (endsWithinCharacter(text)) return "it ends within a character";
+  // The parser, too, reads a PLS file up to its first zero.
+  const std::string_view upToZero = std::string_view(text).substr(0, text.find('\0'));
+  if (isPls(upToZero)) return harmOfPls(upToZero);
+  if (std::count(text.begin(), text.end(), '=') > kMostAttributes)
+    return "it has too many attributes";
   return nullptr;
 }
 

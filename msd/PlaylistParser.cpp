@@ -21,25 +21,34 @@ struct Unref {
   void operator()(TotemPlParser* parser) const { g_object_unref(parser); }
 };
 
-void appendEntry(Playlist& playlist, const char* uri) {
-  std::string trackPath;
-  if (!trackPathOf(uri, trackPath)) return;
-  const Md5 trackId(Md5Kind::Track, trackPath);
-  playlist.entries.push_back({std::move(trackPath), trackId, false});
-}
+/// The track paths of one list, in bytes: a short list may lie in a folder with a long name.
+constexpr std::size_t kMostPathBytes = std::size_t{16} << 20;
 
 /// User data of the handler of "entry-parsed".
 struct Entries {
   Playlist& playlist;
+  const std::size_t most;
+  std::size_t pathBytes = 0;
+  bool cut = false;   ///< there are more
   bool lost = false;  ///< an entry did not fit into memory
 };
+
+void appendEntry(Entries& entries, const char* uri) {
+  entries.cut =
+      entries.playlist.entries.size() >= entries.most || entries.pathBytes > kMostPathBytes;
+  std::string trackPath;
+  if (entries.cut || !trackPathOf(uri, trackPath)) return;
+  entries.pathBytes += trackPath.size();
+  const Md5 trackId(Md5Kind::Track, trackPath);
+  entries.playlist.entries.push_back({std::move(trackPath), trackId, false});
+}
 
 /// Must not throw: the caller is C.
 void onEntryParsed(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*metadata*/,
                    gpointer data) {
   auto& entries = *static_cast<Entries*>(data);
   try {
-    appendEntry(entries.playlist, uri);
+    appendEntry(entries, uri);
   } catch (const std::exception& error) {
     OV_ERROR("an entry of a playlist was lost: %s", error.what());
     entries.lost = true;
@@ -68,19 +77,21 @@ TotemPlParserResult parseFile(Entries& entries) {
   return totem_pl_parser_parse(parser.get(), playlistUri(entries.playlist.path).c_str(), FALSE);
 }
 
-PlaylistWrapper::Parse fill(Playlist& playlist) {
+PlaylistWrapper::Parse fill(Playlist& playlist, std::size_t mostEntries) {
   using Parse = PlaylistWrapper::Parse;
   try {
-    Entries entries{playlist};
+    Entries entries{playlist, mostEntries};
     TotemPlParserResult result = parseFile(entries);
     if (result != TOTEM_PL_PARSER_RESULT_SUCCESS) {
       // The parser reports a passing read error like a file that is no playlist: try once more.
       playlist.entries.clear();
+      entries.pathBytes = 0;
       result = parseFile(entries);
     }
     OV_INFO("%s %s", nameOf(result), playlist.path.c_str());
     if (entries.lost) return Parse::Failed;
-    return result == TOTEM_PL_PARSER_RESULT_SUCCESS ? Parse::Done : Parse::Refused;
+    if (result != TOTEM_PL_PARSER_RESULT_SUCCESS) return Parse::Refused;
+    return entries.cut ? Parse::Cut : Parse::Done;
   } catch (const std::exception& error) {
     OV_ERROR("a playlist could not be parsed: %s", error.what());
     return Parse::Failed;
@@ -95,7 +106,7 @@ void extractPlaylist(PlaylistWrapper* wrapper) {
     const MutexLock lock(wrapper->mutex);
     if (wrapper->abandoned) return;
   }
-  const PlaylistWrapper::Parse result = fill(*wrapper->playlist);
+  const PlaylistWrapper::Parse result = fill(*wrapper->playlist, wrapper->mostEntries);
   const MutexLock lock(wrapper->mutex);
   wrapper->parse = result;
   wrapper->cond.broadcast();

@@ -17,19 +17,24 @@ PlaylistSaver::sink_block_type_ptr PlaylistSaver::doOperation(src_block_type_ptr
   const Timer timer;
   Transaction transaction(out);
   out.query(sql::kInsertPlaylistEntry);
+  unsigned read = 0;
+  std::int64_t bytes = 0;
   for (const Playlist* playlist : block->items) {
+    bytes += playlist->storedBytes();
+    if (!fits(bytes, result->operation)) break;
     // The statement keeps its bindings, so this step repeats the last entry.
     out << playlist << sqlstl::step;
+    if (!playlist->refused) ++read;
   }
   const bool written = out.good();
   if (transaction.end() && written) {
-    progress->playlistsStored += static_cast<unsigned>(block->items.size());
+    progress->playlistsStored += read;
   } else {
     leaveUndone(result->operation, LeftUndone::RowsLost);
   }
   out.finalize();
   OV_INFO("PlaylistSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
-  return result;
+  return operation.last ? result : sink_block_type_ptr();
 }
 
 }  // namespace orvel

@@ -13,10 +13,12 @@ struct PlaylistWrapper {
   Mutex mutex;
   Condition cond;                ///< broadcast when the parse ends
   Playlist* playlist = nullptr;  ///< filled by the parse; owned by `owner`
+  std::size_t mostEntries = 0;   ///< that the parse keeps; set before it is scheduled
 
   enum class Parse {
     Pending,
     Done,
+    Cut,      ///< done, but the list has more than `mostEntries`
     Refused,  ///< the file is no playlist or cannot be read
     Failed,   ///< memory was too short for the entries
   };

@@ -29,6 +29,19 @@ bool uniqueOn(const MetaDataInfo* a, const MetaDataInfo* b) {
   return (a->*Id).identity() == (b->*Id).identity();
 }
 
+/// About the bytes that a block takes in the database, rather too many than too few.
+std::int64_t storedBytes(const Block<MetaDataInfo*>& block) {
+  constexpr std::size_t kRestOfRows = 900;  // identifiers, numbers and keys, also in indexes
+  std::size_t bytes = 0;
+  for (const MetaDataInfo* song : block.items) {
+    const std::size_t texts = song->title.size() + song->artist.size() + song->album.size() +
+                              song->genre.size() + song->composer.size();
+    // The path is also a key, and each text may have a form that sorts.
+    bytes += 2 * song->path.size() + song->name.size() + 2 * texts + kRestOfRows;
+  }
+  return static_cast<std::int64_t>(bytes);
+}
+
 }  // namespace
 
 bool sortOnGenre(const MetaDataInfo* a, const MetaDataInfo* b) {
@@ -71,10 +84,12 @@ SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) 
   OV_INFO("SongSaver for: %u (op: %d)", static_cast<unsigned>(block->items.size()), operation.id);
   const Timer timer;
   if (out.handle() == nullptr) open(operation.deviceId);
-  if (save(*block)) {
-    progress->songsWereStored(static_cast<unsigned>(block->items.size()));
-  } else {
-    leaveUndone(block->operation, LeftUndone::RowsLost);
+  if (fits(storedBytes(*block), block->operation)) {
+    if (save(*block)) {
+      progress->songsWereStored(static_cast<unsigned>(block->items.size()));
+    } else {
+      leaveUndone(block->operation, LeftUndone::RowsLost);
+    }
   }
   OV_INFO("SongSaver timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return operation.last ? finish(operation) : sink_block_type_ptr();

@@ -120,12 +120,22 @@ void SongDirectoryPipeline::concludeStatus() {
   } else if (!isSound) {
     leaveUndone(LeftUndone::RowsLost);
   }
-  const char* status = operation.skipped ? "PROGRESS" : "OK";
-  if (!databases.insertStatus(operation.deviceId, operation.mountPoint, status)) {
-    leaveUndone(LeftUndone::RowsLost);
-    status = "PROGRESS";
+  const bool isStored = store(operation.skipped ? "PROGRESS" : "OK");
+  if (!isStored) leaveUndone(LeftUndone::RowsLost);
+  if (lostRows()) {
+    leaveUndone(LeftUndone::TooLarge);
+    store("PROGRESS");
   }
-  progress->status = status;
+  progress->status = operation.skipped ? "PROGRESS" : "OK";
+}
+
+bool SongDirectoryPipeline::store(const char* status) {
+  return DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint, status);
+}
+
+bool SongDirectoryPipeline::lostRows() {
+  const MutexLock lock(controllerMutex);
+  return lease && lease->lostRows();
 }
 
 void SongDirectoryPipeline::removeDanglingPartitions() {
@@ -136,7 +146,9 @@ void SongDirectoryPipeline::makeDurable() {
   DatabaseMgr& databases = DatabaseMgr::instance();
   databases.sync(operation.deviceId);
   if (stopping()) return;
-  databases.checkAndDelete(operation.deviceId, limits().databaseBytes);
+  if (!databases.checkAndDelete(operation.deviceId, limits().databaseBytes)) return;
+  leaveUndone(LeftUndone::TooLarge);
+  progress->status = "";
 }
 
 }  // namespace orvel

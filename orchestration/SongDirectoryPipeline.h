@@ -85,6 +85,9 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   void reportToController(const src_block_type_ptr& result) ORVEL_EXCLUDES(controllerMutex);
 
   void leaveUndone(LeftUndone reason);
+  bool store(const char* status);
+  /// True once another request of the device has emptied the database.
+  bool lostRows() ORVEL_EXCLUDES(controllerMutex);
 
   /// Registers stages that feed one another; the last one reports to the pipeline.
   template <class Stage, class... Rest>

@@ -2,6 +2,7 @@
 
 #include <orvel/Export.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -60,11 +61,14 @@ class ORVEL_EXPORT DatabaseMgr {
   void sync(const std::string& deviceId);
 
   /// Deletes the device's database when its file is larger than `limit` bytes; it is emptied in
-  /// place while another request of the device lives.
-  void checkAndDelete(const std::string& deviceId, long limit);
+  /// place while another request of the device lives. True when it did either. The indexer itself
+  /// stops before the limit, so this is for growth that is not its own.
+  bool checkAndDelete(const std::string& deviceId, long limit);
 
   /// True when the database has reached its size limit, less a reserve for blocks under way.
   [[nodiscard]] bool dbSizeHasReachLimit(const std::string& deviceId);
+  /// True when `bytes` more keep the database within its size limit.
+  [[nodiscard]] bool hasRoomFor(const std::string& deviceId, std::int64_t bytes);
 
   /// Removes the device's database with its journals.
   void deleteDb(const std::string& deviceId);

@@ -20,10 +20,16 @@ struct ProgressSnapshot {
     unsigned stored = 0;     ///< written to the database
     unsigned skipped = 0;    ///< to be read, but without a usable record
   } songs;
-  struct Files {
+  struct Playlists {
+    unsigned found = 0;
+    unsigned stored = 0;   ///< read, and written to the database
+    unsigned refused = 0;  ///< unreadable, or no playlist: without entries in the database
+    unsigned cut = 0;      ///< with more entries than are stored of one playlist, 100000
+  } playlists;
+  struct Directories {
     unsigned found = 0;
     unsigned stored = 0;
-  } playlists, directories;
+  } directories;
   /// Seconds from the creation of the request to the first song in the database.
   std::optional<double> firstSongSeconds;
   /// Seconds from the creation of the request to the whole folder tree in the database.
@@ -34,6 +40,8 @@ struct ProgressSnapshot {
   bool isolationFailed = false;
   /// The request stopped at `Limits::songs`. Also true for a stick with exactly that many songs.
   bool limitReached = false;
+  /// The device has more folders than `Limits::folders`; the others were not looked at.
+  bool folderLimitReached = false;
   std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
   /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.
   std::string status;

@@ -47,6 +47,9 @@ enum class TextRegion : unsigned char {
 struct Limits {
   /// Songs of one request; further ones are not looked at (`ProgressSnapshot::limitReached`).
   std::uint32_t songs = 16000;
+  /// Folders of one request; further ones are not looked at
+  /// (`ProgressSnapshot::folderLimitReached`).
+  std::uint32_t folders = 65536;
   /// Size in bytes above which a device's database is deleted. Songs stop before it.
   long databaseBytes = 89128960;
 };

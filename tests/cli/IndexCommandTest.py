@@ -22,7 +22,7 @@ class Runs(CommandTestCase):
                                            "composers": 2, "directories": 3, "playlists": 1})
         self.assertEqual(partition["songs"], {"found": 2, "unchanged": 0, "new": 2, "removed": 0,
                                               "stored": 2, "skipped": 0})
-        self.assertEqual(partition["playlists"], {"found": 1, "stored": 1})
+        self.assertEqual(partition["playlists"], {"found": 1, "stored": 1, "refused": 0, "cut": 0})
         self.assertEqual(partition["directories"], {"found": 3, "stored": 3})
         self.assertEqual((first["error"], first["interrupted"], first["status"]),
                          (None, False, "OK"))

@@ -104,7 +104,7 @@ TEST_F(DatabaseMgrTest, ATooLargeDatabaseIsDeletedOrEmptiedInPlace) {
   const auto size = static_cast<long>(fs::file_size(databaseOf("dev")));
   auto own = std::make_unique<DatabaseMgr::Lease>("dev", "/m");
   auto other = std::make_unique<DatabaseMgr::Lease>("dev", "/n");
-  manager.checkAndDelete("dev", size);
+  EXPECT_FALSE(manager.checkAndDelete("dev", size));
   EXPECT_THAT(counts("dev"), ElementsAre("1|1|1|1|1"));
 
   const auto inode = [&] {
@@ -113,7 +113,8 @@ TEST_F(DatabaseMgrTest, ATooLargeDatabaseIsDeletedOrEmptiedInPlace) {
     return status.st_ino;
   };
   const auto before = inode();
-  manager.checkAndDelete("dev", size - 1);
+  EXPECT_TRUE(manager.checkAndDelete("dev", size - 1));
+  EXPECT_TRUE(other->lostRows()) << "it must not end with status OK";
   EXPECT_THAT(counts("dev"), ElementsAre("0|0|0|0|1"));
   EXPECT_EQ(manager.getStatus("dev", "/m"), "");
   EXPECT_EQ(inode(), before) << "another request still has it open";

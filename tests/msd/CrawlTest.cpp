@@ -161,11 +161,37 @@ TEST_F(Crawl, StopsAtTheLimitOfSongs) {
   for (const char* file : {"stick/A/a.mp3", "stick/A/b.mp3", "stick/B/c.mp3"}) temporary.file(file);
   setLimits({.songs = 2});
   walk();
-  setLimits({});
   EXPECT_THAT(songs.items, SizeIs(2));
   EXPECT_EQ(log.levelOf("2 track reached"), LogLevel::Warning);
-  EXPECT_TRUE(progress.snapshot().limitReached);
+  EXPECT_TRUE(progress.snapshot().limitReached && !progress.snapshot().folderLimitReached);
   EXPECT_THAT(undone, IsEmpty()) << "the rest is left out on purpose";
+}
+
+TEST_F(Crawl, StopsAtTheLimitOfFolders) {
+  for (const char* file : {"stick/A/a.mp3", "stick/B/b.mp3", "stick/C/c.mp3"}) temporary.file(file);
+  setLimits({.folders = 2});
+  walk();
+  setLimits({});
+  EXPECT_THAT(directories.items, SizeIs(2));
+  EXPECT_EQ(log.count("2 folders reached"), 1);
+  EXPECT_TRUE(progress.snapshot().folderLimitReached);
+  EXPECT_THAT(undone, IsEmpty());
+}
+
+/// Without a rule these ten folders have millions of paths.
+TEST_F(Crawl, EntersAFolderThroughOneLinkOnly) {
+  constexpr int kFolders = 10;
+  for (int i = 0; i < kFolders; ++i) {
+    const std::string folder = temporary.folder("stick/" + std::to_string(i));
+    temporary.file("stick/" + std::to_string(i) + "/a.mp3");
+    for (int other = 0; other < kFolders; ++other) {
+      const std::string name = std::to_string(other);
+      fs::create_directory_symlink("../" + name, folder + "/" + name);
+    }
+  }
+  walk();
+  EXPECT_THAT(directories.items, SizeIs(1 + 2 * kFolders)) << "each folder, and a link to each";
+  EXPECT_THAT(songs.items, SizeIs(2 * kFolders));
 }
 
 TEST_F(Crawl, APauseCutsListingsAndAStopTheWalk) {
