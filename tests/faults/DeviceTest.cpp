@@ -115,6 +115,25 @@ TEST_F(DeviceTest, FilesThatShrinkWhileTheyAreRead) {
   }
 }
 
+/// The first request is left behind in the walk or with a song in its hands.
+TEST_F(DeviceTest, SupersedingWhileTheDeviceHangsEndsInTheContentsOfAFreshRun) {
+  std::mt19937_64 random = seededRandom();
+  learn();
+  for (const long n : spread(operations, casesOf(6, operations), random)) {
+    SCOPED_TRACE("operation " + std::to_string(n));
+    beginCase();
+    FaultyDevice device(content, stick);
+    device.arm(Fault::Hang, n);
+    start(kDevice, stick);
+    EXPECT_TRUE(waitUntil([&] { return device.hasFailed(); }));
+    start(kDevice, stick);
+    device.disarm();
+    EXPECT_TRUE(waitUntilEnded());
+    EXPECT_EQ(storedStatus(), "OK");
+    EXPECT_EQ(contentsOf(database()), complete);
+  }
+}
+
 /// The texts that could be read are kept, and the request after the next one is complete.
 TEST_F(DeviceTest, ABadSectorCostsItselfAndIsGivenUpAtTheSecondRun) {
   fs::resize_file(content + "/A/1.mp3", 100000);

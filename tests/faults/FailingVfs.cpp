@@ -5,6 +5,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <thread>
 
 namespace orvel::test::failingVfs {
 
@@ -16,6 +17,8 @@ struct Plan {
   std::atomic<long> failing{0};
   std::atomic<bool> persistent{false};
   std::atomic<long> count{0};
+  std::atomic<bool> hanging{false};
+  std::atomic<std::thread::id> host;
 };
 
 Plan plan;
@@ -24,10 +27,20 @@ sqlite3_vfs failing{};
 /// The methods of the real VFS for databases; those for other files differ in their locks only.
 const sqlite3_io_methods* ordinary = nullptr;
 
-/// True when this operation, one that `fault` applies to, is to fail.
+/// True when this operation, one that `fault` applies to, is to fail. A disk that hangs keeps those
+/// that could have an I/O error.
 bool fails(Fault fault) {
-  if (!plan.armed || plan.fault != fault) return false;
+  const bool mayHang = plan.fault == Fault::Hang && fault == Fault::IoError &&
+                       std::this_thread::get_id() != plan.host;
+  if (!plan.armed || (plan.fault != fault && !mayHang)) return false;
   const long number = ++plan.count;
+  if (mayHang) {
+    if (number == plan.failing) {
+      plan.hanging = true;
+      plan.hanging.wait(true);
+    }
+    return false;
+  }
   const long first = plan.failing;
   return first > 0 && (number == first || (number > first && plan.persistent));
 }
@@ -137,7 +150,17 @@ void arm(Fault fault, long n, bool persistent) {
   plan.failing = n;
   plan.persistent = persistent;
   plan.count = 0;
+  plan.host = std::this_thread::get_id();
   plan.armed = true;
+}
+
+bool isHanging() {
+  return plan.hanging;
+}
+
+void release() {
+  plan.hanging = false;
+  plan.hanging.notify_all();
 }
 
 long disarm() {

@@ -11,6 +11,7 @@ enum class Fault {
   IoError,   ///< any operation fails
   ReadOnly,  ///< nothing can be written
   Corrupt,   ///< what is read is not what was written
+  Hang,      ///< any operation of another thread waits for `release`
 };
 
 /// Makes this VFS the default.
@@ -19,6 +20,11 @@ void install();
 /// Lets the n-th operation that `fault` applies to fail, counted from now; the later ones, too,
 /// when `persistent`. An `n` of 0 only counts.
 void arm(Fault fault, long n, bool persistent);
+
+/// True while an operation hangs.
+bool isHanging();
+/// Lets a hanging operation go on.
+void release();
 
 /// Fails nothing any more; returns how many operations were counted.
 long disarm();

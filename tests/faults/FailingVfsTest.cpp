@@ -8,11 +8,13 @@
 #include "tests/faults/FailingVfs.h"
 #include "tests/faults/FaultStick.h"
 #include "tests/support/Effort.h"
+#include "tests/support/waitUntil.h"
 
 namespace orvel::test {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using failingVfs::Fault;
 using testing::AnyOf;
 
@@ -21,10 +23,10 @@ constexpr const char* kFaultNames[] = {"NoSpace", "IoError", "ReadOnly", "Corrup
 /// The failing operation, and whether later ones fail, too.
 using Failure = std::tuple<Fault, bool>;
 
-/// A request for a stick that has changed since it was indexed, while SQLite's operations fail.
-class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Failure> {
+/// A request for a stick that has changed since it was indexed.
+class ChangedStick : public FaultStick {
  protected:
-  FailingVfsTest() { failingVfs::install(); }
+  ChangedStick() { failingVfs::install(); }
 
   void SetUp() override {
     fillStick();
@@ -35,6 +37,15 @@ class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Fai
     afterMusic = musicOf(temporary.path("after.db"));
   }
 
+  const std::string indexed = temporary.path("indexed.db");
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+  std::vector<std::string> afterMusic;
+};
+
+/// The request while SQLite's operations fail.
+class FailingVfsTest : public ChangedStick, public testing::WithParamInterface<Failure> {
+ protected:
   /// One request while the n-th operation fails, and one while nothing does.
   long run(const std::string& earlier, long n) {
     const auto [fault, persistent] = GetParam();
@@ -69,11 +80,6 @@ class FailingVfsTest : public FaultStick, public testing::WithParamInterface<Fai
     const bool full = std::get<0>(GetParam()) == Fault::NoSpace;
     EXPECT_THAT(musicOf(database()), AnyOf(afterMusic, full ? afterMusic : before));
   }
-
-  const std::string indexed = temporary.path("indexed.db");
-  std::vector<std::string> before;
-  std::vector<std::string> after;
-  std::vector<std::string> afterMusic;
 };
 
 TEST_P(FailingVfsTest, EndsWithoutALieAndTheNextRunCompletes) {
@@ -88,6 +94,47 @@ TEST_P(FailingVfsTest, EndsWithoutALieAndTheNextRunCompletes) {
     std::printf("%ld operations, ", operations);
   }
   std::printf("%ld cases\n", cases);
+}
+
+/// The request while the disk hangs: it is superseded and left behind.
+class HangingDiskTest : public ChangedStick {
+ protected:
+  /// @param hanging  how long the disk still hangs when the second request was made
+  long run(const std::string& earlier, long n, std::chrono::milliseconds hanging) {
+    SCOPED_TRACE("operation " + std::to_string(n) + (earlier.empty() ? " fresh" : " again"));
+    beginCase(earlier);
+    failingVfs::arm(Fault::Hang, n, false);
+    start(kDevice, stick);
+    EXPECT_TRUE(
+        waitUntil([this] { return failingVfs::isHanging() || controller->liveRequests() == 0; }));
+    if (failingVfs::isHanging()) {
+      start(kDevice, stick);
+      waitUntil([this] { return controller->liveRequests() == 0; }, hanging);
+      failingVfs::release();
+      EXPECT_TRUE(waitUntilEnded());
+      const std::string told = progress().status;
+      renewController();  // the first request's threads end
+      if (told == "OK") {
+        EXPECT_EQ(contentsOf(database()), after);
+      }
+    }
+    const long count = failingVfs::disarm();
+    index(kDevice, stick);
+    EXPECT_EQ(storedStatus(), "OK");
+    EXPECT_EQ(contentsOf(database()), after);
+    return count;
+  }
+};
+
+TEST_F(HangingDiskTest, ASupersededRequestChangesNothingInAnyStep) {
+  std::mt19937_64 random = seededRandom();
+  for (const std::string& earlier : {std::string(), indexed}) {
+    const long operations = run(earlier, 0, 0ms);
+    for (const long n : spread(operations, casesOf(5, operations), random)) {
+      run(earlier, n, n % 2 == 0 ? 0ms : 1000ms);
+    }
+    std::printf("%ld operations\n", operations);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FailingVfsTest,
