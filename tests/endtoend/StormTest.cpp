@@ -119,13 +119,13 @@ class StormTest : public IndexerHost {
 TEST_F(StormTest, AfterAnyCallsFromAnyThreadEveryDatabaseIsRightAgain) {
   std::mt19937_64 seeds = seededRandom();
   const long calls = casesOf(600, 10000);
-  constexpr unsigned kThreads = 3;
-  constexpr unsigned kRounds = 4;
+  constexpr long kThreads = 3;
+  constexpr long kRounds = 4;
   indexAll();
   const auto expected = contents();
-  for (unsigned round = 0; round < kRounds; ++round) {
+  for (long round = 0; round < kRounds; ++round) {
     std::vector<std::jthread> threads;
-    for (unsigned thread = 0; thread < kThreads; ++thread) {
+    for (long thread = 0; thread < kThreads; ++thread) {
       threads.emplace_back([this, calls, thread, random = std::mt19937_64(seeds())]() mutable {
         for (long i = 0; i < calls / (kRounds * kThreads); ++i) {
           if (thread == 0) {
