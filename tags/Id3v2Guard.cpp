@@ -1,159 +1,190 @@
 #include "tags/Id3v2Guard.h"
 
+#include <taglib/id3v2frame.h>
 #include <taglib/id3v2synchdata.h>
 #include <zlib.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <span>
+#include <cstddef>
+#include <optional>
 #include <string_view>
-
-#include "tags/Id3v2Frames.h"
 
 namespace orvel {
 
 namespace {
 
-using id3v2::isFrameId;
-using id3v2::kFrameHeaderBytes;
-using Bytes = std::span<unsigned char>;
+using TagLib::ByteVector;
+namespace SynchData = TagLib::ID3v2::SynchData;
 
-constexpr std::size_t kLengthBytes = 4;  ///< before the data of a compressed frame
-constexpr std::size_t kExpandedLimit = std::size_t{4} << 20;
+constexpr std::size_t kExpansionLimit = std::size_t{4} << 20;
+/// TagLib copies the rest of the tag for each compressed frame: this bounds their number.
+constexpr std::size_t kLeastExpansion = std::size_t{64} << 10;
+constexpr std::size_t kTextLimit = std::size_t{2} << 20;
+/// Genres take quadratic time.
+constexpr std::size_t kGenreLimit = std::size_t{32} << 10;
 constexpr int kMostFrames = 20000;
-constexpr unsigned char kTagUnsynchronised = 0x80;
-constexpr unsigned char kTagHasExtendedHeader = 0x40;
+/// No song record needs them. Chapters hold frames of their own; lyrics without an end take
+/// quadratic time; the others are texts, whatever their names.
+constexpr std::array<std::string_view, 12> kRefused{"CHAP", "CTOC", "SYLT", "SLT", "WFED", "WFD",
+                                                    "MVNM", "MVN",  "MVIN", "MVI", "GRP1", "GP1"};
+constexpr unsigned int kLengthBytes = 4;  ///< before the data of a frame that states their length
 
-Bytes bytesOf(TagLib::ByteVector& data) {
-  return {reinterpret_cast<unsigned char*>(data.data()), data.size()};
-}
+/// Lends TagLib's own reading of frame headers, so that the guard and the parser agree about it.
+struct Frame : TagLib::ID3v2::Frame {
+  using Header = TagLib::ID3v2::Frame::Header;
+};
 
-/// True when inflating `data` exceeds the limit. Ignores the length that the tag states.
-bool expandsTooFar(Bytes data) {
+struct Expansion {
+  std::size_t work = 0;    ///< bytes read and written
+  std::size_t result = 0;  ///< bytes written
+};
+
+/// Inflates as TagLib does: to the end of the stream, past the end of the frame if need be. Gives
+/// up when the work exceeds `limit`.
+Expansion expand(const ByteVector& data, std::size_t limit) {
   z_stream stream{};
-  if (inflateInit(&stream) != Z_OK) return true;
+  if (inflateInit(&stream) != Z_OK) return {limit + 1, 0};
   std::array<unsigned char, 16384> scratch;
-  stream.next_in = data.data();
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
   stream.avail_in = static_cast<uInt>(data.size());
   int result = Z_OK;
-  while (result == Z_OK && stream.total_out <= kExpandedLimit) {
+  while (result == Z_OK && stream.total_in + stream.total_out <= limit) {
     stream.next_out = scratch.data();
     stream.avail_out = static_cast<uInt>(scratch.size());
     result = inflate(&stream, Z_NO_FLUSH);
   }
-  const bool tooFar = stream.total_out > kExpandedLimit;
   inflateEnd(&stream);
-  return tooFar;
+  return {stream.total_in + stream.total_out, stream.total_out};
 }
 
-/// Walks and defuses the frames of one tag.
+/// An allowance of bytes for a whole tag.
+class Budget {
+ public:
+  explicit Budget(std::size_t bytes) : left(bytes) {}
+
+  [[nodiscard]] std::size_t rest() const { return left; }
+  /// Takes `bytes` if they are there.
+  bool spend(std::size_t bytes) {
+    if (bytes > left) return false;
+    left -= bytes;
+    return true;
+  }
+  void close() { left = 0; }
+
+ private:
+  std::size_t left;
+};
+
+/// Walks over the frames of one tag and defuses them.
 class FrameWalk {
  public:
-  /// @param framesAreUnsynchronised  TagLib undoes the unsynchronisation frame by frame
-  FrameWalk(Bytes tagFrames, unsigned int majorVersion, bool framesAreUnsynchronised)
-      : frames(tagFrames), version(majorVersion), unsynchronised(framesAreUnsynchronised) {}
+  FrameWalk(const TagLib::ID3v2::Header& header, ByteVector& tagFrames)
+      : frames(tagFrames),
+        bytes(tagFrames.data()),
+        version(header.majorVersion()),
+        headerBytes(Frame::headerSize(version)),
+        unsynchronised(header.unsynchronisation()) {}
 
-  /// Returns true when it changed anything.
-  bool run() {
-    std::size_t at = 0;
-    for (int count = 0; isFrameId(frames.subspan(at)); ++count) {
-      if (at + kFrameHeaderBytes > frames.size()) break;
+  /// Begins at the frame at `at`. Returns true when it changed anything.
+  bool run(unsigned int at) {
+    // TagLib stops earlier in some tags; nothing beyond matters.
+    for (int count = 0; at < frames.size() && bytes[at] != 0; ++count) {
       if (count == kMostFrames) {
-        std::fill(frames.begin() + static_cast<std::ptrdiff_t>(at), frames.end(), 0);
+        std::fill(bytes + at, bytes + frames.size(), '\0');
         return true;
       }
-      const std::size_t size = frameSize(at);
-      defuse(at);
-      if (isChapter(at)) defuseInside(at + kFrameHeaderBytes, size);
-      at += kFrameHeaderBytes + size;
+      const ByteVector rest = frames.mid(at);
+      const Frame::Header header(rest, version);
+      const unsigned int size = header.frameSize();
+      if (size == 0 || size > rest.size()) break;
+      if (!header.encryption() && !isHarmless(rest, header)) disguise(at);
+      at += headerBytes + size;
     }
     return changed;
   }
 
  private:
-  [[nodiscard]] bool isCompressed(std::size_t at) const {
-    return (frames[at + 9] & (version == 3 ? 0x80U : 0x08U)) != 0;
+  /// @param frame  from its header to the end of the tag
+  bool isHarmless(const ByteVector& frame, const Frame::Header& header) {
+    const std::string_view id = idOf(frame);
+    if (std::ranges::find(kRefused, id) != kRefused.end()) return false;
+    const std::optional<std::size_t> length = fieldBytes(frame, header);
+    if (!length) return false;
+    const bool isGenre = id == "TCON" || id == "TCO";
+    if (isGenre && !genres.spend(*length)) return false;
+    return id[0] != 'T' || texts.spend(*length);
   }
 
-  [[nodiscard]] bool isChapter(std::size_t at) const {
-    const std::string_view id(reinterpret_cast<const char*>(&frames[at]), 4);
-    return id == "CHAP" || id == "CTOC";
+  /// Old writers put names of ID3v2.2, which have three characters, into ID3v2.3.
+  [[nodiscard]] std::string_view idOf(const ByteVector& frame) const {
+    const bool isShort = version < 3 || (version == 3 && frame[3] == '\0');
+    return {frame.data(), isShort ? 3U : 4U};
   }
 
-  /// Clamped to the available bytes: sums with the size that a frame claims could overflow.
-  [[nodiscard]] std::size_t frameSize(std::size_t at) const {
-    const Bytes rest = frames.subspan(at + kFrameHeaderBytes);
-    const auto frameFollows = [&](std::size_t size) {
-      return size < rest.size() && isFrameId(rest.subspan(size));
-    };
-    return std::min(rest.size(),
-                    id3v2::frameSize(frames.subspan(at, kFrameHeaderBytes), version, frameFollows));
+  /// The number of bytes that TagLib takes for the frame's data; nothing when it is too large.
+  std::optional<std::size_t> fieldBytes(const ByteVector& frame, const Frame::Header& header) {
+    const unsigned int size = header.frameSize();
+    if (!header.compression() && !header.dataLengthIndicator()) return size;
+    const ByteVector data = frame.mid(headerBytes);
+    const bool isDecodedAlone = version > 3 && (unsynchronised || header.unsynchronisation());
+    if (header.compression()) {
+      const ByteVector own = isDecodedAlone ? SynchData::decode(data.mid(0, size)) : data;
+      return expandedBytes(own.mid(kLengthBytes));
+    }
+    const unsigned int stated = SynchData::toUInt(data.mid(0, kLengthBytes));
+    const unsigned int length = std::min(stated, isDecodedAlone ? size : data.size());
+    if (length <= size || expansions.spend(length - size)) return length;
+    return {};
   }
 
-  /// Breaks the zlib header of a compressed frame that is not to be trusted.
-  void defuse(std::size_t at) {
-    const std::size_t data = at + kFrameHeaderBytes + kLengthBytes;
-    if (!isCompressed(at) || data + 2 > frames.size()) return;
-    if (!isChapter(at) && !expandsTooFar(at)) return;
-    frames[data] = 0;
-    frames[data + 1] = 0;
+  std::optional<std::size_t> expandedBytes(const ByteVector& compressed) {
+    if (!expansions.spend(kLeastExpansion)) return {};
+    const Expansion expansion = expand(compressed, expansions.rest());
+    if (expansions.spend(expansion.work)) return expansion.result;
+    // Trying further ones costs too much.
+    expansions.close();
+    return {};
+  }
+
+  /// TagLib leaves encrypted and unknown frames alone.
+  void disguise(unsigned int at) {
     changed = true;
-  }
-
-  [[nodiscard]] bool expandsTooFar(std::size_t at) const {
-    const std::size_t data = at + kFrameHeaderBytes;
-    const bool frameUnsynchronised = version == 4 && (frames[at + 9] & 0x02U) != 0;
-    // TagLib inflates to the end of the zlib stream, even past the end of the frame.
-    if (!unsynchronised && !frameUnsynchronised) {
-      return orvel::expandsTooFar(frames.subspan(data + kLengthBytes));
-    }
-    TagLib::ByteVector decoded =
-        TagLib::ID3v2::SynchData::decode({reinterpret_cast<const char*>(&frames[data]),
-                                          static_cast<unsigned int>(frames.size() - data)});
-    const Bytes bytes = bytesOf(decoded);
-    return orvel::expandsTooFar(bytes.subspan(std::min(kLengthBytes, bytes.size())));
-  }
-
-  /// A chapter holds frames of its own after texts of any length, so every offset is tried.
-  void defuseInside(std::size_t begin, std::size_t size) {
-    const std::size_t end = begin + size;
-    for (std::size_t at = begin; at + kFrameHeaderBytes < end; ++at) {
-      if (isFrameId(frames.subspan(at))) defuse(at);
+    if (version < 3) {
+      bytes[at] = 'X';
+    } else {
+      bytes[at + 9] = static_cast<char>(bytes[at + 9] | (version == 3 ? 0x40 : 0x04));
     }
   }
 
-  Bytes frames;
+  const ByteVector& frames;
+  char* bytes;  ///< of `frames`; writing through these copies nothing
   unsigned int version;
+  unsigned int headerBytes;
   bool unsynchronised;
   bool changed = false;
+  Budget expansions{kExpansionLimit};
+  Budget texts{kTextLimit};
+  Budget genres{kGenreLimit};
 };
 
-/// The frames: the data without an extended header.
-Bytes framesOf(TagLib::ByteVector& data, unsigned char tagFlags) {
-  const Bytes all = bytesOf(data);
-  if ((tagFlags & kTagHasExtendedHeader) == 0 || all.size() < 4) return all;
-  const std::size_t extended = id3v2::synchsafe(all);
-  return extended <= all.size() ? all.subspan(extended) : all;
+/// Returns true when it changed anything.
+bool defuse(const TagLib::ID3v2::Header& header, ByteVector& frames) {
+  const unsigned int extended = header.extendedHeader() ? SynchData::toUInt(frames.mid(0, 4)) : 0;
+  return FrameWalk(header, frames).run(extended <= frames.size() ? extended : 0);
 }
 
 }  // namespace
 
-void defuseId3v2Frames(const TagLib::ByteVector& header, TagLib::ByteVector& frames) {
-  const unsigned int version = static_cast<unsigned char>(header[3]);
-  if (version != 3 && version != 4) return;
-  const auto flags = static_cast<unsigned char>(header[5]);
-  const bool unsynchronised = (flags & kTagUnsynchronised) != 0;
-  if (version == 4 || !unsynchronised) {
-    FrameWalk(framesOf(frames, flags), version, unsynchronised).run();
+void defuseId3v2Frames(const TagLib::ID3v2::Header& header, ByteVector& frames) {
+  if (!header.unsynchronisation() || header.majorVersion() > 3) {
+    defuse(header, frames);
     return;
   }
-  // TagLib undoes the unsynchronisation of the whole tag first. Walk the decoded frames, and blank
-  // the tag when any of them is dangerous.
-  TagLib::ByteVector decoded = TagLib::ID3v2::SynchData::decode(frames);
-  if (FrameWalk(framesOf(decoded, flags), version, false).run()) {
-    const Bytes all = bytesOf(frames);
-    std::fill(all.begin(), all.end(), 0);
+  // TagLib undoes the unsynchronisation of the whole tag first.
+  ByteVector decoded = SynchData::decode(frames);
+  if (defuse(header, decoded)) {
+    frames = decoded.replace(ByteVector("\xFF", 1), ByteVector("\xFF\0", 2));
   }
 }
 

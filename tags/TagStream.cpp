@@ -1,11 +1,12 @@
 #include "tags/TagStream.h"
 
+#include <taglib/id3v2synchdata.h>
+
 #include <algorithm>
-#include <cstring>
 #include <limits>
+#include <string_view>
 #include <utility>
 
-#include "tags/Id3v2Frames.h"
 #include "tags/Id3v2Guard.h"
 
 namespace orvel {
@@ -16,7 +17,38 @@ constexpr std::int64_t kByteBudget = 32LL << 20;
 constexpr int kReadBudget = 20000;
 constexpr int kReadsPerClock = 16;
 /// Smaller tags are read in one piece.
-constexpr unsigned long kLargeTagBytes = 16384;
+constexpr unsigned int kLargeTagBytes = 16384;
+/// Each takes up to four reads of the budget.
+constexpr int kMostSingleFrames = 500;
+constexpr std::int64_t kFrameHeaderBytes = 10;
+/// One byte of data, in ID3v2.3 and ID3v2.4.
+constexpr std::string_view kEmptyPicture("APIC\0\0\0\1\0\0\0", 11);
+
+/// True when `id` has `length` characters that can name a frame.
+bool isFrameId(const TagLib::ByteVector& id, unsigned int length = 4) {
+  return id.size() >= length && std::all_of(id.begin(), id.begin() + length, [](char c) {
+           return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+         });
+}
+
+/// True when a frame begins with `header`, which is not compressed, encrypted or the like. Old
+/// writers put names of ID3v2.2, which have three characters, into ID3v2.3.
+bool isPlainFrame(const TagLib::ByteVector& header, unsigned int version) {
+  if (header.size() < kFrameHeaderBytes || header[9] != 0) return false;
+  return isFrameId(header, version == 3 && header[3] == '\0' ? 3 : 4);
+}
+
+/// The size of a frame's data as TagLib understands it: some writers of 2.4 tags store plain
+/// instead of synchsafe sizes. `frameFollows(size)` returns true when another frame starts after
+/// `size` bytes of data.
+template <class FrameFollows>
+std::int64_t frameSize(const TagLib::ByteVector& header, unsigned int version,
+                       FrameFollows frameFollows) {
+  const std::int64_t plain = header.toUInt(4U);
+  if (version == 3) return plain;
+  const std::int64_t safe = TagLib::ID3v2::SynchData::toUInt(header.mid(4, 4));
+  return safe > 127 && !frameFollows(safe) && frameFollows(plain) ? plain : safe;
+}
 
 }  // namespace
 
@@ -33,49 +65,63 @@ void TagStream::setSize(std::int64_t bytes) {
 }
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length) {
-  // TagLib reads every ID3v2 tag as ten bytes and then the whole rest.
-  const bool isTag = readHeaderLast && id3v2::tagSize(lastRead) == length;
-  const bool isPlainTag = isTag && (lastRead[3] == 3 || lastRead[3] == 4) && lastRead[5] == 0;
-  TagLib::ByteVector data = isPlainTag && length > kLargeTagBytes
-                                ? readWithoutPictures(length, static_cast<unsigned>(lastRead[3]))
-                                : readUnguarded(length);
-  if (isTag) defuseId3v2Frames(lastRead, data);
-  readHeaderLast = data.size() == id3v2::kTagHeaderBytes;
-  if (readHeaderLast) lastRead = data;
+  // TagLib reads every ID3v2 tag as its header and then the whole rest.
+  if (const std::optional<TagLib::ByteVector> header = std::exchange(possibleTagHeader, {})) {
+    const TagLib::ID3v2::Header tag(*header);
+    if (tag.tagSize() == length) return readTag(tag);
+  }
+  TagLib::ByteVector data = readUnguarded(length);
+  if (data.size() == TagLib::ID3v2::Header::size()) possibleTagHeader = data;
   return data;
 }
 
-/// Reads the frames of a tag except its large pictures, which are most of the bytes that TagLib
-/// would fetch from a slow stick. TagLib sees a shorter tag. `length` is that of the tag.
-TagLib::ByteVector TagStream::readWithoutPictures(unsigned long length, unsigned int version) {
-  const std::int64_t end =
-      std::min<std::int64_t>(size, position + static_cast<std::int64_t>(length));
+TagLib::ByteVector TagStream::readTag(const TagLib::ID3v2::Header& header) {
+  const unsigned int version = header.majorVersion();
+  const bool isPlain = (version == 3 || version == 4) && !header.unsynchronisation() &&
+                       !header.extendedHeader() && !header.footerPresent();
+  const unsigned int bytes = header.tagSize();
+  TagLib::ByteVector frames = isPlain && bytes > kLargeTagBytes
+                                  ? readWithoutPictures(bytes, version)
+                                  : readUnguarded(bytes);
+  defuseId3v2Frames(header, frames);
+  return frames;
+}
+
+/// Reads a tag of `length` bytes, but an empty picture in place of each large one: pictures are
+/// most of the bytes that TagLib would fetch from a slow stick. TagLib sees a shorter tag with the
+/// same frames. Reads the rest in one piece from the first frame on whose end might not be where
+/// TagLib sees it.
+TagLib::ByteVector TagStream::readWithoutPictures(unsigned int length, unsigned int version) {
+  const std::int64_t end = std::min<std::int64_t>(size, std::int64_t{position} + length);
   std::int64_t at = position;
   const auto readAtOffset = [&](std::int64_t offset, std::int64_t bytes) {
     position = static_cast<long>(std::min(offset, end));
     return readUnguarded(
         static_cast<unsigned long>(std::clamp<std::int64_t>(end - offset, 0, bytes)));
   };
-  TagLib::ByteVector frames;
-  while (true) {
-    const TagLib::ByteVector header = readAtOffset(at, id3v2::kFrameHeaderBytes);
-    const id3v2::Bytes bytes = id3v2::bytesOf(header);
-    if (bytes.size() < id3v2::kFrameHeaderBytes || !id3v2::isFrameId(bytes)) break;
-    const std::int64_t data = at + std::int64_t{id3v2::kFrameHeaderBytes};
-    const auto dataSize =
-        static_cast<std::int64_t>(id3v2::frameSize(bytes, version, [&](std::size_t next) {
-          return id3v2::isFrameId(
-              id3v2::bytesOf(readAtOffset(data + static_cast<std::int64_t>(next), 4)));
-        }));
-    const bool isPlain = bytes[8] == 0 && bytes[9] == 0;
-    if (!header.startsWith("APIC") || !isPlain || dataSize <= kBlockBytes) {
-      frames.append(header);
-      frames.append(readAtOffset(data, dataSize));
+  TagLib::ByteVector kept;
+  for (int count = 0; count < kMostSingleFrames; ++count) {
+    const TagLib::ByteVector header = readAtOffset(at, kFrameHeaderBytes);
+    if (!isPlainFrame(header, version)) break;
+    const std::int64_t data = at + kFrameHeaderBytes;
+    const std::int64_t dataSize = frameSize(header, version, [&](std::int64_t next) {
+      return isFrameId(readAtOffset(data + next, 4));
+    });
+    // TagLib reads no further than an empty frame, or one that is longer than the tag.
+    if (dataSize == 0 || dataSize > end - at) break;
+    if (header.startsWith("APIC") && dataSize > kBlockBytes) {
+      kept.append(TagLib::ByteVector(kEmptyPicture.data(), kEmptyPicture.size()));
+    } else {
+      kept.append(header);
+      kept.append(readAtOffset(data, dataSize));
     }
     at = data + dataSize;
   }
+  const TagLib::ByteVector next = readAtOffset(at, 1);
+  const bool isPadding = next.isEmpty() || next[0] == '\0';
+  if (!isPadding) kept.append(readAtOffset(at, end - at));
   position = static_cast<long>(end);
-  return frames;
+  return kept;
 }
 
 TagLib::ByteVector TagStream::readUnguarded(unsigned long length) {
@@ -116,7 +162,7 @@ void TagStream::seek(long offset, Position from) {
   // Ignores a seek to before the beginning or past the range of a long.
   if (__builtin_add_overflow(base, offset, &target) || target < 0) return;
   position = target;
-  readHeaderLast = false;
+  possibleTagHeader.reset();
 }
 
 bool TagStream::spent() {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <taglib/id3v2header.h>
 #include <taglib/tiostream.h>
 
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -13,7 +15,7 @@ namespace orvel {
 /// A file that TagLib reads tags from; derived classes fetch its bytes. Reads in blocks of 4 KiB,
 /// since tags are a small part of a file. Enforces a budget, since a hostile file can keep TagLib
 /// reading: when the budget is spent or the token is raised, the file seems to end. Skips large
-/// pictures, and bounds the expansion of compressed ID3v2 frames. Used by one thread.
+/// pictures in ID3v2 tags, and bounds the cost of their frames. Used by one thread.
 class TagStream : public TagLib::IOStream {
  public:
   TagStream(const TagStream&) = delete;
@@ -64,7 +66,8 @@ class TagStream : public TagLib::IOStream {
     std::array<char, kBlockBytes> data;
   };
 
-  TagLib::ByteVector readWithoutPictures(unsigned long length, unsigned int version);
+  TagLib::ByteVector readTag(const TagLib::ID3v2::Header& header);
+  TagLib::ByteVector readWithoutPictures(unsigned int length, unsigned int version);
   TagLib::ByteVector readUnguarded(unsigned long length);
   TagLib::ByteVector readDirectly(long length);
   TagLib::ByteVector readCached(long length);
@@ -80,8 +83,9 @@ class TagStream : public TagLib::IOStream {
   int readsLeft;
   bool wasInterrupted = false;
   bool hadReadError = false;
-  TagLib::ByteVector lastRead;  ///< result of the last read of ten bytes
-  bool readHeaderLast = false;  ///< it was the last read, and may be the header of an ID3v2 tag
+  /// The result of the last read, when it may be the header of an ID3v2 tag. TagLib does not check
+  /// the identifier of a tag in a chunk.
+  std::optional<TagLib::ByteVector> possibleTagHeader;
   std::size_t nextVictim = 0;
   std::array<CachedBlock, kCachedBlocks> cache;
 };

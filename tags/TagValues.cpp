@@ -62,10 +62,10 @@ Value firstOf(const Tags& tags, Value (TagLib::Tag::*get)() const) {
 }
 
 /// TagLib always returns the ID3v2 chunk as the tag of a WAV file, even when only its INFO chunk
-/// has texts.
+/// has texts. A picture alone does not count.
 const TagLib::Tag* tagWithTexts(const TagLib::RIFF::WAV::File& wav) {
   const bool onlyInfo =
-      wav.tag()->isEmpty() && wav.InfoTag() != nullptr && !wav.InfoTag()->isEmpty();
+      wav.tag()->TagLib::Tag::isEmpty() && wav.InfoTag() != nullptr && !wav.InfoTag()->isEmpty();
   return onlyInfo ? static_cast<const TagLib::Tag*>(wav.InfoTag()) : wav.tag();
 }
 

@@ -21,6 +21,8 @@ struct TagValues {
   unsigned int track = 0;  ///< 0 when unknown
   int disc = 0;            ///< 0 when unknown
   SortTexts sort;
+
+  bool operator==(const TagValues&) const = default;
 };
 
 /// Reads the values of a file that has a tag. Takes those missing from TagLib's tag interface from

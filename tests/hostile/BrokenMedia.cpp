@@ -137,18 +137,6 @@ void BrokenMedia::damaged(std::size_t most, const FileSink& sink) {
   }
 }
 
-void BrokenMedia::noise(std::size_t most, const FileSink& sink) {
-  for (std::size_t i = 0; i < most; ++i) {
-    const GoodSong& song = anySong();
-    std::string content = song.content.substr(0, below(64));
-    content.resize(content.size() + below(20000));
-    std::generate(content.begin() +
-                      static_cast<std::ptrdiff_t>(std::min<std::size_t>(content.size(), below(64))),
-                  content.end(), [this] { return anyByte(); });
-    sink({"noise" + std::to_string(i) + anyExtension(), std::move(content)});
-  }
-}
-
 void BrokenMedia::nested(const FileSink& sink) {
   const std::string ftyp = mp4Box("ftyp", std::string("M4A \0\0\0\0", 8));
   for (const std::string name : {"moov", "ilst"}) {
@@ -158,35 +146,53 @@ void BrokenMedia::nested(const FileSink& sink) {
   sink({"nested-open.m4b", ftyp + repeated(bigEndian(0x7FFFFFFF) + "moov", 8 * kDepth)});
   sink({"nested-riffs.wav",
         nest(kDepth, [](std::size_t inner) { return "RIFF" + littleEndian(4 + inner) + "WAVE"; })});
-  sink({"nested-chapters.mp3", id3v2Tag(nest(kDepth, [](std::size_t inner) {
-          return "CHAP" + synchsafe(18 + inner) + std::string(20, '\0');
-        }))});
-  sink({"nested-tables.mp3", id3v2Tag(nest(kDepth, [](std::size_t inner) {
-          return "CTOC" + synchsafe(4 + inner) + std::string(6, '\0');
-        }))});
 }
 
 void BrokenMedia::bombs(const FileSink& sink) {
   const std::string packed = deflated(std::string(std::size_t{64} << 20, 'A'));
   const std::string frame = id3v2Frame("TIT2", packed, true);
-  sink({"bomb-text.mp3", id3v2Tag(frame)});
-  sink({"bomb-texts.mp3", id3v2Tag(repeated(frame, 20 * frame.size()))});
-  for (const char flag : {'\x80', '\x40'}) {  // unsynchronised, or with an extended header
-    std::string tag = id3v2Tag(frame);
-    tag[5] = flag;
-    sink({"bomb-flag" + std::to_string(flag & 0xFF) + ".mp3", std::move(tag)});
-  }
-  sink({"bomb-in-chapter.mp3", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(frame)))});
+  const std::string frames = repeated(frame, 20 * frame.size());
+  const std::string tag = id3v2Tag(frames);
+  sink({"bombs.mp3", tag});
+  const auto sinkChanged = [&](const std::string& name, std::string changed, std::size_t at,
+                               char byte) {
+    changed[at] = byte;
+    sink({name, std::move(changed)});
+  };
+  sinkChanged("bombs-unsynchronised.mp3", tag, 5, '\x80');
+  sinkChanged("bombs-extended.mp3", tag, 5, '\x40');
+  sinkChanged("bombs-of-version-5.mp3", tag, 3, '\5');
+  // The parser does not check the identifier in a chunk.
+  sink({"bombs-in-chunk.wav", "RIFF" + littleEndian(12 + tag.size()) + "WAVEID3 " +
+                                  littleEndian(tag.size()) + "XYZ" + tag.substr(3)});
+  const std::string old = std::string("TT2\0\0\0\0\2\0\0\3aTIT2", 16) +
+                          bigEndian(4 + packed.size()) + '\0' + '\x80' + bigEndian(9) + packed;
+  sinkChanged("bombs-after-old-names.mp3", id3v2Tag(repeated(old, 20 * old.size()), 3), 5, '\x20');
+  sink({"bombs-in-chapter.mp3", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(frames)))});
   sink({"bomb-in-bomb.mp3",
         id3v2Tag(id3v2Frame("CHAP", deflated(id3v2Chapter(repeated(frame, kLargeTag))), true))});
+  // A block of 16 bytes, after which the block of the next frame follows, and so on.
+  const std::string endless = id3v2Frame("TIT2", std::string("\x78\x9C\0\x10\0\xEF\xFF", 7), true);
+  const std::string small = repeated(endless, kLargeTag / 2);
+  sink({"small-bombs.mp3", id3v2Tag(small)});
+  sink({"small-bombs-in-chapter.mp3", id3v2Tag(id3v2Frame("CHAP", id3v2Chapter(small)))});
+  std::string longer = id3v2Frame("TIT2", synchsafe(0xFFFFFFF) + "\3abc");
+  longer[9] = '\1';
+  sink({"lengths.mp3", id3v2Tag(repeated(longer, kLargeTag / 2))});
 }
 
 void BrokenMedia::large(const FileSink& sink) {
   const std::string letters(kLargeTag - 1024, 'L');
   sink({"large-text.mp3", id3v2Tag(id3v2Frame("TIT2", "\3" + letters))});
   sink({"large-picture.mp3", id3v2Tag(id3v2Frame("APIC", letters))});
+  const std::string texts = repeated(std::string("\3\0", 2), kLargeTag / 2);
+  sink({"many-texts.mp3", id3v2Tag(id3v2Frame("TIT2", texts) + id3v2Frame("GRP1", texts))});
+  sink({"many-genres.mp3", id3v2Tag(id3v2Frame("TCON", "\3" + repeated("(1)", kLargeTag)))});
+  sink({"lyrics-without-end.mp3",
+        id3v2Tag(id3v2Frame("SYLT", std::string("\0eng\2\1L", 8) + letters))});
   sink({"many-frames.mp3",
         id3v2Tag(repeated(id3v2Frame("TXXX", std::string("\3a\0b", 4)), kLargeTag))});
+  sink({"many-old-frames.mp3", id3v2Tag(repeated(std::string("TXX\0\0\2\3a", 8), kLargeTag), 2)});
   sink({"many-boxes.m4r", repeated(mp4Box("free", ""), kLargeTag)});
 }
 

@@ -39,13 +39,12 @@ class BrokenMedia {
   /// With some bytes changed, some sizes replaced by extreme ones, or cut off, mostly near the
   /// start; some of them under another extension.
   void damaged(std::size_t most, const FileSink& sink);
-  /// Nothing but random bytes, with the first bytes of a good file or without.
-  void noise(std::size_t most, const FileSink& sink);
   /// Boxes in boxes, 10000 deep, closed and open.
   static void nested(const FileSink& sink);
-  /// ID3v2 frames that expand to 64 MiB, plain, in a chapter, and compressed twice.
+  /// ID3v2 frames that expand to 64 MiB, in every place, and many that make the parser read all
+  /// others.
   static void bombs(const FileSink& sink);
-  /// Tags of 16 MB: one text, one picture, and as many frames or boxes as there can be.
+  /// Tags of 16 MB: one picture, one text, and as many texts, frames or boxes as there can be.
   static void large(const FileSink& sink);
   /// The beginning of a good file, and a hole of 4 GiB.
   static void sparse(const FileSink& sink);

@@ -6,13 +6,9 @@
 
 namespace orvel::test {
 
-namespace {
-
 std::string zeros(std::size_t count) {
   return std::string(count, '\0');
 }
-
-}  // namespace
 
 std::string bigEndian(std::uint64_t number, int bytes) {
   std::string text = littleEndian(number, bytes);
@@ -41,8 +37,8 @@ std::string id3v2Chapter(const std::string& frames) {
   return zeros(18) + frames;  // an empty name, four times, and what it holds
 }
 
-std::string id3v2Tag(const std::string& frames) {
-  return std::string("ID3\4\0\0", 6) + synchsafe(frames.size()) + frames;
+std::string id3v2Tag(const std::string& frames, char version) {
+  return std::string("ID3") + version + zeros(2) + synchsafe(frames.size()) + frames;
 }
 
 std::string deflated(const std::string& data) {

@@ -102,9 +102,8 @@ class HostileMedia : public DatabaseFolderFixture {
 
 constexpr std::size_t kManySmallOnes = 100;
 
-TEST_F(HostileMedia, DamagedAndNoise) {
+TEST_F(HostileMedia, Damaged) {
   media.damaged(casesOf(5500, 2000000), mineIn(kManySmallOnes));
-  media.noise(casesOf(300, 30000), mineIn(kManySmallOnes));
 }
 
 TEST_F(HostileMedia, Nested) {
