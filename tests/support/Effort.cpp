@@ -15,7 +15,7 @@ bool isLongForm() {
 
 long casesOf(long shortForm, long longForm) {
   if (isLongForm()) return longForm;
-  constexpr long kShare = kIsSanitized ? 4 : 1;
+  constexpr long kShare = kIsSanitized || kIsEmulated ? 4 : 1;
   return std::max(shortForm / kShare, 1L);
 }
 

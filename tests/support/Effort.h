@@ -16,10 +16,18 @@ constexpr bool kIsSanitized = true;
 constexpr bool kIsSanitized = false;
 #endif
 
+/// Whether an emulator runs the tests: it is slow, and passes on neither filters of system calls
+/// nor limits of memory.
+#ifdef ORVEL_EMULATED
+constexpr bool kIsEmulated = true;
+#else
+constexpr bool kIsEmulated = false;
+#endif
+
 bool isLongForm();
 
 /// The number of cases: the first in every run of the suite, the second in the long form. Under the
-/// sanitizers, which make everything slow, a quarter of the first.
+/// sanitizers and emulators, which make everything slow, a quarter of the first.
 long casesOf(long shortForm, long longForm);
 
 /// A generator for the running test, whose seed is printed.
@@ -31,7 +39,7 @@ std::vector<long> spread(long last, long count, std::mt19937_64& random);
 
 /// A time that a promise names, with room for a machine that is busy with other things.
 constexpr std::chrono::milliseconds withSlack(std::chrono::milliseconds promised) {
-  return 5 * promised;
+  return (kIsEmulated ? 30 : 5) * promised;
 }
 
 /// The longest of the times that a test has seen.
