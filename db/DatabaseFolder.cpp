@@ -4,6 +4,7 @@
 #include <glib.h>
 #include <glib/gstdio.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -28,6 +29,13 @@ std::string readablePart(const std::string& deviceId) {
     if (g_ascii_isalnum(c) == 0 && c != '-' && c != '_') c = '_';
   }
   return part;
+}
+
+/// Whoever may write to the folder can put files of their own in the place of databases.
+void warnOfOtherWriters(const std::string& directory) {
+  struct stat status {};
+  if (stat(directory.c_str(), &status) != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) return;
+  OV_WARN("other users may write to %s; give it the mode 0700", directory.c_str());
 }
 
 }  // namespace
@@ -63,8 +71,13 @@ void DatabaseFolder::create() {
 
 void DatabaseFolder::lockOnce(const std::string& directory) {
   if (lockFile >= 0) return;
-  lockFile = open((directory + "/orvel.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (lockFile >= 0 && flock(lockFile, LOCK_EX | LOCK_NB) != 0) {
+  warnOfOtherWriters(directory);
+  const std::string lock = directory + "/orvel.lock";
+  lockFile = open(lock.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (lockFile < 0) {
+    const int error = errno;
+    OV_WARN("cannot open %s: %s", lock.c_str(), std::strerror(error));
+  } else if (flock(lockFile, LOCK_EX | LOCK_NB) != 0) {
     OV_WARN("another process indexes into %s; give each its own folder", directory.c_str());
   }
 }

@@ -140,8 +140,9 @@ bool DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
 
 bool DatabaseMgr::State::replaceUnusable(const std::string& deviceId, const std::string& file) {
   using databaseSchema::Content;
-  if (!fileOperations::exists(file)) return true;
-  if (!isCondemned(file)) {
+  const bool isLink = fileOperations::isLink(file);
+  if (!isLink && !fileOperations::exists(file)) return true;
+  if (!isLink && !isCondemned(file)) {
     DatabaseFile database(file);
     if (!database.isOpen()) return false;
     const Content content = databaseSchema::probe(database);

@@ -18,6 +18,12 @@ bool exists(const std::string& path) {
   return access(path.c_str(), F_OK) == 0;
 }
 
+bool isLink(const std::string& path) {
+  struct statx status {};
+  return statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) == 0 &&
+         S_ISLNK(status.stx_mode);
+}
+
 std::int64_t size(const std::string& path) {
   // Where time_t has 32 bits, stat refuses files that are dated after 2038.
   struct statx status {};

@@ -8,6 +8,9 @@ namespace orvel::fileOperations {
 
 [[nodiscard]] bool exists(const std::string& path);
 
+/// True for a symbolic link, wherever it leads.
+[[nodiscard]] bool isLink(const std::string& path);
+
 /// Bytes, 0 when the file is not there. 64 bits on every target: a file may be larger than a `long`
 /// counts.
 [[nodiscard]] std::int64_t size(const std::string& path);

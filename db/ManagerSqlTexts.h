@@ -94,8 +94,8 @@ inline constexpr char kSchemaVersion[] = "PRAGMA user_version;";
 
 /// One row for each table, index and view.
 inline constexpr char kSchemaDefinition[] =
-    "SELECT type || ' ' || name || ' ' || sql FROM sqlite_schema WHERE sql IS NOT NULL AND name NOT"
-    " LIKE 'sqlite%' ORDER BY name;";
+    "SELECT type || ' ' || name || ' ' || sql FROM sqlite_schema WHERE sql IS NOT NULL"
+    " AND name <> 'sqlite_sequence' ORDER BY name;";
 
 /// One row, "ok" or the first damage found.
 inline constexpr char kCheckIntegrity[] = "PRAGMA integrity_check(1);";

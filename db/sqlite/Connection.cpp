@@ -8,7 +8,8 @@ void Connection::Close::operator()(sqlite3* connection) const {
 
 int Connection::open(const char* path, int flags) {
   sqlite3* opened = nullptr;
-  openResult = sqlite3_open_v2(path, &opened, flags, nullptr);
+  // A link in the place of a database could lead anywhere.
+  openResult = sqlite3_open_v2(path, &opened, flags | SQLITE_OPEN_NOFOLLOW, nullptr);
   handle.reset(opened);
   if (openResult != SQLITE_OK) {
     handle.reset();  // a failed open still returns a handle
