@@ -40,6 +40,8 @@ void BusyHandler::install(orvel::sqlite::Connection& connection,
   if (!stageStopped.stop_possible()) return;
   sqlite3_progress_handler(connection.get(), kInstructionsBetweenLooks, &BusyHandler::isStopped,
                            this);
+  // Asked with the write lock held: whatever a newer request commits comes before or after.
+  sqlite3_commit_hook(connection.get(), &BusyHandler::isStopped, this);
 }
 
 void BusyHandler::remove(orvel::sqlite::Connection& connection) {
@@ -63,7 +65,8 @@ int BusyHandler::wait(void* handler, int attempts) {
   }
 }
 
-/// SQLite's callback: 1 makes the running statement fail with SQLITE_INTERRUPT.
+/// SQLite's callback: 1 makes the running statement fail with SQLITE_INTERRUPT, and turns a commit
+/// into a rollback that fails with SQLITE_CONSTRAINT_COMMITHOOK.
 int BusyHandler::isStopped(void* handler) {
   return static_cast<BusyHandler*>(handler)->stageStopped.stop_requested() ? 1 : 0;
 }

@@ -35,7 +35,8 @@ class WaitLimit {
 /// Makes a connection wait for the locks of other connections until a time-out, a `WaitLimit` of
 /// the thread, or a stop of the thread's stage, whichever comes first. SQLite's own wait would go
 /// on after a stop, even when the connection is interrupted. A stop of the stage also ends a
-/// running statement, with SQLITE_INTERRUPT.
+/// running statement and makes every commit a rollback: a newer request may be writing by now
+/// (`Connection::wasStopped`).
 ///
 /// The handler must outlive the connection, which must be used on the installing thread as long as
 /// it may meet locks.

@@ -113,7 +113,7 @@ bool DatabaseFile::prepare(const char* sql, std::initializer_list<std::string> p
 
 void DatabaseFile::report(const char* sql) const {
   const int code = connection.errorCode();
-  if (code == SQLITE_INTERRUPT) return;  // a stop is no error
+  if (connection.wasStopped()) return;
   OV_WARN("database %s: %d %s in %.60s", file.c_str(), code, connection.errorMessage(), sql);
   if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB) {
     DatabaseMgr::instance().condemn(file.c_str());

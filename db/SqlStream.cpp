@@ -79,7 +79,7 @@ void basic_sqlstream<charT, traits>::reportFailure(int code, const char* message
 
 template <class charT, class traits>
 void basic_sqlstream<charT, traits>::reportFailure(int code) {
-  if (code == SQLITE_INTERRUPT) {  // a stop of the stage is no error
+  if (connection.wasStopped()) {
     this->setstate(std::ios_base::badbit);
     return;
   }

@@ -2,7 +2,6 @@
 
 #include <cassert>
 
-#include "base/StageThread.h"
 #include "db/ManagerSqlTexts.h"
 #include "db/SqlTexts.h"
 
@@ -10,14 +9,9 @@ namespace orvel {
 
 namespace {
 
-/// A stopped stage changes its database no more: a newer request may be writing by now.
-bool mayCommit() {
-  return !stageThread::stopToken().stop_requested();
-}
-
 bool settleOn(sqlite::Connection& connection) {
   if (!connection.isInTransaction()) return true;
-  if (mayCommit() && connection.exec(sql::kEndTransaction) == SQLITE_OK) return true;
+  if (connection.exec(sql::kEndTransaction) == SQLITE_OK) return true;
   connection.exec(sql::kRollBack);
   return false;
 }
@@ -40,10 +34,6 @@ void Transaction::rollBack() {
 
 bool Transaction::end() {
   assert(!ended && "the transaction has ended");
-  if (!mayCommit()) {
-    rollBack();
-    return false;
-  }
   ended = true;
   const int result = connection.exec(sql::kEndTransaction);
   if (!settleOn(connection)) return false;

@@ -52,4 +52,10 @@ const char* Connection::errorMessage() const {
   return isOpen() ? sqlite3_errmsg(handle.get()) : sqlite3_errstr(openResult);
 }
 
+bool Connection::wasStopped() const {
+  if (!isOpen()) return false;
+  const int code = sqlite3_extended_errcode(handle.get());
+  return code == SQLITE_INTERRUPT || code == SQLITE_CONSTRAINT_COMMITHOOK;
+}
+
 }  // namespace orvel::sqlite

@@ -37,6 +37,8 @@ class Connection {
   /// The result code and the message of the last failure, that of `open` included.
   [[nodiscard]] int errorCode() const;
   [[nodiscard]] const char* errorMessage() const;
+  /// True when the last failure is no error but the stop of the thread's stage.
+  [[nodiscard]] bool wasStopped() const;
 
  private:
   struct Close {

@@ -115,6 +115,8 @@ TEST_F(SqlStream, AStoppedStageCommitsNothingAndItsStatementsEnd) {
     sqlstl::basic_sqlistream<char> endless;
     endless.open(file.c_str(), 1000);
     DatabaseFile status(file);
+    sqlstl::basic_sqlostream<char> single;
+    single.open(file.c_str(), 1000);
     Transaction transaction(own);
     own.exec("INSERT INTO T VALUES('too late', 1);");
     EXPECT_TRUE(own.good());
@@ -126,6 +128,8 @@ TEST_F(SqlStream, AStoppedStageCommitsNothingAndItsStatementsEnd) {
         "WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I + 1 FROM N) SELECT MAX(I) FROM N;");
     EXPECT_TRUE(endless.bad());
     EXPECT_FALSE(transaction.end());
+    single.exec("INSERT INTO T VALUES('alone', 1);");
+    EXPECT_TRUE(single.bad());
     EXPECT_FALSE(status.exec("INSERT INTO T VALUES('later', 1);"));
   }).get();
   EXPECT_THAT(log.texts("exec failed"), ElementsAre()) << "a stop is no error";
