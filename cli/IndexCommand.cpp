@@ -17,6 +17,7 @@
 #include "cli/JsonReport.h"
 #include "cli/JsonText.h"
 #include "cli/LogOutput.h"
+#include "cli/OwnOutput.h"
 #include "cli/Summary.h"
 
 namespace orvel::cli {
@@ -77,6 +78,7 @@ void report(const IndexOptions& options, const std::vector<IndexResult>& results
 int runIndex(const IndexOptions& options) {
   // The run must survive a reader of the progress that exits.
   std::signal(SIGPIPE, SIG_IGN);
+  if (options.isPhone) divertLibmtp(options.verbosity > 0);
   std::vector<IndexResult> results;
   {
     ProgressLine line(!options.quiet);

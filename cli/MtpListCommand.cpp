@@ -10,6 +10,8 @@
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/JsonText.h"
+#include "cli/LogOutput.h"
+#include "cli/OwnOutput.h"
 #include "cli/Summary.h"
 
 namespace orvel::cli {
@@ -57,7 +59,9 @@ void print(const AttachedDevice& phone) {
 int runMtpList(const MtpListOptions& options) {
   Settings settings;
   settings.logThreshold = LogLevel::Error;  // the list itself tells about each device's problems
-  configure(settings);
+  divertLibmtp(false);
+  ProgressLine line(false);
+  const LogOutput log(line, settings);
   const PhoneRelease release;
   const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
   if (options.json) {

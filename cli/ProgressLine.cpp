@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "cli/DisplayText.h"
+#include "cli/OwnOutput.h"
 
 namespace orvel::cli {
 
@@ -17,18 +18,19 @@ constexpr std::size_t kUsualColumns = 80;
 
 bool canRewriteLines() {
   const char* terminal = std::getenv("TERM");
-  return isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb";
+  return isatty(errorDescriptor()) != 0 && terminal != nullptr &&
+         std::string_view(terminal) != "dumb";
 }
 
 std::size_t terminalColumns() {
   winsize size{};
-  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  const bool known = ioctl(errorDescriptor(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return known ? size.ws_col : kUsualColumns;
 }
 
 void write(std::string_view text) {
   while (!text.empty()) {
-    const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+    const ssize_t written = ::write(errorDescriptor(), text.data(), text.size());
     if (written <= 0) return;
     text.remove_prefix(static_cast<std::size_t>(written));
   }

@@ -122,6 +122,9 @@ inline constexpr char kDeleteDirectories[] = "DELETE FROM DIRECTORIES WHERE PATH
 /// For an MTP device, whose directories are replaced as a whole.
 inline constexpr char kDeleteAllDirectories[] = "DELETE FROM DIRECTORIES;";
 
+/// Directories of an MTP device.
+inline constexpr char kSelectDirectoryPaths[] = "SELECT PATH FROM DIRECTORIES;";
+
 /// Followed by a path pattern.
 inline constexpr char kSelectSongs[] =
     "SELECT ID,LASTMODIFIED, PATH  "

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <boost/shared_ptr.hpp>
 #include <cassert>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -34,8 +37,18 @@ class Block<T*> {
     items.back() = item.release();
   }
 
+  /// Whether a stored path may still be on the device although no item has it.
+  [[nodiscard]] bool isDoubtful(std::string_view path) const {
+    return std::any_of(doubtful.begin(), doubtful.end(), [path](const std::string& folder) {
+      return folder.empty() || (path.starts_with(folder) &&
+                                (path.size() == folder.size() || path[folder.size()] == '/'));
+    });
+  }
+
   std::vector<T*> items;
   Operation operation;
+  /// Of a crawler's block: folders that could not be listed completely, "" for the whole device.
+  std::vector<std::string> doubtful;
 };
 
 /// A block without items: the operation alone.

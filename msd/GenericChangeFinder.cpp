@@ -50,6 +50,19 @@ unsigned countVanished(const std::vector<const DbObject*>& rows,
   return vanished;
 }
 
+/// Removes the rows from `stale` whose path no file has, but that may still be on the device. The
+/// files are sorted.
+void keepDoubtful(std::vector<const DbObject*>& stale, const Block<FileInfo*>& found) {
+  if (found.doubtful.empty()) return;
+  std::erase_if(stale, [&](const DbObject* row) {
+    const auto file = std::lower_bound(
+        found.items.begin(), found.items.end(), row->path,
+        [](const FileInfo* one, const std::string& path) { return *one->path < path; });
+    const bool isFound = file != found.items.end() && *(*file)->path == row->path;
+    return !isFound && found.isDoubtful(row->path);
+  });
+}
+
 /// Moves the files without an equal row from `found` to `toAdd`. Both sides are sorted.
 void moveNewFiles(std::vector<FileInfo*>& found, const std::vector<const DbObject*>& rows,
                   std::vector<FileInfo*>& toAdd) {
@@ -114,6 +127,7 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
   std::vector<const DbObject*> stale;
   std::set_difference(rows.begin(), rows.end(), found->items.begin(), found->items.end(),
                       std::back_inserter(stale), DbObjectPtrComparer());
+  keepDoubtful(stale, *found);
   vanishedRows = countVanished(stale, found->items);
   moveNewFiles(found->items, rows, toAdd->items);
   markFailedBefore(toAdd->items, stale);

@@ -56,6 +56,14 @@ bool MtpConnection::isComplete() const {
   return impl->isComplete();
 }
 
+const std::vector<std::string>& MtpConnection::doubtfulFolders() const {
+  return impl->doubtfulFolders();
+}
+
+std::optional<LeftUndone> MtpConnection::trackFailure() const {
+  return impl->trackFailure();
+}
+
 bool MtpConnection::limitReached() const {
   return impl->limitReached();
 }

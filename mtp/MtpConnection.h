@@ -2,9 +2,11 @@
 
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "framework/RequestProgress.h"
 #include "phones/DeviceTypes.h"
 
 namespace orvel {
@@ -37,7 +39,8 @@ class MtpConnection {
   std::unique_ptr<MtpDirectory> generateDirectory(const std::string& path,
                                                   const std::string& deviceKey,
                                                   const std::string& rootName);
-  /// Makes the record of a track; null for a hidden or excluded one and when the device is gone.
+  /// Makes the record of a track, with the texts that could be read; null for a hidden or excluded
+  /// one and when the device is gone or given up.
   /// @param key       the device's mount point
   /// @param modified  seconds since the epoch
   std::unique_ptr<MetaDataInfo> generateTrack(const std::string& path, const std::string& key,
@@ -56,6 +59,10 @@ class MtpConnection {
 
   /// False when this connection failed to read a folder or a list completely.
   [[nodiscard]] bool isComplete() const;
+  /// The folders that `crawlMtpDevice` could not list completely; "" for the whole device.
+  [[nodiscard]] const std::vector<std::string>& doubtfulFolders() const;
+  /// Why the last track could not be read completely; nothing when it was.
+  [[nodiscard]] std::optional<LeftUndone> trackFailure() const;
   /// True when the device has more tracks than are loaded.
   [[nodiscard]] bool limitReached() const;
 

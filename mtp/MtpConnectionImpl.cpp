@@ -33,21 +33,6 @@ void logRetry(int retry) {
   OV_INFO(" Processing from portix API. count = %d", retry);
 }
 
-template <class Call>
-t_status whileBusy(Call call) {
-  return retryWhileBusy(call, logRetry);
-}
-
-/// Pauses after every call, so that the walk leaves the device time for others.
-template <class Call>
-t_status pacedWhileBusy(Call call) {
-  return whileBusy([&] {
-    const t_status status = call();
-    stageThread::sleep(kItemsPause);
-    return status;
-  });
-}
-
 /// Removes spaces, but no other white space, at both ends.
 std::string withoutSpaces(std::string text) {
   text.erase(text.find_last_not_of(' ') + 1);
@@ -69,8 +54,33 @@ MtpConnection::Impl::Impl(t_handle deviceHandle, const std::string& device)
 }
 
 bool MtpConnection::Impl::isGone() const {
-  return !MtpDevice::instance().isDeviceConnected(handle) ||
+  return !MtpDevice::instance().isDeviceConnected(handle) || MtpUtils::isGivenUp(handle) ||
          stageThread::stopToken().stop_requested();
+}
+
+template <class Call>
+t_status MtpConnection::Impl::whileBusy(Call call) {
+  if (MtpUtils::isGivenUp(handle)) return call();
+  const t_status status = retryWhileBusy(call, logRetry);
+  // A request ends within two minutes: only one call of it has the patience for all repetitions.
+  const bool isSpent = status == STATUS_BUSY && !stageThread::stopToken().stop_requested();
+  if (isSpent) MtpUtils::giveUp(handle);
+  return status;
+}
+
+/// Pauses after every call, so that the walk leaves the device time for others.
+template <class Call>
+t_status MtpConnection::Impl::pacedWhileBusy(Call call) {
+  return whileBusy([&] {
+    const t_status status = call();
+    stageThread::sleep(kItemsPause);
+    return status;
+  });
+}
+
+void MtpConnection::Impl::noteFailure(const char* method, t_status status) {
+  checkStatus(method, status);
+  if (status != STATUS_NOT_SUPPORTED) failure = LeftUndone::ReadError;
 }
 
 void MtpConnection::Impl::checkStatus(const std::string& method, t_status status) {
@@ -111,7 +121,7 @@ t_status MtpConnection::Impl::SafeGetItems(t_handle device, const t_mtp_containe
 std::string MtpConnection::Impl::textOr(t_status status, const char* method, const char* text,
                                         const char* otherwise) {
   if (status != STATUS_OK) {
-    checkStatus(method, status);
+    noteFailure(method, status);
     return otherwise;
   }
   std::string stripped = withoutSpaces(text);
@@ -159,7 +169,7 @@ std::string MtpConnection::Impl::getTrackTitle(t_track_id id) {
 std::uint16_t MtpConnection::Impl::getTrackNumber(t_track_id id) {
   std::uint16_t number = 0;
   const t_status status = Access_GetTrackAlbumTrackIndex(handle, id, number);
-  if (status != STATUS_OK) checkStatus("Access_GetTrackAlbumTrackIndex", status);
+  if (status != STATUS_OK) noteFailure("Access_GetTrackAlbumTrackIndex", status);
   return number;
 }
 
@@ -208,7 +218,10 @@ std::size_t MtpConnection::Impl::getNumElements(t_content_categories category) {
   }
   std::uint32_t count = 0;
   const t_status status = Access_GetNumElements(handle, category, count);
-  if (status != STATUS_OK) checkStatus("Access_GetNumElements", status);
+  if (status != STATUS_OK) {
+    checkStatus("Access_GetNumElements", status);
+    doubt("");
+  }
   return count;
 }
 
@@ -227,7 +240,7 @@ t_playlist_items_list MtpConnection::Impl::getPlaylistElements(t_content_categor
   const auto wanted = static_cast<std::uint32_t>(count);
   status = Access_GetPlaylistElements(handle, category, 0, wanted, elements);
   if (status != STATUS_OK) checkStatus("Access_GetPlaylistElements", status);
-  complete = complete && status == STATUS_OK && elements.count >= wanted;
+  if (status != STATUS_OK || elements.count < wanted) doubt("");
   return elements;
 }
 
@@ -236,21 +249,19 @@ t_playlist_items_list MtpConnection::Impl::getPlaylistContent(unsigned index) {
   t_status status = Command_ResetCategory(handle);
   if (status != STATUS_OK) {
     checkStatus("Command_ResetCategory - Playlist", status);
-    complete = false;
+    doubt("");
     return members;
   }
   status = Command_SelectCategory(handle, CATEGORY_PLAYLISTS, index);
   if (status != STATUS_OK) {
     checkStatus("Command_SelectCategory - Playlist", status);
-    complete = false;
+    doubt("");
     return members;
   }
   const auto count = static_cast<std::uint32_t>(getNumElements(CATEGORY_TRACKS));
   status = Access_GetPlaylistElements(handle, CATEGORY_TRACKS, 0, count, members);
-  if (status != STATUS_OK) {
-    checkStatus("Access_GetPlaylistElements", status);
-    complete = false;
-  }
+  if (status != STATUS_OK) checkStatus("Access_GetPlaylistElements", status);
+  if (status != STATUS_OK || members.count < count) doubt("");
   return members;
 }
 

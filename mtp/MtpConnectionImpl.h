@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
 #include "mtp/PagedListing.h"
 #include "phones/Access.h"
@@ -61,7 +64,9 @@ class MtpConnection::Impl {
                         const t_mtp_item_type& type, const std::uint32_t& start,
                         const std::uint32_t& count, t_mtp_item_list& items);
 
-  [[nodiscard]] bool isComplete() const { return complete; }
+  [[nodiscard]] const std::vector<std::string>& doubtfulFolders() const { return doubtful; }
+  [[nodiscard]] bool isComplete() const { return doubtful.empty(); }
+  [[nodiscard]] std::optional<LeftUndone> trackFailure() const { return failure; }
   [[nodiscard]] bool limitReached() const { return reachedLimit; }
 
   static bool isHiddenFile(const std::string& path);
@@ -90,19 +95,30 @@ class MtpConnection::Impl {
   /// The tags of a track: from the device, or else from the track's own bytes, then with the
   /// number.
   CTrackInfo readInfo(t_track_id id);
+  CTrackInfo readBytes(t_track_id id);
+  /// Logs a call that failed. A device that does not support it has told all that it has.
+  void noteFailure(const char* method, t_status status);
+  /// Repeats a call while the device is busy, unless the device was given up.
+  template <class Call>
+  t_status whileBusy(Call call);
+  template <class Call>
+  t_status pacedWhileBusy(Call call);
+  /// Notes that the device may hold more in a folder than was listed; "" for all of it.
+  void doubt(std::string folder) { doubtful.push_back(std::move(folder)); }
+  void doubt(const Folder& folder);
 
   std::string getText(TextCall call, const char* method, t_track_id id, const char* otherwise);
   /// Returns the text that a call wrote without spaces at its ends; `otherwise` when the call
   /// failed or nothing is left.
-  static std::string textOr(t_status status, const char* method, const char* text,
-                            const char* otherwise);
-  /// True when loops must end: the device is gone or the calling stage was stopped.
+  std::string textOr(t_status status, const char* method, const char* text, const char* otherwise);
+  /// True when loops must end: the device is gone or given up, or the calling stage was stopped.
   [[nodiscard]] bool isGone() const;
 
   t_handle handle;
   const std::string& deviceId;
-  std::vector<int> ancestors;  ///< the folders that the walk has entered and not left
-  bool complete = true;
+  std::vector<int> ancestors;         ///< the folders that the walk has entered and not left
+  std::vector<std::string> doubtful;  ///< folders that were not listed completely
+  std::optional<LeftUndone> failure;  ///< of the last track
   bool reachedLimit = false;
 };
 

@@ -7,6 +7,7 @@
 
 #include "base/Log.h"
 #include "base/Timer.h"
+#include "db/storedSongPaths.h"
 #include "mtp/MtpConnection.h"
 #include "phones/MtpUtils.h"
 #include "phones/OwnedList.h"
@@ -29,13 +30,13 @@ MtpCrawler::sink_block_type_ptr MtpCrawler::doOperation(src_block_type_ptr block
     crawl(found);
   } catch (const std::exception&) {
     // The pipeline waits for three LAST blocks: send two here, the run loop sends the third.
-    leaveAllUndone(found, LeftUndone::StageFailed);
+    leaveAllInDoubt(found, LeftUndone::StageFailed);
     sendBranches(found);
     throw;
   }
   if (!goesOn(operation)) {
     OV_WARN("setInterrupted device is not ready");
-    leaveAllUndone(found, stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
+    leaveAllInDoubt(found, stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
   }
   sendBranches(found);
   progress->enter(RequestPhase::Indexing);
@@ -49,28 +50,44 @@ void MtpCrawler::crawl(const Found& found) {
   MtpDevice& registry = MtpDevice::instance();
   registry.setDeviceConnected(operation.handle);
   MtpConnection connection(operation.handle, operation.deviceId);
+  MtpUtils::expectSongs(operation.handle, storedSongPaths(operation.deviceId));
   const bool walked = connection.crawlMtpDevice();
   OwnedElements tracks;
   OwnedElements playlists;
   if (!registry.waitDeviceReady(operation.handle)) {
     OV_ERROR("wait returned false");
-    leaveAllUndone(found, LeftUndone::ReadError);
+    leaveAllInDoubt(found, LeftUndone::ReadError);
   } else if (!connection.loadDeviceData(tracks.out(), playlists.out())) {
     OV_ERROR("loadData Failed");
-    leaveAllUndone(found, LeftUndone::ReadError);
+    leaveAllInDoubt(found, LeftUndone::ReadError);
   } else {
     OV_INFO("GOT back %u mtp tracks", tracks.size());
     progress->limitReached = connection.limitReached();
   }
-  if (!walked || !connection.isComplete()) {
-    // The change finders delete the rows of files that the walk missed, so the next request must
-    // look again. Leave the directories unmarked: their saver stores only unmarked blocks.
-    leaveUndone(found.songs->operation, LeftUndone::ReadError);
-    leaveUndone(found.playlists->operation, LeftUndone::ReadError);
-  }
   addTracks(found, connection, tracks);
   addPlaylists(found, playlists);
   addDirectories(found, connection, tracks);
+  if (!walked) {
+    leaveAllInDoubt(found, LeftUndone::ReadError);
+  } else if (!connection.isComplete()) {
+    leaveFoldersInDoubt(found, connection);
+  }
+}
+
+void MtpCrawler::leaveAllInDoubt(const Found& found, LeftUndone reason) {
+  leaveAllUndone(found, reason);
+  found.songs->doubtful = {""};
+  found.playlists->doubtful = {""};
+}
+
+void MtpCrawler::leaveFoldersInDoubt(const Found& found, const MtpConnection& connection) {
+  leaveUndone(found.songs->operation, LeftUndone::ReadError);
+  leaveUndone(found.playlists->operation, LeftUndone::ReadError);
+  found.songs->doubtful = connection.doubtfulFolders();
+  // The directories stay unmarked: their saver stores only unmarked blocks.
+  found.directories->doubtful = connection.doubtfulFolders();
+  // The path of a playlist does not tell its folder.
+  found.playlists->doubtful = {""};
 }
 
 void MtpCrawler::addTracks(const Found& found, MtpConnection& connection,
@@ -81,6 +98,7 @@ void MtpCrawler::addTracks(const Found& found, MtpConnection& connection,
     if (i % kItemsPerLogLine == 0) OV_INFO("Craweled track %u/%u", i, tracks.size());
     const t_track_id id = tracks[i].id;
     const std::string rawPath = connection.getTrackFilePath(id);
+    if (rawPath.empty()) continue;  // the device has just been removed
     found.songs->add(std::make_unique<FileInfo>(
         MtpUtils::getPathForMtpTrack(id, operation.deviceId, rawPath), id, 0));
     ++progress->songsFound;
@@ -115,7 +133,10 @@ void MtpCrawler::addDirectories(const Found& found, MtpConnection& connection,
 }
 
 bool MtpCrawler::goesOn(const Operation& operation) const {
-  return MtpDevice::instance().isDeviceReady(operation.handle) && !stopping();
+  // A host may report readiness once more after the removal.
+  MtpDevice& registry = MtpDevice::instance();
+  return registry.isDeviceReady(operation.handle) && registry.isDeviceConnected(operation.handle) &&
+         !stopping();
 }
 
 }  // namespace orvel

@@ -18,6 +18,10 @@ class MtpCrawler : public Crawler<MtpDirectory*> {
 
  private:
   void crawl(const Found& found);
+  /// Marks all branches, and everything stored of the device as perhaps still there.
+  void leaveAllInDoubt(const Found& found, LeftUndone reason);
+  /// The same for the folders that could not be listed.
+  void leaveFoldersInDoubt(const Found& found, const MtpConnection& connection);
   void addTracks(const Found& found, MtpConnection& connection, const OwnedElements& tracks);
   void addPlaylists(const Found& found, const OwnedElements& playlists);
   void addDirectories(const Found& found, MtpConnection& connection, OwnedElements& tracks);

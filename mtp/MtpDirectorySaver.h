@@ -15,6 +15,11 @@ class MtpDirectorySaver : public DirectoryTableSaver<MtpDirectory*> {
 
  protected:
   void insertRows(const Block<MtpDirectory*>& block) override;
+
+ private:
+  /// Adds the stored directories that may still be on the device, and those above them. Requires
+  /// open streams.
+  void keepDoubtful(Block<MtpDirectory*>& block, Operation& result);
 };
 
 }  // namespace orvel

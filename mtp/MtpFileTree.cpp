@@ -58,7 +58,8 @@ bool MtpConnection::Impl::crawlMtpDevice() {
     }
   }
   OwnedItems none;
-  Access_GetItems(handle, {CONTAINER_WALK_DONE, 0, 0}, TYPE_WALK_DONE, 0, 0, none.out());
+  status = Access_GetItems(handle, {CONTAINER_WALK_DONE, 0, 0}, TYPE_WALK_DONE, 0, 0, none.out());
+  if (status != STATUS_OK) doubt("");  // the device-access library gives no tracks
   return true;
 }
 
@@ -73,7 +74,7 @@ bool MtpConnection::Impl::MTPFileTree(int device, const int& storageId, const in
   std::uint32_t total = 0;
   const t_status status = SafeGetNumItems(folder.device, folder.container, TYPE_OBJECT, total);
   if (status != STATUS_OK || total == 0) {
-    complete = complete && status == STATUS_OK;
+    if (status != STATUS_OK) doubt(folder);
     OV_INFO("Emtpy folder or error for Access_GetNumItems");
     if (endsWalk(status)) return false;
     if (total == 0) {
@@ -109,7 +110,7 @@ bool MtpConnection::Impl::walkPages(const Folder& folder, PagedListing listing) 
       if (!visitAll(folder, page)) return false;
     } else {
       OV_INFO("Access_GetItems returns error");
-      complete = false;
+      doubt(folder);
       if (endsWalk(status)) return false;
     }
     if (listing.isAtEnd() || isGone()) return true;
@@ -149,8 +150,14 @@ void MtpConnection::Impl::recount(const Folder& folder, PagedListing& listing) {
 void MtpConnection::Impl::giveUp(const Folder& folder, const PagedListing& listing) {
   OV_WARN("Could not fetch all items for container %d of storage %d. Got %d / %d", folder.id(),
           folder.storageId(), static_cast<int>(listing.start()), static_cast<int>(listing.total()));
-  complete = false;
+  doubt(folder);
   recountAllowed = true;
+}
+
+void MtpConnection::Impl::doubt(const Folder& folder) {
+  doubt(folder.container.id == 0
+            ? std::string()
+            : MtpUtils::getRawPathForMtpObject(folder.device, folder.container.id));
 }
 
 bool MtpConnection::Impl::visitAll(const Folder& folder, const OwnedItems& page) {
@@ -183,10 +190,11 @@ void MtpConnection::Impl::MTPCreateDirCache(std::vector<std::string>& dirs,
   std::unordered_set<std::string> known(dirs.begin(), dirs.end());
   const std::uint32_t count = tracks.items == nullptr ? 0 : tracks.count;
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (isGone()) return;
+    if (isGone()) return doubt("");
     std::string path = MtpUtils::getRawPathForMtpObject(handle, tracks.items[i].id);
     if (path.empty()) {
       OV_WARN("- error while getting track path");
+      doubt("");
       return;
     }
     if (isExcludedFile(path)) continue;

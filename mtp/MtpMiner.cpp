@@ -5,12 +5,15 @@
 
 #include <exception>
 #include <memory>
+#include <new>
+#include <optional>
 #include <utility>
 
 #include "base/Log.h"
 #include "base/Timer.h"
 #include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
+#include "phones/MtpUtils.h"
 #include "tags/TagReaderScope.h"
 
 namespace orvel {
@@ -44,26 +47,58 @@ void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& 
   const TagReaderScope scope(*reader);
   MtpConnection connection(operation.handle, operation.deviceId);
   const auto goesOn = [&] {
-    return MtpDevice::instance().isDeviceConnected(operation.handle) && !stopping();
+    return MtpDevice::instance().isDeviceConnected(operation.handle) && !stopping() &&
+           !MtpUtils::isGivenUp(operation.handle);
   };
+  failedTwice.clear();
+  bool canRead = true;
   for (const FileInfo* track : tracks.items) {
-    if (!goesOn()) break;
+    if (!goesOn() || !canRead) break;
     try {
-      std::unique_ptr<MetaDataInfo> song = connection.generateTrack(
-          *track->path, operation.mountPoint, track->auxWord, track->lastModified);
-      if (song == nullptr) continue;
-      song->setAsianFields();
-      songs.add(std::move(song));
+      canRead = mine(*track, connection, songs);
     } catch (const std::exception& error) {
       OV_ERROR("exception from taglib for track: %s what %s", track->path->c_str(), error.what());
+      const bool isOutOfMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+      if (isOutOfMemory) leaveUndone(songs.operation, LeftUndone::StageFailed);
     }
   }
   const auto missing = static_cast<unsigned>(tracks.items.size() - songs.items.size());
-  if (goesOn() || missing == 0) {
+  if (!canRead) {
+    readAgain(songs, LeftUndone::ReaderLost);
+  } else if (stopping()) {
+    readAgain(songs, LeftUndone::Interrupted);
+  } else if (!MtpDevice::instance().isDeviceConnected(operation.handle)) {
+    readAgain(songs, LeftUndone::MountPointGone);
+  } else if (MtpUtils::isGivenUp(operation.handle)) {
+    readAgain(songs, LeftUndone::ReadError);
+  } else {
     progress->songsSkipped += missing;
-    return;
   }
-  leaveUndone(songs.operation, stopping() ? LeftUndone::Interrupted : LeftUndone::MountPointGone);
+}
+
+bool MtpMiner::mine(const FileInfo& track, MtpConnection& connection, Block<MetaDataInfo*>& songs) {
+  std::unique_ptr<MetaDataInfo> song = connection.generateTrack(
+      *track.path, songs.operation.mountPoint, track.auxWord, track.lastModified);
+  if (song == nullptr) return true;
+  song->setAsianFields();
+  const std::optional<LeftUndone> failure = connection.trackFailure();
+  MetaDataInfo* const added = song.get();
+  songs.add(std::move(song));
+  if (!failure) {
+    failedTwice.clear();
+  } else if (track.failedBefore) {
+    // The second failure is final unless the device turns out to have failed.
+    failedTwice.push_back(added);
+  } else {
+    added->lastModified = kNeverRead;
+    leaveUndone(songs.operation, *failure);
+  }
+  return failure != LeftUndone::ReaderLost;
+}
+
+void MtpMiner::readAgain(Block<MetaDataInfo*>& songs, LeftUndone reason) {
+  for (MetaDataInfo* song : failedTwice) song->lastModified = kNeverRead;
+  leaveUndone(songs.operation, reason);
 }
 
 }  // namespace orvel

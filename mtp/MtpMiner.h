@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "db/FileInfo.h"
 #include "db/MetaDataInfo.h"
@@ -9,6 +10,8 @@
 #include "tags/isolation/makeTagReader.h"
 
 namespace orvel {
+
+class MtpConnection;
 
 /// Makes the song records of new and changed tracks of an MTP device.
 class MtpMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
@@ -19,8 +22,14 @@ class MtpMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
 
  private:
   void mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& songs);
+  /// Adds the song of a track. Returns false when the tracks after it cannot be read either.
+  bool mine(const FileInfo& track, MtpConnection& connection, Block<MetaDataInfo*>& songs);
+  /// Takes back that songs are stored for good although they could not be read: the device failed.
+  void readAgain(Block<MetaDataInfo*>& songs, LeftUndone reason);
 
   TagReaderFactory makeReader;
+  /// Songs of this block that two requests could not read, since the last one that could be read.
+  std::vector<MetaDataInfo*> failedTwice;
   std::unique_ptr<TagReader> reader;  ///< from the first block of a request to its last
 };
 

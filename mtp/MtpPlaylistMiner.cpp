@@ -8,6 +8,7 @@
 #include "base/Log.h"
 #include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
+#include "phones/MtpUtils.h"
 
 namespace orvel {
 
@@ -19,7 +20,8 @@ MtpPlaylistMiner::sink_block_type_ptr MtpPlaylistMiner::doOperation(src_block_ty
   playlists->items.reserve(block->items.size());
   MtpConnection connection(operation.handle, operation.deviceId);
   const auto goesOn = [&] {
-    return MtpDevice::instance().isDeviceConnected(operation.handle) && !stopping();
+    return MtpDevice::instance().isDeviceConnected(operation.handle) && !stopping() &&
+           !MtpUtils::isGivenUp(operation.handle);
   };
   for (const FileInfo* file : block->items) {
     if (!goesOn()) break;

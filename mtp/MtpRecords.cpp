@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
+#include <utility>
 
 #include "base/Log.h"
 #include "db/MetaDataInfo.h"
@@ -42,16 +44,36 @@ std::unique_ptr<MtpDirectory> MtpConnection::Impl::generateDirectory(const std::
 }
 
 CTrackInfo MtpConnection::Impl::readInfo(t_track_id id) {
-  if (MtpUtils::deviceHasMetadata(id, handle)) {
+  t_status status = STATUS_OK;
+  if (MtpUtils::deviceHasMetadata(id, handle, status)) {
     // A braced list is evaluated from left to right: the calls are made in this order.
     return {getTrackTitle(id), getTrackArtist(id), getTrackAlbum(id), getTrackGenre(id),
             getTrackComposer(id)};
   }
+  if (status != STATUS_OK) failure = LeftUndone::ReadError;
+  // A device that does not answer would only cost the time of another request.
+  const bool answers = status == STATUS_OK || status == STATUS_NOT_OK;
+  return answers ? readBytes(id) : CTrackInfo();
+}
+
+CTrackInfo MtpConnection::Impl::readBytes(t_track_id id) {
+  using Outcome = TagResult::Outcome;
   OV_INFO("Track with ID %d is unsupported. Device handle: %d", static_cast<int>(id),
           static_cast<int>(handle));
   CTrackInfo info;
-  if (!MtpUtils::getMetadataFromMTPFile(id, info, handle)) {
+  Outcome outcome = Outcome::DeviceFailed;
+  try {
+    outcome = MtpUtils::getMetadataFromMTPFile(id, info, handle);
+  } catch (const std::bad_alloc&) {
+    info = {};  // read again by the next request
+  }
+  if (outcome != Outcome::Tagged) {
     OV_INFO("Couldn't get metadata using Taglib for trackID %d", static_cast<int>(id));
+  }
+  if (outcome == Outcome::ReaderLost) {
+    failure = LeftUndone::ReaderLost;
+  } else if (outcome == Outcome::DeviceFailed || outcome == Outcome::Stalled) {
+    failure = LeftUndone::ReadError;
   }
   return info;
 }
@@ -60,7 +82,9 @@ std::unique_ptr<MetaDataInfo> MtpConnection::Impl::generateTrack(const std::stri
                                                                  const std::string& key,
                                                                  t_track_id id,
                                                                  std::time_t modified) {
+  failure.reset();
   const std::string path = MtpUtils::getRawPathForMtpObject(handle, id);
+  std::string objectId = getMTPTrackId(id, deviceId);
   if (isHiddenFile(path)) {
     OV_INFO("[KORU] Excluding hidden file");
     return nullptr;
@@ -73,15 +97,16 @@ std::unique_ptr<MetaDataInfo> MtpConnection::Impl::generateTrack(const std::stri
   const std::uint16_t ownNumber = getTrackNumber(id);
   // A device without tags for the track answers 0; the number of the track's bytes stands in.
   const std::uint16_t number = ownNumber == 0 ? info.getTrackNumber() : ownNumber;
-  if (isGone()) {
+  // An object that left the table has neither path nor identifier.
+  if (isGone() || path.empty() || objectId.empty()) {
     OV_INFO("Indexing of track stopped or device removed");
     return nullptr;
   }
   constexpr int kDisc = 1;
-  return std::make_unique<MetaDataInfo>(
-      path, key, tidied(info.getTitle()), tidied(info.getArtist()), tidied(info.getAlbum()),
-      tidied(info.getGenre()), tidied(info.getComposer()), number, kDisc,
-      static_cast<long>(modified), getMTPTrackId(id, deviceId));
+  return std::make_unique<MetaDataInfo>(path, key, tidied(info.getTitle()),
+                                        tidied(info.getArtist()), tidied(info.getAlbum()),
+                                        tidied(info.getGenre()), tidied(info.getComposer()), number,
+                                        kDisc, static_cast<long>(modified), objectId);
 }
 
 std::unique_ptr<Playlist> MtpConnection::Impl::generatePlaylist(const std::string& owner,
@@ -91,15 +116,18 @@ std::unique_ptr<Playlist> MtpConnection::Impl::generatePlaylist(const std::strin
   const int shownIndex = static_cast<int>(index);
   OV_INFO("[KORU] Playlist %d", shownIndex);
   std::array<char, kAccessTextBytes> name{};
-  Access_GetTrackTitle(handle, id, name.data());
+  if (Access_GetTrackTitle(handle, id, name.data()) != STATUS_OK) doubt("");
   const std::string uri = "mtp-playlist://" + std::to_string(index) + "/" + name.data();
   auto playlist = std::make_unique<Playlist>(uri, key, 0);
   OwnedElements members;
   members.out() = getPlaylistContent(id);
   playlist->entries.reserve(members.size());
   for (const t_playlist_item& member : members) {
-    if (isGone()) break;
     std::string objectId = getMTPTrackId(member.id, owner);
+    if (isGone() || objectId.empty()) {
+      doubt("");
+      break;
+    }
     const Md5 trackId(Md5Kind::Track, objectId);
     playlist->entries.push_back({std::move(objectId), trackId, true});
   }

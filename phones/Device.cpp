@@ -1,9 +1,11 @@
 #include "phones/Device.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
 #include "phones/DeviceCalls.h"
+#include "phones/DeviceLimits.h"
 
 namespace orvel {
 
@@ -20,6 +22,15 @@ t_track_id idOf(t_track_id id) {
 }
 t_track_id idOf(const DevicePlaylist& playlist) {
   return playlist.id;
+}
+
+/// In ascending order.
+std::vector<t_track_id> idsOf(const std::vector<DeviceObject>& children) {
+  std::vector<t_track_id> ids;
+  ids.reserve(children.size());
+  for (const DeviceObject& child : children) ids.push_back(child.id);
+  std::sort(ids.begin(), ids.end());
+  return ids;
 }
 
 /// Removes playlists of earlier walks and members that are not on the device.
@@ -55,7 +66,13 @@ t_status Device::listStorages(std::vector<DeviceStorage>& storages, WhenBusy whe
       whenBusy);
 }
 
+void Device::expectSongs(const std::vector<std::string>& paths) {
+  const MutexLock lock(mutex);
+  objects.expect(paths);
+}
+
 t_status Device::beginWalk(std::uint32_t& count) {
+  connection->trustAgain();
   std::vector<DeviceStorage> storages;
   const t_status status = listStorages(storages, WhenBusy::Answer);
   if (status != STATUS_OK) return status;
@@ -68,23 +85,53 @@ t_status Device::beginWalk(std::uint32_t& count) {
   return STATUS_OK;
 }
 
-t_status Device::listFolder(std::uint32_t storage, t_track_id folder, std::uint32_t& count) {
-  std::vector<DeviceObject> children;
-  t_status status = connection->ask(
+/// Puts a question of a request to the device, unless it was given up.
+template <class Value, class Question>
+t_status Device::ask(Question question, Value& value, WhenBusy whenBusy) {
+  if (connection->isGivenUp()) return STATUS_NOT_OK_GENERIC_PLUGIN_ERROR;
+  return connection->ask(std::move(question), value, whenBusy);
+}
+
+t_status Device::listOnce(std::uint32_t storage, t_track_id folder,
+                          std::vector<DeviceObject>& children) {
+  return ask(
       [storage, folder](DeviceSession& session, auto& listed) {
         return session.listFolder(storage, folder, listed);
       },
       children, WhenBusy::Answer);
-  const MutexLock lock(mutex);
-  if (status == STATUS_OK) {
-    objects.setChildren(storage, folder, std::move(children));
-  } else if (status != STATUS_BUSY && status != STATUS_NOT_OK_BAD_HANDLE &&
-             objects.restoreChildren(storage, folder)) {
-    status = STATUS_OK;
+}
+
+/// A listing may lack an object that the device did not describe for a moment, and nothing tells of
+/// it. A listing that agrees with the songs of an earlier request needs no other.
+t_status Device::listUntilTwoAgree(std::uint32_t storage, t_track_id folder,
+                                   std::vector<DeviceObject>& children) {
+  std::optional<std::vector<t_track_id>> before;
+  int failures = 0;
+  for (int listing = 0; listing < kMaxListings; ++listing) {
+    const t_status status = listOnce(storage, folder, children);
+    if (status == STATUS_BUSY || status == STATUS_NOT_OK_BAD_HANDLE) return status;
+    if (status != STATUS_OK) {
+      if (++failures == kMaxFailedListings) return status;
+      continue;
+    }
+    std::vector<t_track_id> ids = idsOf(children);
+    const bool isTrusted = before == ids || withObjects([&](const ObjectTable& table) {
+                             return table.isAsExpected(storage, folder, children);
+                           });
+    if (isTrusted) return STATUS_OK;
+    before = std::move(ids);
   }
-  const std::vector<t_track_id>* known = objects.children(storage, folder);
-  if (status == STATUS_OK && known != nullptr) count = static_cast<std::uint32_t>(known->size());
-  return status;
+  return STATUS_NOT_OK;
+}
+
+t_status Device::listFolder(std::uint32_t storage, t_track_id folder, std::uint32_t& count) {
+  std::vector<DeviceObject> children;
+  const t_status status = listUntilTwoAgree(storage, folder, children);
+  if (status != STATUS_OK) return status;
+  const MutexLock lock(mutex);
+  count =
+      static_cast<std::uint32_t>(objects.setChildren(storage, folder, std::move(children)).size());
+  return STATUS_OK;
 }
 
 void Device::endWalk() {
@@ -102,9 +149,9 @@ t_status Device::countPlaylists(std::uint32_t& count) {
     }
   }
   std::vector<DevicePlaylist> listed;
-  const t_status status = connection->ask(
-      [](DeviceSession& session, auto& found) { return session.listPlaylists(found); }, listed,
-      WhenBusy::Wait);
+  const t_status status =
+      ask([](DeviceSession& session, auto& found) { return session.listPlaylists(found); }, listed,
+          WhenBusy::Wait);
   if (status != STATUS_OK && status != STATUS_NOT_SUPPORTED) return status;
   const MutexLock lock(mutex);
   dropUnknown(listed, objects);
@@ -117,9 +164,9 @@ t_status Device::selectPlaylist(t_track_id playlist) {
   if (!playlistName(playlist)) return STATUS_NOT_OK;
   std::vector<t_track_id> members;
   const t_status status =
-      connection->ask([playlist](DeviceSession& session,
-                                 auto& found) { return session.playlistMembers(playlist, found); },
-                      members, WhenBusy::Wait);
+      ask([playlist](DeviceSession& session,
+                     auto& found) { return session.playlistMembers(playlist, found); },
+          members, WhenBusy::Wait);
   if (status != STATUS_OK) return status;
   const MutexLock lock(mutex);
   dropUnknown(members, objects);
@@ -165,7 +212,7 @@ t_status Device::tags(t_track_id id, DeviceTags& tags, WhenBusy whenBusy) {
     track = *known;
   }
   DeviceTags read;
-  const t_status status = connection->ask(
+  const t_status status = ask(
       [track](DeviceSession& session, DeviceTags& found) { return session.readTags(track, found); },
       read, whenBusy);
   if (status != STATUS_OK && status != STATUS_NOT_SUPPORTED) return status;
@@ -182,7 +229,7 @@ void Device::assumeNoTags(t_track_id id) {
 
 t_status Device::readBytes(const DeviceObject& track, std::uint64_t offset, std::uint32_t length,
                            std::string& bytes) {
-  return connection->ask(
+  return ask(
       [track, offset, length](DeviceSession& session, std::string& read) {
         return session.readBytes(track, offset, length, read);
       },

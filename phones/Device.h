@@ -36,16 +36,22 @@ class Device {
   [[nodiscard]] bool isGone() const { return connection->isGone(); }
   /// From now on every call answers STATUS_NOT_OK_BAD_HANDLE, and the device is not listed anymore.
   void markGone() { connection->markGone(); }
+  /// True once the device did not answer in this request. Until the next walk begins, questions are
+  /// answered STATUS_NOT_OK_GENERIC_PLUGIN_ERROR at once, but not that for the storages.
+  [[nodiscard]] bool isGivenUp() const { return connection->isGivenUp(); }
+  void giveUp() { connection->giveUp(); }
   /// STATUS_OK while the device is open; otherwise the status that every call answers.
   t_status checkOpen() { return connection->checkOpen(); }
   /// The calls of Access.h for this device.
   DeviceCalls& calls() { return *deviceCalls; }
 
   t_status listStorages(std::vector<DeviceStorage>& storages, WhenBusy whenBusy);
-  /// Begins a walk; `count` is set to the number of storages.
+  /// Tells which songs the coming walk will probably find, by their paths.
+  void expectSongs(const std::vector<std::string>& paths);
+  /// Begins a walk; `count` is set to the number of storages. A device that was given up is asked
+  /// again.
   t_status beginWalk(std::uint32_t& count);
-  /// Lists a folder into the table of objects. When that fails, the children known from the last
-  /// walk stand in.
+  /// Lists a folder into the table of objects, until two listings agree or one is as expected.
   t_status listFolder(std::uint32_t storage, t_track_id folder, std::uint32_t& count);
   void endWalk();
 
@@ -76,6 +82,12 @@ class Device {
   }
 
  private:
+  template <class Value, class Question>
+  t_status ask(Question question, Value& value, WhenBusy whenBusy);
+  t_status listOnce(std::uint32_t storage, t_track_id folder, std::vector<DeviceObject>& children);
+  t_status listUntilTwoAgree(std::uint32_t storage, t_track_id folder,
+                             std::vector<DeviceObject>& children);
+
   /// The tags of the last track that was asked for.
   struct TrackTags {
     t_track_id id;

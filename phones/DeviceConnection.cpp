@@ -1,11 +1,13 @@
 #include "phones/DeviceConnection.h"
 
+#include <algorithm>
 #include <cassert>
 #include <chrono>
 #include <exception>
 
 #include "base/Log.h"
 #include "base/StageThread.h"
+#include "phones/DeviceLimits.h"
 #include "phones/DeviceList.h"
 #include "phones/retryWhileBusy.h"
 
@@ -16,15 +18,20 @@ namespace {
 /// How long a question that may be answered "busy" waits for its turn.
 constexpr std::chrono::milliseconds kPatience{1000};
 
+constexpr char kDoesNotAnswer[] = "The device does not answer. Detach it and attach it again.";
+
 }  // namespace
 
 DeviceConnection::DeviceConnection(t_handle handle, deviceBus::BusDevice bus)
     : deviceHandle(handle), busDevice(std::move(bus)) {}
 
 DeviceDescription DeviceConnection::open() {
-  thread.run([self = shared_from_this()] { self->openSession(); });
+  const auto end = thread.run([self = shared_from_this()] { self->openSession(); },
+                              {.silence = kMaxTimeouts * kAnswerTime});
   const MutexLock lock(mutex);
-  return description;
+  DeviceDescription described = description;
+  if (end == DeviceThread::End::Silent) described.error = kDoesNotAnswer;
+  return described;
 }
 
 void DeviceConnection::openSession() {
@@ -86,7 +93,31 @@ std::shared_ptr<DeviceSession> DeviceConnection::openedSession() {
 
 t_status DeviceConnection::checkOpen() {
   if (gone) return answerGone();
-  return openedSession() == nullptr ? STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED : STATUS_OK;
+  if (openedSession() != nullptr) return STATUS_OK;
+  note(STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED);
+  return STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
+}
+
+void DeviceConnection::giveUp() {
+  if (givenUp.exchange(true)) return;
+  OV_WARN("device %s does not answer: it is given up for this request", busDevice.path.c_str());
+}
+
+void DeviceConnection::trustAgain() {
+  timeoutsInRow = 0;
+  busyInRow = 0;
+  givenUp = false;
+}
+
+void DeviceConnection::note(t_status status) {
+  // This answer may have been given without a request to the device.
+  if (status == STATUS_NOT_SUPPORTED) return;
+  const bool isBusy = status == STATUS_BUSY;
+  const bool isTimeout = status == STATUS_NOT_OK_GENERIC_PLUGIN_ERROR ||
+                         status == STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
+  busyInRow = isBusy ? busyInRow + 1 : 0;
+  timeoutsInRow = isTimeout ? timeoutsInRow + 1 : 0;
+  if (timeoutsInRow >= kMaxTimeouts || busyInRow > kBusyRetries) giveUp();
 }
 
 t_status DeviceConnection::ask(const Request& request, WhenBusy whenBusy) {
@@ -98,13 +129,16 @@ t_status DeviceConnection::ask(const Request& request, WhenBusy whenBusy) {
   return isStopped ? STATUS_NOT_OK_GENERIC_PLUGIN_ERROR : STATUS_NOT_OK;
 }
 
-t_status DeviceConnection::askOnce(const Request& request, DeviceThread::Patience patience) {
+t_status DeviceConnection::askOnce(const Request& request,
+                                   std::optional<std::chrono::milliseconds> untilBegun) {
   const auto status = std::make_shared<t_status>(STATUS_NOT_OK_GENERIC_PLUGIN_ERROR);
-  const auto end = thread.run(
-      [self = shared_from_this(), status, request] { *status = self->answer(request); }, patience);
+  const int timeoutsLeft = std::max(kMaxTimeouts - timeoutsInRow, 1);
+  const auto end =
+      thread.run([self = shared_from_this(), status, request] { *status = self->answer(request); },
+                 {.untilBegun = untilBegun, .silence = timeoutsLeft * kAnswerTime});
   if (end == DeviceThread::End::Busy) return STATUS_BUSY;
-  if (end == DeviceThread::End::Stopped) return STATUS_NOT_OK_GENERIC_PLUGIN_ERROR;
-  return *status;
+  if (end == DeviceThread::End::Silent) giveUp();
+  return end == DeviceThread::End::Done ? *status : STATUS_NOT_OK_GENERIC_PLUGIN_ERROR;
 }
 
 t_status DeviceConnection::answer(const Request& request) {
@@ -114,6 +148,7 @@ t_status DeviceConnection::answer(const Request& request) {
   if (opened == nullptr) return STATUS_NOT_OK_PLUGIN_NOT_INITIALIZED;
   try {
     const t_status status = request(*opened);
+    note(status);
     if (status == STATUS_NOT_OK_BAD_HANDLE) markGone();
     return status;
   } catch (const std::exception& error) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -39,6 +41,12 @@ class DeviceConnection : public std::enable_shared_from_this<DeviceConnection> {
   /// STATUS_OK while the session is open; otherwise the status that every question gets.
   t_status checkOpen();
 
+  /// True from when the device did not answer kMaxTimeouts questions in a row, or was busy for
+  /// longer than a question is repeated, until `trustAgain`.
+  [[nodiscard]] bool isGivenUp() const { return givenUp; }
+  void giveUp();
+  void trustAgain();
+
   /// Puts a question to the device. `value` changes only when the answer is STATUS_OK. `question`
   /// may outlive the call, because a caller that is stopped leaves early: it must own its
   /// arguments.
@@ -59,7 +67,9 @@ class DeviceConnection : public std::enable_shared_from_this<DeviceConnection> {
   using Request = std::function<t_status(DeviceSession&)>;
 
   t_status ask(const Request& request, WhenBusy whenBusy);
-  t_status askOnce(const Request& request, DeviceThread::Patience patience);
+  t_status askOnce(const Request& request, std::optional<std::chrono::milliseconds> untilBegun);
+  /// Counts the unanswered questions.
+  void note(t_status status);
 
   // On the device's own thread.
   void openSession();
@@ -74,6 +84,9 @@ class DeviceConnection : public std::enable_shared_from_this<DeviceConnection> {
   const deviceBus::BusDevice busDevice;
 
   std::atomic<bool> gone{false};
+  std::atomic<bool> givenUp{false};
+  std::atomic<int> timeoutsInRow{0};
+  std::atomic<int> busyInRow{0};
   std::once_flag removal;
   DeviceThread thread;
 

@@ -63,7 +63,8 @@ class DeviceSession {
   virtual t_status open(DeviceDescription& description) = 0;
   /// A locked device answers STATUS_OK and no storage.
   virtual t_status listStorages(std::vector<DeviceStorage>& storages) = 0;
-  /// Lists the children of a folder; 0 is the storage's root.
+  /// Lists the children of a folder; 0 is the storage's root. A child that the device does not
+  /// describe may be missing.
   virtual t_status listFolder(std::uint32_t storage, t_track_id folder,
                               std::vector<DeviceObject>& children) = 0;
   /// Reads the tags that the device itself keeps for a track; STATUS_NOT_SUPPORTED if it keeps

@@ -1,18 +1,44 @@
 #include "phones/DeviceThread.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
 #include <condition_variable>
 #include <deque>
+#include <fstream>
 #include <mutex>
+#include <string>
 #include <utility>
 
 #include "base/StageThread.h"
 #include "base/WorkPriority.h"
 
 namespace orvel {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How often a waiting caller looks for a sign of life.
+constexpr std::chrono::milliseconds kLook{1000};
+
+/// A thread that was woken this often has heard from its device: every operation takes a few
+/// wake-ups, and so does every transfer that times out, but those are 20 seconds apart.
+constexpr unsigned long kSignOfLife = 50;
+
+/// How often a thread of this process has waited for something.
+unsigned long wakeUpsOf(pid_t thread) {
+  std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+  unsigned long count = 0;
+  for (std::string word; status >> word;) {
+    if (word == "voluntary_ctxt_switches:") status >> count;
+  }
+  return count;
+}
+
+}  // namespace
 
 struct DeviceThread::Task {
   std::function<void()> work;
@@ -25,6 +51,24 @@ struct DeviceThread::State {
   std::condition_variable_any changed;
   std::deque<std::shared_ptr<Task>> tasks;
   bool closing = false;
+  pid_t thread = 0;
+  bool isWorking = false;
+  Clock::time_point lastSign = {};  ///< of life from the device, since the work began
+  unsigned long wakeUps = 0;        ///< of the thread until then
+
+  // The caller holds the mutex.
+  void noteSign(unsigned long wakeUpsNow) {
+    lastSign = Clock::now();
+    wakeUps = wakeUpsNow;
+  }
+  /// How long the thread has been waiting for the device.
+  Clock::duration silence() {
+    if (!isWorking) return {};
+    // A long request, such as the listing of a large folder, consists of many short operations.
+    const unsigned long wakeUpsNow = wakeUpsOf(thread);
+    if (wakeUpsNow - wakeUps >= kSignOfLife) noteSign(wakeUpsNow);
+    return Clock::now() - lastSign;
+  }
 };
 
 DeviceThread::DeviceThread() : state(std::make_shared<State>()) {
@@ -47,17 +91,21 @@ bool DeviceThread::isCurrent() const {
 void DeviceThread::serve(State& state) {
   adoptWorkPriority();
   std::unique_lock lock(state.mutex);
+  state.thread = gettid();
   while (true) {
     state.changed.wait(lock, [&] { return state.closing || !state.tasks.empty(); });
     if (state.tasks.empty()) return;
     const std::shared_ptr<Task> task = std::move(state.tasks.front());
     state.tasks.pop_front();
     task->begun = true;
+    state.isWorking = true;
+    state.noteSign(wakeUpsOf(state.thread));
     state.changed.notify_all();
     lock.unlock();
     task->work();
     task->work = nullptr;
     lock.lock();
+    state.isWorking = false;
     task->done = true;
     state.changed.notify_all();
   }
@@ -76,24 +124,26 @@ void DeviceThread::post(std::function<void()> work) {
   append(std::move(work));
 }
 
-DeviceThread::End DeviceThread::run(std::function<void()> work, Patience patience) {
+DeviceThread::End DeviceThread::run(std::function<void()> work, const Patience& patience) {
   assert(!isCurrent());
   const std::stop_token& stopped = stageThread::stopToken();
+  const Clock::time_point asked = Clock::now();
   std::unique_lock lock(state->mutex);
   const std::shared_ptr<Task> task = append(std::move(work));
-  const auto withdraw = [&] {
+  const auto withdrawn = [&](End end) {
     const auto waiting = std::find(state->tasks.begin(), state->tasks.end(), task);
     if (waiting != state->tasks.end()) state->tasks.erase(waiting);
+    return end;
   };
-  const auto begun = [&] { return task->begun; };
-  if (patience && !state->changed.wait_for(lock, stopped, *patience, begun) &&
-      !stopped.stop_requested()) {
-    withdraw();
-    return End::Busy;
+  const auto look =
+      std::min({kLook, patience.untilBegun.value_or(kLook), patience.silence.value_or(kLook)});
+  while (!state->changed.wait_for(lock, stopped, look, [&] { return task->done; })) {
+    if (stopped.stop_requested()) return withdrawn(End::Stopped);
+    if (patience.silence && state->silence() >= *patience.silence) return withdrawn(End::Silent);
+    const bool isLate = patience.untilBegun && Clock::now() - asked >= *patience.untilBegun;
+    if (isLate && !task->begun) return withdrawn(End::Busy);
   }
-  if (state->changed.wait(lock, stopped, [&] { return task->done; })) return End::Done;
-  withdraw();
-  return End::Stopped;
+  return End::Done;
 }
 
 }  // namespace orvel

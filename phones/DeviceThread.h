@@ -14,10 +14,16 @@ class DeviceThread {
  public:
   enum class End {
     Done,
-    Busy,    ///< withdrawn: other work kept the thread busy longer than the caller's patience
-    Stopped  ///< the caller's stage was stopped; work that had begun goes on
+    Busy,     ///< withdrawn: other work kept the thread busy longer than the caller's patience
+    Stopped,  ///< the caller's stage was stopped; work that had begun goes on
+    Silent    ///< the device gave no sign of life; work that had begun goes on
   };
-  using Patience = std::optional<std::chrono::milliseconds>;
+  /// How long a caller waits; without a value as long as it takes.
+  struct Patience {
+    std::optional<std::chrono::milliseconds> untilBegun = {};
+    /// How long the thread may wait for the device at a stretch.
+    std::optional<std::chrono::milliseconds> silence = {};
+  };
 
   DeviceThread();
   /// Lets the thread end once its queue is empty. Does not wait for it.
@@ -30,7 +36,7 @@ class DeviceThread {
 
   /// Queues `work` and waits until it is done. `work` may outlive the call: it must own its data.
   /// It must not throw. Any thread but this one.
-  End run(std::function<void()> work, Patience patience = {});
+  End run(std::function<void()> work, const Patience& patience);
   /// Queues `work` and does not wait. Any thread.
   void post(std::function<void()> work);
 

@@ -1,16 +1,20 @@
 #include "phones/MallocLists.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
+
+#include "phones/OwnedList.h"
 
 namespace orvel {
 
 namespace {
 
 char* mallocText(const std::string& text) {
-  return strdup(text.c_str());
+  char* const copy = strdup(text.c_str());
+  if (copy == nullptr) throw std::bad_alloc();
+  return copy;
 }
 
 t_mtp_item itemOf(const DeviceStorage& storage) {
@@ -29,12 +33,17 @@ t_playlist_item elementOf(const Named& named) {
 /// A list of `List`'s items, one for each element of `all`.
 template <class List, class T, class Convert>
 List mallocList(const std::vector<T>& all, Convert convert) {
-  List list{static_cast<std::uint32_t>(all.size()), nullptr};
-  if (all.empty()) return list;
+  if (all.empty()) return {};
+  OwnedList<List> owned;
+  List& list = owned.get();
   using Item = std::remove_pointer_t<decltype(list.items)>;
   list.items = static_cast<Item*>(std::calloc(all.size(), sizeof(Item)));
-  if (list.items != nullptr) std::transform(all.begin(), all.end(), list.items, convert);
-  return list;
+  if (list.items == nullptr) throw std::bad_alloc();
+  for (const T& one : all) {
+    list.items[list.count] = convert(one);
+    ++list.count;
+  }
+  return owned.release();
 }
 
 }  // namespace

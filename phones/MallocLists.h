@@ -5,8 +5,8 @@
 #include "phones/DeviceSession.h"
 #include "phones/DeviceTypes.h"
 
-/// Builds the C lists of DeviceTypes.h, whose texts and array the receiver frees with free(3). When
-/// memory runs out a text or the array is null.
+/// Builds the C lists of DeviceTypes.h, whose texts and array the receiver frees with free(3).
+/// Throws std::bad_alloc when memory runs out.
 namespace orvel {
 
 t_mtp_item_list mallocItems(const std::vector<DeviceStorage>& storages);

@@ -55,28 +55,46 @@ std::string MtpUtils::getPathForMtpTrack(t_track_id id, const std::string& devic
   return rawPath + "/" + accessText(name.value_or(""));
 }
 
-bool MtpUtils::deviceHasMetadata(t_track_id id, t_handle handle) {
+bool MtpUtils::deviceHasMetadata(t_track_id id, t_handle handle, t_status& status) {
   const auto device = DeviceList::instance().find(handle);
-  if (device == nullptr) return false;
   DeviceTags tags;
-  const t_status status = device->tags(id, tags, WhenBusy::Wait);
+  status = device == nullptr ? STATUS_NOT_OK_BAD_HANDLE : device->tags(id, tags, WhenBusy::Wait);
   if (status == STATUS_OK && !tags.title.empty()) return true;
-  device->assumeNoTags(id);
+  if (device != nullptr) device->assumeNoTags(id);
   return false;
 }
 
-bool MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& info, t_handle handle) {
+TagResult::Outcome MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& info,
+                                                    t_handle handle) {
+  using Outcome = TagResult::Outcome;
   const auto device = DeviceList::instance().find(handle);
   const auto track = device == nullptr ? std::nullopt : objectOf(*device, id);
-  if (!track) return false;
+  if (!track) return Outcome::DeviceFailed;
   PartialObjectStream stream(device, *track, stageThread::stopToken());
   TagResult read = TagReaderScope::read(stream);
-  if (read.outcome != TagResult::Outcome::Tagged) return false;
+  // The worker may be blamed for the time that the device took.
+  if (stream.readFailed()) return Outcome::DeviceFailed;
+  if (read.outcome != Outcome::Tagged) return read.outcome;
   const SongTag tag(std::move(read.values));
   TagTexts texts = convertTexts(tag);
   info = CTrackInfo(std::move(texts.title), std::move(texts.artist), std::move(texts.album),
                     std::move(texts.genre), std::move(texts.composer), trackNumberOf(tag));
-  return true;
+  return Outcome::Tagged;
+}
+
+void MtpUtils::expectSongs(t_handle handle, const std::vector<std::string>& paths) {
+  const auto device = DeviceList::instance().find(handle);
+  if (device != nullptr) device->expectSongs(paths);
+}
+
+bool MtpUtils::isGivenUp(t_handle handle) {
+  const auto device = DeviceList::instance().find(handle);
+  return device != nullptr && device->isGivenUp();
+}
+
+void MtpUtils::giveUp(t_handle handle) {
+  const auto device = DeviceList::instance().find(handle);
+  if (device != nullptr) device->giveUp();
 }
 
 }  // namespace orvel

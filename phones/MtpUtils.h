@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "phones/DeviceTypes.h"
+#include "tags/TagResult.h"
 
 namespace orvel {
 
@@ -57,12 +59,24 @@ class MtpUtils {
                                         const std::string& rawPath);
 
   /// Whether the device itself has tags for this track. If not, or if it cannot be asked, the tag
-  /// calls of Access.h answer empty tags for this track without another request.
-  static bool deviceHasMetadata(t_track_id id, t_handle handle);
+  /// calls of Access.h answer empty tags for this track without another request. `status` is
+  /// STATUS_OK unless the device failed to answer.
+  static bool deviceHasMetadata(t_track_id id, t_handle handle, t_status& status);
 
-  /// Reads the tags from the track's own bytes. Returns false and leaves `info` alone when the
-  /// track has none or cannot be read.
-  static bool getMetadataFromMTPFile(t_track_id id, CTrackInfo& info, t_handle handle);
+  /// Reads the tags from the track's own bytes into `info`, which it leaves alone unless the
+  /// outcome is `Tagged`.
+  static TagResult::Outcome getMetadataFromMTPFile(t_track_id id, CTrackInfo& info,
+                                                   t_handle handle);
+
+  /// Tells which songs the coming walk will probably find, by their paths: a folder that holds
+  /// these and no others is listed once, any other until two listings agree.
+  static void expectSongs(t_handle handle, const std::vector<std::string>& paths);
+
+  /// True once the device did not answer kMaxTimeouts requests in a row: until the next walk begins
+  /// nothing can be read from it.
+  static bool isGivenUp(t_handle handle);
+  /// Gives the device up in the same way.
+  static void giveUp(t_handle handle);
 };
 
 }  // namespace orvel

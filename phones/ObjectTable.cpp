@@ -28,21 +28,44 @@ std::string hex(std::uint32_t number) {
 
 }  // namespace
 
-void ObjectTable::beginWalk(std::vector<DeviceStorage> found) {
-  // Merges, because a walk that was cut short found less than the one before.
-  for (auto& [id, entry] : current.objects) earlier.objects.insert_or_assign(id, std::move(entry));
-  for (auto& [folder, ids] : current.children) {
-    earlier.children.insert_or_assign(folder, std::move(ids));
+void ObjectTable::expect(const std::vector<std::string>& songs) {
+  expected.clear();
+  for (std::string path : songs) {
+    // Climbs until it meets a folder that is known, and with it those above.
+    for (auto slash = path.rfind('/'); slash != std::string::npos; slash = path.rfind('/')) {
+      std::string name = path.substr(slash + 1);
+      path.erase(slash);
+      if (!expected[path].insert(std::move(name)).second) break;
+    }
   }
-  current = {};
+}
+
+bool ObjectTable::isAsExpected(std::uint32_t storage, t_track_id folder,
+                               const std::vector<DeviceObject>& listed) const {
+  const auto known = expected.find(folder == 0 ? storagePrefix(storage) : path(folder));
+  if (known == expected.end()) return false;
+  std::unordered_set<std::string> missing = known->second;
+  for (const DeviceObject& object : listed) {
+    const std::string name = componentOf(object.name);
+    missing.erase(name);
+    const bool isTrack =
+        object.isAudio && !object.isFolder && !isHiddenPath("/" + name) && !hasExcludedEnding(name);
+    if (isTrack && known->second.count(name) == 0) return false;
+  }
+  return missing.empty();
+}
+
+void ObjectTable::beginWalk(std::vector<DeviceStorage> found) {
+  childrenOf.clear();
+  objects.clear();
   trackList.clear();
   presentStorages = std::move(found);
 }
 
-void ObjectTable::setChildren(std::uint32_t storage, t_track_id folder,
-                              std::vector<DeviceObject> listed) {
-  std::vector<t_track_id>& ids = current.children[{storage, folder}];
-  for (const t_track_id id : ids) current.objects.erase(id);
+const std::vector<t_track_id>& ObjectTable::setChildren(std::uint32_t storage, t_track_id folder,
+                                                        std::vector<DeviceObject> listed) {
+  std::vector<t_track_id>& ids = childrenOf[{storage, folder}];
+  for (const t_track_id id : ids) objects.erase(id);
   ids.clear();
   ids.reserve(listed.size());
   for (DeviceObject& object : listed) {
@@ -50,30 +73,19 @@ void ObjectTable::setChildren(std::uint32_t storage, t_track_id folder,
     object.name = componentOf(std::move(object.name));
     const t_track_id id = object.id;
     // An object stays where it was found first, so that no folder becomes its own ancestor.
-    if (current.objects.try_emplace(id, Entry{std::move(object), folder}).second) ids.push_back(id);
+    if (objects.try_emplace(id, Entry{std::move(object), folder}).second) ids.push_back(id);
   }
-}
-
-bool ObjectTable::restoreChildren(std::uint32_t storage, t_track_id folder) {
-  const auto known = earlier.children.find({storage, folder});
-  if (known == earlier.children.end()) return false;
-  std::vector<DeviceObject> objects;
-  for (const t_track_id id : known->second) {
-    const auto entry = earlier.objects.find(id);
-    if (entry != earlier.objects.end()) objects.push_back(entry->second.object);
-  }
-  setChildren(storage, folder, std::move(objects));
-  return true;
+  return ids;
 }
 
 void ObjectTable::endWalk() {
-  earlier = {};
+  expected.clear();
   makeTrackList();
 }
 
 void ObjectTable::makeTrackList() {
   std::vector<std::pair<std::string, t_track_id>> tracks;
-  for (const auto& [id, entry] : current.objects) {
+  for (const auto& [id, entry] : objects) {
     if (entry.object.isFolder || !entry.object.isAudio) continue;
     std::string trackPath = path(id);
     if (trackPath.empty() || isHiddenPath(trackPath) || hasExcludedEnding(trackPath)) continue;
@@ -90,24 +102,24 @@ void ObjectTable::makeTrackList() {
 
 const std::vector<t_track_id>* ObjectTable::children(std::uint32_t storage,
                                                      t_track_id folder) const {
-  const auto found = current.children.find({storage, folder});
-  return found == current.children.end() ? nullptr : &found->second;
+  const auto found = childrenOf.find({storage, folder});
+  return found == childrenOf.end() ? nullptr : &found->second;
 }
 
 const DeviceObject* ObjectTable::find(t_track_id id) const {
-  const auto found = current.objects.find(id);
-  return found == current.objects.end() ? nullptr : &found->second.object;
+  const auto found = objects.find(id);
+  return found == objects.end() ? nullptr : &found->second.object;
 }
 
 std::string ObjectTable::path(t_track_id id) const {
-  auto entry = current.objects.find(id);
-  if (entry == current.objects.end()) return {};
+  auto entry = objects.find(id);
+  if (entry == objects.end()) return {};
   const std::uint32_t storage = entry->second.object.storage;
   std::vector<const std::string*> names;
-  for (int depth = 0; entry != current.objects.end(); ++depth) {
+  for (int depth = 0; entry != objects.end(); ++depth) {
     if (depth == kMaxFolderDepth) return {};
     names.push_back(&entry->second.object.name);
-    entry = current.objects.find(entry->second.parent);
+    entry = objects.find(entry->second.parent);
   }
   std::string result = storagePrefix(storage);
   for (auto name = names.rbegin(); name != names.rend(); ++name) result += "/" + **name;

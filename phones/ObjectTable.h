@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -16,14 +17,19 @@ namespace orvel {
 /// paths cost no requests. Not thread-safe.
 class ObjectTable {
  public:
-  /// Begins a walk. Keeps the results of the last walk only for `restoreChildren`.
+  /// Tells which songs the coming walk will probably find, by their paths.
+  void expect(const std::vector<std::string>& songs);
+  /// Whether a folder that was listed holds everything that is expected below it, and no song
+  /// besides. False where nothing is expected.
+  [[nodiscard]] bool isAsExpected(std::uint32_t storage, t_track_id folder,
+                                  const std::vector<DeviceObject>& listed) const;
+
+  /// Begins a walk and forgets the last one.
   void beginWalk(std::vector<DeviceStorage> found);
-  /// Sets the children of a folder that was listed.
-  void setChildren(std::uint32_t storage, t_track_id folder, std::vector<DeviceObject> listed);
-  /// Sets the children of a folder that could not be listed to those of the last walk. Returns
-  /// false if that did not list the folder either.
-  bool restoreChildren(std::uint32_t storage, t_track_id folder);
-  /// Ends a walk and makes the track list.
+  /// Sets the children of a folder that was listed; returns them.
+  const std::vector<t_track_id>& setChildren(std::uint32_t storage, t_track_id folder,
+                                             std::vector<DeviceObject> listed);
+  /// Ends a walk and makes the track list. Forgets the expected songs.
   void endWalk();
 
   [[nodiscard]] const std::vector<DeviceStorage>& storages() const { return presentStorages; }
@@ -46,18 +52,16 @@ class ObjectTable {
     DeviceObject object;
     t_track_id parent;
   };
-  using Folder = std::pair<std::uint32_t, t_track_id>;  ///< storage and folder
-  struct Walk {
-    std::unordered_map<t_track_id, Entry> objects;
-    std::map<Folder, std::vector<t_track_id>> children;
-  };
 
   void makeTrackList();
   [[nodiscard]] std::string storagePrefix(std::uint32_t storage) const;
 
   std::vector<DeviceStorage> presentStorages;
-  Walk current;
-  Walk earlier;  ///< empty after a complete walk
+  std::unordered_map<t_track_id, Entry> objects;
+  /// By storage and folder.
+  std::map<std::pair<std::uint32_t, t_track_id>, std::vector<t_track_id>> childrenOf;
+  /// The names of songs and folders, by the path of their folder.
+  std::unordered_map<std::string, std::unordered_set<std::string>> expected;
   std::vector<t_track_id> trackList;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <utility>
 
 #include "phones/DeviceTypes.h"
 
@@ -28,6 +29,8 @@ class OwnedList {
     return list;
   }
   List& get() { return list; }
+  /// Hands the list over.
+  List release() { return std::exchange(list, List{}); }
   [[nodiscard]] std::uint32_t size() const { return list.items == nullptr ? 0 : list.count; }
   const auto& operator[](std::uint32_t index) const { return list.items[index]; }
   auto* begin() const { return list.items; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <stop_token>
 #include <string>
@@ -27,6 +28,7 @@ class PartialObjectStream : public TagStream {
   DeviceObject track;
   std::string piece;
   std::int64_t pieceStart = 0;
+  std::chrono::steady_clock::duration waited{};  ///< for the device
 };
 
 }  // namespace orvel

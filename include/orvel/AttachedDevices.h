@@ -9,7 +9,7 @@
 #include <vector>
 
 /// Tells a host which devices are attached and how they are named. Any thread; calls may wait for a
-/// device, up to 20 seconds for one that hangs.
+/// device, more than a minute for one that hangs.
 namespace orvel {
 
 /// One storage of a device: its memory or a card.

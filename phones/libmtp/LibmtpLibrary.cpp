@@ -3,13 +3,10 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "phones/libmtp/PrintedLines.h"
-
 namespace orvel::libmtp {
 
 Mutex& libraryMutex() {
   static auto* const shared = [] {
-    const PrintedLines lines;
     LIBMTP_Init();
     return new Mutex;
   }();
@@ -22,12 +19,10 @@ void Free::operator()(void* memory) const {
 
 void Release::operator()(LIBMTP_mtpdevice_t* device) const {
   const MutexLock lock(libraryMutex());
-  const PrintedLines lines;
   LIBMTP_Release_Device(device);
 }
 
 RawDevices detectDevices() {
-  const PrintedLines lines;
   LIBMTP_raw_device_t* first = nullptr;
   RawDevices found;
   const LIBMTP_error_number_t error = LIBMTP_Detect_Raw_Devices(&first, &found.count);
@@ -42,7 +37,6 @@ RawDevices detectDevices() {
 
 OpenDevice openDevice(const UsbAddress& address) {
   const RawDevices attached = detectDevices();
-  const PrintedLines lines;
   for (int i = 0; i < attached.count; ++i) {
     LIBMTP_raw_device_t& raw = attached.first.get()[i];
     if (UsbAddress{raw.bus_location, raw.devnum} != address) continue;

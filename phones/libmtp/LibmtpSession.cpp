@@ -8,7 +8,6 @@
 
 #include "base/NoDestructor.h"
 #include "phones/libmtp/Chain.h"
-#include "phones/libmtp/PrintedLines.h"
 #include "phones/libmtp/fromLibmtp.h"
 
 namespace orvel {
@@ -130,15 +129,17 @@ t_status LibmtpSession::perform(const Place& place, Request request) {
 }
 
 t_status LibmtpSession::listStorages(std::vector<DeviceStorage>& storages) {
-  const PrintedLines lines;
   storages.clear();
   wholeFile = {};
   knownStorage = kAllStorages;
+  bool isRefused = false;
   const t_status status = perform({kAllStorages, kRoot}, [&] {
-    return LIBMTP_Get_Storage(device.get(), LIBMTP_STORAGE_SORTBY_NOTSORTED) >= 0;
+    if (LIBMTP_Get_Storage(device.get(), LIBMTP_STORAGE_SORTBY_NOTSORTED) >= 0) return true;
+    isRefused = !hasNoErrors(device.get());
+    return false;
   });
-  // A free device that shows no storage is locked.
-  if (status == STATUS_NOT_OK) return STATUS_OK;
+  // A free device that shows no storage, without an error, is locked.
+  if (status == STATUS_NOT_OK && !isRefused) return STATUS_OK;
   if (status != STATUS_OK) return status;
   for (const auto* storage = device->storage; storage != nullptr; storage = storage->next) {
     storages.push_back(libmtp::storageOf(*storage));
@@ -149,14 +150,10 @@ t_status LibmtpSession::listStorages(std::vector<DeviceStorage>& storages) {
 
 t_status LibmtpSession::listFolder(std::uint32_t storage, t_track_id folder,
                                    std::vector<DeviceObject>& children) {
-  const PrintedLines lines;
   const Place place{storage, folder == 0 ? kRoot : folder};
-  const auto request = [&] { return list(place, children); };
-  t_status status = perform(place, request);
-  // libmtp silently leaves out a child that the device does not describe, and all remaining ones
-  // when the device becomes busy or is unplugged.
+  t_status status = perform(place, [&] { return list(place, children); });
+  // libmtp silently leaves out all remaining children when the device becomes busy or is unplugged.
   if (status == STATUS_OK) status = probe(place);
-  if (status == STATUS_OK && children.empty()) status = perform(place, request);
   if (status != STATUS_OK) children.clear();
   return status;
 }
@@ -173,7 +170,6 @@ bool LibmtpSession::list(const Place& place, std::vector<DeviceObject>& children
 }
 
 t_status LibmtpSession::readTags(const DeviceObject& track, DeviceTags& tags) {
-  const PrintedLines lines;
   tags = {};
   const auto type = static_cast<LIBMTP_filetype_t>(track.format);
   // A device without properties for a format answers with an error that looks like "busy".
@@ -197,7 +193,6 @@ bool LibmtpSession::readTagsOnce(t_track_id id, DeviceTags& tags, bool& hasTitle
 
 t_status LibmtpSession::readBytes(const DeviceObject& track, std::uint64_t offset,
                                   std::uint32_t length, std::string& bytes) {
-  const PrintedLines lines;
   bytes.clear();
   t_status status = STATUS_OK;
   if (readsParts) {
@@ -243,7 +238,6 @@ t_status LibmtpSession::fetchWhole(const DeviceObject& track) {
 }
 
 t_status LibmtpSession::listPlaylists(std::vector<DevicePlaylist>& playlists) {
-  const PrintedLines lines;
   const t_status status = perform({knownStorage, kRoot}, [&] {
     const libmtp::Playlists found(LIBMTP_Get_Playlist_List(device.get()));
     playlists.clear();
@@ -257,7 +251,6 @@ t_status LibmtpSession::listPlaylists(std::vector<DevicePlaylist>& playlists) {
 }
 
 t_status LibmtpSession::playlistMembers(t_track_id playlist, std::vector<t_track_id>& members) {
-  const PrintedLines lines;
   members.clear();
   const t_status status = perform({knownStorage, kRoot}, [&] {
     const libmtp::Playlists found(LIBMTP_Get_Playlist(device.get(), playlist));

@@ -100,8 +100,7 @@ TEST_F(LibmtpConnectionTest, NeedsFewOperations) {
   responder.clearCounters();
   const auto found = walk();
   ASSERT_THAT(found, SizeIs(kTracks));
-  const std::size_t fewest = folders + 3 * objects;
-  EXPECT_LE(responder.operations(), fewest + fewest / 10);
+  EXPECT_LE(responder.operations(), 5 * (folders + objects)) << "every folder is listed twice";
 
   responder.clearCounters();
   const auto song = track(found.begin()->second);
@@ -110,10 +109,47 @@ TEST_F(LibmtpConnectionTest, NeedsFewOperations) {
   EXPECT_EQ(song->trackNumber, 3);
   EXPECT_EQ(responder.operations(), 9U) << "each tag was read once";
 
-  responder.clearCounters();
-  EXPECT_EQ(walk(), found);
-  EXPECT_EQ(responder.calls()[ptp::kGetObjectInfo], 0U) << "it is known from before";
-  EXPECT_EQ(responder.calls()[ptp::kGetObjectPropValue], objects) << "their sizes only";
+  // A request that finds the songs of an earlier one.
+  std::vector<std::string> stored;
+  for (const auto& [path, id] : found) stored.push_back(path);
+  const auto walkAgain = [&] {
+    responder.clearCounters();
+    MtpUtils::expectSongs(handle, stored);
+    EXPECT_EQ(walk(), found);
+    return responder.calls();
+  };
+  auto calls = walkAgain();
+  EXPECT_EQ(calls[ptp::kGetObjectInfo], 0U) << "it is known from before";
+  EXPECT_EQ(calls[ptp::kGetObjectPropValue], objects) << "their sizes only";
+  device->unplug();
+  device->plugInAgain();
+  connect();
+  walkAgain();
+  const std::size_t fewest = folders + 3 * objects;
+  EXPECT_LE(responder.operations(), fewest + fewest / 10);
+}
+
+// libmtp leaves out an object that is not described, and tells nobody.
+TEST_F(LibmtpConnectionTest, AnObjectThatIsNotDescribedForAMomentIsNotLost) {
+  for (const char* path : {"/Music/A/one.mp3", "/Music/A/two.mp3", "/Music/B/C/three.mp3"}) {
+    media.addTrack(phone, path, {});
+  }
+  plugIn();
+  const auto before = walk();
+  std::vector<std::string> stored;
+  for (const auto& [path, id] : before) stored.push_back(path);
+  ASSERT_THAT(stored, SizeIs(3));
+  for (unsigned n = 0; n < media.objects.size(); ++n) {
+    for (const bool isStored : {false, true}) {
+      device->unplug();
+      device->plugInAgain();
+      connect();
+      device->responder.add(refuse(ptp::kGetObjectInfo, ptp::kDeviceBusy, 1).startingAfter(n));
+      if (isStored) MtpUtils::expectSongs(handle, stored);
+      EXPECT_EQ(walk(), before) << n;
+      device->responder.clearFaults();
+    }
+  }
 }
 
 TEST_F(LibmtpConnectionTest, ReadsTheTagsOfAFileFromFewBytes) {

@@ -1,14 +1,11 @@
 #include <gmock/gmock.h>
 #include <libusb-1.0/libusb.h>
 
-#include <cstdio>
 #include <map>
-#include <thread>
 
 #include "phones/DeviceBus.h"
 #include "tests/mtp/responder/Dataset.h"
 #include "tests/mtp/responder/StandInDevice.h"
-#include "tests/support/LogCapture.h"
 
 namespace orvel::test {
 namespace {
@@ -135,6 +132,9 @@ TEST_F(LibmtpSessionTest, ShowsADeviceAndItsContents) {
   EXPECT_THAT(found, IsEmpty());
 
   device->responder.setLocked(false);
+  device->responder.add(refuse(ptp::kGetStorageInfo, ptp::kAccessDenied));
+  EXPECT_EQ(walk(), STATUS_NOT_OK) << "not taken for locked";
+  device->responder.clearFaults();
   ASSERT_EQ(walk(), STATUS_OK);
   EXPECT_EQ(device->connectionsOpened, 2) << "one to see that it can be opened";
   std::vector<std::string> songs, others;
@@ -191,11 +191,6 @@ TEST_F(LibmtpSessionTest, LosesNothingWhileTheDeviceIsBusy) {
       device->responder.clearFaults();
     }
   }
-  // libmtp leaves such a child out without a note: the only one of its folder is not lost.
-  ASSERT_EQ(open(), STATUS_OK);
-  device->responder.add(refuse(ptp::kGetObjectInfo, ptp::kDeviceBusy, 1).about(plain));
-  EXPECT_EQ(walk(), STATUS_OK);
-  EXPECT_EQ(found.count("Card/three.mp3"), 1U);
 }
 
 TEST_F(LibmtpSessionTest, ReadsTagsOnlyWhereTheDeviceKeepsThem) {
@@ -319,32 +314,6 @@ TEST_F(LibmtpSessionTest, OutlivesAnswersOfWrongLength) {
       EXPECT_EQ(askEverything(), STATUS_OK) << std::hex << operation;
     }
   }
-}
-
-TEST_F(LibmtpSessionTest, KeepsTheLinesOfLibmtpOutOfTheHostsOutput) {
-  plugIn({.vendor = 0x1234,
-          .product = 0x5678,
-          .extensions = u"microsoft.com: 1.0; android.com: 1.0;"});
-  device->responder.add(keepSilent(ptp::kOpenSession));
-  const LogCapture log;
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  EXPECT_NE(open(), STATUS_OK);
-  device->plugInAgain();
-  device->responder.clearFaults();
-  device->holdTransfers();
-  std::jthread opening([&] { EXPECT_EQ(open(), STATUS_OK); });
-  ASSERT_TRUE(device->awaitHeldTransfer());
-  std::printf("meanwhile\n");
-  device->releaseTransfers();
-  opening.join();
-  std::printf("afterwards\n");
-  std::fflush(stdout);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "meanwhile\nafterwards\n");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_THAT(log.texts("libmtp: "),
-              testing::IsSupersetOf({HasSubstr("VID=1234"), HasSubstr("PANIC"),
-                                     HasSubstr("Android device detected")}));
 }
 
 }  // namespace

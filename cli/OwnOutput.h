@@ -1,0 +1,14 @@
+#pragma once
+
+namespace orvel::cli {
+
+/// The descriptor of standard error for the command's own texts.
+int errorDescriptor();
+
+/// Keeps libmtp's printing out of the output. libmtp prints lines about each device to standard
+/// output and complaints to standard error. From now on descriptors 1 and 2 lead nowhere, or both
+/// to standard error if `isShown`; std::cout, std::cerr and `errorDescriptor` still reach the
+/// original ones. Call it once, before other threads run.
+void divertLibmtp(bool isShown);
+
+}  // namespace orvel::cli
