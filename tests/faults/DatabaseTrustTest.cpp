@@ -131,7 +131,8 @@ TEST_F(DatabaseTrustTest, Truncated) {
   std::mt19937_64 random = seededRandom();
   for (const long page : spread(lastPage(), casesOf(6, lastPage()), random)) {
     const auto whole = static_cast<std::size_t>(page - 1) * kPageBytes;
-    for (const std::size_t size : {whole, whole + 1 + static_cast<std::size_t>(random() % (kPageBytes - 1))}) {
+    for (const std::size_t size :
+         {whole, whole + 1 + static_cast<std::size_t>(random() % (kPageBytes - 1))}) {
       run(std::to_string(size) + " bytes", [&] { fs::resize_file(database(), size); });
     }
   }

@@ -8,6 +8,7 @@
 #include "tests/faults/FailingVfs.h"
 #include "tests/faults/FaultStick.h"
 #include "tests/support/Effort.h"
+#include "tests/support/processStatus.h"
 #include "tests/support/waitUntil.h"
 
 namespace orvel::test {
@@ -113,7 +114,7 @@ class HangingDiskTest : public ChangedStick {
       failingVfs::release();
       EXPECT_TRUE(waitUntilEnded());
       const std::string told = progress().status;
-      renewController();  // the first request's threads end
+      EXPECT_TRUE(waitUntil([this] { return entriesOf(kThreads) == threads; }));
       if (told == "OK") {
         EXPECT_EQ(contentsOf(database()), after);
       }
@@ -124,6 +125,9 @@ class HangingDiskTest : public ChangedStick {
     EXPECT_EQ(contentsOf(database()), after);
     return count;
   }
+
+  static constexpr char kThreads[] = "/proc/self/task";
+  const long threads = entriesOf(kThreads);
 };
 
 TEST_F(HangingDiskTest, ASupersededRequestChangesNothingInAnyStep) {
