@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Limits.h"
@@ -48,11 +49,7 @@ class MSDWalk {
 
  private:
   /// Identifies a directory whichever path leads to it.
-  struct Identity {
-    dev_t device;
-    ino_t inode;
-    auto operator<=>(const Identity&) const = default;
-  };
+  using Identity = std::pair<dev_t, ino_t>;
 
   static Identity identityOf(const struct statx& status);
   bool listDirectory(std::size_t index);
