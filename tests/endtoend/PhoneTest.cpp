@@ -251,7 +251,7 @@ TEST_F(PhoneTest, TagsReadInIsolationAreThoseReadInProcessAndABadTrackCostsItsel
   indexPhone(phone.handle);
   setTagReading(TagReading::InProcess);
   EXPECT_EQ(contents(), inProcess);
-  EXPECT_THAT(log.texts("tag reader"), testing::SizeIs(1));
+  EXPECT_THAT(log.texts("for track: bad.mp3"), testing::SizeIs(1));
 }
 
 TEST_F(PhoneTest, AFullDatabaseTakesNoMoreSongs) {
