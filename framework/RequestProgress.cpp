@@ -18,7 +18,6 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::NotPrepared,
      "the database could not be prepared; does another program hold it, or is the disk full?"},
     {LeftUndone::Refused, "too many earlier requests still wait for devices that do not answer"},
-    {LeftUndone::EntryLimit, "the playlists have more entries than one run stores"},
     {LeftUndone::TooLarge, "the database had grown beyond its size limit and was deleted"},
     {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
 };

@@ -18,8 +18,7 @@ enum class LeftUndone : unsigned {
   ReaderLost = 1U << 7,       ///< the process that reads tags could not be started again
   NotPrepared = 1U << 9,      ///< the database could not be prepared for the request
   Refused = 1U << 8,          ///< too many earlier requests wait for devices that do not answer
-  EntryLimit = 1U << 10,      ///< the playlists have more entries than one request stores
-  TooLarge = 1U << 11,        ///< the database outgrew its limit and was deleted or emptied
+  TooLarge = 1U << 10,        ///< the database outgrew its limit and was deleted or emptied
 };
 
 /// The live counters of one request. Its stages write them, any thread may read them.

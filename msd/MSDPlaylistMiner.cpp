@@ -79,7 +79,11 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
       playlists = sendAhead(playlists);
       entriesInBlock = 0;
     }
-    if (isFull(entriesLeft, playlists->operation)) break;
+    if (isDatabaseFull(playlists->operation)) break;
+    if (entriesLeft == 0) {
+      ++progress->playlistsCut;
+      continue;
+    }
     wrapper->mostEntries = std::min(entriesLeft, kMostEntriesOfList);
     if (!mine(*file, wrapper, *playlists)) break;
     const std::size_t entries = playlists->items.back()->entries.size();
@@ -99,15 +103,11 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::sendAhead(
   return rest;
 }
 
-/// True when no further playlist can be stored, with work left undone.
-bool MSDPlaylistMiner::isFull(std::size_t entriesLeft, Operation& result) {
-  if (DatabaseMgr::instance().dbSizeHasReachLimit(result.deviceId)) {
-    OV_INFO("MSDPlaylistMiner SKIPPED db size limit reached (op: %d)", result.id);
-    leaveUndone(result, LeftUndone::SizeLimit);
-    return true;
-  }
-  if (entriesLeft > 0) return false;
-  leaveUndone(result, LeftUndone::EntryLimit);
+/// True, with work left undone, when no further playlist fits.
+bool MSDPlaylistMiner::isDatabaseFull(Operation& result) {
+  if (!DatabaseMgr::instance().dbSizeHasReachLimit(result.deviceId)) return false;
+  OV_INFO("MSDPlaylistMiner SKIPPED db size limit reached (op: %d)", result.id);
+  leaveUndone(result, LeftUndone::SizeLimit);
   return true;
 }
 

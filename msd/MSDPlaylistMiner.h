@@ -13,7 +13,7 @@ namespace orvel {
 /// Reads new and changed playlist files. Schedules each parse on the host's GLib main loop (the
 /// default context) and waits for it; a stop ends the wait. Reads each file itself beforehand, so
 /// that a slow or broken device blocks the stage and not the host. Keeps at most 100000 entries of
-/// one list and 500000 of a request.
+/// one list and 500000 of a request; the lists that are cut are counted.
 class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
  public:
   explicit MSDPlaylistMiner(
@@ -24,7 +24,7 @@ class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
 
  private:
   sink_block_type_ptr sendAhead(const sink_block_type_ptr& playlists);
-  bool isFull(std::size_t entriesLeft, Operation& result);
+  bool isDatabaseFull(Operation& result);
   bool mine(const FileInfo& file, const std::shared_ptr<PlaylistWrapper>& wrapper,
             Block<Playlist*>& playlists);
   bool parse(const FileInfo& file, std::unique_ptr<Playlist>& playlist,

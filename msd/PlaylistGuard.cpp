@@ -17,14 +17,15 @@ namespace orvel {
 
 namespace {
 
-// What the parser needs for the largest lists: 2.5 s and 170 MB.
+// The largest lists take the parser 2.5 s and 170 MB.
 constexpr off_t kMostBytes = off_t{32} << 20;
 constexpr std::ptrdiff_t kMostParts = 1000000;
 
 /// The parser's XML reader recurses for each attribute of an element when it frees the element.
 constexpr std::ptrdiff_t kMostAttributes = 250000;
 
-/// Of characters that are looked at, once for each character of the same name: about half a second.
+/// The parser looks at a whole name once for each of its characters. This many looks take half a
+/// second.
 constexpr std::size_t kMostNameSteps = 100000000;
 
 /// Reads the whole file, or its beginning when the device fails.

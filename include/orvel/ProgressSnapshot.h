@@ -24,7 +24,8 @@ struct ProgressSnapshot {
     unsigned found = 0;
     unsigned stored = 0;   ///< read, and written to the database
     unsigned refused = 0;  ///< unreadable, or no playlist: without entries in the database
-    unsigned cut = 0;      ///< with more entries than are stored of one playlist, 100000
+    unsigned cut = 0;      ///< with more entries than are stored: beyond 100000 of one playlist or
+                           ///< 500000 of the request
   } playlists;
   struct Directories {
     unsigned found = 0;

@@ -103,8 +103,8 @@ TEST_F(PlaylistMiner, BoundsTheEntriesOfAListAndOfARequest) {
     EXPECT_EQ(block->items[0]->entries.size(), 100000U);
     EXPECT_FALSE(block->operation.last);
   }
-  EXPECT_TRUE(rest->items.empty() && rest->operation.last && rest->operation.skipped);
-  EXPECT_EQ(miner.progress->snapshot().playlists.cut, 5U);
+  EXPECT_TRUE(rest->items.empty() && rest->operation.last && !rest->operation.skipped);
+  EXPECT_EQ(miner.progress->snapshot().playlists.cut, 6U);
 }
 
 }  // namespace
