@@ -2,16 +2,15 @@
 
 #include <glib.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
-#include <cerrno>
 #include <string_view>
 #include <unordered_set>
 
 #include "base/Descriptor.h"
+#include "base/readAt.h"
 
 namespace orvel {
 
@@ -31,15 +30,8 @@ constexpr std::size_t kMostNameSteps = 100000000;
 /// Reads the whole file, or its beginning when the device fails.
 std::string contentOf(const Descriptor& file, off_t size) {
   std::string text(static_cast<std::size_t>(size), '\0');
-  std::size_t filled = 0;
-  while (filled < text.size()) {
-    const ssize_t got =
-        pread(file.get(), &text[filled], text.size() - filled, static_cast<off_t>(filled));
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
-    filled += static_cast<std::size_t>(got);
-  }
-  text.resize(filled);
+  int error = 0;  // the miner reads the file itself and reports it
+  text.resize(readAt(file.get(), text.data(), text.size(), 0, error));
   return text;
 }
 

@@ -1,9 +1,8 @@
 #include "tags/AudioStream.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <utility>
+
+#include "base/readAt.h"
 
 namespace orvel {
 
@@ -15,16 +14,11 @@ AudioStream::AudioStream(AudioFile audioFile, std::string streamName, std::stop_
 }
 
 long AudioStream::readAt(long start, char* target, long length) {
-  long filled = 0;
-  while (filled < length) {
-    const ssize_t got = pread(file.descriptor.get(), target + filled,
-                              static_cast<std::size_t>(length - filled), start + filled);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) noteReadError();
-    if (got <= 0) break;
-    filled += got;
-  }
-  return filled;
+  int error = 0;
+  const std::size_t filled =
+      orvel::readAt(file.descriptor.get(), target, static_cast<std::size_t>(length), start, error);
+  if (error != 0) noteReadError();
+  return static_cast<long>(filled);
 }
 
 }  // namespace orvel

@@ -177,7 +177,7 @@ TEST_F(BoundsTest, ARequestBeyondTheOnesThatHangIsRefusedWithItsReason) {
       [&] {
         start("dev1", stick);
         EXPECT_TRUE(waitUntil([&] { return device->hasFailed(); }));
-        // One that has not reached the device yet ends in time and is not left behind.
+        // A request that has not reached the device yet ends in time: it does not count as hanging.
         for (int i = 0; i < 60 && progress().phase != RequestPhase::Failed; ++i) {
           start("dev1", stick);
           std::this_thread::sleep_for(20ms);

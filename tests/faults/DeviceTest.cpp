@@ -115,7 +115,7 @@ TEST_F(DeviceTest, FilesThatShrinkWhileTheyAreRead) {
   }
 }
 
-/// The first request is left behind in the walk or with a song in its hands.
+/// The device stops the first request in its walk or while it reads a song; the second replaces it.
 TEST_F(DeviceTest, SupersedingWhileTheDeviceHangsEndsInTheContentsOfAFreshRun) {
   std::mt19937_64 random = seededRandom();
   learn();

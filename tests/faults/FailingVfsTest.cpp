@@ -97,7 +97,7 @@ TEST_P(FailingVfsTest, EndsWithoutALieAndTheNextRunCompletes) {
   std::printf("%ld cases\n", cases);
 }
 
-/// The request while the disk hangs: it is superseded and left behind.
+/// The disk hangs during the request, and a second request supersedes it.
 class HangingDiskTest : public ChangedStick {
  protected:
   /// @param hanging  how long the disk still hangs when the second request was made
