@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MPL-2.0
 
-set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_tag_isolation orvel_sqlite orvel_db
+set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_tag_isolation
+    orvel_worker_protocol orvel_isolation orvel_sqlite orvel_db
     orvel_framework orvel_phones orvel_msd orvel_mtp orvel_orchestration orvel_qt)
 
 # For the shared library; tests link the implementation that they need.

@@ -1,8 +1,10 @@
 #include "tags/TagMessages.h"
 
 #include <cstring>
-#include <type_traits>
 #include <utility>
+
+#include "isolation/MessageParser.h"
+#include "isolation/MessageWriter.h"
 
 namespace orvel::tagMessages {
 
@@ -12,70 +14,23 @@ constexpr char kQuestion = 'Q';
 constexpr auto kThrown = static_cast<std::uint8_t>(0xFF);
 constexpr auto kLastOutcome = static_cast<std::uint8_t>(TagResult::Outcome::DeviceFailed);
 
-class Writer {
- public:
-  template <class Number>
-  void number(Number value) {
-    static_assert(std::is_arithmetic_v<Number>);
-    message.append(reinterpret_cast<const char*>(&value), sizeof value);
+/// Writes the text's 16-bit units, which need not be well-formed.
+void write(MessageWriter& writer, const TagLib::String& text) {
+  writer.number(static_cast<std::uint32_t>(text.size()));
+  for (const wchar_t unit : text) writer.number(static_cast<std::uint16_t>(unit));
+}
+
+TagLib::String parseText(MessageParser& parser) {
+  const std::size_t units = parser.number<std::uint32_t>();
+  const std::string_view taken = parser.take(units * sizeof(std::uint16_t));
+  std::wstring wide(taken.size() / sizeof(std::uint16_t), L'\0');
+  for (std::size_t i = 0; i < wide.size(); ++i) {
+    std::uint16_t unit = 0;
+    std::memcpy(&unit, taken.data() + i * sizeof unit, sizeof unit);
+    wide[i] = unit;
   }
-
-  void bytes(std::string_view text) {
-    number(static_cast<std::uint32_t>(text.size()));
-    message.append(text);
-  }
-
-  /// Writes the text's 16-bit units, which need not be well-formed.
-  void text(const TagLib::String& text) {
-    number(static_cast<std::uint32_t>(text.size()));
-    for (const wchar_t unit : text) number(static_cast<std::uint16_t>(unit));
-  }
-
-  std::string message;
-};
-
-/// Takes values off a message. Returns empty values from the first missing one on.
-class Parser {
- public:
-  explicit Parser(std::string_view message) : rest(message) {}
-
-  template <class Number>
-  Number number() {
-    Number value{};
-    const std::string_view taken = take(sizeof value);
-    if (!taken.empty()) std::memcpy(&value, taken.data(), sizeof value);
-    return value;
-  }
-
-  std::string bytes() { return std::string(take(number<std::uint32_t>())); }
-
-  TagLib::String text() {
-    const std::size_t units = number<std::uint32_t>();
-    const std::string_view taken = take(units * sizeof(std::uint16_t));
-    std::wstring wide(taken.size() / sizeof(std::uint16_t), L'\0');
-    for (std::size_t i = 0; i < wide.size(); ++i) {
-      std::uint16_t unit = 0;
-      std::memcpy(&unit, taken.data() + i * sizeof unit, sizeof unit);
-      wide[i] = unit;
-    }
-    return wide;
-  }
-
-  /// True when every value was there and no byte is left.
-  [[nodiscard]] bool isDone() const { return !failed && rest.empty(); }
-
- private:
-  std::string_view take(std::size_t count) {
-    failed = failed || count > rest.size();
-    if (failed) return {};
-    const std::string_view taken = rest.substr(0, count);
-    rest.remove_prefix(count);
-    return taken;
-  }
-
-  std::string_view rest;
-  bool failed = false;
-};
+  return wide;
+}
 
 /// Applies `action` to every text of `values`, in the same order for both directions.
 template <class Values, class Action>
@@ -87,13 +42,6 @@ void forEachText(Values& values, Action action) {
   for (auto& text : values.sort) action(text);
 }
 
-/// Fills in the length that was left blank at the beginning.
-std::string withLength(std::string message) {
-  const auto length = static_cast<ResultLength>(message.size() - sizeof(ResultLength));
-  std::memcpy(message.data(), &length, sizeof length);
-  return message;
-}
-
 }  // namespace
 
 std::string nameEndingOf(const std::string& path) {
@@ -103,7 +51,7 @@ std::string nameEndingOf(const std::string& path) {
 }
 
 std::string encodeRequests(const std::vector<FileRequest>& files) {
-  Writer writer;
+  MessageWriter writer;
   writer.number(static_cast<std::uint32_t>(files.size()));
   for (const FileRequest& file : files) {
     writer.number(file.id);
@@ -115,40 +63,22 @@ std::string encodeRequests(const std::vector<FileRequest>& files) {
 }
 
 std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message) {
-  Parser parser(message);
+  MessageParser parser(message);
   const std::size_t count = parser.number<std::uint32_t>();
   if (count > kMostFiles) return std::nullopt;
   std::vector<FileRequest> files(count);
   for (FileRequest& file : files) {
     file.id = parser.number<std::uint32_t>();
     file.bytes = parser.number<std::int64_t>();
-    file.ending = parser.bytes();
+    file.ending = std::string(parser.bytes());
     file.isAskedFor = parser.number<std::uint8_t>() != 0;
   }
   if (!parser.isDone()) return std::nullopt;
   return files;
 }
 
-std::string encodeGreeting(Confinement confinement) {
-  Writer writer;
-  writer.number(kVersion);
-  writer.number(confinement.systemCalls);
-  writer.number(confinement.files);
-  return std::move(writer.message);
-}
-
-std::optional<Confinement> decodeGreeting(std::string_view message) {
-  Parser parser(message);
-  const bool isVersion = parser.number<std::uint32_t>() == kVersion;
-  Confinement confinement;
-  confinement.systemCalls = parser.number<std::uint8_t>() != 0;
-  confinement.files = parser.number<std::uint8_t>() != 0;
-  if (!isVersion || !parser.isDone()) return std::nullopt;
-  return confinement;
-}
-
 std::string encodeQuestion(const ByteRange& range) {
-  Writer writer;
+  MessageWriter writer;
   writer.number(kQuestion);
   writer.number(range.start);
   writer.number(range.length);
@@ -156,7 +86,7 @@ std::string encodeQuestion(const ByteRange& range) {
 }
 
 std::optional<ByteRange> decodeQuestion(std::string_view message) {
-  Parser parser(message);
+  MessageParser parser(message);
   const bool isQuestion = parser.number<char>() == kQuestion;
   const auto start = parser.number<std::int64_t>();
   const auto length = parser.number<std::int64_t>();
@@ -166,50 +96,48 @@ std::optional<ByteRange> decodeQuestion(std::string_view message) {
 }
 
 std::string encodeAnswer(std::int64_t count) {
-  Writer writer;
+  MessageWriter writer;
   writer.number(count);
   return std::move(writer.message);
 }
 
 std::optional<std::int64_t> decodeAnswer(std::string_view message) {
-  Parser parser(message);
+  MessageParser parser(message);
   const auto count = parser.number<std::int64_t>();
   if (!parser.isDone()) return std::nullopt;
   return count;
 }
 
 std::string encodeResult(std::uint32_t id, const TagResult& result) {
-  Writer writer;
-  writer.number(ResultLength{0});
+  MessageWriter writer;
   writer.number(id);
   writer.number(static_cast<std::uint8_t>(result.outcome));
   writer.number(std::uint32_t{result.values.track});
   writer.number(std::int32_t{result.values.disc});
-  forEachText(result.values, [&](const TagLib::String& text) { writer.text(text); });
-  return withLength(std::move(writer.message));
+  forEachText(result.values, [&](const TagLib::String& text) { write(writer, text); });
+  return std::move(writer.message);
 }
 
 std::string encodeError(std::uint32_t id, std::string_view error) {
-  Writer writer;
-  writer.number(ResultLength{0});
+  MessageWriter writer;
   writer.number(id);
   writer.number(kThrown);
   writer.bytes(error);
-  return withLength(std::move(writer.message));
+  return std::move(writer.message);
 }
 
 std::optional<Result> decodeResult(std::string_view message) {
-  Parser parser(message);
+  MessageParser parser(message);
   Result decoded;
   decoded.id = parser.number<std::uint32_t>();
   const auto outcome = parser.number<std::uint8_t>();
   if (outcome == kThrown) {
-    decoded.error = parser.bytes();
+    decoded.error = std::string(parser.bytes());
   } else if (outcome <= kLastOutcome) {
     decoded.result.outcome = static_cast<TagResult::Outcome>(outcome);
     decoded.result.values.track = parser.number<std::uint32_t>();
     decoded.result.values.disc = parser.number<std::int32_t>();
-    forEachText(decoded.result.values, [&](TagLib::String& text) { text = parser.text(); });
+    forEachText(decoded.result.values, [&](TagLib::String& text) { text = parseText(parser); });
   }
   if (!parser.isDone()) return std::nullopt;
   return decoded;

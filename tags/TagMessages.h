@@ -7,40 +7,24 @@
 #include <string_view>
 #include <vector>
 
+#include "isolation/WorkerProtocol.h"
 #include "tags/TagResult.h"
 
-/// The messages between the library and a worker, the process `orvel-tag-reader`. Both run on one
-/// machine, so numbers are in its byte order.
+/// The messages between the library and the worker that reads tags, the process `orvel-tag-reader`.
 ///
-/// A socket that keeps messages apart carries the greeting, then requests to the worker and
-/// `kRequestDone` back for each that is finished; for a file without a descriptor also questions
-/// about its bytes and their answers. A pipe carries each result as soon as it is ready: the
-/// library knows at which file a worker ended, yet need not wake up for every file.
+/// After the greeting the socket carries requests to the worker and `kRequestDone` back for each
+/// that is finished; for a file without a descriptor also questions about its bytes and their
+/// answers. The pipe carries each result as soon as it is ready: the library knows at which file a
+/// worker ended, yet need not wake up for every file.
 namespace orvel::tagMessages {
 
-/// Descriptors in the worker.
-constexpr int kControlSocket = 3;
-constexpr int kResultPipe = 4;
-/// Bump whenever a message format changes; library and worker may be from different builds.
-constexpr std::uint32_t kVersion = 2;
 /// Largest number of files in one request.
-constexpr std::size_t kMostFiles = 16;
-/// Largest size of a message on the socket.
-constexpr std::size_t kMostMessageBytes = 4096;
+constexpr std::size_t kMostFiles = workerProtocol::kMostDescriptors;
 /// Largest size of a result with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{32} << 20;
 /// Largest number of bytes that a question may ask for, equal to the budget of a whole file.
 constexpr std::int64_t kMostAskedBytes = 32LL << 20;
 constexpr char kRequestDone = 'D';
-
-/// Exit statuses of a worker.
-enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
-
-/// The confinement of a worker beside its limits.
-struct Confinement {
-  bool systemCalls = false;  ///< only the system calls that reading needs
-  bool files = false;        ///< no access to any file by name
-};
 
 /// One file of a request.
 struct FileRequest {
@@ -67,23 +51,17 @@ struct Result {
 std::string nameEndingOf(const std::string& path);
 
 std::string encodeRequests(const std::vector<FileRequest>& files);
-std::string encodeGreeting(Confinement confinement);
 std::string encodeQuestion(const ByteRange& range);
 /// @param count  number of bytes in the file whose descriptor is sent along; negative after an
 ///               error
 std::string encodeAnswer(std::int64_t count);
-/// Precedes each result in the pipe.
-using ResultLength = std::uint32_t;
-/// Includes the length.
 std::string encodeResult(std::uint32_t id, const TagResult& result);
 std::string encodeError(std::uint32_t id, std::string_view error);
 
 // Each decoder returns nothing for a malformed message: a file may have taken the worker over.
 std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message);
-std::optional<Confinement> decodeGreeting(std::string_view message);
 std::optional<ByteRange> decodeQuestion(std::string_view message);
 std::optional<std::int64_t> decodeAnswer(std::string_view message);
-/// @param message  without the length
 std::optional<Result> decodeResult(std::string_view message);
 
 }  // namespace orvel::tagMessages

@@ -11,7 +11,8 @@ import re
 import subprocess
 import sys
 
-LAYERS = [["include/orvel"], ["base"], ["text", "db/sqlite"], ["text/tables", "tags", "db"],
+LAYERS = [["include/orvel"], ["base"], ["text", "db/sqlite", "isolation"],
+          ["text/tables", "isolation/worker", "tags", "db"],
           ["tags/isolation", "tags/reader", "framework", "phones"],
           ["phones/libmtp", "phones/scripted", "msd", "mtp"], ["orchestration"], ["qt"], ["cli"]]
 RANK = {folder: rank for rank, layer in enumerate(LAYERS) for folder in layer}

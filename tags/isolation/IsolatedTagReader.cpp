@@ -173,7 +173,7 @@ void IsolatedTagReader::startWorker() {
   if (!stopped.stop_requested()) startFailed(reason);
 }
 
-void IsolatedTagReader::workerStarted(tagMessages::Confinement confinement) {
+void IsolatedTagReader::workerStarted(workerProtocol::Confinement confinement) {
   if (state == State::Untried && !confinement.systemCalls) {
     OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
   }

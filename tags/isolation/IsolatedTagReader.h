@@ -80,7 +80,7 @@ class IsolatedTagReader : public TagReader {
 
   bool ensureRunning();
   void startWorker();
-  void workerStarted(tagMessages::Confinement confinement);
+  void workerStarted(workerProtocol::Confinement confinement);
   void startFailed(const std::string& reason);
   Outcome blameFile(const std::string& path);
   void dropWorker();

@@ -43,7 +43,7 @@ WorkerConnection::WorkerConnection(std::stop_token token, const std::string& pro
 WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
                                    Channels channels)
     : control(std::move(channels.control)),
-      results(std::move(channels.results)),
+      results(std::move(channels.results), tagMessages::kMostResultBytes),
       process(program, {channels.workersControl.get(), channels.workersResults.get()}),
       stopped(std::move(token)),
       onStop(stopped, Shutdown{control.get()}) {}
@@ -56,13 +56,13 @@ WorkerConnection::Sent WorkerConnection::send(const std::vector<tagMessages::Fil
   return errno == EPIPE || errno == ECONNRESET ? Sent::Yes : Sent::Never;
 }
 
-std::optional<tagMessages::Confinement> WorkerConnection::receiveGreeting(WaitBudget budget) {
+std::optional<workerProtocol::Confinement> WorkerConnection::receiveGreeting(WaitBudget budget) {
   pollfd watched{control.get(), POLLIN, 0};
   while (watched.revents == 0 && !budget.isSpent()) budget.wait(&watched, 1);
   const auto message = control.receive();
   if (!message) fault = kTooLate;
   if (!message || message->empty()) return std::nullopt;
-  const auto confinement = tagMessages::decodeGreeting(*message);
+  const auto confinement = workerProtocol::decodeGreeting(*message);
   if (!confinement) fault = "comes from another build";
   return confinement;
 }

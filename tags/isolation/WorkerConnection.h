@@ -11,12 +11,12 @@
 #include <vector>
 
 #include "base/Descriptor.h"
+#include "isolation/ChildProcess.h"
+#include "isolation/ControlSocket.h"
+#include "isolation/ResultPipe.h"
+#include "isolation/WaitBudget.h"
 #include "tags/TagMessages.h"
 #include "tags/TagStream.h"
-#include "tags/isolation/ChildProcess.h"
-#include "tags/isolation/ControlSocket.h"
-#include "tags/isolation/ResultPipe.h"
-#include "tags/isolation/WaitBudget.h"
 
 namespace orvel {
 
@@ -49,7 +49,7 @@ class WorkerConnection {
 
   /// Waits for the greeting. Returns nothing when the process ended, timed out or comes from
   /// another build.
-  std::optional<tagMessages::Confinement> receiveGreeting(WaitBudget budget);
+  std::optional<workerProtocol::Confinement> receiveGreeting(WaitBudget budget);
 
   /// Waits for the result of the file with this id, which must be the oldest one sent and
   /// unanswered. Returns nothing when the worker ended, sent anything else, or the budget is spent;

@@ -1,14 +1,8 @@
 #include "tags/reader/serveTags.h"
 
-#include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -16,80 +10,22 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
+#include "isolation/worker/Confinement.h"
+#include "isolation/worker/LibraryConnection.h"
 #include "tags/AudioStream.h"
 #include "tags/TagMessages.h"
-#include "tags/reader/Confinement.h"
 
 namespace orvel {
 
 namespace {
 
 using namespace tagMessages;
+using namespace workerProtocol;
+using libraryConnection::Message;
 
 /// Less than the library's limit, so that a slow device still yields the part read in time.
 constexpr std::chrono::milliseconds kReadTime{4000};
-
-/// A message from the library.
-struct Message {
-  std::string text;
-  std::vector<Descriptor> descriptors;
-};
-
-bool isStartedByLibrary() {
-  struct stat status {};
-  return fstat(kControlSocket, &status) == 0 && S_ISSOCK(status.st_mode);
-}
-
-std::vector<Descriptor> takeDescriptors(msghdr& message) {
-  std::vector<Descriptor> taken;
-  for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr;
-       header = CMSG_NXTHDR(&message, header)) {
-    const std::size_t bytes = header->cmsg_len - CMSG_LEN(0);
-    std::vector<int> numbers(bytes / sizeof(int));
-    std::memcpy(numbers.data(), CMSG_DATA(header), numbers.size() * sizeof(int));
-    for (const int number : numbers) taken.emplace_back(number);
-  }
-  return taken;
-}
-
-/// Waits for a message; returns nothing when the library is gone.
-std::optional<Message> receiveMessage() {
-  std::array<char, kMostMessageBytes> text;
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(kMostFiles * sizeof(int))> rights{};
-  iovec part{text.data(), text.size()};
-  msghdr message{};
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  message.msg_control = rights.data();
-  message.msg_controllen = rights.size();
-  ssize_t got = -1;
-  do {
-    got = recvmsg(kControlSocket, &message, MSG_CMSG_CLOEXEC);
-  } while (got < 0 && errno == EINTR);
-  if (got <= 0) return std::nullopt;
-  return Message{{text.data(), static_cast<std::size_t>(got)}, takeDescriptors(message)};
-}
-
-/// Returns false when the library is gone.
-bool sendMessage(std::string_view text) {
-  iovec part{const_cast<char*>(text.data()), text.size()};
-  msghdr message{};
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  return sendmsg(kControlSocket, &message, MSG_NOSIGNAL) >= 0;
-}
-
-/// Returns false when the library is gone.
-bool writeResult(std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(kResultPipe, text.data(), text.size());
-    if (written < 0 && errno != EINTR) return false;
-    text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-  }
-  return true;
-}
 
 /// A file that only the library can read: asks it for every part.
 class AskedStream : public TagStream {
@@ -102,7 +38,9 @@ class AskedStream : public TagStream {
 
   long readAt(long start, char* target, long length) override {
     const ByteRange range{start, std::min<std::int64_t>(length, kMostAskedBytes)};
-    const auto answer = sendMessage(encodeQuestion(range)) ? receiveMessage() : std::nullopt;
+    const auto answer = libraryConnection::send(encodeQuestion(range))
+                            ? libraryConnection::receive()
+                            : std::nullopt;
     const auto count = answer ? decodeAnswer(answer->text) : std::nullopt;
     if (!count) _exit(NoConnection);
     if (*count < 0) noteReadError();
@@ -138,22 +76,22 @@ bool serve(Message request, ReadTags read) {
   for (const FileRequest& file : *files) {
     const bool hasDescriptor = !file.isAskedFor && next != request.descriptors.end();
     Descriptor descriptor = hasDescriptor ? std::move(*next++) : Descriptor();
-    if (!writeResult(resultOf(file, std::move(descriptor), read))) return false;
+    if (!libraryConnection::writeResult(resultOf(file, std::move(descriptor), read))) return false;
   }
-  return sendMessage({&kRequestDone, 1});
+  return libraryConnection::send({&kRequestDone, 1});
 }
 
 }  // namespace
 
 int serveTags(ReadTags read) {
-  if (!isStartedByLibrary()) {
+  if (!libraryConnection::exists()) {
     std::cerr << "orvel-tag-reader is started by Orvel itself and of no use by hand.\n";
     return NotStartedByLibrary;
   }
   // Out of memory, end at once: a fresh worker starts with all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
-  if (!sendMessage(encodeGreeting(confineProcess()))) return NoConnection;
-  while (auto request = receiveMessage()) {
+  if (!libraryConnection::send(encodeGreeting(confineProcess()))) return NoConnection;
+  while (auto request = libraryConnection::receive()) {
     if (!serve(std::move(*request), read)) return NoConnection;
   }
   return Done;

@@ -34,7 +34,7 @@ void bloat() {
 }
 
 void answerWith(const std::string& bytes) {
-  if (write(orvel::tagMessages::kResultPipe, bytes.data(), bytes.size()) > 0) hang();
+  if (write(orvel::workerProtocol::kResultPipe, bytes.data(), bytes.size()) > 0) hang();
 }
 
 /// Asks for all that there is, again and again, without taking an answer.
@@ -45,7 +45,7 @@ void ask() {
   msghdr message{};
   message.msg_iov = &part;
   message.msg_iovlen = 1;
-  while (true) sendmsg(orvel::tagMessages::kControlSocket, &message, MSG_NOSIGNAL);
+  while (true) sendmsg(orvel::workerProtocol::kControlSocket, &message, MSG_NOSIGNAL);
 }
 
 /// The actions of a parser that a file has taken over: the file begins with "!" and one of these.
@@ -61,8 +61,8 @@ const std::map<std::string, void (*)()> kDeeds = {
     {"ask", ask},
     {"deaf",
      [] {
-       close(orvel::tagMessages::kControlSocket);
-       close(orvel::tagMessages::kResultPipe);
+       close(orvel::workerProtocol::kControlSocket);
+       close(orvel::workerProtocol::kResultPipe);
        hang();
      }},
     {"socket", [] { socket(AF_INET, SOCK_STREAM, 0); }},

@@ -1,4 +1,4 @@
-#include "tags/reader/SystemCallFilter.h"
+#include "isolation/worker/SystemCallFilter.h"
 
 #include <linux/audit.h>
 #include <linux/filter.h>

@@ -1,4 +1,4 @@
-#include "tags/reader/Confinement.h"
+#include "isolation/worker/Confinement.h"
 
 #include <fcntl.h>
 #include <linux/landlock.h>
@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "base/Descriptor.h"
-#include "tags/reader/SystemCallFilter.h"
+#include "isolation/worker/SystemCallFilter.h"
 
 namespace orvel {
 
@@ -25,7 +25,7 @@ constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 /// For all files together; the library then starts a fresh worker. It times each file itself.
 constexpr rlim_t kProcessorSeconds = 60;
 /// The standard ones, the channels, one request's files and a few to spare.
-constexpr rlim_t kDescriptors = 8 + tagMessages::kMostFiles;
+constexpr rlim_t kDescriptors = 8 + workerProtocol::kMostDescriptors;
 
 template <class Resource>
 void limit(Resource resource, rlim_t soft, rlim_t hard) {
@@ -78,13 +78,13 @@ bool denyFiles() {
 
 }  // namespace
 
-tagMessages::Confinement confineProcess() {
+workerProtocol::Confinement confineProcess() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   ignoreSignals();
   volunteerForOutOfMemory();
   setLimits();
   prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-  tagMessages::Confinement confinement;
+  workerProtocol::Confinement confinement;
   confinement.files = denyFiles();
   confinement.systemCalls = allowOnlyReading();
   return confinement;

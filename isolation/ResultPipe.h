@@ -14,8 +14,10 @@ namespace orvel {
 /// never waits.
 class ResultPipe {
  public:
-  /// @param libraryEnd  must not block
-  explicit ResultPipe(Descriptor libraryEnd) : end(std::move(libraryEnd)) {}
+  /// @param libraryEnd       must not block
+  /// @param mostResultBytes  largest size of a result
+  ResultPipe(Descriptor libraryEnd, std::size_t mostResultBytes)
+      : end(std::move(libraryEnd)), mostBytes(mostResultBytes) {}
 
   [[nodiscard]] int get() const { return end.get(); }
 
@@ -35,6 +37,7 @@ class ResultPipe {
 
  private:
   Descriptor end;
+  const std::size_t mostBytes;
   std::string received;
   std::size_t taken = 0;  ///< bytes at the beginning of `received` that `take` has returned
   bool open = true;

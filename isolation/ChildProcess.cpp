@@ -1,4 +1,4 @@
-#include "tags/isolation/ChildProcess.h"
+#include "isolation/ChildProcess.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,4 +1,4 @@
-#include "tags/isolation/ControlSocket.h"
+#include "isolation/ControlSocket.h"
 
 #include <sys/socket.h>
 
@@ -7,14 +7,15 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tags/TagMessages.h"
+#include "isolation/WorkerProtocol.h"
 
 namespace orvel {
 
 bool ControlSocket::send(std::string text, std::span<const int> descriptors) const {
-  assert(descriptors.size() <= tagMessages::kMostFiles);
+  assert(descriptors.size() <= workerProtocol::kMostDescriptors);
   iovec part{text.data(), text.size()};
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(tagMessages::kMostFiles * sizeof(int))> rights{};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(workerProtocol::kMostDescriptors * sizeof(int))>
+      rights{};
   msghdr message{};
   message.msg_iov = &part;
   message.msg_iovlen = 1;
@@ -32,7 +33,7 @@ bool ControlSocket::send(std::string text, std::span<const int> descriptors) con
 }
 
 std::optional<std::string> ControlSocket::receive() const {
-  std::array<char, tagMessages::kMostMessageBytes> message;
+  std::array<char, workerProtocol::kMostMessageBytes> message;
   ssize_t got = -1;
   do {
     got = recv(end.get(), message.data(), message.size(), MSG_DONTWAIT);

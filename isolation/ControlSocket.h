@@ -17,8 +17,8 @@ class ControlSocket {
 
   [[nodiscard]] int get() const { return end.get(); }
 
-  /// Sends one message with at most `tagMessages::kMostFiles` descriptors. On failure returns false
-  /// and sets errno.
+  /// Sends one message with at most `workerProtocol::kMostDescriptors` descriptors. On failure
+  /// returns false and sets errno.
   [[nodiscard]] bool send(std::string text, std::span<const int> descriptors) const;
 
   /// Takes the next message: an empty one when the worker has closed its end, nothing when none has

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "tags/TagMessages.h"
+#include "isolation/WorkerProtocol.h"
 
 namespace orvel {
 
 /// Binds this process to its parent's life and confines it to reading the files that it receives:
 /// limits on memory, processor time, files and descriptors; no new privileges; no file by name; no
 /// other system call. Returns the parts that the kernel granted.
-tagMessages::Confinement confineProcess();
+workerProtocol::Confinement confineProcess();
 
 }  // namespace orvel

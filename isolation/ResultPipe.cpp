@@ -1,4 +1,4 @@
-#include "tags/isolation/ResultPipe.h"
+#include "isolation/ResultPipe.h"
 
 #include <unistd.h>
 
@@ -6,16 +6,16 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tags/TagMessages.h"
+#include "isolation/WorkerProtocol.h"
 
 namespace orvel {
 
 std::optional<std::string_view> ResultPipe::take() {
-  tagMessages::ResultLength length = 0;
+  workerProtocol::ResultLength length = 0;
   const std::string_view rest = std::string_view(received).substr(taken);
   if (rest.size() < sizeof length) return std::nullopt;
   std::memcpy(&length, rest.data(), sizeof length);
-  broken = broken || length > tagMessages::kMostResultBytes;
+  broken = broken || length > mostBytes;
   if (broken || rest.size() - sizeof length < length) return std::nullopt;
   taken += sizeof length + length;
   return rest.substr(sizeof length, length);

@@ -1,0 +1,34 @@
+#include "isolation/WorkerProtocol.h"
+
+#include <utility>
+
+#include "isolation/MessageParser.h"
+#include "isolation/MessageWriter.h"
+
+namespace orvel::workerProtocol {
+
+std::string encodeGreeting(Confinement confinement) {
+  MessageWriter writer;
+  writer.number(kVersion);
+  writer.number(confinement.systemCalls);
+  writer.number(confinement.files);
+  return std::move(writer.message);
+}
+
+std::optional<Confinement> decodeGreeting(std::string_view message) {
+  MessageParser parser(message);
+  const bool isVersion = parser.number<std::uint32_t>() == kVersion;
+  Confinement confinement;
+  confinement.systemCalls = parser.number<std::uint8_t>() != 0;
+  confinement.files = parser.number<std::uint8_t>() != 0;
+  if (!isVersion || !parser.isDone()) return std::nullopt;
+  return confinement;
+}
+
+std::string withLength(std::string_view result) {
+  MessageWriter writer;
+  writer.bytes(result);
+  return std::move(writer.message);
+}
+
+}  // namespace orvel::workerProtocol

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The part of the messages between the library and its workers that all workers share. A worker is
+/// a confined process that parses files for the library. Both run on one machine, so numbers are in
+/// its byte order.
+///
+/// A socket that keeps messages apart carries the worker's greeting first, then requests to the
+/// worker. A pipe carries the results, each preceded by its length.
+namespace orvel::workerProtocol {
+
+/// Descriptors in the worker.
+constexpr int kControlSocket = 3;
+constexpr int kResultPipe = 4;
+/// Bump whenever a message format changes; library and worker may be from different builds.
+constexpr std::uint32_t kVersion = 3;
+/// Largest number of descriptors with one message on the socket.
+constexpr std::size_t kMostDescriptors = 16;
+/// Largest size of a message on the socket.
+constexpr std::size_t kMostMessageBytes = 4096;
+/// Precedes each result in the pipe.
+using ResultLength = std::uint32_t;
+
+/// Exit statuses of a worker.
+enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
+
+/// The confinement of a worker beside its limits.
+struct Confinement {
+  bool systemCalls = false;  ///< only the system calls that reading needs
+  bool files = false;        ///< no access to any file by name
+};
+
+std::string encodeGreeting(Confinement confinement);
+/// Returns nothing for a malformed message and for a worker of another build.
+std::optional<Confinement> decodeGreeting(std::string_view message);
+
+/// Puts the length of `result` before it.
+std::string withLength(std::string_view result);
+
+}  // namespace orvel::workerProtocol
