@@ -177,6 +177,18 @@ bool DatabaseMgr::insertStatus(const std::string& deviceId, const std::string& p
   return stored;
 }
 
+std::vector<std::string> DatabaseMgr::undelivered(const std::string& deviceId,
+                                                  const std::string& partition) {
+  DatabaseFile database(getDbNameFromDevId(deviceId));
+  return PartitionTable(database).undelivered(partition);
+}
+
+bool DatabaseMgr::setUndelivered(const std::string& deviceId, const std::string& partition,
+                                 const std::vector<std::string>& paths) {
+  DatabaseFile database(getDbNameFromDevId(deviceId));
+  return PartitionTable(database).setUndelivered(partition, paths);
+}
+
 void DatabaseMgr::removeDanglingPartitions(const std::string& deviceId,
                                            const std::string& partition) {
   DatabaseFile database(getDbNameFromDevId(deviceId));

@@ -85,6 +85,10 @@ CREATE TABLE PARTITIONS(
   MOUNTPOINT TEXT NOT NULL,
   STATUS TEXT NOT NULL DEFAULT '',
   GENERATION INTEGER NOT NULL DEFAULT 0);
+CREATE TABLE UNDELIVERED(
+  PARTITION_ID TEXT NOT NULL,
+  PATH TEXT NOT NULL,
+  PRIMARY KEY(PARTITION_ID, PATH)) WITHOUT ROWID;
 PRAGMA user_version=1;
 COMMIT;
 )sql";
@@ -124,6 +128,12 @@ inline constexpr char kUpsertStatus[] =
 inline constexpr char kUpdateStatus[] =
     "UPDATE PARTITIONS SET STATUS = ?2 WHERE PARTITION_ID = ?1;";
 
+/// Folders and playlists that the device did not deliver to the last request of a partition.
+inline constexpr char kSelectUndelivered[] = "SELECT PATH FROM UNDELIVERED WHERE PARTITION_ID = ?;";
+inline constexpr char kDeleteUndelivered[] = "DELETE FROM UNDELIVERED WHERE PARTITION_ID = ?;";
+inline constexpr char kInsertUndelivered[] =
+    "INSERT OR IGNORE INTO UNDELIVERED (PARTITION_ID, PATH) VALUES (?, ?);";
+
 /// The mount points that are older than the current generation, except ?1.
 inline constexpr char kSelectOlderPartitions[] =
     "SELECT MOUNTPOINT FROM PARTITIONS WHERE MOUNTPOINT <> ?1"
@@ -135,13 +145,14 @@ inline constexpr const char* kDeletePartition[] = {
     "DELETE FROM PLAYLISTS WHERE PARTITION_ID = ?;",
     "DELETE FROM DIRECTORIES WHERE PARTITION_ID = ?;",
     "DELETE FROM PARTITIONS WHERE PARTITION_ID = ?;",
+    kDeleteUndelivered,
 };
 
 /// Keeps the partitions themselves, without a status.
 inline constexpr char kDeleteAll[] =
     "BEGIN IMMEDIATE; DELETE FROM SONGS; DELETE FROM ARTISTS; DELETE FROM ALBUMS;"
     " DELETE FROM GENRES; DELETE FROM COMPOSERS; DELETE FROM DIRECTORIES;"
-    " DELETE FROM PLAYLISTS; UPDATE PARTITIONS SET STATUS = ''; COMMIT;";
+    " DELETE FROM PLAYLISTS; DELETE FROM UNDELIVERED; UPDATE PARTITIONS SET STATUS = ''; COMMIT;";
 
 /// Bytes in pages that hold rows.
 inline constexpr char kUsedBytes[] =

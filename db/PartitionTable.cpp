@@ -38,6 +38,22 @@ bool PartitionTable::overwriteStatus(const std::string& mountPoint, const std::s
   return database.overwriteRow(sql::kUpdateStatus, {idOf(mountPoint), status});
 }
 
+std::vector<std::string> PartitionTable::undelivered(const std::string& mountPoint) {
+  return database.texts(sql::kSelectUndelivered, {idOf(mountPoint)})
+      .value_or(std::vector<std::string>());
+}
+
+bool PartitionTable::setUndelivered(const std::string& mountPoint,
+                                    const std::vector<std::string>& paths) {
+  const std::string id = idOf(mountPoint);
+  return database.transact([&] {
+    return database.run(sql::kDeleteUndelivered, {id}) &&
+           std::all_of(paths.begin(), paths.end(), [&](const std::string& path) {
+             return database.run(sql::kInsertUndelivered, {id, path});
+           });
+  });
+}
+
 std::optional<std::vector<std::string>> PartitionTable::olderThanCurrent(
     const std::string& mountPoint) {
   return database.texts(sql::kSelectOlderPartitions, {mountPoint});

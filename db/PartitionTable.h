@@ -9,8 +9,9 @@
 namespace orvel {
 
 /// The PARTITIONS table: one row for each partition that was indexed into a database, with its
-/// status and its generation. A generation is one attach of the device; all partitions seen during
-/// it share its number, so older numbers mark partitions that did not come back.
+/// status and its generation; and the UNDELIVERED table. A generation is one attach of the device;
+/// all partitions seen during it share its number, so older numbers mark partitions that did not
+/// come back.
 ///
 /// Refers to a DatabaseFile, which logs failures, and follows its rules. A partition is named by
 /// its mount point.
@@ -27,6 +28,10 @@ class PartitionTable {
   bool setStatus(const std::string& mountPoint, const std::string& status);
   /// Replaces the status of a known partition on a full disk; see `DatabaseFile::overwriteRow`.
   bool overwriteStatus(const std::string& mountPoint, const std::string& status);
+
+  /// The paths that the last request did not get from the device; empty on failure.
+  [[nodiscard]] std::vector<std::string> undelivered(const std::string& mountPoint);
+  bool setUndelivered(const std::string& mountPoint, const std::vector<std::string>& paths);
 
   /// The other partitions that are older than the current generation; nothing on failure.
   [[nodiscard]] std::optional<std::vector<std::string>> olderThanCurrent(

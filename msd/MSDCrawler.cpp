@@ -7,8 +7,9 @@
 
 namespace orvel {
 
-MSDCrawler::MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch)
-    : Crawler(stageName), watch(std::move(mountPointWatch)) {}
+MSDCrawler::MSDCrawler(const char* stageName, std::shared_ptr<MountPointWatch> mountPointWatch,
+                       std::shared_ptr<ReadFailures> readFailures)
+    : Crawler(stageName), watch(std::move(mountPointWatch)), failures(std::move(readFailures)) {}
 
 MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block) {
   OV_INFO("MSDCrawler for: %s (op: %d)",
@@ -34,8 +35,16 @@ MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block
 
 void MSDCrawler::walk(const Found& found) {
   const WalkHost host{[this] { return walkGoesOn(); },
-                      [this, &found](LeftUndone reason) { leaveAllUndone(found, reason); }};
+                      [this, &found](LeftUndone reason) { leaveAllUndone(found, reason); },
+                      [this, &found](const std::string& path) { passOver(found, path); }};
   MSDWalk(*found.directories, *found.songs, *found.playlists, *watch, *progress, host).run();
+}
+
+/// Passes over a path that the device does not deliver.
+void MSDCrawler::passOver(const Found& found, const std::string& path) {
+  const Operation& operation = found.songs->operation;
+  if (failures->isFinal(operation.deviceId, operation.mountPoint, path)) return;
+  leaveAllUndone(found, LeftUndone::ReadError);
 }
 
 WalkGoesOn MSDCrawler::walkGoesOn() const {

@@ -63,8 +63,9 @@ class ScheduledParse {
 }  // namespace
 
 MSDPlaylistMiner::MSDPlaylistMiner(const char* stageName,
-                                   std::shared_ptr<MountPointWatch> mountPointWatch)
-    : Server(stageName), watch(std::move(mountPointWatch)) {}
+                                   std::shared_ptr<MountPointWatch> mountPointWatch,
+                                   std::shared_ptr<ReadFailures> readFailures)
+    : Server(stageName), watch(std::move(mountPointWatch)), failures(std::move(readFailures)) {}
 
 MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
@@ -146,15 +147,19 @@ bool MSDPlaylistMiner::parse(const FileInfo& file, std::unique_ptr<Playlist>& pl
   return true;
 }
 
-/// Reads the file from end to end. Returns false, with work left undone, if the device fails; a
-/// file that is unreadable for reasons of its own is left to the parser.
+/// Reads the file from end to end. Returns false if the device fails, the first time with work left
+/// undone; a file that is unreadable for reasons of its own is left to the parser.
 bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Operation& result) {
   const int error = readThrough(*file.path, cancellation.get_token());
   if (error == 0) return true;
   const bool gone = watch->vanished(result.id, result.mountPoint) != 0;
   if (!gone && isOrdinaryRefusal(error)) return true;
   OV_WARN("cannot read playlist %s: %d", file.path->c_str(), error);
-  leaveUndone(result, gone ? LeftUndone::MountPointGone : LeftUndone::ReadError);
+  if (gone) {
+    leaveUndone(result, LeftUndone::MountPointGone);
+  } else if (!failures->isFinal(result.deviceId, result.mountPoint, *file.path)) {
+    leaveUndone(result, LeftUndone::ReadError);
+  }
   return false;
 }
 

@@ -7,6 +7,7 @@
 #include "framework/Server.h"
 #include "msd/MountPointWatch.h"
 #include "msd/PlaylistWrapper.h"
+#include "msd/ReadFailures.h"
 
 namespace orvel {
 
@@ -18,7 +19,8 @@ class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
  public:
   explicit MSDPlaylistMiner(
       const char* stageName,
-      std::shared_ptr<MountPointWatch> mountPointWatch = std::make_shared<MountPointWatch>());
+      std::shared_ptr<MountPointWatch> mountPointWatch = std::make_shared<MountPointWatch>(),
+      std::shared_ptr<ReadFailures> readFailures = std::make_shared<ReadFailures>());
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
@@ -34,6 +36,7 @@ class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
                                          const std::shared_ptr<PlaylistWrapper>& wrapper);
 
   std::shared_ptr<MountPointWatch> watch;
+  std::shared_ptr<ReadFailures> failures;
 };
 
 }  // namespace orvel

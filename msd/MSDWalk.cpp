@@ -53,7 +53,7 @@ MSDWalk::MSDWalk(Block<Directory*>& found, Block<FileInfo*>& songFiles,
       host(std::move(walkHost)) {}
 
 void MSDWalk::run() {
-  assert(host.goesOn && host.leaveUndone);
+  assert(host.goesOn && host.leaveUndone && host.pathFailed);
   // A removed stick may leave an empty folder, which would pass for its content.
   if (watch.remember(directories.operation.id, directories.operation.mountPoint) != 0) {
     host.leaveUndone(LeftUndone::MountPointGone);
@@ -100,7 +100,7 @@ bool MSDWalk::listDirectory(std::size_t index) {
 bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
   struct statx status {};
   if (const int error = statusOf(folder, name, status); error != 0) {
-    return isOrdinaryRefusal(error) || isStillThere(error);
+    return isOrdinaryRefusal(error) || isStillThere(pathIn(index, name), error);
   }
   if (S_ISDIR(status.stx_mode)) {
     addDirectory(index, folder, name, identityOf(status));
@@ -152,13 +152,13 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
 /// Returns false when the directory is unreadable because the mount point is gone.
 bool MSDWalk::passOver(const std::string& unreadable, int error) {
   OV_WARN("Error opening dir: %s", unreadable.c_str());
-  if (!isStillThere(error)) return false;
+  if (!isStillThere(unreadable, error)) return false;
   OV_WARN("go on");
   return true;
 }
 
-/// Returns false when the mount point is gone. An error of the device itself leaves work undone.
-bool MSDWalk::isStillThere(int error) {
+/// Returns false when the mount point is gone. Reports an error of the device itself.
+bool MSDWalk::isStillThere(const std::string& path, int error) {
   const Operation& operation = directories.operation;
   const int missing = watch.missing(operation.id, operation.mountPoint);
   if (missing != 0) {
@@ -166,7 +166,7 @@ bool MSDWalk::isStillThere(int error) {
     host.leaveUndone(LeftUndone::MountPointGone);
     return false;
   }
-  if (!isOrdinaryRefusal(error)) host.leaveUndone(LeftUndone::ReadError);
+  if (!isOrdinaryRefusal(error)) host.pathFailed(path);
   return true;
 }
 

@@ -29,8 +29,9 @@ enum class WalkGoesOn {
 
 /// The stage around a walk, as far as the walk depends on it.
 struct WalkHost {
-  std::function<WalkGoesOn()> goesOn;           ///< called before each entry is read
-  std::function<void(LeftUndone)> leaveUndone;  ///< called for each part that the walk leaves out
+  std::function<WalkGoesOn()> goesOn;                  ///< called before each entry is read
+  std::function<void(LeftUndone)> leaveUndone;         ///< called when the walk ends early
+  std::function<void(const std::string&)> pathFailed;  ///< called when the device fails at a path
 };
 
 /// One breadth-first walk over a device's directory tree. Owns no thread: it fills the blocks that
@@ -58,7 +59,7 @@ class MSDWalk {
   void addDirectory(std::size_t index, int folder, const char* name, Identity identity);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
   bool passOver(const std::string& unreadable, int error);
-  bool isStillThere(int error);
+  bool isStillThere(const std::string& path, int error);
   [[nodiscard]] bool isOwnAncestor(std::size_t parent, Identity identity) const;
   [[nodiscard]] bool limitReached() const;
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <memory>
+
 #include "msd/MSDCrawler.h"
+#include "msd/ReadFailures.h"
 #include "orchestration/SongDirectoryPipeline.h"
 
 namespace orvel {
@@ -14,6 +17,9 @@ class MSDPipeline : public SongDirectoryPipeline {
   BaseServer<Block<Directory*>>* crawler() override { return crawlerStage; }
 
  private:
+  void rememberFailures(bool isComplete) override;
+
+  std::shared_ptr<ReadFailures> failures;
   MSDCrawler* crawlerStage;  ///< owned by the stage list
 };
 

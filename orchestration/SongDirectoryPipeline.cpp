@@ -114,6 +114,7 @@ void SongDirectoryPipeline::concludeStatus() {
   OV_INFO("End operation for id %d that took %ld", operation.opId,
           Timer::milliseconds(operation.startTime, operation.endTime));
   DatabaseMgr& databases = DatabaseMgr::instance();
+  rememberFailures(!operation.skipped);
   const bool isSound = operation.skipped || databases.verify(operation.deviceId);
   if (databases.isCondemned(operation.deviceId)) {
     leaveUndone(LeftUndone::DatabaseDamaged);

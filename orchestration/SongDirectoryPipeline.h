@@ -65,6 +65,9 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
     return root;
   }
 
+  /// Stores, before the status, the failures that the next request has to know of.
+  virtual void rememberFailures(bool /*isComplete*/) {}
+
   OrvelOperation operation;
   OperationType type;
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orvel {
 
@@ -52,6 +53,13 @@ class ORVEL_EXPORT DatabaseMgr {
   /// success.
   bool insertStatus(const std::string& deviceId, const std::string& partition,
                     const std::string& status);
+
+  /// The paths of the partition that its last request did not get from the device; empty when they
+  /// cannot be read.
+  std::vector<std::string> undelivered(const std::string& deviceId, const std::string& partition);
+  /// Replaces them. False when the file could not take them.
+  bool setUndelivered(const std::string& deviceId, const std::string& partition,
+                      const std::vector<std::string>& paths);
 
   /// Deletes the rows of the device's partitions that were not attached again: older than the
   /// current attach, without a live request, and with a mount point that is no folder with entries.

@@ -134,9 +134,12 @@ TEST_F(DeviceTest, SupersedingWhileTheDeviceHangsEndsInTheContentsOfAFreshRun) {
   }
 }
 
-/// The texts that could be read are kept, and the request after the next one is complete.
+/// The texts that could be read are kept, and the request after the next one is complete: without
+/// the playlist and the folder, which every request tries again.
 TEST_F(DeviceTest, ABadSectorCostsItselfAndIsGivenUpAtTheSecondRun) {
   fs::resize_file(content + "/A/1.mp3", 100000);
+  temporary.file("content/bad.m3u", "A/1.mp3\n");
+  writeSong(content + "/bad/1.mp3", {"Lost", "L"});
   FaultyDevice device(content, stick);
   device.arm(Fault::BadSectors, 1);
   for (const char* status : {"PROGRESS", "OK", "OK"}) {
@@ -146,6 +149,14 @@ TEST_F(DeviceTest, ABadSectorCostsItselfAndIsGivenUpAtTheSecondRun) {
                 ElementsAre("A1.mp3"));
   }
   EXPECT_EQ(progress().songs.unchanged, 16U);
+  device.disarm();
+  index(kDevice, stick);
+  EXPECT_EQ(storedStatus(), "OK");
+  EXPECT_THAT(rowsOf(kDevice,
+                     "SELECT TITLE FROM SONGS WHERE PATH LIKE '%/bad/1.mp3' UNION ALL"
+                     " SELECT DISTINCT PLAYNAME FROM PLAYLISTS WHERE PLAYNAME = 'bad.m3u'"
+                     " UNION ALL SELECT PATH FROM UNDELIVERED;"),
+              ElementsAre("Lost", "bad.m3u"));
 }
 
 /// A file that the device does not deliver costs itself, and three in a row the rest of the block.

@@ -38,6 +38,10 @@ struct FaultyDevice::Server {
   /// Counts one operation; 0, or the negative error number that it ends with.
   int meet();
   void vanish(Fault how);
+  [[nodiscard]] bool hasBadSectors() {
+    const std::lock_guard lock(mutex);
+    return fault == Fault::BadSectors;
+  }
   [[nodiscard]] std::string below(const char* path) const { return content + path; }
 
   const std::string content;
@@ -115,6 +119,7 @@ struct FaultyDevice::Operations {
                      fuse_file_info* /*file*/, fuse_readdir_flags /*flags*/) {
     Server& device = server();
     if (const int error = device.meet()) return error;
+    if (device.hasBadSectors() && std::string_view(path).ends_with("/bad")) return -EIO;
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(device.below(path).c_str()),
                                                      &closedir);
     if (folder == nullptr) return -errno;
@@ -136,8 +141,8 @@ struct FaultyDevice::Operations {
   static bool meetsBadSector(const char* path, fuse_file_info* file, off_t end) {
     const std::string_view name(path);
     struct stat status {};
-    return name.ends_with("/1.mp3") && fstat(static_cast<int>(file->fh), &status) == 0 &&
-           end > status.st_size - kBadBytes;
+    return (name.ends_with("/1.mp3") || name.ends_with("/bad.m3u")) &&
+           fstat(static_cast<int>(file->fh), &status) == 0 && end > status.st_size - kBadBytes;
   }
 
   static int read(const char* path, char* data, size_t bytes, off_t offset, fuse_file_info* file) {

@@ -19,7 +19,8 @@ class FaultyDevice {
     IoError,       ///< the one operation fails with EIO
     IoErrors,      ///< every operation below the mount point fails with EIO
     Hang,          ///< operations do not return
-    BadSectors,    ///< the last 1000 bytes of files called 1.mp3 cannot be read: EIO
+    BadSectors,    ///< EIO for the last 1000 bytes of files called 1.mp3 or bad.m3u, and for the
+                   ///< entries of folders called bad
     HangingReads,  ///< reads of files do not return; all else works
     Shrink,        ///< files end after 1000 bytes, whatever their size is said to be
   };

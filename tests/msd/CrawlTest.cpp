@@ -31,7 +31,8 @@ class Crawl : public testing::Test {
  protected:
   void walk(const std::function<WalkGoesOn()>& ask = [] { return WalkGoesOn::Yes; }) {
     directories.items.push_back(new Directory(stick, stick, -1));
-    const WalkHost host{ask, [this](LeftUndone reason) { undone.insert(reason); }};
+    const WalkHost host{ask, [this](LeftUndone reason) { undone.insert(reason); },
+                        [this](const std::string&) { undone.insert(LeftUndone::ReadError); }};
     MSDWalk(directories, songs, playlists, watch, progress, host).run();
   }
 
