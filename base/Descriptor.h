@@ -30,6 +30,8 @@ class Descriptor {
   Descriptor& operator=(const Descriptor&) = delete;
 
   [[nodiscard]] int get() const { return number; }
+  /// Gives up ownership.
+  [[nodiscard]] int release() { return std::exchange(number, -1); }
   explicit operator bool() const { return number >= 0; }
 
   void reset() {

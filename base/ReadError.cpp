@@ -18,7 +18,7 @@ constexpr int kMostChunks = 512;
 
 bool isOrdinaryRefusal(int error) {
   return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR ||
-         error == ELOOP || error == ENAMETOOLONG;
+         error == ELOOP || error == ENAMETOOLONG || error == EXDEV;
 }
 
 int readThrough(const std::string& path, const std::stop_token& stopped) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kSynopsis[] =
     "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--in-process]\n"
-    "                   [--background] [--json] [--quiet] [-v]\n"
+    "                   [--across-devices] [--background] [--json] [--quiet] [-v]\n"
     "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR]\n"
     "                   [--background] [--json] [--quiet] [-v]\n"
     "       orvel mtp list [--json]\n"
@@ -139,6 +139,9 @@ Command parseIndex(const QStringList& arguments) {
        {"in-process",
         "Read a stick's tags in this process, where a broken file can end the run, instead of in a"
         " separate one."},
+       {"across-devices",
+        "Follow links and mounts to other file systems. For your own folders, not for a stranger's"
+        " stick."},
        {"background", "Use only processor time and device time that nobody else needs."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
@@ -151,6 +154,7 @@ Command parseIndex(const QStringList& arguments) {
   options.deviceId = verb.value("device-id");
   options.databaseFolder = verb.databaseFolder();
   options.inProcess = verb.isSet("in-process");
+  options.acrossDevices = verb.isSet("across-devices");
   options.background = verb.isSet("background");
   options.json = verb.isSet("json");
   options.quiet = verb.isSet("quiet");

@@ -49,6 +49,7 @@ Settings settingsFor(const IndexOptions& options) {
   if (!options.inProcess) settings.tagReading = TagReading::Isolated;
   settings.tagReaderProgram = tagReaderNearby();
   settings.logThreshold = logThreshold(options);
+  settings.acrossDevices = options.acrossDevices;
   return settings;
 }
 

@@ -63,7 +63,7 @@ void MSDMiner::expect(const Block<FileInfo*>& files) {
   std::vector<std::string> paths;
   paths.reserve(files.items.size());
   for (const FileInfo* file : files.items) paths.push_back(*file->path);
-  reader->expect(std::move(paths));
+  reader->expect(files.operation.mountPoint, std::move(paths));
 }
 
 /// Returns false when the mount point is gone.

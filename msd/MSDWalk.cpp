@@ -10,6 +10,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/DeviceBoundary.h"
 #include "base/Log.h"
 #include "base/ReadError.h"
 #include "tags/MediaKind.h"
@@ -23,21 +24,25 @@ struct CloseDirectory {
 };
 using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
 
+OpenDirectory openDirectory(const std::string& mountPoint, const std::string& path) {
+  if (path == mountPoint) return OpenDirectory(opendir(path.c_str()));
+  Descriptor opened = deviceBoundary::openFile(mountPoint, path);
+  OpenDirectory directory(opened ? fdopendir(opened.get()) : nullptr);
+  if (directory) [[maybe_unused]]
+    const int taken = opened.release();  // by `directory`
+  return directory;
+}
+
 bool isNeverWalked(std::string_view name) {
   return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";
 }
 
-/// The status of `folder`/`name`, links followed; of `folder` itself for an empty name. Returns 0
-/// or an errno. Uses statx because its times have 64 bits even where time_t has 32.
+/// The status of `folder`/`name`, itself where it is a link; of `folder` itself for an empty name.
+/// Returns 0 or an errno. Uses statx because its times have 64 bits even where time_t has 32.
 int statusOf(int folder, const char* name, struct statx& status) {
-  const int flags = *name == '\0' ? AT_EMPTY_PATH : 0;
-  return statx(folder, name, flags, STATX_TYPE | STATX_MTIME | STATX_INO, &status) == 0 ? 0 : errno;
-}
-
-bool isLink(int folder, const char* name) {
-  struct statx status {};
-  return statx(folder, name, AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) == 0 &&
-         S_ISLNK(status.stx_mode);
+  constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_EMPTY_PATH;
+  return statx(folder, name, kFlags, STATX_TYPE | STATX_MTIME | STATX_INO, &status) == 0 ? 0
+                                                                                         : errno;
 }
 
 }  // namespace
@@ -75,11 +80,13 @@ MSDWalk::Identity MSDWalk::identityOf(const struct statx& status) {
 /// Returns false to end the walk.
 bool MSDWalk::listDirectory(std::size_t index) {
   const std::string& path = directories.items[index]->path;
-  const OpenDirectory folder(opendir(path.c_str()));
+  const OpenDirectory folder = openDirectory(directories.operation.mountPoint, path);
   if (!folder) return passOver(path, errno);
   if (index == 0) {  // every other directory was identified when it was found
     struct statx status {};
-    if (statusOf(dirfd(folder.get()), "", status) == 0) identities[0] = identityOf(status);
+    const int error = statusOf(dirfd(folder.get()), "", status);
+    if (error != 0) return passOver(path, error);
+    identities[0] = identityOf(status);
   }
   while (!limitReached()) {
     const WalkGoesOn goesOn = host.goesOn();
@@ -98,16 +105,32 @@ bool MSDWalk::listDirectory(std::size_t index) {
 
 /// Returns false when the mount point is gone.
 bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
-  struct statx status {};
-  if (const int error = statusOf(folder, name, status); error != 0) {
-    return isOrdinaryRefusal(error) || isStillThere(pathIn(index, name), error);
-  }
-  if (S_ISDIR(status.stx_mode)) {
-    addDirectory(index, folder, name, identityOf(status));
-  } else if (S_ISREG(status.stx_mode) && name[0] != '.') {
-    addFile(index, name, status.stx_mtime.tv_sec);
+  Entry entry{};
+  if (const int error = look(folder, name, entry); error != 0) return refuse(index, name, error);
+  if (S_ISDIR(entry.status.stx_mode)) {
+    addDirectory(index, name, entry);
+  } else if (S_ISREG(entry.status.stx_mode) && name[0] != '.') {
+    addFile(index, name, entry.status.stx_mtime.tv_sec);
   }
   return true;
+}
+
+/// Fills in `entry`. Returns 0 or an errno: EXDEV when it leads off the device.
+int MSDWalk::look(int folder, const char* name, Entry& entry) const {
+  if (const int error = statusOf(folder, name, entry.status); error != 0) return error;
+  entry.isLink = S_ISLNK(entry.status.stx_mode);
+  const dev_t device = identities.front().first;
+  if (!entry.isLink && identityOf(entry.status).first == device) return 0;
+  const Descriptor target = deviceBoundary::open(folder, name, device, O_PATH);
+  return target ? statusOf(target.get(), "", entry.status) : errno;
+}
+
+/// Passes over an entry without a status. Returns false when the mount point is gone.
+bool MSDWalk::refuse(std::size_t index, const char* name, int error) {
+  if (error == EXDEV && !std::exchange(leadsOff, true)) {
+    OV_WARN("passed over, since it leads to another file system: %s", pathIn(index, name).c_str());
+  }
+  return isOrdinaryRefusal(error) || isStillThere(pathIn(index, name), error);
 }
 
 /// Allocates the exact size: the paths of a device make up most of a request's memory.
@@ -121,7 +144,8 @@ std::string MSDWalk::pathIn(std::size_t index, std::string_view name) const {
 
 /// Enters a directory through one link only: folders that link to one another would multiply
 /// without end.
-void MSDWalk::addDirectory(std::size_t index, int folder, const char* name, Identity identity) {
+void MSDWalk::addDirectory(std::size_t index, const char* name, const Entry& entry) {
+  const Identity identity = identityOf(entry.status);
   if (isOwnAncestor(index, identity)) return;
   if (directories.items.size() >= maxFolders) {
     if (!progress.folderLimitReached.exchange(true)) {
@@ -129,7 +153,7 @@ void MSDWalk::addDirectory(std::size_t index, int folder, const char* name, Iden
     }
     return;
   }
-  if (isLink(folder, name) && !linked.insert(identity).second) return;
+  if (entry.isLink && !linked.insert(identity).second) return;
   auto directory = std::make_unique<Directory>(
       pathIn(index, name), directories.operation.mountPoint, static_cast<std::int32_t>(index));
   identities.push_back(identity);

@@ -51,12 +51,18 @@ class MSDWalk {
  private:
   /// Identifies a directory whichever path leads to it.
   using Identity = std::pair<dev_t, ino_t>;
+  struct Entry {
+    struct statx status;  ///< of the file or folder that it leads to
+    bool isLink;
+  };
 
   static Identity identityOf(const struct statx& status);
   bool listDirectory(std::size_t index);
   bool visit(std::size_t index, int folder, const char* name);
   [[nodiscard]] std::string pathIn(std::size_t index, std::string_view name) const;
-  void addDirectory(std::size_t index, int folder, const char* name, Identity identity);
+  int look(int folder, const char* name, Entry& entry) const;
+  bool refuse(std::size_t index, const char* name, int error);
+  void addDirectory(std::size_t index, const char* name, const Entry& entry);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
   bool passOver(const std::string& unreadable, int error);
   bool isStillThere(const std::string& path, int error);
@@ -73,6 +79,7 @@ class MSDWalk {
   WalkHost host;
   std::vector<Identity> identities;  ///< of `directories`, item by item
   std::set<Identity> linked;         ///< the directories that were entered through a link
+  bool leadsOff = false;             ///< the device has entries that lead to other file systems
 };
 
 }  // namespace orvel

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/DeviceBoundary.h"
 #include "base/ReadError.h"
 
 namespace orvel {
@@ -27,8 +28,8 @@ void announce(int descriptor, std::int64_t bytes) {
 
 }  // namespace
 
-AudioFile AudioFile::open(const std::string& path) {
-  Descriptor opened = Descriptor::ofFile(path);
+AudioFile AudioFile::open(const std::string& mountPoint, const std::string& path) {
+  Descriptor opened = deviceBoundary::openFile(mountPoint, path);
   // Where time_t has 32 bits, fstat refuses files dated after 2038.
   struct statx status {};
   if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) {

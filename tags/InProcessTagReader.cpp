@@ -10,7 +10,8 @@
 
 namespace orvel {
 
-void InProcessTagReader::expect(std::vector<std::string> paths) {
+void InProcessTagReader::expect(std::string mountPoint, std::vector<std::string> paths) {
+  root = std::move(mountPoint);
   files.clear();
   current = opened = 0;
   for (std::string& path : paths) files.push_back({std::move(path), {}});
@@ -25,7 +26,7 @@ TagResult InProcessTagReader::next(const std::string& path) {
   return retryOnBadAlloc(
       [&] {
         // The first attempt consumed the file, or could not open it.
-        if (!file.audio.descriptor) file.audio = AudioFile::open(file.path);
+        if (!file.audio.descriptor) file.audio = AudioFile::open(root, file.path);
         AudioStream stream(std::move(file.audio), file.path, stopped);
         return readTags(stream, ReadingDepth::TagAndAudio);
       },
@@ -35,7 +36,7 @@ TagResult InProcessTagReader::next(const std::string& path) {
 /// Must not throw: `next` always advances by one file, whatever fails.
 void InProcessTagReader::openAhead() {
   const std::size_t end = std::min(files.size(), current + 1 + kFilesAhead);
-  for (; opened < end; ++opened) files[opened].audio = AudioFile::open(files[opened].path);
+  for (; opened < end; ++opened) files[opened].audio = AudioFile::open(root, files[opened].path);
 }
 
 TagResult InProcessTagReader::read(TagStream& stream) {

@@ -13,7 +13,7 @@ class InProcessTagReader : public TagReader {
  public:
   explicit InProcessTagReader(std::stop_token token) : stopped(std::move(token)) {}
 
-  void expect(std::vector<std::string> paths) override;
+  void expect(std::string mountPoint, std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
 
@@ -28,6 +28,7 @@ class InProcessTagReader : public TagReader {
   void openAhead();
 
   const std::stop_token stopped;
+  std::string root;  ///< mount point of `files`
   std::vector<File> files;
   std::size_t current = 0;
   std::size_t opened = 0;  ///< number of files that were opened so far

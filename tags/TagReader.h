@@ -21,8 +21,9 @@ class TagReader {
   TagReader& operator=(const TagReader&) = delete;
 
   /// Announces the files that `next` will be called for, in this order, so that they can be read
-  /// ahead. Replaces an earlier announcement.
-  virtual void expect(std::vector<std::string> paths) = 0;
+  /// ahead. Replaces an earlier announcement. A path that leads off the device at `mountPoint` is
+  /// not opened.
+  virtual void expect(std::string mountPoint, std::vector<std::string> paths) = 0;
 
   /// Reads the tag of `path`, which must be the next announced file. Calling it for any other file
   /// is a programming error: it is asserted, and otherwise returns `ReaderLost` and reads nothing.

@@ -91,6 +91,10 @@ struct Settings {
   bool logFullSignatures = false;
 
   Limits limits;
+
+  /// Follows a device's links and mounts to other file systems, except to /proc. Off, because a
+  /// link on a stranger's stick must not lead to the host's own files; for folders of the host's.
+  bool acrossDevices = false;
 };
 
 /// Replaces all settings of the process. Call it before the first request; a call while requests

@@ -13,8 +13,9 @@ constexpr std::size_t kFilesAhead = tagMessages::kMostFiles;
 
 }  // namespace
 
-void FileQueue::announce(std::vector<std::string> paths) {
+void FileQueue::announce(std::string mountPoint, std::vector<std::string> paths) {
   assert(!hasUnanswered());
+  root = std::move(mountPoint);
   files.clear();
   current = sent = 0;
   for (std::string& path : paths) files.push_back({std::move(path), takeId(), {}, {}});
@@ -47,7 +48,7 @@ FileQueue::Batch FileQueue::openBatch() {
   for (; batch.end < files.size() && batch.requests.size() < tagMessages::kMostFiles; ++batch.end) {
     File& file = files[batch.end];
     AudioFile& audio = file.audio;
-    if (!audio.descriptor) audio = AudioFile::open(file.path);
+    if (!audio.descriptor) audio = AudioFile::open(root, file.path);
     file.refusal.reset();  // an earlier attempt for another worker may have failed
     if (!audio.descriptor) {
       file.refusal =

@@ -29,11 +29,11 @@ IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerPr
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
-void IsolatedTagReader::expect(std::vector<std::string> paths) {
+void IsolatedTagReader::expect(std::string mountPoint, std::vector<std::string> paths) {
   assertOwner();
-  if (state == State::InProcess) return inProcess->expect(std::move(paths));
+  if (state == State::InProcess) return inProcess->expect(std::move(mountPoint), std::move(paths));
   if (files.hasUnanswered()) dropWorker();
-  files.announce(std::move(paths));
+  files.announce(std::move(mountPoint), std::move(paths));
 }
 
 TagResult IsolatedTagReader::next(const std::string& path) {
@@ -63,7 +63,7 @@ TagResult IsolatedTagReader::next(const std::string& path) {
 TagResult IsolatedTagReader::read(TagStream& stream) {
   assertOwner();
   if (state == State::InProcess) return inProcess->read(stream);
-  expect({});
+  expect({}, {});
   const std::string path = stream.name();
   const tagMessages::FileRequest request{files.takeId(), stream.length(),
                                          tagMessages::nameEndingOf(path), true};
@@ -186,7 +186,7 @@ void IsolatedTagReader::startFailed(const std::string& reason) {
     return;
   }
   auto substitute = std::make_unique<InProcessTagReader>(stopped);
-  substitute->expect(files.remainingPaths());
+  substitute->expect(files.mountPoint(), files.remainingPaths());
   OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s",
           program.c_str(), reason.c_str());
   inProcess = std::move(substitute);

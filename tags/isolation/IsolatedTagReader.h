@@ -51,7 +51,7 @@ class IsolatedTagReader : public TagReader {
                     std::chrono::milliseconds timeLimit = kTimeLimit);
   ~IsolatedTagReader() override;
 
-  void expect(std::vector<std::string> paths) override;
+  void expect(std::string mountPoint, std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
   [[nodiscard]] bool isolationFailed() const override { return state == State::InProcess; }

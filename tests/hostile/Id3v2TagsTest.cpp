@@ -159,7 +159,7 @@ TEST(Id3v2Tags, AreReadAsThePlainParserReadsThem) {
     const std::string path =
         tags.once(8) ? temporary.file("a.wav", wavOf(tag))
                      : temporary.file("a.mp3", tag + std::string(audio.data(), audio.size()));
-    reader.expect({path});
+    reader.expect(temporary.path(), {path});
     const TagResult read = reader.next(path);
     const TagLib::FileRef plain(path.c_str(), false);
     ASSERT_EQ(read.outcome == TagResult::Outcome::Tagged, plain.tag() != nullptr) << "tag " << i;

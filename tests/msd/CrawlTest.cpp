@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <set>
 
+#include "base/DeviceBoundary.h"
 #include "base/Limits.h"
 #include "base/Log.h"
 #include "msd/MSDCrawler.h"
@@ -104,6 +105,22 @@ TEST_F(Crawl, FindsWhatARealTreeHolds) {
                                           "Deep/er*", "folder.mp3*", "Again*"));
   EXPECT_THAT(undone, IsEmpty());
   EXPECT_THAT(log.texts(), ElementsAre());
+}
+
+/// Links and mounts that lead off the device: to the host's memory, to its other file systems.
+TEST_F(Crawl, NothingOfADeviceLeadsOffIt) {
+  temporary.file("stick/a.mp3");
+  fs::create_symlink("/proc/self/maps", stick + "/maps.mp3");
+  fs::create_symlink("/proc/self/exe", stick + "/exe.mp3");
+  fs::create_directory_symlink("/proc/self/root", stick + "/root");
+  fs::create_directory_symlink("/proc", stick + "/proc");
+  walk();
+  EXPECT_THAT(namesOf(songs), ElementsAre("a.mp3"));
+  EXPECT_THAT(directories.items, SizeIs(1));
+  EXPECT_THAT(log.texts("passed over, since it leads to another file system: "), SizeIs(1));
+  EXPECT_THAT(undone, IsEmpty());
+  const auto song = deviceBoundary::openFile(stick, stick + "/maps.mp3");
+  EXPECT_TRUE(!song && errno == EXDEV) << "replaced by a link since it was listed";
 }
 
 TEST_F(Crawl, AFolderThatRefusesIsPassedOver) {

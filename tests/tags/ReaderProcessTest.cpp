@@ -83,7 +83,7 @@ class ReaderProcess : public testing::Test {
     const auto reader = readerOf(kEndless);
     std::binary_semaphore isUp(0);
     std::jthread reading([&] {
-      reader->expect({good(), bad("hang")});
+      reader->expect(temporary.path(), {good(), bad("hang")});
       EXPECT_EQ(titleOf(reader->next(good())), "Good");
       isUp.release();
       reader->next(bad("hang"));
@@ -104,11 +104,11 @@ TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
   const long before = entriesOf("/proc/self/fd");
   {
     const auto reader = readerOf(kEndless);
-    reader->expect(std::vector<std::string>(200, bad("crash")));
+    reader->expect(temporary.path(), std::vector<std::string>(200, bad("crash")));
     for (int i = 0; i < 200; ++i) {
       EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
     }
-    reader->expect({good()});
+    reader->expect(temporary.path(), {good()});
     EXPECT_EQ(titleOf(reader->next(good())), "Good");
     EXPECT_THAT(childrenOf(getpid()), SizeIs(1));
   }
@@ -139,7 +139,7 @@ TEST_F(ReaderProcess, HasNothingOfTheHostsAndIsBound) {
 
 TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
   const auto reader = readerOf(kEndless);
-  reader->expect(std::vector<std::string>(200, good()));
+  reader->expect(temporary.path(), std::vector<std::string>(200, good()));
   for (int i = 0; i < 200; ++i) {
     EXPECT_EQ(titleOf(reader->next(good())), "Good") << i;
     // A service manager asks all of a service's processes to end; the kernel kills when memory is
@@ -151,7 +151,7 @@ TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
 TEST_F(ReaderProcess, FilesKeepTheirOwnTagsWhenOneAppearsAfterItWasFirstOpened) {
   const std::string late = temporary.path("late.mp3");
   const auto reader = readerOf(kEndless);
-  reader->expect({good(), bad("crash"), late, good()});
+  reader->expect(temporary.path(), {good(), bad("crash"), late, good()});
   EXPECT_EQ(titleOf(reader->next(good())), "Good");
   writeSong(late, {"Late", "X"});
   EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
@@ -170,7 +170,7 @@ TEST_F(ReaderProcess, WorksWhateverTheHostDoesWithItsChildren) {
   const auto readSome = [&] {
     const auto reader = readerOf(kEndless);
     const std::vector<std::string> paths = {good(), bad("crash"), good(), bad("exit"), good()};
-    reader->expect(paths);
+    reader->expect(temporary.path(), paths);
     std::vector<std::string> read;
     for (const std::string& path : paths) read.push_back(titleOf(reader->next(path)));
     EXPECT_THAT(read, ElementsAre("Good", "", "Good", "", "Good"));
