@@ -10,7 +10,7 @@
 #include <memory>
 #include <utility>
 
-#include "base/DeviceBoundary.h"
+#include "base/DeviceRoot.h"
 #include "base/Log.h"
 #include "base/ReadError.h"
 #include "tags/MediaKind.h"
@@ -24,9 +24,8 @@ struct CloseDirectory {
 };
 using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
 
-OpenDirectory openDirectory(const std::string& mountPoint, const std::string& path) {
-  if (path == mountPoint) return OpenDirectory(opendir(path.c_str()));
-  Descriptor opened = deviceBoundary::openFile(mountPoint, path);
+OpenDirectory openDirectory(const DeviceRoot& root, const std::string& path, struct statx& status) {
+  Descriptor opened = root.open(path, status);
   OpenDirectory directory(opened ? fdopendir(opened.get()) : nullptr);
   if (directory) [[maybe_unused]]
     const int taken = opened.release();  // by `directory`
@@ -35,14 +34,6 @@ OpenDirectory openDirectory(const std::string& mountPoint, const std::string& pa
 
 bool isNeverWalked(std::string_view name) {
   return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";
-}
-
-/// The status of `folder`/`name`, itself where it is a link; of `folder` itself for an empty name.
-/// Returns 0 or an errno. Uses statx because its times have 64 bits even where time_t has 32.
-int statusOf(int folder, const char* name, struct statx& status) {
-  constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_EMPTY_PATH;
-  return statx(folder, name, kFlags, STATX_TYPE | STATX_MTIME | STATX_INO, &status) == 0 ? 0
-                                                                                         : errno;
 }
 
 }  // namespace
@@ -80,14 +71,11 @@ MSDWalk::Identity MSDWalk::identityOf(const struct statx& status) {
 /// Returns false to end the walk.
 bool MSDWalk::listDirectory(std::size_t index) {
   const std::string& path = directories.items[index]->path;
-  const OpenDirectory folder = openDirectory(directories.operation.mountPoint, path);
+  const DeviceRoot root(directories.operation.mountPoint);
+  struct statx status {};
+  const OpenDirectory folder = openDirectory(root, path, status);
   if (!folder) return passOver(path, errno);
-  if (index == 0) {  // every other directory was identified when it was found
-    struct statx status {};
-    const int error = statusOf(dirfd(folder.get()), "", status);
-    if (error != 0) return passOver(path, error);
-    identities[0] = identityOf(status);
-  }
+  identities[index] = identityOf(status);
   while (!limitReached()) {
     const WalkGoesOn goesOn = host.goesOn();
     if (goesOn != WalkGoesOn::Yes) {
@@ -98,31 +86,23 @@ bool MSDWalk::listDirectory(std::size_t index) {
     const dirent* entry = readdir(folder.get());
     if (entry == nullptr) return errno == 0 || passOver(path, errno);
     if (isNeverWalked(entry->d_name)) continue;
-    if (!visit(index, dirfd(folder.get()), entry->d_name)) return false;
+    Entry found{};
+    const int error = root.look(dirfd(folder.get()), entry->d_name, found.status, found.isLink);
+    if (error == 0) {
+      visit(index, entry->d_name, found);
+    } else if (!refuse(index, entry->d_name, error)) {
+      return false;
+    }
   }
   return true;
 }
 
-/// Returns false when the mount point is gone.
-bool MSDWalk::visit(std::size_t index, int folder, const char* name) {
-  Entry entry{};
-  if (const int error = look(folder, name, entry); error != 0) return refuse(index, name, error);
+void MSDWalk::visit(std::size_t index, const char* name, const Entry& entry) {
   if (S_ISDIR(entry.status.stx_mode)) {
     addDirectory(index, name, entry);
   } else if (S_ISREG(entry.status.stx_mode) && name[0] != '.') {
     addFile(index, name, entry.status.stx_mtime.tv_sec);
   }
-  return true;
-}
-
-/// Fills in `entry`. Returns 0 or an errno: EXDEV when it leads off the device.
-int MSDWalk::look(int folder, const char* name, Entry& entry) const {
-  if (const int error = statusOf(folder, name, entry.status); error != 0) return error;
-  entry.isLink = S_ISLNK(entry.status.stx_mode);
-  const dev_t device = identities.front().first;
-  if (!entry.isLink && identityOf(entry.status).first == device) return 0;
-  const Descriptor target = deviceBoundary::open(folder, name, device, O_PATH);
-  return target ? statusOf(target.get(), "", entry.status) : errno;
 }
 
 /// Passes over an entry without a status. Returns false when the mount point is gone.

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/DeviceRoot.h"
 #include "base/Limits.h"
 #include "db/Directory.h"
 #include "db/FileInfo.h"
@@ -58,9 +59,8 @@ class MSDWalk {
 
   static Identity identityOf(const struct statx& status);
   bool listDirectory(std::size_t index);
-  bool visit(std::size_t index, int folder, const char* name);
   [[nodiscard]] std::string pathIn(std::size_t index, std::string_view name) const;
-  int look(int folder, const char* name, Entry& entry) const;
+  void visit(std::size_t index, const char* name, const Entry& entry);
   bool refuse(std::size_t index, const char* name, int error);
   void addDirectory(std::size_t index, const char* name, const Entry& entry);
   void addFile(std::size_t index, const char* name, std::int64_t modified);

@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-#include "base/DeviceBoundary.h"
+#include "base/DeviceRoot.h"
 #include "base/Limits.h"
 #include "base/Log.h"
 #include "base/WorkPriority.h"
@@ -36,7 +36,7 @@ void configure(const Settings& settings) {
   setWorkPriority(settings.workPriority);
   setTextRegion(settings.textRegion);
   setLimits(settings.limits);
-  deviceBoundary::allowOtherFileSystems(settings.acrossDevices);
+  DeviceRoot::allowOtherFileSystems(settings.acrossDevices);
 }
 
 }  // namespace orvel

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "base/DeviceBoundary.h"
 #include "base/ReadError.h"
 
 namespace orvel {
@@ -28,13 +27,10 @@ void announce(int descriptor, std::int64_t bytes) {
 
 }  // namespace
 
-AudioFile AudioFile::open(const std::string& mountPoint, const std::string& path) {
-  Descriptor opened = deviceBoundary::openFile(mountPoint, path);
-  // Where time_t has 32 bits, fstat refuses files dated after 2038.
+AudioFile AudioFile::open(const DeviceRoot& device, const std::string& path) {
   struct statx status {};
-  if (!opened || statx(opened.get(), "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status) != 0) {
-    return {{}, 0, !isOrdinaryRefusal(errno)};
-  }
+  Descriptor opened = device.open(path, status);
+  if (!opened) return {{}, 0, !isOrdinaryRefusal(errno)};
   if (!S_ISREG(status.stx_mode)) return {};
   announce(opened.get(), static_cast<std::int64_t>(status.stx_size));
   return {std::move(opened), static_cast<std::int64_t>(status.stx_size), false};

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/Descriptor.h"
+#include "base/DeviceRoot.h"
 
 namespace orvel {
 
@@ -11,7 +12,7 @@ namespace orvel {
 struct AudioFile {
   /// Opens the regular file at `path` read-only and asks the kernel to prefetch its beginning and
   /// its end, without waiting. On failure the descriptor is empty.
-  static AudioFile open(const std::string& mountPoint, const std::string& path);
+  static AudioFile open(const DeviceRoot& device, const std::string& path);
 
   Descriptor descriptor;
   std::int64_t bytes = 0;

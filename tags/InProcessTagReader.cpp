@@ -11,7 +11,7 @@
 namespace orvel {
 
 void InProcessTagReader::expect(std::string mountPoint, std::vector<std::string> paths) {
-  root = std::move(mountPoint);
+  root = DeviceRoot(std::move(mountPoint));
   files.clear();
   current = opened = 0;
   for (std::string& path : paths) files.push_back({std::move(path), {}});
@@ -23,7 +23,7 @@ TagResult InProcessTagReader::next(const std::string& path) {
   if (!isNext) return {TagResult::Outcome::ReaderLost};
   openAhead();
   File& file = files[current++];
-  return retryOnBadAlloc(
+  TagResult read = retryOnBadAlloc(
       [&] {
         // The first attempt consumed the file, or could not open it.
         if (!file.audio.descriptor) file.audio = AudioFile::open(root, file.path);
@@ -31,6 +31,8 @@ TagResult InProcessTagReader::next(const std::string& path) {
         return readTags(stream, ReadingDepth::TagAndAudio);
       },
       kOneRetry);
+  if (current == files.size()) root = DeviceRoot();
+  return read;
 }
 
 /// Must not throw: `next` always advances by one file, whatever fails.

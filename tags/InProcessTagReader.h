@@ -28,7 +28,7 @@ class InProcessTagReader : public TagReader {
   void openAhead();
 
   const std::stop_token stopped;
-  std::string root;  ///< mount point of `files`
+  DeviceRoot root;
   std::vector<File> files;
   std::size_t current = 0;
   std::size_t opened = 0;  ///< number of files that were opened so far

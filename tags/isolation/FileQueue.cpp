@@ -15,7 +15,7 @@ constexpr std::size_t kFilesAhead = tagMessages::kMostFiles;
 
 void FileQueue::announce(std::string mountPoint, std::vector<std::string> paths) {
   assert(!hasUnanswered());
-  root = std::move(mountPoint);
+  root = DeviceRoot(std::move(mountPoint));
   files.clear();
   current = sent = 0;
   for (std::string& path : paths) files.push_back({std::move(path), takeId(), {}, {}});
@@ -36,6 +36,7 @@ void FileQueue::finishCurrent() {
   files[current].audio.descriptor.reset();
   ++current;
   sent = std::max(sent, current);
+  if (current == files.size()) root = DeviceRoot();
 }
 
 bool FileQueue::needsSending() const {

@@ -31,7 +31,7 @@ class FileQueue {
   /// Replaces all files. While `hasUnanswered`, the caller must drop the worker first: it would
   /// answer for files that are gone.
   void announce(std::string mountPoint, std::vector<std::string> paths);
-  [[nodiscard]] const std::string& mountPoint() const { return root; }
+  [[nodiscard]] const std::string& mountPoint() const { return root.path(); }
 
   /// True when `path` is the current file.
   [[nodiscard]] bool isNext(const std::string& path) const;
@@ -65,7 +65,7 @@ class FileQueue {
     std::optional<TagResult::Outcome> refusal;
   };
 
-  std::string root;  ///< mount point of `files`
+  DeviceRoot root;
   std::vector<File> files;
   std::size_t current = 0;
   std::size_t sent = 0;  ///< end of the files sent ahead; never before `current`

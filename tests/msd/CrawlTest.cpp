@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <set>
 
-#include "base/DeviceBoundary.h"
+#include "base/DeviceRoot.h"
 #include "base/Limits.h"
 #include "base/Log.h"
 #include "msd/MSDCrawler.h"
@@ -119,8 +119,9 @@ TEST_F(Crawl, NothingOfADeviceLeadsOffIt) {
   EXPECT_THAT(directories.items, SizeIs(1));
   EXPECT_THAT(log.texts("passed over, since it leads to another file system: "), SizeIs(1));
   EXPECT_THAT(undone, IsEmpty());
-  const auto song = deviceBoundary::openFile(stick, stick + "/maps.mp3");
-  EXPECT_TRUE(!song && errno == EXDEV) << "replaced by a link since it was listed";
+  struct statx status {};
+  EXPECT_TRUE(!DeviceRoot(stick).open(stick + "/maps.mp3", status) && errno == EXDEV)
+      << "replaced by a link since it was listed";
 }
 
 TEST_F(Crawl, AFolderThatRefusesIsPassedOver) {
