@@ -24,14 +24,19 @@ Descriptor refuse(int error) {
   return {};
 }
 
-Descriptor openResolving(int folder, const char* path, int flags) {
+Descriptor resolve(int folder, const char* path, int flags, unsigned limits) {
   open_how how{};
   how.flags = static_cast<std::uint64_t>(flags);
-  how.resolve = RESOLVE_NO_MAGICLINKS | (othersAllowed ? 0U : RESOLVE_NO_XDEV);
+  how.resolve = limits;
   const long opened = syscall(SYS_openat2, folder, path, &how, sizeof how);
   // Some sandboxes refuse calls that they do not know with EPERM.
   const bool isUnknown = opened < 0 && (errno == ENOSYS || errno == EPERM);
   return Descriptor(isUnknown ? openat(folder, path, flags) : static_cast<int>(opened));
+}
+
+/// Opens for reading the file that a descriptor opened with O_PATH stands for.
+Descriptor reopen(const Descriptor& pinned, int flags) {
+  return Descriptor(::open(("/proc/self/fd/" + std::to_string(pinned.get())).c_str(), flags));
 }
 
 /// The status of `folder`/`name`, itself where it is a link; of `folder` for an empty name. Uses
@@ -80,12 +85,21 @@ int DeviceRoot::look(int folder, const char* name, struct statx& status, bool& i
   return openWithin(folder, name, O_PATH, status) ? 0 : errno;
 }
 
+/// An absolute link that returns to the device crosses other mounts on its way: the second attempt
+/// looks where the path leads before it opens anything.
 Descriptor DeviceRoot::openWithin(int folder, const char* path, int flags,
                                   struct statx& status) const {
-  Descriptor opened = openResolving(folder, path, flags | O_CLOEXEC);
+  flags |= O_CLOEXEC;
+  Descriptor opened = resolve(folder, path, flags, RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV);
+  const bool isPinned = !opened && errno == EXDEV;
+  if (isPinned) opened = resolve(folder, path, O_PATH | O_CLOEXEC, RESOLVE_NO_MAGICLINKS);
   if (!opened || !read(opened.get(), "", status)) return refuse(errno);
-  if (deviceOf(status) == device) return opened;
-  return othersAllowed && !isOfProcesses(opened) ? std::move(opened) : refuse(EXDEV);
+  if (!isAllowed(opened, status)) return refuse(EXDEV);
+  return isPinned && (flags & O_PATH) == 0 ? reopen(opened, flags) : std::move(opened);
+}
+
+bool DeviceRoot::isAllowed(const Descriptor& opened, const struct statx& status) const {
+  return deviceOf(status) == device || (othersAllowed && !isOfProcesses(opened));
 }
 
 }  // namespace orvel

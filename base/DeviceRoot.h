@@ -11,7 +11,8 @@ namespace orvel {
 
 /// The folder at which a device is mounted. Opens what lies on the device, and nothing else: a link
 /// on a stick may lead to the host's memory below /proc, and another file system may be mounted on
-/// one of its folders. Keeps the device busy while it lives. Used by one thread.
+/// one of its folders. On kernels before 5.6 the file system alone decides, not the kind of link.
+/// Keeps the device busy while it lives. Used by one thread.
 class DeviceRoot {
  public:
   /// Lets devices lead to other file systems from now on, but never to /proc nor through its links,
@@ -31,11 +32,11 @@ class DeviceRoot {
   Descriptor open(const std::string& path, struct statx& status) const;
 
   /// Looks up `name` in `folder`, a folder of the device, and follows a link. Returns 0 or an
-  /// errno: EXDEV when the entry leads off the device. Absolute links do, except where the mount
-  /// that they start from is the device's. On kernels before 5.6 the file system alone decides.
+  /// errno: EXDEV when the entry leads off the device.
   int look(int folder, const char* name, struct statx& status, bool& isLink) const;
 
  private:
+  [[nodiscard]] bool isAllowed(const Descriptor& opened, const struct statx& status) const;
   Descriptor openWithin(int folder, const char* path, int flags, struct statx& status) const;
 
   std::string mountPoint;

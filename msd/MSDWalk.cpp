@@ -113,6 +113,24 @@ bool MSDWalk::refuse(std::size_t index, const char* name, int error) {
   return isOrdinaryRefusal(error) || isStillThere(pathIn(index, name), error);
 }
 
+bool MSDWalk::hasManyFolders() {
+  if (directories.items.size() < maxFolders) return false;
+  if (!progress.folderLimitReached.exchange(true)) {
+    OV_WARN("%d folders reached", static_cast<int>(maxFolders));
+  }
+  return true;
+}
+
+/// The paths of a real device take a tenth of this.
+bool MSDWalk::hasLongPaths() {
+  constexpr std::size_t kMostBytes = std::size_t{32} << 20;
+  if (pathBytes < kMostBytes) return false;
+  if (!progress.folderLimitReached.exchange(true)) {
+    OV_WARN("paths of %d bytes reached", static_cast<int>(kMostBytes));
+  }
+  return true;
+}
+
 /// Allocates the exact size: the paths of a device make up most of a request's memory.
 std::string MSDWalk::pathIn(std::size_t index, std::string_view name) const {
   const std::string& folder = directories.items[index]->path;
@@ -126,24 +144,20 @@ std::string MSDWalk::pathIn(std::size_t index, std::string_view name) const {
 /// without end.
 void MSDWalk::addDirectory(std::size_t index, const char* name, const Entry& entry) {
   const Identity identity = identityOf(entry.status);
-  if (isOwnAncestor(index, identity)) return;
-  if (directories.items.size() >= maxFolders) {
-    if (!progress.folderLimitReached.exchange(true)) {
-      OV_WARN("%d folders reached", static_cast<int>(maxFolders));
-    }
-    return;
-  }
+  if (isOwnAncestor(index, identity) || hasManyFolders() || hasLongPaths()) return;
   if (entry.isLink && !linked.insert(identity).second) return;
   auto directory = std::make_unique<Directory>(
       pathIn(index, name), directories.operation.mountPoint, static_cast<std::int32_t>(index));
+  pathBytes += directory->path.size();
   identities.push_back(identity);
   directories.add(std::move(directory));
 }
 
 void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
   const MediaKind kind = mediaKindOf(name);
-  if (kind == MediaKind::Other) return;
+  if (kind == MediaKind::Other || hasLongPaths()) return;
   auto file = std::make_unique<FileInfo>(pathIn(index, name), 0U, narrowTime(modified));
+  pathBytes += file->path->size();
   (kind == MediaKind::Song ? songs : playlists).add(std::move(file));
   if (kind == MediaKind::Playlist) {
     ++progress.playlistsFound;

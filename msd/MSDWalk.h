@@ -64,6 +64,8 @@ class MSDWalk {
   bool refuse(std::size_t index, const char* name, int error);
   void addDirectory(std::size_t index, const char* name, const Entry& entry);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
+  bool hasManyFolders();
+  bool hasLongPaths();
   bool passOver(const std::string& unreadable, int error);
   bool isStillThere(const std::string& path, int error);
   [[nodiscard]] bool isOwnAncestor(std::size_t parent, Identity identity) const;
@@ -79,6 +81,7 @@ class MSDWalk {
   WalkHost host;
   std::vector<Identity> identities;  ///< of `directories`, item by item
   std::set<Identity> linked;         ///< the directories that were entered through a link
+  std::size_t pathBytes = 0;         ///< of everything found
   bool leadsOff = false;             ///< the device has entries that lead to other file systems
 };
 

@@ -41,7 +41,8 @@ struct ProgressSnapshot {
   bool isolationFailed = false;
   /// The request stopped at `Limits::songs`. Also true for a stick with exactly that many songs.
   bool limitReached = false;
-  /// The device has more folders than `Limits::folders`; the others were not looked at.
+  /// The device has more folders than `Limits::folders`, or paths of more than 32 MiB in all; the
+  /// other entries were not looked at.
   bool folderLimitReached = false;
   std::vector<std::string> leftUndone;  ///< texts for people; empty when nothing was left undone
   /// The stored status after the end: "OK" or "PROGRESS"; empty while the request lives.

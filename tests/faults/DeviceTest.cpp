@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/Limits.h"
 #include "msd/MSDMiner.h"
 #include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
@@ -157,6 +158,17 @@ TEST_F(DeviceTest, ABadSectorCostsItselfAndIsGivenUpAtTheSecondRun) {
                      " SELECT DISTINCT PLAYNAME FROM PLAYLISTS WHERE PLAYNAME = 'bad.m3u'"
                      " UNION ALL SELECT PATH FROM UNDELIVERED;"),
               ElementsAre("Lost", "bad.m3u"));
+}
+
+TEST_F(DeviceTest, FoldersThatContainThemselvesEndAtTheLimit) {
+  temporary.folder("content/again");
+  const FaultyDevice device(content, stick);
+  setLimits({.folders = 100});
+  index(kDevice, stick);
+  setLimits({});
+  EXPECT_TRUE(progress().folderLimitReached);
+  EXPECT_EQ(progress().directories.found, 100U);
+  EXPECT_EQ(storedStatus(), "OK");
 }
 
 /// A file that the device does not deliver costs itself, and three in a row the rest of the block.

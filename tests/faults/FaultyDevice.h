@@ -8,7 +8,8 @@
 namespace orvel::test {
 
 /// A device of the test's own: shows a folder at a mount point, through a file system in user space
-/// that is served by threads of this process, and fails on demand. Nothing is cached in between.
+/// that is served by threads of this process, and fails on demand. Nothing is cached in between. A
+/// folder called "again" shows the root, as on a damaged file system.
 class FaultyDevice {
  public:
   enum class Fault {

@@ -83,16 +83,17 @@ TEST_F(Crawl, FindsWhatARealTreeHolds) {
   }
   ASSERT_EQ(mkfifo((stick + "/Music/fifo.mp3").c_str(), 0600), 0);
   fs::create_symlink("../outside/h.mp3", stick + "/link.mp3");
+  fs::create_symlink(temporary.path("outside/h.mp3"), stick + "/absolute.mp3");
   fs::create_symlink("nowhere.mp3", stick + "/dangling.mp3");
   fs::create_symlink("self.mp3", stick + "/self.mp3");
   fs::create_directory_symlink("..", stick + "/Deep/loop");
   fs::create_directory_symlink(".", stick + "/Deep/er/self");
   fs::create_directory_symlink("Music", stick + "/Again");
   walk();
-  EXPECT_THAT(
-      namesOf(songs),
-      UnorderedElementsAre("Music/a.mp3", ".Trash-1000/b.mp3", "Deep/er/f.FLAC", "folder.mp3/g.wav",
-                           "Music/\xFF\n.mp3", "link.mp3", "Again/a.mp3", "Again/\xFF\n.mp3"));
+  EXPECT_THAT(namesOf(songs),
+              UnorderedElementsAre("Music/a.mp3", ".Trash-1000/b.mp3", "Deep/er/f.FLAC",
+                                   "folder.mp3/g.wav", "Music/\xFF\n.mp3", "link.mp3",
+                                   "absolute.mp3", "Again/a.mp3", "Again/\xFF\n.mp3"));
   EXPECT_THAT(namesOf(playlists), ElementsAre("Lists/p.m3u"));
   std::vector<std::string> found;
   for (const Directory* directory : directories.items) {
