@@ -20,9 +20,12 @@ void write(MessageWriter& writer, const TagLib::String& text) {
   for (const wchar_t unit : text) writer.number(static_cast<std::uint16_t>(unit));
 }
 
+/// Returns an empty text, and spoils the message, for a longer one than any tag's.
 TagLib::String parseText(MessageParser& parser) {
   const std::size_t units = parser.number<std::uint32_t>();
-  const std::string_view taken = parser.take(units * sizeof(std::uint16_t));
+  const std::size_t bytes = units * sizeof(std::uint16_t);
+  const std::string_view taken =
+      parser.take(units <= TagValues::kMostUnits ? bytes : std::string_view::npos);
   std::wstring wide(taken.size() / sizeof(std::uint16_t), L'\0');
   for (std::size_t i = 0; i < wide.size(); ++i) {
     std::uint16_t unit = 0;

@@ -21,7 +21,7 @@ namespace orvel::tagMessages {
 /// Largest number of files in one request.
 constexpr std::size_t kMostFiles = workerProtocol::kMostDescriptors;
 /// Largest size of a result with all its texts.
-constexpr std::size_t kMostResultBytes = std::size_t{32} << 20;
+constexpr std::size_t kMostResultBytes = std::size_t{256} << 10;
 /// Largest number of bytes that a question may ask for, equal to the budget of a whole file.
 constexpr std::int64_t kMostAskedBytes = 32LL << 20;
 constexpr char kRequestDone = 'D';
