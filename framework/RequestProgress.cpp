@@ -20,6 +20,8 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::Refused, "too many earlier requests still wait for devices that do not answer"},
     {LeftUndone::TooLarge, "the database had grown beyond its size limit and was deleted"},
     {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
+    {LeftUndone::ReaderGivenUp, "too many files ended the tag reader or took too long"},
+    {LeftUndone::NotIsolated, "tags cannot be read in isolation; the log names the error"},
 };
 
 std::vector<std::string> texts(unsigned reasons) {

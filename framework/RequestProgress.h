@@ -19,6 +19,8 @@ enum class LeftUndone : unsigned {
   NotPrepared = 1U << 9,      ///< the database could not be prepared for the request
   Refused = 1U << 8,          ///< too many earlier requests wait for devices that do not answer
   TooLarge = 1U << 10,        ///< the database outgrew its limit and was deleted or emptied
+  ReaderGivenUp = 1U << 11,   ///< too many files ended the process that reads tags
+  NotIsolated = 1U << 12,     ///< isolation is required, but not to be had
 };
 
 /// The live counters of one request. Its stages write them, any thread may read them.

@@ -128,6 +128,10 @@ MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs)
       return endBlock(LeftUndone::Interrupted);
     case Outcome::ReaderLost:
       return endBlock(LeftUndone::ReaderLost);
+    case Outcome::GivenUp:
+      return endBlock(LeftUndone::ReaderGivenUp);
+    case Outcome::NotIsolated:
+      return endBlock(LeftUndone::NotIsolated);
   }
   return nextFile();
 }

@@ -23,7 +23,8 @@ namespace {
 
 /// True when no further track can be read for this reason.
 bool endsReading(LeftUndone reason) {
-  return reason == LeftUndone::ReaderLost;
+  return reason == LeftUndone::ReaderLost || reason == LeftUndone::ReaderGivenUp ||
+         reason == LeftUndone::NotIsolated;
 }
 
 }  // namespace

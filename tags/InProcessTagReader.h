@@ -19,6 +19,8 @@ class InProcessTagReader : public TagReader {
 
  private:
   static constexpr std::size_t kFilesAhead = 16;
+  /// After as many files that use up their time the rest of the request is not read.
+  static constexpr int kMostLateFiles = 64;
 
   struct File {
     std::string path;
@@ -31,6 +33,7 @@ class InProcessTagReader : public TagReader {
   std::vector<File> files;
   std::size_t current = 0;
   std::size_t opened = 0;  ///< number of files that were opened so far
+  int lateFiles = 0;
 };
 
 }  // namespace orvel

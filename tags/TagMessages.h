@@ -22,8 +22,8 @@ namespace orvel::tagMessages {
 constexpr std::size_t kMostFiles = workerProtocol::kMostDescriptors;
 /// Largest size of a result with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{256} << 10;
-/// Largest number of bytes that a question may ask for, equal to the budget of a whole file.
-constexpr std::int64_t kMostAskedBytes = 32LL << 20;
+/// Largest number of bytes that a question may ask for.
+constexpr std::int64_t kMostAskedBytes = 1LL << 20;
 constexpr char kRequestDone = 'D';
 
 /// One file of a request.

@@ -1,5 +1,6 @@
 #include "tags/isolation/IsolatedTagReader.h"
 
+#include <algorithm>
 #include <cassert>
 #include <stdexcept>
 #include <system_error>
@@ -14,6 +15,10 @@ namespace orvel {
 namespace {
 
 constexpr std::chrono::milliseconds kStartLimit{5000};
+/// Number of files that may end the reader or use up their time.
+constexpr int kMostFaults = 64;
+/// The part of a file's time that is not held against it.
+constexpr int kOrdinaryPart = 5;
 
 tagMessages::Result withoutTag(TagResult::Outcome outcome) {
   tagMessages::Result answer;
@@ -25,7 +30,10 @@ tagMessages::Result withoutTag(TagResult::Outcome outcome) {
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
                                      std::chrono::milliseconds limit)
-    : stopped(std::move(token)), program(std::move(workerProgram)), timeLimit(limit) {}
+    : stopped(std::move(token)),
+      program(std::move(workerProgram)),
+      timeLimit(limit),
+      patience(kMostFaults * limit) {}
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
@@ -42,6 +50,7 @@ TagResult IsolatedTagReader::next(const std::string& path) {
   const bool isNext = files.isNext(path);
   assert(isNext && "next() asked for a file out of order");
   if (!isNext) return {Outcome::ReaderLost};
+  if (isGivenUp()) return {Outcome::GivenUp};
   tagMessages::Result answer;
   try {
     answer = retryOnBadAlloc(
@@ -63,6 +72,7 @@ TagResult IsolatedTagReader::next(const std::string& path) {
 TagResult IsolatedTagReader::read(TagStream& stream) {
   assertOwner();
   if (state == State::InProcess) return inProcess->read(stream);
+  if (isGivenUp()) return {Outcome::GivenUp};
   expect({});
   const std::string path = stream.name();
   const tagMessages::FileRequest request{files.takeId(), stream.length(),
@@ -89,6 +99,7 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
         return withoutTag(*unsent);
       }
       if (auto answer = worker->receive(question.id, budget, question.source)) {
+        spendPatience(budget.used() - timeLimit / kOrdinaryPart);
         return std::move(*answer);
       }
       if (stopped.stop_requested()) break;
@@ -195,12 +206,21 @@ void IsolatedTagReader::startFailed(const std::string& reason) {
 
 /// Ends a worker that failed because of this file, and returns the file's result.
 TagResult::Outcome IsolatedTagReader::blameFile(const std::string& path) {
+  spendPatience(timeLimit);
   const bool isStalled = worker->hasStalled();
   const std::string failure = worker->end();
   dropWorker();
   OV_WARN("tag reader %s for track: %s", isStalled ? "waits for the device" : failure.c_str(),
           path.c_str());
   return isStalled ? Outcome::Stalled : Outcome::Unreadable;
+}
+
+/// Takes the time of a file off the request's: without an end to it, a device full of files that
+/// end the reader or keep it busy would be read for a day.
+void IsolatedTagReader::spendPatience(WaitBudget::Clock::duration time) {
+  if (isGivenUp()) return;
+  patience -= std::max(time, WaitBudget::Clock::duration::zero());
+  if (isGivenUp()) OV_WARN("too many files end the tag reader or take too long: no more are read");
 }
 
 /// Ends the worker, if there is one, and forgets the files sent to it, so that no late answer is

@@ -36,6 +36,7 @@ namespace orvel {
 ///     Down       a file is due, the worker greets  workerStarted  Running
 ///     Down       a file is due, no worker starts   startFailed    Down        ReaderLost
 ///     InProcess  a file is due                                    InProcess   read in-process
+///     any        a file is due, patience is spent                             GivenUp
 ///
 /// A worn worker has answered before. It may have failed because of damage from earlier files, or
 /// by somebody else's signal; a fresh worker then decides whether the file is to blame. InProcess
@@ -83,6 +84,8 @@ class IsolatedTagReader : public TagReader {
   void workerStarted(workerProtocol::Confinement confinement);
   void startFailed(const std::string& reason);
   Outcome blameFile(const std::string& path);
+  [[nodiscard]] bool isGivenUp() const { return patience <= WaitBudget::Clock::duration::zero(); }
+  void spendPatience(WaitBudget::Clock::duration time);
   void dropWorker();
 
   std::optional<Outcome> sendCurrent();
@@ -97,6 +100,7 @@ class IsolatedTagReader : public TagReader {
   // Used by the owner's thread only.
   std::thread::id owner;  ///< the first thread that read
   State state = State::Untried;
+  WaitBudget::Clock::duration patience;    ///< for slow files and those that end the worker
   std::optional<WorkerConnection> worker;  ///< in state Running, and while it starts
   std::unique_ptr<TagReader> inProcess;    ///< in state InProcess
   FileQueue files;

@@ -37,7 +37,18 @@ class AskedStream : public TagStream {
   bool isOpen() const override { return true; }
 
   long readAt(long start, char* target, long length) override {
-    const ByteRange range{start, std::min<std::int64_t>(length, kMostAskedBytes)};
+    long filled = 0;
+    while (filled < length) {
+      const long wanted = std::min<long>(length - filled, kMostAskedBytes);
+      const long got = ask({start + filled, wanted}, target + filled);
+      filled += got;
+      if (got < wanted) break;
+    }
+    return filled;
+  }
+
+ private:
+  long ask(const ByteRange& range, char* target) {
     const auto answer = libraryConnection::send(encodeQuestion(range))
                             ? libraryConnection::receive()
                             : std::nullopt;

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -10,7 +11,9 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
+#include "isolation/worker/LibraryConnection.h"
 #include "tags/TagMessages.h"
 #include "tags/readTags.h"
 #include "tags/reader/serveTags.h"
@@ -33,19 +36,45 @@ void bloat() {
   while (true) std::memset(::operator new(kStep), 1, kStep);
 }
 
-void answerWith(const std::string& bytes) {
-  if (write(orvel::workerProtocol::kResultPipe, bytes.data(), bytes.size()) > 0) hang();
+void answer(std::string_view bytes) {
+  if (write(orvel::workerProtocol::kResultPipe, bytes.data(), bytes.size()) < 0) hang();
 }
 
-/// Asks for all that there is, again and again, without taking an answer.
-void ask() {
-  const std::string question =
-      orvel::tagMessages::encodeQuestion({0, orvel::tagMessages::kMostAskedBytes});
-  iovec part{const_cast<char*>(question.data()), question.size()};
-  msghdr message{};
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  while (true) sendmsg(orvel::workerProtocol::kControlSocket, &message, MSG_NOSIGNAL);
+void answerWith(const std::string& bytes) {
+  answer(bytes);
+  hang();
+}
+
+void send(const std::string& message) {
+  if (write(orvel::workerProtocol::kControlSocket, message.data(), message.size()) < 0) hang();
+}
+
+std::string question() {
+  return orvel::tagMessages::encodeQuestion({0, orvel::tagMessages::kMostAskedBytes});
+}
+
+/// Asks for all that there is, again and again; takes the answers, with their descriptors, or not.
+void ask(bool takesAnswers) {
+  while (true) {
+    send(question());
+    if (takesAnswers) new auto(orvel::libraryConnection::receive());
+  }
+}
+
+/// Sends messages without an end.
+void chatter() {
+  while (true) send("D");
+}
+
+/// Sends a result byte by byte, each just before the library loses patience with a wait.
+void trickle() {
+  const std::string result = orvel::workerProtocol::withLength(std::string(200000, 'x'));
+  for (const char byte : result) {
+    answer({&byte, 1});
+    const auto begin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - begin < std::chrono::microseconds(100)) {
+    }
+  }
 }
 
 /// The actions of a parser that a file has taken over: the file begins with "!" and one of these.
@@ -58,7 +87,10 @@ const std::map<std::string, void (*)()> kDeeds = {
     {"nonsense", [] { answerWith(std::string("\3\0\0\0???", 7)); }},
     {"flood", [] { answerWith(std::string(4, '\x7F')); }},
     {"half", [] { answerWith(std::string("\x40\0\0\0half", 8)); }},
-    {"ask", ask},
+    {"ask", [] { ask(false); }},
+    {"asktake", [] { ask(true); }},
+    {"chatter", chatter},
+    {"trickle", trickle},
     {"deaf",
      [] {
        close(orvel::workerProtocol::kControlSocket);

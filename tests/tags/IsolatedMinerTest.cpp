@@ -13,6 +13,7 @@
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/Effort.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/processStatus.h"
 
 namespace orvel::test {
 namespace {
@@ -101,7 +102,11 @@ TEST_P(HostileFile, CostsItselfAndNoOther) {
     GTEST_SKIP() << "the emulator passes on neither filters nor limits of memory";
   const auto miner = minerOf(kShort);
   const std::vector<std::string> names = mixed(40, 20, std::string(deed.name));
-  const Songs songs = mine(*miner, names);
+  const PeakMemory peak;
+  Songs songs;
+  const double seconds = Longest().measure([&] { songs = mine(*miner, names); }) / 1000;
+  EXPECT_LT(peak.mebibytes(), 64);
+  EXPECT_LT(seconds, 2 * 1.2 * std::chrono::duration<double>(kShort).count()) << "for two files";
   ASSERT_THAT(songs->items, SizeIs(42));
   EXPECT_FALSE(songs->operation.skipped);
   for (std::size_t i = 0; i < names.size(); ++i) {
@@ -124,10 +129,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Deed{"exit", "exit status 0", false}, Deed{"nonsense", "no result", false},
                     Deed{"flood", "no result", false}, Deed{"half", "no answer in time", false},
                     Deed{"ask", "no answer in time", false}, Deed{"deaf", "signal 9", false},
-                    Deed{"socket", kFiltered, false}, Deed{"fork", kFiltered, false},
-                    Deed{"execute", kFiltered, false}, Deed{"kill", kFiltered, false},
-                    Deed{"unlink", kFiltered, false}, Deed{"open", kFiltered},
-                    Deed{"code", kFiltered, false}, Deed{"map", kFiltered, false}),
+                    Deed{"chatter", "no answer in time", false},
+                    Deed{"trickle", "no answer in time", false}, Deed{"socket", kFiltered, false},
+                    Deed{"fork", kFiltered, false}, Deed{"execute", kFiltered, false},
+                    Deed{"kill", kFiltered, false}, Deed{"unlink", kFiltered, false},
+                    Deed{"open", kFiltered}, Deed{"code", kFiltered, false},
+                    Deed{"map", kFiltered, false}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(IsolatedMiner, AnExceptionOfTheParserIsToldAsItIsInProcess) {
@@ -139,17 +146,33 @@ TEST_F(IsolatedMiner, AnExceptionOfTheParserIsToldAsItIsInProcess) {
             LogLevel::Error);
 }
 
-TEST_F(IsolatedMiner, AStopEndsAReaderThatHangs) {
+TEST_F(IsolatedMiner, AStopEndsAReaderWhateverItDoes) {
+  for (const char* deed : {"hang", "chatter", "trickle", "ask"}) {
+    const auto miner = minerOf(kEndless);
+    Songs songs;
+    const auto names = {good("a.mp3"), bad(deed), good("b.mp3")};
+    std::thread mining([&] { songs = mine(*miner, names); });
+    std::this_thread::sleep_for(withSlack(milliseconds(60)));
+    const double stopping = Longest().measure([&] {
+      miner->stop();
+      mining.join();
+    });
+    EXPECT_LT(stopping, withSlack(milliseconds(100)).count()) << deed;
+    EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3"));
+    EXPECT_TRUE(songs->operation.skipped);
+    EXPECT_THAT(log.texts(deed), SizeIs(0)) << "an interrupted file is not to blame";
+  }
+}
+
+TEST_F(IsolatedMiner, TooManyFilesThatEndTheReaderLeaveTheRestUndone) {
   const auto miner = minerOf(kEndless);
-  Songs songs;
-  const auto names = {good("a.mp3"), bad("hang"), good("b.mp3")};
-  std::thread mining([&] { songs = mine(*miner, names); });
-  std::this_thread::sleep_for(withSlack(milliseconds(60)));
-  miner->stop();
-  mining.join();
-  EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3"));
-  EXPECT_TRUE(songs->operation.skipped);
-  EXPECT_THAT(log.texts("hang.mp3"), SizeIs(0)) << "an interrupted file is not to blame";
+  std::vector<std::string> names;
+  for (int i = 0; i < 64; ++i) names.push_back(bad("exit", std::to_string(i)));
+  names.push_back(good("a.mp3"));
+  EXPECT_THAT(mine(*miner, names, false)->items, SizeIs(64));
+  const Songs rest = mine(*miner, {"a.mp3"});
+  EXPECT_TRUE(rest->items.empty() && rest->operation.skipped);
+  EXPECT_THAT(miner->progress->snapshot().leftUndone, ElementsAre(HasSubstr("too many files")));
 }
 
 TEST_F(IsolatedMiner, BlocksFollowOneAnotherAlsoWhenOneIsCutShort) {
