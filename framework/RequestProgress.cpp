@@ -41,6 +41,11 @@ void RequestProgress::enter(RequestPhase next) {
   }
 }
 
+void RequestProgress::tagWasRead(Confinement parser) {
+  const int level = static_cast<int>(parser);
+  if (confinement == kUnknown || level < confinement) confinement = level;
+}
+
 void RequestProgress::songsWereStored(unsigned songs) {
   if (songs == 0) return;
   songsStored += songs;
@@ -74,6 +79,8 @@ ProgressSnapshot RequestProgress::snapshot() const {
   copy.limitReached = limitReached;
   copy.folderLimitReached = folderLimitReached;
   copy.isolationFailed = isolationFailed;
+  const int level = confinement;
+  if (level != kUnknown) copy.confinement = static_cast<Confinement>(level);
   copy.leftUndone = texts(undone);
   copy.status = status.load();
   return copy;

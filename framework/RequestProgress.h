@@ -55,6 +55,9 @@ class RequestProgress {
   /// Adds a reason for people. Stages call Server::leaveUndone, which also marks the request.
   void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
 
+  /// Notes how confined the parser of a tag was. Called by one stage.
+  void tagWasRead(Confinement parser);
+
   /// Counts songs that are committed; the first call records the time.
   void songsWereStored(unsigned songs);
   /// Sets the number of committed folders; the first call records the time.
@@ -69,6 +72,8 @@ class RequestProgress {
 
   std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<unsigned> undone{0};
+  static constexpr int kUnknown = -1;
+  std::atomic<int> confinement{kUnknown};  ///< the least so far
   const Clock::time_point created = Clock::now();
   // Ticks since `created`; 0 until the event.
   std::atomic<Clock::rep> firstSongAfter{0};

@@ -109,6 +109,7 @@ std::vector<char*> childEnvironment() {
 }
 
 std::string describe(const siginfo_t& end) {
+  if (end.si_pid == 0) return "ended, and the host took its exit status";
   if (end.si_code == CLD_EXITED) return "ended with exit status " + std::to_string(end.si_status);
   const char* description = sigdescr_np(end.si_status);
   return "was ended by signal " + std::to_string(end.si_status) +
@@ -129,14 +130,17 @@ struct ChildProcess::Unreaped {
   std::vector<Handle> dying ORVEL_GUARDED_BY(mutex);
 };
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors) {
+ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors,
+                           std::vector<std::string> arguments) {
   reapEarlier();
   const FileActions files(descriptors);
   const Attributes attributes;
-  std::string name = program;
-  std::array<char*, 2> arguments = {name.data(), nullptr};
+  arguments.insert(arguments.begin(), program);
+  std::vector<char*> words;
+  for (std::string& argument : arguments) words.push_back(argument.data());
+  words.push_back(nullptr);
   require(posix_spawn(&handle.id, program.c_str(), &files.actions, &attributes.attributes,
-                      arguments.data(), childEnvironment().data()),
+                      words.data(), childEnvironment().data()),
           "posix_spawn");
   handle.descriptor = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, handle.id, 0)));
 }
@@ -154,13 +158,15 @@ bool ChildProcess::waitsIn(long systemCall) const {
 std::string ChildProcess::end() {
   if (ending) return *ending;
   kill();
-  ending = reapWithin(kReapTime);
-  if (!ending) {
-    ending = "does not end";
-    Unreaped& unreaped = Unreaped::instance();
-    const MutexLock lock(unreaped.mutex);
-    unreaped.dying.push_back(std::move(handle));
+  if (const auto end = reapWithin(kReapTime)) {
+    if (end->si_code != CLD_EXITED) endingSignal = end->si_status;
+    ending = describe(*end);
+    return *ending;
   }
+  ending = "does not end";
+  Unreaped& unreaped = Unreaped::instance();
+  const MutexLock lock(unreaped.mutex);
+  unreaped.dying.push_back(std::move(handle));
   return *ending;
 }
 
@@ -172,20 +178,21 @@ void ChildProcess::kill() const {
   }
 }
 
-/// Describes how the child ended; returns nothing while it still runs.
-std::optional<std::string> ChildProcess::reap(const Handle& handle) {
+/// Tells how the child ended, with no process id when the host has taken that; returns nothing
+/// while it still runs.
+std::optional<siginfo_t> ChildProcess::reap(const Handle& handle) {
   siginfo_t end{};
   const auto wait = [&](idtype_t type, int id) {
     return waitid(type, static_cast<id_t>(id), &end, WEXITED | WNOHANG);
   };
   int result = handle.descriptor ? wait(P_PIDFD, handle.descriptor.get()) : wait(P_PID, handle.id);
   if (result != 0 && errno == EINVAL) result = wait(P_PID, handle.id);
-  if (result != 0) return "ended, and the host took its exit status";
+  if (result != 0) return siginfo_t{};
   if (end.si_pid == 0) return std::nullopt;
-  return describe(end);
+  return end;
 }
 
-std::optional<std::string> ChildProcess::reapWithin(std::chrono::milliseconds time) {
+std::optional<siginfo_t> ChildProcess::reapWithin(std::chrono::milliseconds time) {
   constexpr std::chrono::milliseconds kPause{1};
   for (auto left = time; left.count() > 0; left -= kPause) {
     if (auto end = reap(handle)) return end;

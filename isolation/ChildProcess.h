@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <csignal>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,7 +22,9 @@ class ChildProcess {
   /// threads. Throws std::system_error.
   /// @param descriptors  numbered from 3 on in the child, where they are the only ones beside the
   ///                     standard ones
-  ChildProcess(const std::string& program, const std::vector<int>& descriptors);
+  /// @param arguments    after the program's name
+  ChildProcess(const std::string& program, const std::vector<int>& descriptors,
+               std::vector<std::string> arguments = {});
   /// Kills the child. One that the kernel keeps in a read that does not return is reaped later.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -32,6 +35,8 @@ class ChildProcess {
 
   /// Kills the child unless it has ended, and describes for the log how it ended.
   std::string end();
+  /// True after `end` when this signal has ended the child.
+  [[nodiscard]] bool wasEndedBy(int signal) const { return endingSignal == signal; }
 
  private:
   struct Handle {
@@ -40,13 +45,14 @@ class ChildProcess {
   };
   struct Unreaped;
 
-  static std::optional<std::string> reap(const Handle& handle);
+  static std::optional<siginfo_t> reap(const Handle& handle);
   static void reapEarlier();
-  std::optional<std::string> reapWithin(std::chrono::milliseconds time);
+  std::optional<siginfo_t> reapWithin(std::chrono::milliseconds time);
   void kill() const;
 
   Handle handle;
   std::optional<std::string> ending;
+  int endingSignal = 0;
 };
 
 }  // namespace orvel

@@ -109,6 +109,7 @@ MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs)
   assert(reader != nullptr);
   TagResult read = reader->next(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
+  if (const auto confinement = reader->confinement()) progress->tagWasRead(*confinement);
   const bool isDelivered =
       read.outcome != Outcome::DeviceFailed && read.outcome != Outcome::Stalled;
   if (isDelivered) failuresInARow = 0;

@@ -16,6 +16,9 @@ class InProcessTagReader : public TagReader {
   void expect(std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
+  [[nodiscard]] std::optional<Confinement> confinement() const override {
+    return Confinement::None;
+  }
 
  private:
   static constexpr std::size_t kFilesAhead = 16;

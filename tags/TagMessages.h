@@ -22,6 +22,8 @@ namespace orvel::tagMessages {
 constexpr std::size_t kMostFiles = workerProtocol::kMostDescriptors;
 /// Largest size of a result with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{256} << 10;
+/// Largest size of the text of a parser's exception, which goes to the log.
+constexpr std::size_t kMostErrorBytes = 256;
 /// Largest number of bytes that a question may ask for.
 constexpr std::int64_t kMostAskedBytes = 1LL << 20;
 constexpr char kRequestDone = 'D';

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cerrno>
+#include <initializer_list>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -26,12 +28,32 @@ tagMessages::Result withoutTag(TagResult::Outcome outcome) {
   return answer;
 }
 
+/// True for an answer after which the file is no song of the device.
+bool deniesSong(const tagMessages::Result& answer) {
+  return answer.error || answer.result.outcome == TagResult::Outcome::Untagged;
+}
+
+Confinement levelOf(const workerProtocol::Confinement& layers) {
+  if (layers.filterError != 0) return Confinement::Process;
+  return layers.landlockError != 0 ? Confinement::Filter : Confinement::FilterAndLandlock;
+}
+
+/// The layers that are missing, with the reasons.
+std::string describe(const workerProtocol::Confinement& layers) {
+  const auto reason = [](int error) { return std::generic_category().message(error); };
+  std::string text;
+  if (layers.filterError != 0) text = "no filter of system calls: " + reason(layers.filterError);
+  if (layers.landlockError == 0) return text;
+  return text + (text.empty() ? "" : "; ") + "no Landlock: " + reason(layers.landlockError);
+}
+
 }  // namespace
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
-                                     std::chrono::milliseconds limit)
+                                     TagReading chosen, std::chrono::milliseconds limit)
     : stopped(std::move(token)),
       program(std::move(workerProgram)),
+      policy(chosen),
       timeLimit(limit),
       patience(kMostFaults * limit) {}
 
@@ -98,12 +120,14 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
         if (*unsent == Outcome::ReaderLost) break;
         return withoutTag(*unsent);
       }
-      if (auto answer = worker->receive(question.id, budget, question.source)) {
+      const bool isFresh = !worker->hasAnswered();
+      auto answer = worker->receive(question.id, budget, question.source);
+      if (answer && (isFresh || !deniesSong(*answer))) {
         spendPatience(budget.used() - timeLimit / kOrdinaryPart);
         return std::move(*answer);
       }
       if (stopped.stop_requested()) break;
-      if (budget.isSpent() || !worker->hasAnswered()) return withoutTag(blameFile(question.path));
+      if (budget.isSpent() || isFresh) return withoutTag(blameFile(question.path));
       dropWorker();
     }
   } catch (const std::exception&) {
@@ -111,7 +135,8 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
     throw;
   }
   dropWorker();
-  return withoutTag(stopped.stop_requested() ? Outcome::Interrupted : Outcome::ReaderLost);
+  if (stopped.stop_requested()) return withoutTag(Outcome::Interrupted);
+  return withoutTag(state == State::Refused ? Outcome::NotIsolated : Outcome::ReaderLost);
 }
 
 /// Returns a result, or throws the exception of the worker's parser.
@@ -143,11 +168,12 @@ bool IsolatedTagReader::sendAhead() {
 bool IsolatedTagReader::isTransition(State from, State to) {
   switch (from) {
     case State::Untried:
-      return to == State::Running || to == State::InProcess;
+      return to == State::Running || to == State::InProcess || to == State::Refused;
     case State::Running:
       return to == State::Down;
     case State::Down:
       return to == State::Running;
+    case State::Refused:
     case State::InProcess:
       break;
   }
@@ -169,24 +195,47 @@ bool IsolatedTagReader::ensureRunning() {
 }
 
 void IsolatedTagReader::startWorker() {
+  const std::optional<std::string> failure = tryStarting();
+  if (failure && !stopped.stop_requested()) startFailed(*failure);
+}
+
+/// Returns the reason when no worker is up afterwards.
+std::optional<std::string> IsolatedTagReader::tryStarting() {
   std::string reason;
+  bool isFiltered = false;
   try {
-    worker.emplace(stopped, program);
+    worker.emplace(stopped, program, carefully);
     sendAhead();  // lets the worker find its first files when it is up
-    if (const auto confinement = worker->receiveGreeting(WaitBudget(kStartLimit))) {
-      return workerStarted(*confinement);
+    const auto layers = worker->receiveGreeting(WaitBudget(kStartLimit));
+    if (layers && suffices(*layers)) {
+      workerStarted(*layers);
+      return std::nullopt;
     }
-    reason = worker->end();
+    reason = layers ? "less isolation than required: " + describe(*layers) : worker->end();
+    isFiltered = worker->wasFiltered();
   } catch (const std::system_error& error) {
     reason = error.what();
   }
   dropWorker();
-  if (!stopped.stop_requested()) startFailed(reason);
+  if (!isFiltered || carefully) return reason;
+  carefully = true;
+  return tryStarting();
 }
 
-void IsolatedTagReader::workerStarted(workerProtocol::Confinement confinement) {
-  if (state == State::Untried && !confinement.systemCalls) {
-    OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
+/// True for enough layers of confinement: where isolation is required, all that the kernel offers.
+bool IsolatedTagReader::suffices(const workerProtocol::Confinement& layers) const {
+  const auto isOneOf = [](int error, std::initializer_list<int> expected) {
+    return std::find(expected.begin(), expected.end(), error) != expected.end();
+  };
+  return policy != TagReading::IsolationRequired ||
+         (isOneOf(layers.filterError, {0, ENOSYS, EINVAL}) &&
+          isOneOf(layers.landlockError, {0, ENOSYS, EOPNOTSUPP}));
+}
+
+void IsolatedTagReader::workerStarted(const workerProtocol::Confinement& layers) {
+  confined = levelOf(layers);
+  if (state == State::Untried && confined != Confinement::FilterAndLandlock) {
+    OV_WARN("the tag reader is less isolated than it could be: %s", describe(layers).c_str());
   }
   enter(State::Running);
 }
@@ -196,11 +245,17 @@ void IsolatedTagReader::startFailed(const std::string& reason) {
     OV_ERROR("the tag reader %s cannot be started again: %s", program.c_str(), reason.c_str());
     return;
   }
+  if (policy == TagReading::IsolationRequired) {
+    OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program.c_str(),
+             reason.c_str());
+    return enter(State::Refused);
+  }
   auto substitute = std::make_unique<InProcessTagReader>(stopped);
   substitute->expect(files.remainingPaths());
   OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s",
           program.c_str(), reason.c_str());
   inProcess = std::move(substitute);
+  confined = Confinement::None;
   enter(State::InProcess);
 }
 

@@ -38,15 +38,18 @@ WorkerConnection::Channels::Channels() {
   require(fcntl(results.get(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
 }
 
-WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program)
-    : WorkerConnection(std::move(token), program, Channels()) {}
+WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
+                                   bool carefully)
+    : WorkerConnection(std::move(token), program, carefully, Channels()) {}
 
 /// The worker's ends close here when `channels` goes out of scope.
 WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
-                                   Channels channels)
+                                   bool carefully, Channels channels)
     : control(std::move(channels.control)),
       results(std::move(channels.results), tagMessages::kMostResultBytes),
-      process(program, {channels.workersControl.get(), channels.workersResults.get()}),
+      process(program, {channels.workersControl.get(), channels.workersResults.get()},
+              carefully ? std::vector<std::string>{workerProtocol::kCarefully}
+                        : std::vector<std::string>{}),
       stopped(std::move(token)),
       onStop(stopped, Shutdown{control.get()}) {}
 

@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -33,7 +34,8 @@ class WorkerConnection {
  public:
   /// Starts the process, which dies with the connection and with the calling thread. Throws
   /// std::system_error.
-  WorkerConnection(std::stop_token token, const std::string& program);
+  /// @param carefully  see `workerProtocol::kCarefully`
+  WorkerConnection(std::stop_token token, const std::string& program, bool carefully);
 
   enum class Sent : std::uint8_t {
     Yes,
@@ -67,6 +69,8 @@ class WorkerConnection {
 
   /// Ends the process and returns, for the log, how it failed or ended.
   std::string end();
+  /// True after `end` when a filter of system calls has ended the process.
+  [[nodiscard]] bool wasFiltered() const { return process.wasEndedBy(SIGSYS); }
 
  private:
   struct Channels {
@@ -87,7 +91,8 @@ class WorkerConnection {
     std::int64_t bytesLeft = 40LL << 20;
     int questionsLeft = 20000;
   };
-  WorkerConnection(std::stop_token token, const std::string& program, Channels channels);
+  WorkerConnection(std::stop_token token, const std::string& program, bool carefully,
+                   Channels channels);
 
   std::optional<tagMessages::Result> decode(std::string_view text, std::uint32_t file);
   bool wait(WaitBudget& budget, Inquiry& inquiry);

@@ -94,14 +94,14 @@ bool serve(Message request, ReadTags read) {
 
 }  // namespace
 
-int serveTags(ReadTags read) {
+int serveTags(ReadTags read, bool carefully) {
   if (!libraryConnection::exists()) {
     std::cerr << "orvel-tag-reader is started by Orvel itself and of no use by hand.\n";
     return NotStartedByLibrary;
   }
   // Out of memory, end at once: a fresh worker starts with all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
-  if (!libraryConnection::send(encodeGreeting(confineProcess()))) return NoConnection;
+  if (!libraryConnection::send(encodeGreeting(confineProcess(carefully)))) return NoConnection;
   while (auto request = libraryConnection::receive()) {
     if (!serve(std::move(*request), read)) return NoConnection;
   }

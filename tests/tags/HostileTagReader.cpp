@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "isolation/MessageWriter.h"
 #include "isolation/worker/LibraryConnection.h"
 #include "tags/TagMessages.h"
 #include "tags/readTags.h"
@@ -43,6 +44,23 @@ void answer(std::string_view bytes) {
 void answerWith(const std::string& bytes) {
   answer(bytes);
   hang();
+}
+
+/// The number of the current file, which the library has given it.
+std::uint32_t fileId = 0;
+
+void answerTooLong() {
+  orvel::TagResult result{orvel::TagResult::Outcome::Tagged};
+  result.values.title = std::wstring(orvel::TagValues::kMostUnits + 1, L'x');
+  answerWith(orvel::workerProtocol::withLength(orvel::tagMessages::encodeResult(fileId, result)));
+}
+
+void complainTooLong() {
+  orvel::MessageWriter writer;
+  writer.number(fileId);
+  writer.number('\xFF');
+  writer.bytes(std::string(orvel::tagMessages::kMostErrorBytes + 1, 'x'));
+  answerWith(orvel::workerProtocol::withLength(writer.message));
 }
 
 void send(const std::string& message) {
@@ -82,10 +100,12 @@ const std::map<std::string, void (*)()> kDeeds = {
     {"crash", crash},
     {"hang", hang},
     {"bloat", bloat},
-    {"throw", [] { throw std::runtime_error("thrown by the parser"); }},
+    {"throw", [] { throw std::runtime_error("thrown by\x1b[2Jthe parser"); }},
     {"exit", [] { _exit(0); }},
     {"nonsense", [] { answerWith(std::string("\3\0\0\0???", 7)); }},
     {"flood", [] { answerWith(std::string(4, '\x7F')); }},
+    {"toolong", answerTooLong},
+    {"complaint", complainTooLong},
     {"half", [] { answerWith(std::string("\x40\0\0\0half", 8)); }},
     {"ask", [] { ask(false); }},
     {"asktake", [] { ask(true); }},
@@ -97,29 +117,41 @@ const std::map<std::string, void (*)()> kDeeds = {
        close(orvel::workerProtocol::kResultPipe);
        hang();
      }},
-    {"socket", [] { socket(AF_INET, SOCK_STREAM, 0); }},
-    {"fork", [] { [[maybe_unused]] const pid_t child = fork(); }},
-    {"execute", [] { execl("/bin/true", "true", nullptr); }},
-    {"kill", [] { kill(getppid(), SIGTERM); }},
-    {"unlink", [] { unlink("/nowhere"); }},
     {"open", [] { [[maybe_unused]] const int file = open("/etc/passwd", O_RDONLY); }},
-    {"code",
-     [] { mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0); }},
-    {"map", [] { mmap(nullptr, 4096, PROT_READ, MAP_SHARED, 5, 0); }},
+};
+
+/// The lies of a parser that was taken over, about every later file.
+const std::map<std::string, orvel::TagResult (*)()> kLies = {
+    {"nosong", [] { return orvel::TagResult{orvel::TagResult::Outcome::Untagged}; }},
+    {"error",
+     []() -> orvel::TagResult { throw std::runtime_error(std::string(32 << 20, '\x1b')); }},
+    {"surplus",
+     []() -> orvel::TagResult {
+       const std::string result = orvel::workerProtocol::withLength(
+           orvel::tagMessages::encodeResult(7, {orvel::TagResult::Outcome::Tagged}));
+       answer(result + result);
+       return {orvel::TagResult::Outcome::Tagged};
+     }},
 };
 
 orvel::TagResult readHostile(orvel::TagStream& stream, orvel::ReadingDepth depth) {
+  static orvel::TagResult (*lie)() = nullptr;
   const TagLib::ByteVector head = stream.readBlock(16);
   stream.seek(0, TagLib::IOStream::Beginning);
+  if (lie != nullptr) return lie();
   if (head.startsWith("!")) {
-    const std::string deed(head.data() + 1, head.size() - 1);
-    kDeeds.at(deed.substr(0, deed.find('.')))();
+    const std::string command(head.data() + 1, head.size() - 1);
+    const std::string deed = command.substr(0, command.find('.'));
+    fileId = static_cast<std::uint32_t>(std::atoi(command.c_str() + deed.size() + 1));
+    if (kDeeds.contains(deed)) kDeeds.at(deed)();
+    if (kLies.contains(deed)) lie = kLies.at(deed);
   }
   return orvel::readTags(stream, depth);
 }
 
 }  // namespace
 
-int main() {
-  _exit(orvel::serveTags(readHostile));
+int main(int argumentCount, char** arguments) {
+  if (std::string_view(arguments[0]).ends_with("of-another-build")) send("\x7F\0\0\0");
+  _exit(orvel::serveTags(readHostile, argumentCount > 1));
 }

@@ -65,7 +65,7 @@ class ReaderProcess : public testing::Test {
  protected:
   std::unique_ptr<IsolatedTagReader> readerOf(milliseconds timeLimit) const {
     return std::make_unique<IsolatedTagReader>(stop.get_token(), ORVEL_HOSTILE_TAG_READER,
-                                               timeLimit);
+                                               TagReading::Isolated, timeLimit);
   }
 
   std::string good() const {
@@ -132,7 +132,12 @@ TEST_F(ReaderProcess, HasNothingOfTheHostsAndIsBound) {
     const std::string status = contentOf(folder + "/status");
     EXPECT_NE(status.find("NoNewPrivs:\t1"), std::string::npos) << status;
     EXPECT_TRUE(kIsEmulated || status.find("Seccomp:\t2") != std::string::npos) << status;
+    for (const char* set : {"Inh", "Prm", "Eff", "Amb", getuid() == 0 ? "Bnd" : "Amb"}) {
+      const std::string none = std::string("Cap") + set + ":\t0000000000000000\n";
+      EXPECT_NE(status.find(none), std::string::npos) << set << "\n" << status;
+    }
     const std::string limits = contentOf(folder + "/limits");
+    EXPECT_NE(limits.find("Max locked memory         0 "), std::string::npos) << limits;
     EXPECT_NE(limits.find("Max file size             0 "), std::string::npos) << limits;
     EXPECT_NE(limits.find("Max core file size        0 "), std::string::npos) << limits;
     EXPECT_NE(limits.find("Max open files            24 "), std::string::npos) << limits;
