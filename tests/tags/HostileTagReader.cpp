@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -13,7 +12,6 @@
 #include <string>
 #include <string_view>
 
-#include "isolation/MessageWriter.h"
 #include "isolation/worker/LibraryConnection.h"
 #include "tags/TagMessages.h"
 #include "tags/readTags.h"
@@ -46,23 +44,6 @@ void answerWith(const std::string& bytes) {
   hang();
 }
 
-/// The number of the current file, which the library has given it.
-std::uint32_t fileId = 0;
-
-void answerTooLong() {
-  orvel::TagResult result{orvel::TagResult::Outcome::Tagged};
-  result.values.title = std::wstring(orvel::TagValues::kMostUnits + 1, L'x');
-  answerWith(orvel::workerProtocol::withLength(orvel::tagMessages::encodeResult(fileId, result)));
-}
-
-void complainTooLong() {
-  orvel::MessageWriter writer;
-  writer.number(fileId);
-  writer.number('\xFF');
-  writer.bytes(std::string(orvel::tagMessages::kMostErrorBytes + 1, 'x'));
-  answerWith(orvel::workerProtocol::withLength(writer.message));
-}
-
 void send(const std::string& message) {
   if (write(orvel::workerProtocol::kControlSocket, message.data(), message.size()) < 0) hang();
 }
@@ -84,14 +65,11 @@ void chatter() {
   while (true) send("D");
 }
 
-/// Sends a result byte by byte, each just before the library loses patience with a wait.
+/// Sends a long result byte by byte.
 void trickle() {
-  const std::string result = orvel::workerProtocol::withLength(std::string(200000, 'x'));
-  for (const char byte : result) {
+  for (const char byte : orvel::workerProtocol::withLength(std::string(200000, 'x'))) {
     answer({&byte, 1});
-    const auto begin = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - begin < std::chrono::microseconds(100)) {
-    }
+    for (volatile int spin = 0; spin < 50000;) spin = spin + 1;
   }
 }
 
@@ -104,8 +82,6 @@ const std::map<std::string, void (*)()> kDeeds = {
     {"exit", [] { _exit(0); }},
     {"nonsense", [] { answerWith(std::string("\3\0\0\0???", 7)); }},
     {"flood", [] { answerWith(std::string(4, '\x7F')); }},
-    {"toolong", answerTooLong},
-    {"complaint", complainTooLong},
     {"half", [] { answerWith(std::string("\x40\0\0\0half", 8)); }},
     {"ask", [] { ask(false); }},
     {"asktake", [] { ask(true); }},
@@ -142,7 +118,6 @@ orvel::TagResult readHostile(orvel::TagStream& stream, orvel::ReadingDepth depth
   if (head.startsWith("!")) {
     const std::string command(head.data() + 1, head.size() - 1);
     const std::string deed = command.substr(0, command.find('.'));
-    fileId = static_cast<std::uint32_t>(std::atoi(command.c_str() + deed.size() + 1));
     if (kDeeds.contains(deed)) kDeeds.at(deed)();
     if (kLies.contains(deed)) lie = kLies.at(deed);
   }

@@ -57,9 +57,8 @@ class IsolatedMiner : public DatabaseFolderFixture {
     return name;
   }
 
-  /// @param number  of the file in its block, from 1 on
   std::string bad(const std::string& deed, const std::string& number = "") const {
-    temporary.file(deed + number + ".mp3", "!" + deed + "." + number);
+    temporary.file(deed + number + ".mp3", "!" + deed + ".");
     return deed + number + ".mp3";
   }
 
@@ -74,7 +73,7 @@ class IsolatedMiner : public DatabaseFolderFixture {
     std::vector<std::string> names;
     for (int i = 1; i <= count; ++i) {
       names.push_back(good(std::to_string(i) + ".mp3"));
-      if (i % every == 0) names.push_back(bad(deed, std::to_string(names.size() + 1)));
+      if (i % every == 0) names.push_back(bad(deed, std::to_string(i)));
     }
     return names;
   }
@@ -132,9 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Deed{"flood", "no result", false}, Deed{"half", "no answer in time", false},
                     Deed{"ask", "no answer in time", false}, Deed{"deaf", "signal 9", false},
                     Deed{"chatter", "no answer in time", false},
-                    Deed{"trickle", "no answer in time", false},
-                    Deed{"toolong", "no result", false}, Deed{"complaint", "no result", false},
-                    Deed{"open", kFiltered}),
+                    Deed{"trickle", "no answer in time", false}, Deed{"open", kFiltered}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(IsolatedMiner, ATakenOverReaderMakesNoOtherSongVanish) {
