@@ -109,7 +109,6 @@ std::vector<char*> childEnvironment() {
 }
 
 std::string describe(const siginfo_t& end) {
-  if (end.si_pid == 0) return "ended, and the host took its exit status";
   if (end.si_code == CLD_EXITED) return "ended with exit status " + std::to_string(end.si_status);
   const char* description = sigdescr_np(end.si_status);
   return "was ended by signal " + std::to_string(end.si_status) +
@@ -158,15 +157,13 @@ bool ChildProcess::waitsIn(long systemCall) const {
 std::string ChildProcess::end() {
   if (ending) return *ending;
   kill();
-  if (const auto end = reapWithin(kReapTime)) {
-    if (end->si_code != CLD_EXITED) endingSignal = end->si_status;
-    ending = describe(*end);
-    return *ending;
+  ending = reapWithin(kReapTime);
+  if (!ending) {
+    ending = "does not end";
+    Unreaped& unreaped = Unreaped::instance();
+    const MutexLock lock(unreaped.mutex);
+    unreaped.dying.push_back(std::move(handle));
   }
-  ending = "does not end";
-  Unreaped& unreaped = Unreaped::instance();
-  const MutexLock lock(unreaped.mutex);
-  unreaped.dying.push_back(std::move(handle));
   return *ending;
 }
 
@@ -178,21 +175,20 @@ void ChildProcess::kill() const {
   }
 }
 
-/// Tells how the child ended, with no process id when the host has taken that; returns nothing
-/// while it still runs.
-std::optional<siginfo_t> ChildProcess::reap(const Handle& handle) {
+/// Describes how the child ended; returns nothing while it still runs.
+std::optional<std::string> ChildProcess::reap(const Handle& handle) {
   siginfo_t end{};
   const auto wait = [&](idtype_t type, int id) {
     return waitid(type, static_cast<id_t>(id), &end, WEXITED | WNOHANG);
   };
   int result = handle.descriptor ? wait(P_PIDFD, handle.descriptor.get()) : wait(P_PID, handle.id);
   if (result != 0 && errno == EINVAL) result = wait(P_PID, handle.id);
-  if (result != 0) return siginfo_t{};
+  if (result != 0) return "ended, and the host took its exit status";
   if (end.si_pid == 0) return std::nullopt;
-  return end;
+  return describe(end);
 }
 
-std::optional<siginfo_t> ChildProcess::reapWithin(std::chrono::milliseconds time) {
+std::optional<std::string> ChildProcess::reapWithin(std::chrono::milliseconds time) {
   constexpr std::chrono::milliseconds kPause{1};
   for (auto left = time; left.count() > 0; left -= kPause) {
     if (auto end = reap(handle)) return end;

@@ -3,7 +3,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <csignal>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,8 +34,6 @@ class ChildProcess {
 
   /// Kills the child unless it has ended, and describes for the log how it ended.
   std::string end();
-  /// True after `end` when this signal has ended the child.
-  [[nodiscard]] bool wasEndedBy(int signal) const { return endingSignal == signal; }
 
  private:
   struct Handle {
@@ -45,14 +42,13 @@ class ChildProcess {
   };
   struct Unreaped;
 
-  static std::optional<siginfo_t> reap(const Handle& handle);
+  static std::optional<std::string> reap(const Handle& handle);
   static void reapEarlier();
-  std::optional<siginfo_t> reapWithin(std::chrono::milliseconds time);
+  std::optional<std::string> reapWithin(std::chrono::milliseconds time);
   void kill() const;
 
   Handle handle;
   std::optional<std::string> ending;
-  int endingSignal = 0;
 };
 
 }  // namespace orvel

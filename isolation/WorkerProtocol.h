@@ -29,8 +29,8 @@ using ResultLength = std::uint32_t;
 /// Exit statuses of a worker.
 enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
 
-/// Argument of a worker that a host's own filter has ended: it tries first, in a child of its own,
-/// which steps of its confinement it survives.
+/// Argument of a worker after another ended before its greeting, perhaps by a filter of the host's
+/// own: it tries in a child first which steps of its confinement it survives.
 constexpr char kCarefully[] = "carefully";
 
 /// The confinement of a worker beside its limits: 0 for each layer that holds, otherwise the number

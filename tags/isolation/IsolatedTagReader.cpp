@@ -202,7 +202,7 @@ void IsolatedTagReader::startWorker() {
 /// Returns the reason when no worker is up afterwards.
 std::optional<std::string> IsolatedTagReader::tryStarting() {
   std::string reason;
-  bool isFiltered = false;
+  bool hasEnded = false;
   try {
     worker.emplace(stopped, program, carefully);
     sendAhead();  // lets the worker find its first files when it is up
@@ -212,13 +212,13 @@ std::optional<std::string> IsolatedTagReader::tryStarting() {
       return std::nullopt;
     }
     reason = layers ? "less isolation than required: " + describe(*layers) : worker->end();
-    isFiltered = worker->wasFiltered();
+    hasEnded = !layers && worker->hasEnded();
   } catch (const std::system_error& error) {
     reason = error.what();
   }
   dropWorker();
-  if (!isFiltered || carefully) return reason;
-  carefully = true;
+  if (!hasEnded || carefully) return reason;
+  carefully = true;  // a filter of the host's own may have ended it, even if nobody can tell
   return tryStarting();
 }
 

@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 
-#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -67,10 +66,11 @@ class WorkerConnection {
   /// True when the budget ran out while the worker waited for a file's device.
   [[nodiscard]] bool hasStalled() const { return isStalled; }
 
+  /// True when the connection failed because the process ended, and for no fault in its answers.
+  [[nodiscard]] bool hasEnded() const { return fault.empty(); }
+
   /// Ends the process and returns, for the log, how it failed or ended.
   std::string end();
-  /// True after `end` when a filter of system calls has ended the process.
-  [[nodiscard]] bool wasFiltered() const { return process.wasEndedBy(SIGSYS); }
 
  private:
   struct Channels {
