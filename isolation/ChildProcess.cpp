@@ -135,9 +135,9 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& d
   const FileActions files(descriptors);
   const Attributes attributes;
   arguments.insert(arguments.begin(), program);
-  std::vector<char*> words;
-  for (std::string& argument : arguments) words.push_back(argument.data());
-  words.push_back(nullptr);
+  std::vector<char*> words(arguments.size() + 1, nullptr);
+  std::transform(arguments.begin(), arguments.end(), words.begin(),
+                 [](std::string& argument) { return argument.data(); });
   require(posix_spawn(&handle.id, program.c_str(), &files.actions, &attributes.attributes,
                       words.data(), childEnvironment().data()),
           "posix_spawn");
