@@ -14,8 +14,9 @@ namespace orvel::cli {
 namespace {
 
 constexpr char kSynopsis[] =
-    "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR] [--in-process]\n"
-    "                   [--across-devices] [--background] [--json] [--quiet] [-v]\n"
+    "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR]\n"
+    "                   [--in-process | --require-isolation] [--across-devices]\n"
+    "                   [--background] [--json] [--quiet] [-v]\n"
     "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR]\n"
     "                   [--background] [--json] [--quiet] [-v]\n"
     "       orvel mtp list [--json]\n"
@@ -142,6 +143,9 @@ Command parseIndex(const QStringList& arguments) {
        {"across-devices",
         "Follow links and mounts to other file systems. For your own folders, not for a stranger's"
         " stick."},
+       {"require-isolation",
+        "Leave songs undone where their tags cannot be read in a separate process with all the"
+        " isolation that the kernel offers."},
        {"background", "Use only processor time and device time that nobody else needs."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
@@ -155,6 +159,10 @@ Command parseIndex(const QStringList& arguments) {
   options.databaseFolder = verb.databaseFolder();
   options.inProcess = verb.isSet("in-process");
   options.acrossDevices = verb.isSet("across-devices");
+  options.requireIsolation = verb.isSet("require-isolation");
+  if (options.inProcess && options.requireIsolation) {
+    verb.fail("Give --in-process or --require-isolation, not both.");
+  }
   options.background = verb.isSet("background");
   options.json = verb.isSet("json");
   options.quiet = verb.isSet("quiet");

@@ -19,9 +19,10 @@ struct IndexOptions {
   std::chrono::seconds storageWait{60};  ///< the longest wait for a locked phone
   std::optional<std::string> deviceId;
   std::string databaseFolder;
-  bool inProcess = false;      ///< read tags in this process
-  bool acrossDevices = false;  ///< follow links and mounts to other file systems
-  bool background = false;     ///< run with idle priority
+  bool inProcess = false;         ///< read tags in this process
+  bool requireIsolation = false;  ///< leave songs undone rather than read them with less isolation
+  bool acrossDevices = false;     ///< follow links and mounts to other file systems
+  bool background = false;        ///< run with idle priority
   bool json = false;
   bool quiet = false;
   int verbosity = 0;  ///< number of -v options

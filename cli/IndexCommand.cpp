@@ -47,6 +47,7 @@ Settings settingsFor(const IndexOptions& options) {
   settings.databaseDirectory = options.databaseFolder;
   if (options.background) settings.workPriority = WorkPriority::Background;
   if (!options.inProcess) settings.tagReading = TagReading::Isolated;
+  if (options.requireIsolation) settings.tagReading = TagReading::IsolationRequired;
   settings.tagReaderProgram = tagReaderNearby();
   settings.logThreshold = logThreshold(options);
   settings.acrossDevices = options.acrossDevices;

@@ -48,6 +48,22 @@ QJsonObject songs(const ProgressSnapshot::Songs& songs) {
           {"stored", number(songs.stored)}, {"skipped", number(songs.skipped)}};
 }
 
+/// null when no tags were read.
+QJsonValue confinement(const std::optional<Confinement>& level) {
+  if (!level) return {};
+  switch (*level) {
+    case Confinement::None:
+      return "none";
+    case Confinement::Process:
+      return "process";
+    case Confinement::Filter:
+      return "filter";
+    case Confinement::FilterAndLandlock:
+      return "filter+landlock";
+  }
+  return {};
+}
+
 QJsonObject partition(const PartitionResult& result) {
   const ProgressSnapshot& progress = result.progress;
   return {{"mount_point", jsonString(result.mountPoint)},
@@ -58,6 +74,7 @@ QJsonObject partition(const PartitionResult& result) {
           {"limit_reached", progress.limitReached},
           {"folder_limit_reached", progress.folderLimitReached},
           {"isolation_failed", progress.isolationFailed},
+          {"confinement", confinement(progress.confinement)},
           {"songs", songs(progress.songs)},
           {"playlists", playlists(progress.playlists)},
           {"directories", directories(progress.directories)},

@@ -56,6 +56,14 @@ MetaDataInfo::MetaDataInfo(const std::string& songPath, const std::string& mount
       partitionId(Md5Kind::Directory, mountPointPath),
       objectId(deviceObjectId) {}
 
+std::size_t MetaDataInfo::storedBytes() const {
+  constexpr std::size_t kRestOfRows = 900;  // identifiers, numbers and keys, also in indexes
+  const std::size_t texts =
+      title.size() + artist.size() + album.size() + genre.size() + composer.size();
+  // The path is also a key, and each text may have a form that sorts.
+  return 2 * path.size() + name.size() + 2 * texts + kRestOfRows;
+}
+
 void MetaDataInfo::setAsianFields() {
   std::array<std::string_view, 5> own;
   if (sortForms != nullptr) std::copy(sortForms->begin(), sortForms->end(), own.begin());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -59,6 +60,9 @@ struct MetaDataInfo {
   [[nodiscard]] const std::string& storedObjectId() const {
     return objectId.empty() ? titleId.text() : objectId;
   }
+
+  /// About the bytes that the song takes in the database, rather too many than too few.
+  [[nodiscard]] std::size_t storedBytes() const;
 
   std::string path;
   std::string mountPoint;

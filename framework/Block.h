@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/shared_ptr.hpp>
 #include <cassert>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@
 #include "framework/Operation.h"
 
 namespace orvel {
+
+/// A block that holds about as many bytes is sent on before it is complete.
+constexpr std::size_t kBytesOfFullBlock = std::size_t{8} << 20;
 
 template <class T>
 class Block;

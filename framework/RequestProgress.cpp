@@ -20,6 +20,8 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
     {LeftUndone::Refused, "too many earlier requests still wait for devices that do not answer"},
     {LeftUndone::TooLarge, "the database had grown beyond its size limit and was deleted"},
     {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
+    {LeftUndone::ReaderGivenUp, "too many files ended the tag reader or took too long"},
+    {LeftUndone::NotIsolated, "tags cannot be read in isolation; the log names the error"},
 };
 
 std::vector<std::string> texts(unsigned reasons) {
@@ -37,6 +39,11 @@ void RequestProgress::enter(RequestPhase next) {
   while (current != RequestPhase::Failed || next == RequestPhase::Finished) {
     if (phase.compare_exchange_weak(current, next)) return;
   }
+}
+
+void RequestProgress::tagWasRead(Confinement parser) {
+  const int level = static_cast<int>(parser);
+  if (confinement == kUnknown || level < confinement) confinement = level;
 }
 
 void RequestProgress::songsWereStored(unsigned songs) {
@@ -72,6 +79,8 @@ ProgressSnapshot RequestProgress::snapshot() const {
   copy.limitReached = limitReached;
   copy.folderLimitReached = folderLimitReached;
   copy.isolationFailed = isolationFailed;
+  const int level = confinement;
+  if (level != kUnknown) copy.confinement = static_cast<Confinement>(level);
   copy.leftUndone = texts(undone);
   copy.status = status.load();
   return copy;

@@ -19,6 +19,8 @@ enum class LeftUndone : unsigned {
   NotPrepared = 1U << 9,      ///< the database could not be prepared for the request
   Refused = 1U << 8,          ///< too many earlier requests wait for devices that do not answer
   TooLarge = 1U << 10,        ///< the database outgrew its limit and was deleted or emptied
+  ReaderGivenUp = 1U << 11,   ///< too many files ended the process that reads tags
+  NotIsolated = 1U << 12,     ///< isolation is required, but not to be had
 };
 
 /// The live counters of one request. Its stages write them, any thread may read them.
@@ -53,6 +55,9 @@ class RequestProgress {
   /// Adds a reason for people. Stages call Server::leaveUndone, which also marks the request.
   void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
 
+  /// Notes how confined the parser of a tag was. Called by one stage.
+  void tagWasRead(Confinement parser);
+
   /// Counts songs that are committed; the first call records the time.
   void songsWereStored(unsigned songs);
   /// Sets the number of committed folders; the first call records the time.
@@ -67,6 +72,8 @@ class RequestProgress {
 
   std::atomic<RequestPhase> phase{RequestPhase::Waiting};
   std::atomic<unsigned> undone{0};
+  static constexpr int kUnknown = -1;
+  std::atomic<int> confinement{kUnknown};  ///< the least so far
   const Clock::time_point created = Clock::now();
   // Ticks since `created`; 0 until the event.
   std::atomic<Clock::rep> firstSongAfter{0};

@@ -4,6 +4,7 @@
 
 #include <boost/make_shared.hpp>
 #include <cassert>
+#include <utility>
 
 #include "base/Log.h"
 #include "base/StageThread.h"
@@ -115,6 +116,14 @@ template <class TIN, class TOUT>
 void Server<TIN, TOUT>::leaveUndone(Operation& result, LeftUndone reason) {
   result.skipped = true;
   noteUndone(result.id, reason);
+}
+
+template <class TIN, class TOUT>
+void Server<TIN, TOUT>::sendAhead(sink_block_type_ptr& block) {
+  auto rest = boost::make_shared<TOUT>(block->operation);
+  block->operation.last = false;
+  if (sink != nullptr) sink->enqueue(block);
+  block = std::move(rest);
 }
 
 template <class TIN, class TOUT>

@@ -129,14 +129,17 @@ struct ChildProcess::Unreaped {
   std::vector<Handle> dying ORVEL_GUARDED_BY(mutex);
 };
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors) {
+ChildProcess::ChildProcess(const std::string& program, const std::vector<int>& descriptors,
+                           std::vector<std::string> arguments) {
   reapEarlier();
   const FileActions files(descriptors);
   const Attributes attributes;
-  std::string name = program;
-  std::array<char*, 2> arguments = {name.data(), nullptr};
+  arguments.insert(arguments.begin(), program);
+  std::vector<char*> words(arguments.size() + 1, nullptr);
+  std::transform(arguments.begin(), arguments.end(), words.begin(),
+                 [](std::string& argument) { return argument.data(); });
   require(posix_spawn(&handle.id, program.c_str(), &files.actions, &attributes.attributes,
-                      arguments.data(), childEnvironment().data()),
+                      words.data(), childEnvironment().data()),
           "posix_spawn");
   handle.descriptor = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, handle.id, 0)));
 }

@@ -21,7 +21,9 @@ class ChildProcess {
   /// threads. Throws std::system_error.
   /// @param descriptors  numbered from 3 on in the child, where they are the only ones beside the
   ///                     standard ones
-  ChildProcess(const std::string& program, const std::vector<int>& descriptors);
+  /// @param arguments    after the program's name
+  ChildProcess(const std::string& program, const std::vector<int>& descriptors,
+               std::vector<std::string> arguments = {});
   /// Kills the child. One that the kernel keeps in a read that does not return is reaped later.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;

@@ -1,5 +1,7 @@
 #include "isolation/ControlSocket.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -30,6 +32,11 @@ bool ControlSocket::send(std::string text, std::span<const int> descriptors) con
     std::memcpy(CMSG_DATA(header), descriptors.data(), bytes);
   }
   return sendmsg(end.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+}
+
+bool ControlSocket::hasUntaken() const {
+  int bytes = 0;
+  return ioctl(end.get(), SIOCOUTQ, &bytes) == 0 && bytes > 0;
 }
 
 std::optional<std::string> ControlSocket::receive() const {

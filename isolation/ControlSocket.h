@@ -21,6 +21,9 @@ class ControlSocket {
   /// returns false and sets errno.
   [[nodiscard]] bool send(std::string text, std::span<const int> descriptors) const;
 
+  /// True while the worker has not taken every message sent to it.
+  [[nodiscard]] bool hasUntaken() const;
+
   /// Takes the next message: an empty one when the worker has closed its end, nothing when none has
   /// arrived.
   [[nodiscard]] std::optional<std::string> receive() const;

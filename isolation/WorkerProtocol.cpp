@@ -10,8 +10,8 @@ namespace orvel::workerProtocol {
 std::string encodeGreeting(Confinement confinement) {
   MessageWriter writer;
   writer.number(kVersion);
-  writer.number(confinement.systemCalls);
-  writer.number(confinement.files);
+  writer.number(confinement.filterError);
+  writer.number(confinement.landlockError);
   return std::move(writer.message);
 }
 
@@ -19,8 +19,8 @@ std::optional<Confinement> decodeGreeting(std::string_view message) {
   MessageParser parser(message);
   const bool isVersion = parser.number<std::uint32_t>() == kVersion;
   Confinement confinement;
-  confinement.systemCalls = parser.number<std::uint8_t>() != 0;
-  confinement.files = parser.number<std::uint8_t>() != 0;
+  confinement.filterError = parser.number<std::int32_t>();
+  confinement.landlockError = parser.number<std::int32_t>();
   if (!isVersion || !parser.isDone()) return std::nullopt;
   return confinement;
 }

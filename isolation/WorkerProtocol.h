@@ -18,7 +18,7 @@ namespace orvel::workerProtocol {
 constexpr int kControlSocket = 3;
 constexpr int kResultPipe = 4;
 /// Bump whenever a message format changes; library and worker may be from different builds.
-constexpr std::uint32_t kVersion = 3;
+constexpr std::uint32_t kVersion = 4;
 /// Largest number of descriptors with one message on the socket.
 constexpr std::size_t kMostDescriptors = 16;
 /// Largest size of a message on the socket.
@@ -29,10 +29,15 @@ using ResultLength = std::uint32_t;
 /// Exit statuses of a worker.
 enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
 
-/// The confinement of a worker beside its limits.
+/// Argument of a worker after another ended before its greeting, perhaps by a filter of the host's
+/// own: it tries in a child first which steps of its confinement it survives.
+constexpr char kCarefully[] = "carefully";
+
+/// The confinement of a worker beside its limits: 0 for each layer that holds, otherwise the number
+/// of the error that prevents it.
 struct Confinement {
-  bool systemCalls = false;  ///< only the system calls that reading needs
-  bool files = false;        ///< no access to any file by name
+  std::int32_t filterError = 0;    ///< only the system calls that reading needs
+  std::int32_t landlockError = 0;  ///< no access to any file by name
 };
 
 std::string encodeGreeting(Confinement confinement);

@@ -26,7 +26,7 @@ std::unique_ptr<const std::array<std::string, 5>> sortFormsOf(const SongTag& tag
   auto forms = std::make_unique<std::array<std::string, 5>>();
   std::transform(texts.begin(), texts.end(), forms->begin(), [](const TagLib::String& text) {
     const std::string utf8 = text.to8Bit(true);
-    return trim(utf8.data(), static_cast<unsigned>(utf8.size()));
+    return cutForStorage(trim(utf8.data(), static_cast<unsigned>(utf8.size())));
   });
   return forms;
 }

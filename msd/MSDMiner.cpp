@@ -48,7 +48,7 @@ MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
     OV_INFO("MSDMiner SKIPPED db size limit reached (op: %d)", operation.id);
     leaveUndone(songs->operation, LeftUndone::SizeLimit);
   } else {
-    const bool isDevicePresent = mineFiles(*block, *songs);
+    const bool isDevicePresent = mineFiles(*block, songs);
     if (operation.last) reader.reset();
     if (!isDevicePresent) return songs;
   }
@@ -67,16 +67,29 @@ void MSDMiner::expect(const Block<FileInfo*>& files) {
 }
 
 /// Returns false when the mount point is gone.
-bool MSDMiner::mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs) {
+bool MSDMiner::mineFiles(const Block<FileInfo*>& files, sink_block_type_ptr& songs) {
   expect(files);
+  std::size_t bytes = 0;
+  unsigned skipped = 0;
   for (const FileInfo* file : files.items) {
+    const std::size_t before = songs->items.size();
     const MiningDecision decision =
-        stopping() ? endBlock(LeftUndone::Interrupted) : mineGuarded(*file, songs);
-    if (!decision.endsBlock) continue;
-    leaveUndone(songs.operation, decision.reason);
-    return decision.reason != LeftUndone::MountPointGone;
+        stopping() ? endBlock(LeftUndone::Interrupted) : mineGuarded(*file, *songs);
+    if (decision.endsBlock) {
+      leaveUndone(songs->operation, decision.reason);
+      return decision.reason != LeftUndone::MountPointGone;
+    }
+    if (songs->items.size() == before) {
+      ++skipped;
+      continue;
+    }
+    bytes += songs->items.back()->storedBytes();
+    if (bytes >= kBytesOfFullBlock) {
+      sendAhead(songs);
+      bytes = 0;
+    }
   }
-  progress->songsSkipped += static_cast<unsigned>(files.items.size() - songs.items.size());
+  progress->songsSkipped += skipped;
   return true;
 }
 
@@ -96,6 +109,7 @@ MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs)
   assert(reader != nullptr);
   TagResult read = reader->next(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
+  if (const auto confinement = reader->confinement()) progress->tagWasRead(*confinement);
   const bool isDelivered =
       read.outcome != Outcome::DeviceFailed && read.outcome != Outcome::Stalled;
   if (isDelivered) failuresInARow = 0;
@@ -115,6 +129,10 @@ MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs)
       return endBlock(LeftUndone::Interrupted);
     case Outcome::ReaderLost:
       return endBlock(LeftUndone::ReaderLost);
+    case Outcome::GivenUp:
+      return endBlock(LeftUndone::ReaderGivenUp);
+    case Outcome::NotIsolated:
+      return endBlock(LeftUndone::NotIsolated);
   }
   return nextFile();
 }

@@ -35,7 +35,7 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
 
  private:
   void expect(const Block<FileInfo*>& files);
-  bool mineFiles(const Block<FileInfo*>& files, Block<MetaDataInfo*>& songs);
+  bool mineFiles(const Block<FileInfo*>& files, sink_block_type_ptr& songs);
   MiningDecision mineGuarded(const FileInfo& file, Block<MetaDataInfo*>& songs);
   MiningDecision mine(const FileInfo& file, Block<MetaDataInfo*>& songs);
   static void addSong(const FileInfo& file, std::int32_t lastModified, const SongTag& tag,

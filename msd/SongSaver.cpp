@@ -29,16 +29,9 @@ bool uniqueOn(const MetaDataInfo* a, const MetaDataInfo* b) {
   return (a->*Id).identity() == (b->*Id).identity();
 }
 
-/// About the bytes that a block takes in the database, rather too many than too few.
 std::int64_t storedBytes(const Block<MetaDataInfo*>& block) {
-  constexpr std::size_t kRestOfRows = 900;  // identifiers, numbers and keys, also in indexes
   std::size_t bytes = 0;
-  for (const MetaDataInfo* song : block.items) {
-    const std::size_t texts = song->title.size() + song->artist.size() + song->album.size() +
-                              song->genre.size() + song->composer.size();
-    // The path is also a key, and each text may have a form that sorts.
-    bytes += 2 * song->path.size() + song->name.size() + 2 * texts + kRestOfRows;
-  }
+  for (const MetaDataInfo* song : block.items) bytes += song->storedBytes();
   return static_cast<std::int64_t>(bytes);
 }
 

@@ -3,6 +3,7 @@
 #include <orvel/DatabaseMgr.h>
 #include <orvel/MtpDevice.h>
 
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <new>
@@ -17,6 +18,16 @@
 #include "tags/TagReaderScope.h"
 
 namespace orvel {
+
+namespace {
+
+/// True when no further track can be read for this reason.
+bool endsReading(LeftUndone reason) {
+  return reason == LeftUndone::ReaderLost || reason == LeftUndone::ReaderGivenUp ||
+         reason == LeftUndone::NotIsolated;
+}
+
+}  // namespace
 
 MtpMiner::MtpMiner(const char* stageName, TagReaderFactory readerFactory)
     : Server(stageName, kMiningStackBytes), makeReader(std::move(readerFactory)) {}
@@ -34,15 +45,16 @@ MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
     progress->leaveUndone(LeftUndone::SizeLimit);
   } else {
     if (reader == nullptr) reader = makeReader(cancellation.get_token());
-    mineTracks(*block, *songs);
+    mineTracks(*block, songs);
     if (reader->isolationFailed()) progress->isolationFailed = true;
+    if (const auto confinement = reader->confinement()) progress->tagWasRead(*confinement);
   }
   if (operation.last) reader.reset();
   OV_INFO("MtpMiner timer: %ld (op: %d)", timer.elapsedMs(), operation.id);
   return songs;
 }
 
-void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& songs) {
+void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, sink_block_type_ptr& songs) {
   const Operation& operation = tracks.operation;
   const TagReaderScope scope(*reader);
   MtpConnection connection(operation.handle, operation.deviceId);
@@ -51,35 +63,54 @@ void MtpMiner::mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& 
            !MtpUtils::isGivenUp(operation.handle);
   };
   failedTwice.clear();
-  bool canRead = true;
+  std::optional<LeftUndone> end;
+  std::size_t bytes = 0;
+  unsigned missing = 0;
   for (const FileInfo* track : tracks.items) {
-    if (!goesOn() || !canRead) break;
-    try {
-      canRead = mine(*track, connection, songs);
-    } catch (const std::exception& error) {
-      OV_ERROR("exception from taglib for track: %s what %s", track->path->c_str(), error.what());
-      const bool isOutOfMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
-      if (isOutOfMemory) leaveUndone(songs.operation, LeftUndone::StageFailed);
+    if (!goesOn() || end) break;
+    const std::size_t before = songs->items.size();
+    end = mineGuarded(*track, connection, *songs);
+    if (songs->items.size() == before) {
+      ++missing;
+      continue;
+    }
+    bytes += songs->items.back()->storedBytes();
+    if (bytes >= kBytesOfFullBlock && failedTwice.empty()) {
+      sendAhead(songs);
+      bytes = 0;
     }
   }
-  const auto missing = static_cast<unsigned>(tracks.items.size() - songs.items.size());
-  if (!canRead) {
-    readAgain(songs, LeftUndone::ReaderLost);
+  if (end) {
+    readAgain(*songs, *end);
   } else if (stopping()) {
-    readAgain(songs, LeftUndone::Interrupted);
+    readAgain(*songs, LeftUndone::Interrupted);
   } else if (!MtpDevice::instance().isDeviceConnected(operation.handle)) {
-    readAgain(songs, LeftUndone::MountPointGone);
+    readAgain(*songs, LeftUndone::MountPointGone);
   } else if (MtpUtils::isGivenUp(operation.handle)) {
-    readAgain(songs, LeftUndone::ReadError);
+    readAgain(*songs, LeftUndone::ReadError);
   } else {
     progress->songsSkipped += missing;
   }
 }
 
-bool MtpMiner::mine(const FileInfo& track, MtpConnection& connection, Block<MetaDataInfo*>& songs) {
+/// Keeps an exception to the track that caused it.
+std::optional<LeftUndone> MtpMiner::mineGuarded(const FileInfo& track, MtpConnection& connection,
+                                                Block<MetaDataInfo*>& songs) {
+  try {
+    return mine(track, connection, songs);
+  } catch (const std::exception& error) {
+    OV_ERROR("exception from taglib for track: %s what %s", track.path->c_str(), error.what());
+    const bool isOutOfMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+    if (isOutOfMemory) leaveUndone(songs.operation, LeftUndone::StageFailed);
+    return std::nullopt;
+  }
+}
+
+std::optional<LeftUndone> MtpMiner::mine(const FileInfo& track, MtpConnection& connection,
+                                         Block<MetaDataInfo*>& songs) {
   std::unique_ptr<MetaDataInfo> song = connection.generateTrack(
       *track.path, songs.operation.mountPoint, track.auxWord, track.lastModified);
-  if (song == nullptr) return true;
+  if (song == nullptr) return std::nullopt;
   song->setAsianFields();
   const std::optional<LeftUndone> failure = connection.trackFailure();
   MetaDataInfo* const added = song.get();
@@ -93,7 +124,7 @@ bool MtpMiner::mine(const FileInfo& track, MtpConnection& connection, Block<Meta
     added->lastModified = kNeverRead;
     leaveUndone(songs.operation, *failure);
   }
-  return failure != LeftUndone::ReaderLost;
+  return failure && endsReading(*failure) ? failure : std::nullopt;
 }
 
 void MtpMiner::readAgain(Block<MetaDataInfo*>& songs, LeftUndone reason) {

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "db/FileInfo.h"
 #include "db/MetaDataInfo.h"
+#include "framework/RequestProgress.h"
 #include "framework/Server.h"
 #include "tags/TagReader.h"
 #include "tags/isolation/makeTagReader.h"
@@ -21,9 +23,12 @@ class MtpMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  private:
-  void mineTracks(const Block<FileInfo*>& tracks, Block<MetaDataInfo*>& songs);
-  /// Adds the song of a track. Returns false when the tracks after it cannot be read either.
-  bool mine(const FileInfo& track, MtpConnection& connection, Block<MetaDataInfo*>& songs);
+  void mineTracks(const Block<FileInfo*>& tracks, sink_block_type_ptr& songs);
+  /// Adds the song of a track. Returns the reason when the tracks after it cannot be read either.
+  std::optional<LeftUndone> mine(const FileInfo& track, MtpConnection& connection,
+                                 Block<MetaDataInfo*>& songs);
+  std::optional<LeftUndone> mineGuarded(const FileInfo& track, MtpConnection& connection,
+                                        Block<MetaDataInfo*>& songs);
   /// Takes back that songs are stored for good although they could not be read: the device failed.
   void readAgain(Block<MetaDataInfo*>& songs, LeftUndone reason);
 

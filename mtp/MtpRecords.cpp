@@ -25,6 +25,24 @@ std::string tidied(std::string text) {
   return text;
 }
 
+/// The reason why a track with this outcome is not read for good.
+std::optional<LeftUndone> failureOf(TagResult::Outcome outcome) {
+  using Outcome = TagResult::Outcome;
+  switch (outcome) {
+    case Outcome::DeviceFailed:
+    case Outcome::Stalled:
+      return LeftUndone::ReadError;
+    case Outcome::ReaderLost:
+      return LeftUndone::ReaderLost;
+    case Outcome::GivenUp:
+      return LeftUndone::ReaderGivenUp;
+    case Outcome::NotIsolated:
+      return LeftUndone::NotIsolated;
+    default:
+      return std::nullopt;
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<MtpDirectory> MtpConnection::Impl::generateDirectory(const std::string& path,
@@ -70,11 +88,7 @@ CTrackInfo MtpConnection::Impl::readBytes(t_track_id id) {
   if (outcome != Outcome::Tagged) {
     OV_INFO("Couldn't get metadata using Taglib for trackID %d", static_cast<int>(id));
   }
-  if (outcome == Outcome::ReaderLost) {
-    failure = LeftUndone::ReaderLost;
-  } else if (outcome == Outcome::DeviceFailed || outcome == Outcome::Stalled) {
-    failure = LeftUndone::ReadError;
-  }
+  if (const auto reason = failureOf(outcome)) failure = reason;
   return info;
 }
 

@@ -21,6 +21,7 @@ TagResult InProcessTagReader::next(const std::string& path) {
   const bool isNext = current < files.size() && files[current].path == path;
   assert(isNext && "next() asked for a file out of order");
   if (!isNext) return {TagResult::Outcome::ReaderLost};
+  if (lateFiles >= kMostLateFiles) return {TagResult::Outcome::GivenUp};
   openAhead();
   File& file = files[current++];
   TagResult read = retryOnBadAlloc(
@@ -28,7 +29,9 @@ TagResult InProcessTagReader::next(const std::string& path) {
         // The first attempt consumed the file, or could not open it.
         if (!file.audio.descriptor) file.audio = AudioFile::open(root, file.path);
         AudioStream stream(std::move(file.audio), file.path, stopped);
-        return readTags(stream, ReadingDepth::TagAndAudio);
+        TagResult read = readTags(stream, ReadingDepth::TagAndAudio);
+        if (stream.ranOutOfTime()) ++lateFiles;
+        return read;
       },
       kOneRetry);
   if (current == files.size()) root = DeviceRoot();

@@ -16,9 +16,14 @@ class InProcessTagReader : public TagReader {
   void expect(std::string mountPoint, std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
+  [[nodiscard]] std::optional<Confinement> confinement() const override {
+    return Confinement::None;
+  }
 
  private:
   static constexpr std::size_t kFilesAhead = 16;
+  /// After as many files that use up their time the rest of the request is not read.
+  static constexpr int kMostLateFiles = 64;
 
   struct File {
     std::string path;
@@ -32,6 +37,7 @@ class InProcessTagReader : public TagReader {
   std::vector<File> files;
   std::size_t current = 0;
   std::size_t opened = 0;  ///< number of files that were opened so far
+  int lateFiles = 0;
 };
 
 }  // namespace orvel

@@ -1,5 +1,6 @@
 #include "tags/TagMessages.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -20,9 +21,12 @@ void write(MessageWriter& writer, const TagLib::String& text) {
   for (const wchar_t unit : text) writer.number(static_cast<std::uint16_t>(unit));
 }
 
+/// Returns an empty text, and spoils the message, for a longer one than any tag's.
 TagLib::String parseText(MessageParser& parser) {
   const std::size_t units = parser.number<std::uint32_t>();
-  const std::string_view taken = parser.take(units * sizeof(std::uint16_t));
+  const std::size_t bytes = units * sizeof(std::uint16_t);
+  const std::string_view taken =
+      parser.take(units <= TagValues::kMostUnits ? bytes : std::string_view::npos);
   std::wstring wide(taken.size() / sizeof(std::uint16_t), L'\0');
   for (std::size_t i = 0; i < wide.size(); ++i) {
     std::uint16_t unit = 0;
@@ -30,6 +34,14 @@ TagLib::String parseText(MessageParser& parser) {
     wide[i] = unit;
   }
   return wide;
+}
+
+/// The text with a question mark for every byte that could deceive a reader of the log.
+std::string printable(std::string_view text) {
+  std::string result(text);
+  std::replace_if(
+      result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  return result;
 }
 
 /// Applies `action` to every text of `values`, in the same order for both directions.
@@ -122,7 +134,7 @@ std::string encodeError(std::uint32_t id, std::string_view error) {
   MessageWriter writer;
   writer.number(id);
   writer.number(kThrown);
-  writer.bytes(error);
+  writer.bytes(error.substr(0, kMostErrorBytes));
   return std::move(writer.message);
 }
 
@@ -132,11 +144,12 @@ std::optional<Result> decodeResult(std::string_view message) {
   decoded.id = parser.number<std::uint32_t>();
   const auto outcome = parser.number<std::uint8_t>();
   if (outcome == kThrown) {
-    decoded.error = std::string(parser.bytes());
+    decoded.error = printable(parser.bytes());
+    if (decoded.error->size() > kMostErrorBytes) return std::nullopt;
   } else if (outcome <= kLastOutcome) {
     decoded.result.outcome = static_cast<TagResult::Outcome>(outcome);
     decoded.result.values.track = parser.number<std::uint32_t>();
-    decoded.result.values.disc = parser.number<std::int32_t>();
+    decoded.result.values.disc = std::max(0, parser.number<std::int32_t>());
     forEachText(decoded.result.values, [&](TagLib::String& text) { text = parseText(parser); });
   }
   if (!parser.isDone()) return std::nullopt;

@@ -21,9 +21,11 @@ namespace orvel::tagMessages {
 /// Largest number of files in one request.
 constexpr std::size_t kMostFiles = workerProtocol::kMostDescriptors;
 /// Largest size of a result with all its texts.
-constexpr std::size_t kMostResultBytes = std::size_t{32} << 20;
-/// Largest number of bytes that a question may ask for, equal to the budget of a whole file.
-constexpr std::int64_t kMostAskedBytes = 32LL << 20;
+constexpr std::size_t kMostResultBytes = std::size_t{256} << 10;
+/// Largest size of the text of a parser's exception, which goes to the log.
+constexpr std::size_t kMostErrorBytes = 256;
+/// Largest number of bytes that a question may ask for.
+constexpr std::int64_t kMostAskedBytes = 1LL << 20;
 constexpr char kRequestDone = 'D';
 
 /// One file of a request.

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <orvel/ProgressSnapshot.h>
+
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -36,6 +39,9 @@ class TagReader {
 
   /// True when the host chose isolation but the library parses in-process.
   [[nodiscard]] virtual bool isolationFailed() const { return false; }
+
+  /// How confined the parser is; empty while there is none.
+  [[nodiscard]] virtual std::optional<Confinement> confinement() const = 0;
 };
 
 /// Makes a reader whose work ends early when the token is raised.

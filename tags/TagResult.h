@@ -15,7 +15,10 @@ struct TagResult {
     DeviceFailed,  ///< the device could not deliver the file; `values` hold the texts read so far
     Interrupted,   ///< the stage was stopped before the file was read
     Stalled,       ///< the device does not answer; the file was not read
-    ReaderLost     ///< the reader cannot read this file, nor the ones that follow
+    // The reader reads neither this file nor the ones that follow, because
+    ReaderLost,  ///< it cannot be started again
+    GivenUp,     ///< earlier files ended it, or kept it busy, too often
+    NotIsolated  ///< isolation is required, but not to be had
   };
 
   Outcome outcome = Outcome::Unreadable;

@@ -170,7 +170,8 @@ bool TagStream::spent() {
   if (wasInterrupted || hadReadError || bytesLeft <= 0 || readsLeft <= 0) return true;
   // Reading the clock costs as much as a small read.
   if (--readsLeft % kReadsPerClock != 0) return false;
-  if (std::chrono::steady_clock::now() >= deadline) readsLeft = 0;
+  wasLate = std::chrono::steady_clock::now() >= deadline;
+  if (wasLate) readsLeft = 0;
   return readsLeft == 0;
 }
 

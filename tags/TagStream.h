@@ -23,6 +23,8 @@ class TagStream : public TagLib::IOStream {
 
   /// True when the token ended the reading, so that the tag may be incomplete.
   [[nodiscard]] bool interrupted() const { return wasInterrupted; }
+  /// True when the time was up before the parser had all that it asked for.
+  [[nodiscard]] bool ranOutOfTime() const { return wasLate; }
   /// True when the device failed to deliver the file or data of it.
   [[nodiscard]] bool readFailed() const { return hadReadError; }
 
@@ -83,6 +85,7 @@ class TagStream : public TagLib::IOStream {
   int readsLeft;
   bool wasInterrupted = false;
   bool hadReadError = false;
+  bool wasLate = false;
   /// The result of the last read, when it may be the header of an ID3v2 tag. TagLib does not check
   /// the identifier of a tag in a chunk.
   std::optional<TagLib::ByteVector> possibleTagHeader;

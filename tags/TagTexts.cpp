@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
+#include "base/Utf8.h"
 #include "tags/SongTag.h"
 #include "text/TextEncoding.h"
 #include "text/trim.h"
@@ -31,7 +33,7 @@ void store(TrackRecord& track, Setter set, const TagLib::String& text) {
 
 std::string stripped(const TrackText& converted) {
   if (isMetadataEmptyUTF8(converted)) return {};
-  return trim(converted.bytes, converted.length);
+  return cutForStorage(trim(converted.bytes, converted.length));
 }
 
 /// The UTF-8 form of a text without leading and trailing blanks.
@@ -39,7 +41,7 @@ std::string withoutBlanks(const TagLib::String& raw) {
   const std::string text = raw.to8Bit(true);
   const std::size_t first = text.find_first_not_of(' ');
   if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+  return cutForStorage(text.substr(first, text.find_last_not_of(' ') - first + 1));
 }
 
 /// Owns the texts of a record on the stack.
@@ -61,6 +63,14 @@ struct FreeTrack {
 };
 
 }  // namespace
+
+std::string cutForStorage(std::string text) {
+  if (text.size() <= TagValues::kMostCharacters) return text;
+  std::string_view rest = text;
+  for (std::size_t i = 0; i < TagValues::kMostCharacters && !rest.empty(); ++i) utf8::take(rest);
+  if (rest.empty()) return text;
+  return trim(text.data(), static_cast<unsigned>(text.size() - rest.size()));
+}
 
 TagTexts convertTexts(const TagLib::Tag& tag) {
   const auto* songTag = dynamic_cast<const SongTag*>(&tag);

@@ -15,6 +15,9 @@ struct TagTexts {
   std::string composer;
 };
 
+/// Cuts a text that is ready to be stored to `TagValues::kMostCharacters`.
+std::string cutForStorage(std::string text);
+
 /// Converts a tag's texts: passes those held as Unicode unchanged and guesses the encoding of those
 /// claimed as ISO-8859-1. Takes the composer from a `SongTag`; any other tag has none. Any thread.
 TagTexts convertTexts(const TagLib::Tag& tag);

@@ -171,19 +171,34 @@ TagsAndExtras readByFormat(TagLib::File& file) {
   return {Tags{file.tag()}, extrasFromProperties(file)};
 }
 
+/// Cuts a text that is too long, but not between the halves of a character.
+TagLib::String bounded(const TagLib::String& text) {
+  if (text.size() <= TagValues::kMostUnits) return text;
+  const wchar_t last = text[TagValues::kMostUnits - 1];
+  const bool isHalf = last >= 0xD800 && last < 0xDC00;
+  return text.substr(0, TagValues::kMostUnits - (isHalf ? 1 : 0));
+}
+
+TagValues::SortTexts bounded(const TagValues::SortTexts& texts) {
+  TagValues::SortTexts result;
+  std::transform(texts.begin(), texts.end(), result.begin(),
+                 [](const TagLib::String& text) { return bounded(text); });
+  return result;
+}
+
 }  // namespace
 
 TagValues tagValuesOf(const TagLib::File& file) {
   // The accessors of the formats' own tags change nothing, but are not const.
   const auto [tags, extras] = readByFormat(const_cast<TagLib::File&>(file));
-  return {firstOf(tags, &TagLib::Tag::title),
-          firstOf(tags, &TagLib::Tag::artist),
-          firstOf(tags, &TagLib::Tag::album),
-          firstOf(tags, &TagLib::Tag::genre),
-          extras.composer,
+  return {bounded(firstOf(tags, &TagLib::Tag::title)),
+          bounded(firstOf(tags, &TagLib::Tag::artist)),
+          bounded(firstOf(tags, &TagLib::Tag::album)),
+          bounded(firstOf(tags, &TagLib::Tag::genre)),
+          bounded(extras.composer),
           firstOf(tags, &TagLib::Tag::track),
           std::max(0, extras.disc.toInt()),
-          extras.sort};
+          bounded(extras.sort)};
 }
 
 }  // namespace orvel

@@ -4,11 +4,18 @@
 #include <taglib/tstring.h>
 
 #include <array>
+#include <cstddef>
 
 namespace orvel {
 
-/// The values of a song's tag that Orvel stores; texts as they stand in the file.
+/// The values of a song's tag that Orvel stores; texts as they stand in the file, but cut: a text
+/// of millions of characters is none that anybody reads.
 struct TagValues {
+  /// Largest number of characters of a stored text.
+  static constexpr std::size_t kMostCharacters = 4096;
+  /// Largest number of a text's units, which may be bytes of an encoding that is guessed later.
+  static constexpr std::size_t kMostUnits = 3 * kMostCharacters;
+
   /// The sort forms of title, artist, album, genre and composer, in this order; empty where the
   /// file gives none.
   using SortTexts = std::array<TagLib::String, 5>;

@@ -9,6 +9,14 @@ namespace orvel {
 /// Where a request is.
 enum class RequestPhase { Waiting, Crawling, Indexing, Finished, Failed };
 
+/// How much keeps the parser of tags from the host, each value more than the one before it.
+enum class Confinement {
+  None,               ///< nothing: it runs in the host's process
+  Process,            ///< a process of its own without privileges and with limits
+  Filter,             ///< and a filter that leaves it few system calls
+  FilterAndLandlock,  ///< and no access to files by name, should the filter have a hole
+};
+
 /// A copy of a request's progress at one moment; plain values.
 struct ProgressSnapshot {
   RequestPhase phase = RequestPhase::Waiting;
@@ -39,6 +47,8 @@ struct ProgressSnapshot {
   bool contentModified = false;
   /// The host chose isolated tag reading, but tags were read in its own process.
   bool isolationFailed = false;
+  /// The least confinement under which tags were read; empty while none were.
+  std::optional<Confinement> confinement;
   /// The request stopped at `Limits::songs`. Also true for a stick with exactly that many songs.
   bool limitReached = false;
   /// The device has more folders than `Limits::folders`, or paths of more than 32 MiB in all; the

@@ -13,8 +13,11 @@ enum class TagReading : unsigned char {
   /// In the host's process: a file that makes the parser crash takes the host with it.
   InProcess,
   /// In a process of its own that may do nothing but read the file that it was handed: such a file
-  /// costs itself and at most five seconds.
-  Isolated
+  /// costs itself and at most five seconds. Where no such process can be started, in the host's.
+  Isolated,
+  /// The same, but never with less isolation than the kernel offers: where that is not to be had,
+  /// songs are left undone.
+  IsolationRequired
 };
 
 /// How Orvel competes with the host for processor and storage.
@@ -60,10 +63,11 @@ struct Settings {
   /// was built with, usually /var/lib/orvel.
   std::string databaseDirectory;
 
-  /// With `Isolated` each request on a mass-storage device starts one child process, which ends
-  /// with it. The host may leave its end (SIGCHLD) to Orvel, and may ignore SIGCHLD. When the
-  /// process cannot be started, a warning is logged, the request's tags are read in-process, and
-  /// its `ProgressSnapshot::isolationFailed` is true.
+  /// Unless it is `InProcess` each request on a mass-storage device starts one child process, which
+  /// ends with it. The host may leave its end (SIGCHLD) to Orvel, and may ignore SIGCHLD. When the
+  /// process cannot be started, a warning is logged; with `Isolated` the request's tags are read
+  /// in-process and its `ProgressSnapshot::isolationFailed` is true. How much isolation there was
+  /// is in `ProgressSnapshot::confinement`.
   TagReading tagReading = TagReading::InProcess;
   /// Absolute path of the program `orvel-tag-reader`; empty: where it was installed.
   std::string tagReaderProgram;

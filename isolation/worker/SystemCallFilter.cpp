@@ -2,15 +2,21 @@
 
 #include <linux/audit.h>
 #include <linux/filter.h>
+#include <linux/futex.h>
 #include <linux/seccomp.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
+#include <initializer_list>
 #include <vector>
+
+#include "isolation/WorkerProtocol.h"
 
 namespace orvel {
 
@@ -30,30 +36,27 @@ constexpr std::uint32_t kArchitecture = AUDIT_ARCH_ARM;
 #elif defined(__riscv) && __riscv_xlen == 64
 constexpr std::uint32_t kArchitecture = AUDIT_ARCH_RISCV64;
 #else
-#error "Name this architecture as <linux/audit.h> does."
+/// Not known here: the process does without a filter.
+constexpr std::uint32_t kArchitecture = 0;
 #endif
 
-/// The calls of the worker's loop, of the memory allocator and of the end of the process.
+/// Calls whose arguments do not matter: reading a descriptor, returning memory, ending the process.
 constexpr std::uint32_t kAllowed[] = {
     __NR_pread64,
-    __NR_write,
-    __NR_recvmsg,
-    __NR_sendmsg,
     __NR_close,
     __NR_brk,
     __NR_munmap,
-    __NR_mremap,
-    __NR_madvise,
-    __NR_futex,
-    __NR_clock_gettime,
-#ifdef __NR_clock_gettime64
-    __NR_clock_gettime64,
-#endif
     __NR_restart_syscall,
     __NR_exit,
     __NR_exit_group,
 #ifdef ORVEL_SANITIZED
     // The sanitizers' own calls, for their reports as well.
+    __NR_write,
+    __NR_recvmsg,
+    __NR_mremap,
+    __NR_madvise,
+    __NR_futex,
+    __NR_clock_gettime,
     __NR_openat,
     __NR_read,
     __NR_readlinkat,
@@ -77,72 +80,119 @@ constexpr std::uint32_t kMap = __NR_mmap2;
 constexpr std::uint32_t kMap = __NR_mmap;
 #endif
 
-constexpr std::uint32_t argument(std::size_t number) {
-  constexpr std::uint32_t kLowWord = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 4 : 0;
-  return static_cast<std::uint32_t>(offsetof(seccomp_data, args) + number * sizeof(std::uint64_t)) +
-         kLowWord;
-}
+#ifdef ORVEL_SANITIZED
+constexpr std::uint32_t kRefusedMapFlags = 0;
+#else
+/// All but those with which a heap gets memory: no shared, fixed, locked or huge pages.
+constexpr std::uint32_t kRefusedMapFlags =
+    ~static_cast<std::uint32_t>(MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE);
+#endif
 
 /// Assembles the filter's program; see seccomp(2).
 class Program {
  public:
-  void load(std::uint32_t offset) { add(BPF_LD | BPF_W | BPF_ABS, offset); }
-  void loadCall() { load(offsetof(seccomp_data, nr)); }
-  void loadArchitecture() { load(offsetof(seccomp_data, arch)); }
-  void allow() { add(BPF_RET | BPF_K, SECCOMP_RET_ALLOW); }
-  void endProcess() { add(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS); }
-  /// Skips this many instructions when the loaded value equals `value`, and when it does not.
-  void testEqual(std::uint32_t value, std::uint8_t skipIfEqual, std::uint8_t skipIfNot) {
-    add(BPF_JMP | BPF_JEQ | BPF_K, value, skipIfEqual, skipIfNot);
+  /// Ends a process of another architecture, then loads the number of the call.
+  void begin() {
+    load(offsetof(seccomp_data, arch));
+    testEqual(kArchitecture, 1, 0);
+    endProcess();
+    load(offsetof(seccomp_data, nr));
   }
-  /// Skips this many instructions when the loaded value has any of `bits`, and when it has none.
-  void testBits(std::uint32_t bits, std::uint8_t skipIfAny, std::uint8_t skipIfNone) {
-    add(BPF_JMP | BPF_JSET | BPF_K, bits, skipIfAny, skipIfNone);
+  /// Allows a call if its arguments pass `checks`, and ends the process otherwise.
+  void allow(std::uint32_t call, const Program& checks = {}) {
+    testEqual(call, 0, static_cast<std::uint8_t>(checks.code.size() + 1));
+    code.insert(code.end(), checks.code.begin(), checks.code.end());
+    add(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+  }
+  void endProcess() { add(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS); }
+
+  // Checks. Only the low half of an argument counts: the kernel takes no more of these.
+  Program& isOneOf(std::size_t argument, std::initializer_list<std::uint32_t> values) {
+    loadArgument(argument);
+    auto others = static_cast<std::uint8_t>(values.size());
+    for (const std::uint32_t value : values) testEqual(value, others--, 0);
+    endProcess();
+    return *this;
+  }
+  Program& hasNoneOf(std::size_t argument, std::uint32_t bits) {
+    loadArgument(argument);
+    add(BPF_JMP | BPF_JSET | BPF_K, bits, 0, 1);
+    endProcess();
+    return *this;
+  }
+  Program& has(std::size_t argument, std::uint32_t bit) {
+    loadArgument(argument);
+    add(BPF_JMP | BPF_JSET | BPF_K, bit, 1, 0);
+    endProcess();
+    return *this;
   }
 
   sock_fprog get() { return {static_cast<unsigned short>(code.size()), code.data()}; }
 
  private:
-  void add(unsigned operation, std::uint32_t value, std::uint8_t ifTrue = 0,
-           std::uint8_t ifFalse = 0) {
-    code.push_back({static_cast<std::uint16_t>(operation), ifTrue, ifFalse, value});
+  void add(unsigned operation, std::uint32_t value, std::uint8_t skipIfTrue = 0,
+           std::uint8_t skipIfFalse = 0) {
+    code.push_back({static_cast<std::uint16_t>(operation), skipIfTrue, skipIfFalse, value});
+  }
+  void load(std::size_t offset) {
+    add(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(offset));
+  }
+  void loadArgument(std::size_t number) {
+    constexpr std::size_t kLowWord = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 4 : 0;
+    load(offsetof(seccomp_data, args) + number * sizeof(std::uint64_t) + kLowWord);
+  }
+  void testEqual(std::uint32_t value, std::uint8_t skipIfEqual, std::uint8_t skipIfNot) {
+    add(BPF_JMP | BPF_JEQ | BPF_K, value, skipIfEqual, skipIfNot);
   }
 
   std::vector<sock_filter> code;
 };
 
+/// Calls whose arguments matter: the channels to the library, and those of the memory allocator and
+/// of the clock, which can do more than these need.
+void allowChecked(Program& program) {
+  using namespace workerProtocol;
+  program.allow(__NR_write, Program().isOneOf(0, {kControlSocket, kResultPipe}));
+  program.allow(__NR_recvmsg, Program().isOneOf(0, {kControlSocket}));
+  program.allow(__NR_mremap, Program().isOneOf(3, {0, MREMAP_MAYMOVE}));
+  program.allow(__NR_madvise,
+                Program().isOneOf(2, {MADV_DONTNEED, MADV_FREE, MADV_HUGEPAGE, MADV_NOHUGEPAGE}));
+  program.allow(__NR_futex, Program().isOneOf(1, {FUTEX_WAIT_PRIVATE, FUTEX_WAKE_PRIVATE,
+                                                  FUTEX_WAIT_BITSET_PRIVATE}));
+  program.allow(__NR_clock_gettime, Program().isOneOf(0, {CLOCK_REALTIME, CLOCK_MONOTONIC}));
+#ifdef __NR_clock_gettime64
+  program.allow(__NR_clock_gettime64, Program().isOneOf(0, {CLOCK_REALTIME, CLOCK_MONOTONIC}));
+#endif
+}
+
 Program readingOnly() {
   Program program;
-  program.loadArchitecture();
-  program.testEqual(kArchitecture, 1, 0);
-  program.endProcess();
-  program.loadCall();
-  for (const std::uint32_t call : kAllowed) {
-    program.testEqual(call, 0, 1);
-    program.allow();
-  }
-  // Allows mapping memory, but neither files nor executable pages.
-  program.testEqual(kMap, 0, 5);
-  program.load(argument(2));
-  program.testBits(PROT_EXEC, 3, 0);
-  program.load(argument(3));
-  program.testBits(MAP_ANONYMOUS, 0, 1);
-  program.allow();
+  program.begin();
+  for (const std::uint32_t call : kAllowed) program.allow(call);
+  // Memory, but neither files nor executable pages.
+  program.allow(
+      kMap, Program().hasNoneOf(2, PROT_EXEC).hasNoneOf(3, kRefusedMapFlags).has(3, MAP_ANONYMOUS));
+  allowChecked(program);
   program.endProcess();
   return program;
 }
 
-bool install(sock_fprog program, unsigned flags) {
+bool seccomp(sock_fprog program, unsigned flags) {
   return syscall(__NR_seccomp, SECCOMP_SET_MODE_FILTER, flags, &program) == 0;
 }
 
 }  // namespace
 
-bool allowOnlyReading() {
+int allowOnlyReading(bool avoidSeccomp) {
+  if (kArchitecture == 0) return ENOTSUP;
   Program program = readingOnly();
+  sock_fprog code = program.get();
   // Prefers a filter without the costly mitigation of speculative execution: the process holds no
-  // secrets.
-  return install(program.get(), SECCOMP_FILTER_FLAG_SPEC_ALLOW) || install(program.get(), 0);
+  // secrets. A host's own filter may know the older of the two calls only.
+  const bool isBound =
+      (!avoidSeccomp && (seccomp(code, SECCOMP_FILTER_FLAG_SPEC_ALLOW) || seccomp(code, 0))) ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &code) == 0;
+  return isBound ? 0 : errno;
 }
 
 }  // namespace orvel

@@ -1,6 +1,9 @@
 #include "tags/isolation/IsolatedTagReader.h"
 
+#include <algorithm>
 #include <cassert>
+#include <cerrno>
+#include <initializer_list>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -14,6 +17,10 @@ namespace orvel {
 namespace {
 
 constexpr std::chrono::milliseconds kStartLimit{5000};
+/// Number of files that may end the reader or use up their time.
+constexpr int kMostFaults = 64;
+/// The part of a file's time that is not held against it.
+constexpr int kOrdinaryPart = 5;
 
 tagMessages::Result withoutTag(TagResult::Outcome outcome) {
   tagMessages::Result answer;
@@ -21,11 +28,34 @@ tagMessages::Result withoutTag(TagResult::Outcome outcome) {
   return answer;
 }
 
+/// True for an answer after which the file is no song of the device.
+bool deniesSong(const tagMessages::Result& answer) {
+  return answer.error || answer.result.outcome == TagResult::Outcome::Untagged;
+}
+
+Confinement levelOf(const workerProtocol::Confinement& layers) {
+  if (layers.filterError != 0) return Confinement::Process;
+  return layers.landlockError != 0 ? Confinement::Filter : Confinement::FilterAndLandlock;
+}
+
+/// The layers that are missing, with the reasons.
+std::string describe(const workerProtocol::Confinement& layers) {
+  const auto reason = [](int error) { return std::generic_category().message(error); };
+  std::string text;
+  if (layers.filterError != 0) text = "no filter of system calls: " + reason(layers.filterError);
+  if (layers.landlockError == 0) return text;
+  return text + (text.empty() ? "" : "; ") + "no Landlock: " + reason(layers.landlockError);
+}
+
 }  // namespace
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
-                                     std::chrono::milliseconds limit)
-    : stopped(std::move(token)), program(std::move(workerProgram)), timeLimit(limit) {}
+                                     TagReading chosen, std::chrono::milliseconds limit)
+    : stopped(std::move(token)),
+      program(std::move(workerProgram)),
+      policy(chosen),
+      timeLimit(limit),
+      patience(kMostFaults * limit) {}
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
@@ -42,6 +72,7 @@ TagResult IsolatedTagReader::next(const std::string& path) {
   const bool isNext = files.isNext(path);
   assert(isNext && "next() asked for a file out of order");
   if (!isNext) return {Outcome::ReaderLost};
+  if (isGivenUp()) return {Outcome::GivenUp};
   tagMessages::Result answer;
   try {
     answer = retryOnBadAlloc(
@@ -63,6 +94,7 @@ TagResult IsolatedTagReader::next(const std::string& path) {
 TagResult IsolatedTagReader::read(TagStream& stream) {
   assertOwner();
   if (state == State::InProcess) return inProcess->read(stream);
+  if (isGivenUp()) return {Outcome::GivenUp};
   expect({}, {});
   const std::string path = stream.name();
   const tagMessages::FileRequest request{files.takeId(), stream.length(),
@@ -88,11 +120,14 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
         if (*unsent == Outcome::ReaderLost) break;
         return withoutTag(*unsent);
       }
-      if (auto answer = worker->receive(question.id, budget, question.source)) {
+      const bool isFresh = !worker->hasAnswered();
+      auto answer = worker->receive(question.id, budget, question.source);
+      if (answer && (isFresh || !deniesSong(*answer))) {
+        spendPatience(budget.used() - timeLimit / kOrdinaryPart);
         return std::move(*answer);
       }
       if (stopped.stop_requested()) break;
-      if (budget.isSpent() || !worker->hasAnswered()) return withoutTag(blameFile(question.path));
+      if (budget.isSpent() || isFresh) return withoutTag(blameFile(question.path));
       dropWorker();
     }
   } catch (const std::exception&) {
@@ -100,7 +135,8 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
     throw;
   }
   dropWorker();
-  return withoutTag(stopped.stop_requested() ? Outcome::Interrupted : Outcome::ReaderLost);
+  if (stopped.stop_requested()) return withoutTag(Outcome::Interrupted);
+  return withoutTag(state == State::Refused ? Outcome::NotIsolated : Outcome::ReaderLost);
 }
 
 /// Returns a result, or throws the exception of the worker's parser.
@@ -132,11 +168,12 @@ bool IsolatedTagReader::sendAhead() {
 bool IsolatedTagReader::isTransition(State from, State to) {
   switch (from) {
     case State::Untried:
-      return to == State::Running || to == State::InProcess;
+      return to == State::Running || to == State::InProcess || to == State::Refused;
     case State::Running:
       return to == State::Down;
     case State::Down:
       return to == State::Running;
+    case State::Refused:
     case State::InProcess:
       break;
   }
@@ -158,24 +195,47 @@ bool IsolatedTagReader::ensureRunning() {
 }
 
 void IsolatedTagReader::startWorker() {
+  const std::optional<std::string> failure = tryStarting();
+  if (failure && !stopped.stop_requested()) startFailed(*failure);
+}
+
+/// Returns the reason when no worker is up afterwards.
+std::optional<std::string> IsolatedTagReader::tryStarting() {
   std::string reason;
+  bool hasEnded = false;
   try {
-    worker.emplace(stopped, program);
+    worker.emplace(stopped, program, carefully);
     sendAhead();  // lets the worker find its first files when it is up
-    if (const auto confinement = worker->receiveGreeting(WaitBudget(kStartLimit))) {
-      return workerStarted(*confinement);
+    const auto layers = worker->receiveGreeting(WaitBudget(kStartLimit));
+    if (layers && suffices(*layers)) {
+      workerStarted(*layers);
+      return std::nullopt;
     }
-    reason = worker->end();
+    reason = layers ? "less isolation than required: " + describe(*layers) : worker->end();
+    hasEnded = !layers && worker->hasEnded();
   } catch (const std::system_error& error) {
     reason = error.what();
   }
   dropWorker();
-  if (!stopped.stop_requested()) startFailed(reason);
+  if (!hasEnded || carefully) return reason;
+  carefully = true;  // a filter of the host's own may have ended it, even if nobody can tell
+  return tryStarting();
 }
 
-void IsolatedTagReader::workerStarted(workerProtocol::Confinement confinement) {
-  if (state == State::Untried && !confinement.systemCalls) {
-    OV_WARN("the tag reader may use every system call: this kernel has no filter for them");
+/// True for enough layers of confinement: where isolation is required, all that the kernel offers.
+bool IsolatedTagReader::suffices(const workerProtocol::Confinement& layers) const {
+  const auto isOneOf = [](int error, std::initializer_list<int> expected) {
+    return std::find(expected.begin(), expected.end(), error) != expected.end();
+  };
+  return policy != TagReading::IsolationRequired ||
+         (isOneOf(layers.filterError, {0, ENOSYS, EINVAL}) &&
+          isOneOf(layers.landlockError, {0, ENOSYS, EOPNOTSUPP}));
+}
+
+void IsolatedTagReader::workerStarted(const workerProtocol::Confinement& layers) {
+  confined = levelOf(layers);
+  if (state == State::Untried && confined != Confinement::FilterAndLandlock) {
+    OV_WARN("the tag reader is less isolated than it could be: %s", describe(layers).c_str());
   }
   enter(State::Running);
 }
@@ -185,22 +245,37 @@ void IsolatedTagReader::startFailed(const std::string& reason) {
     OV_ERROR("the tag reader %s cannot be started again: %s", program.c_str(), reason.c_str());
     return;
   }
+  if (policy == TagReading::IsolationRequired) {
+    OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program.c_str(),
+             reason.c_str());
+    return enter(State::Refused);
+  }
   auto substitute = std::make_unique<InProcessTagReader>(stopped);
   substitute->expect(files.mountPoint(), files.remainingPaths());
   OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s",
           program.c_str(), reason.c_str());
   inProcess = std::move(substitute);
+  confined = Confinement::None;
   enter(State::InProcess);
 }
 
 /// Ends a worker that failed because of this file, and returns the file's result.
 TagResult::Outcome IsolatedTagReader::blameFile(const std::string& path) {
+  spendPatience(timeLimit);
   const bool isStalled = worker->hasStalled();
   const std::string failure = worker->end();
   dropWorker();
   OV_WARN("tag reader %s for track: %s", isStalled ? "waits for the device" : failure.c_str(),
           path.c_str());
   return isStalled ? Outcome::Stalled : Outcome::Unreadable;
+}
+
+/// Takes the time of a file off the request's: without an end to it, a device full of files that
+/// end the reader or keep it busy would be read for a day.
+void IsolatedTagReader::spendPatience(WaitBudget::Clock::duration time) {
+  if (isGivenUp()) return;
+  patience -= std::max(time, WaitBudget::Clock::duration::zero());
+  if (isGivenUp()) OV_WARN("too many files end the tag reader or take too long: no more are read");
 }
 
 /// Ends the worker, if there is one, and forgets the files sent to it, so that no late answer is

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tags/TagReader.h"
+#include "tags/TagReading.h"
 #include "tags/isolation/FileQueue.h"
 #include "tags/isolation/WorkerConnection.h"
 
@@ -25,8 +26,10 @@ namespace orvel {
 ///     ---------  --------------------------------  -------------  ----------  -------------------
 ///     Untried    a file is due, the worker greets  workerStarted  Running
 ///     Untried    a file is due, no worker starts   startFailed    InProcess   read in-process
+///     Untried    the same, isolation is required   startFailed    Refused     NotIsolated
 ///     Running    the result arrives                               Running     as received
 ///     Running    a worn worker fails in time       dropWorker     Down        (asked again)
+///     Running    a worn worker says: no song       dropWorker     Down        (asked again)
 ///     Running    a fresh worker fails              blameFile      Down        Unreadable
 ///     Running    the time is up                    blameFile      Down        Unreadable, Stalled
 ///     Running    the request is stopped            dropWorker     Down        Interrupted
@@ -36,18 +39,24 @@ namespace orvel {
 ///     Down       a file is due, the worker greets  workerStarted  Running
 ///     Down       a file is due, no worker starts   startFailed    Down        ReaderLost
 ///     InProcess  a file is due                                    InProcess   read in-process
+///     Refused    a file is due                                    Refused     NotIsolated
+///     any        a file is due, patience is spent                             GivenUp
 ///
 /// A worn worker has answered before. It may have failed because of damage from earlier files, or
-/// by somebody else's signal; a fresh worker then decides whether the file is to blame. InProcess
-/// is entered only before any file was parsed: afterwards a file that ended the worker could end
-/// the host.
+/// by somebody else's signal; a fresh worker then decides whether the file is to blame. It also has
+/// to confirm that a file is no song, so that no file makes another vanish. A worker without a
+/// layer of confinement that the kernel offers counts as one that does not start if isolation is
+/// required. InProcess is entered only before any file was parsed: afterwards a file that ended the
+/// worker could end the host.
 class IsolatedTagReader : public TagReader {
  public:
   static constexpr std::chrono::milliseconds kTimeLimit{5000};
 
   /// @param program    absolute path of the worker's program
+  /// @param policy     `Isolated` or `IsolationRequired`
   /// @param timeLimit  for one file
   IsolatedTagReader(std::stop_token token, std::string program,
+                    TagReading policy = TagReading::Isolated,
                     std::chrono::milliseconds timeLimit = kTimeLimit);
   ~IsolatedTagReader() override;
 
@@ -55,6 +64,7 @@ class IsolatedTagReader : public TagReader {
   TagResult next(const std::string& path) override;
   TagResult read(TagStream& stream) override;
   [[nodiscard]] bool isolationFailed() const override { return state == State::InProcess; }
+  [[nodiscard]] std::optional<Confinement> confinement() const override { return confined; }
 
  private:
   using Outcome = TagResult::Outcome;
@@ -63,6 +73,7 @@ class IsolatedTagReader : public TagReader {
     Untried,   ///< no worker was started yet
     Running,   ///< `worker` is up
     Down,      ///< no worker is up; one was before
+    Refused,   ///< isolation is required, but not to be had
     InProcess  ///< isolation is not available; `inProcess` reads
   };
   static bool isTransition(State from, State to);
@@ -80,9 +91,13 @@ class IsolatedTagReader : public TagReader {
 
   bool ensureRunning();
   void startWorker();
-  void workerStarted(workerProtocol::Confinement confinement);
+  std::optional<std::string> tryStarting();
+  [[nodiscard]] bool suffices(const workerProtocol::Confinement& layers) const;
+  void workerStarted(const workerProtocol::Confinement& layers);
   void startFailed(const std::string& reason);
   Outcome blameFile(const std::string& path);
+  [[nodiscard]] bool isGivenUp() const { return patience <= WaitBudget::Clock::duration::zero(); }
+  void spendPatience(WaitBudget::Clock::duration time);
   void dropWorker();
 
   std::optional<Outcome> sendCurrent();
@@ -92,11 +107,15 @@ class IsolatedTagReader : public TagReader {
   // Constant after construction.
   const std::stop_token stopped;
   const std::string program;
+  const TagReading policy;
   const std::chrono::milliseconds timeLimit;
 
   // Used by the owner's thread only.
   std::thread::id owner;  ///< the first thread that read
   State state = State::Untried;
+  WaitBudget::Clock::duration patience;  ///< for slow files and those that end the worker
+  bool carefully = false;                ///< how workers start
+  std::optional<Confinement> confined;
   std::optional<WorkerConnection> worker;  ///< in state Running, and while it starts
   std::unique_ptr<TagReader> inProcess;    ///< in state InProcess
   FileQueue files;

@@ -18,6 +18,8 @@ namespace {
 
 constexpr char kNonsense[] = "sent what is no result";
 constexpr char kTooLate[] = "gave no answer in time";
+constexpr char kTooGreedy[] = "asks for more bytes than a file may cost";
+constexpr char kRestless[] = "asks without taking the answers";
 
 void require(bool isDone, const char* call) {
   if (!isDone) throw std::system_error(errno, std::generic_category(), call);
@@ -36,15 +38,18 @@ WorkerConnection::Channels::Channels() {
   require(fcntl(results.get(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
 }
 
-WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program)
-    : WorkerConnection(std::move(token), program, Channels()) {}
+WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
+                                   bool carefully)
+    : WorkerConnection(std::move(token), program, carefully, Channels()) {}
 
 /// The worker's ends close here when `channels` goes out of scope.
 WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
-                                   Channels channels)
+                                   bool carefully, Channels channels)
     : control(std::move(channels.control)),
       results(std::move(channels.results), tagMessages::kMostResultBytes),
-      process(program, {channels.workersControl.get(), channels.workersResults.get()}),
+      process(program, {channels.workersControl.get(), channels.workersResults.get()},
+              carefully ? std::vector<std::string>{workerProtocol::kCarefully}
+                        : std::vector<std::string>{}),
       stopped(std::move(token)),
       onStop(stopped, Shutdown{control.get()}) {}
 
@@ -69,11 +74,12 @@ std::optional<workerProtocol::Confinement> WorkerConnection::receiveGreeting(Wai
 
 std::optional<tagMessages::Result> WorkerConnection::receive(std::uint32_t file, WaitBudget& budget,
                                                              TagStream* source) {
+  Inquiry inquiry{source};
   while (true) {
     if (const auto text = results.take()) return decode(*text, file);
     if (results.isBroken()) fault = kNonsense;
     if (!fault.empty()) return std::nullopt;
-    if (!results.readMore() && (!results.isOpen() || !wait(budget, source))) return std::nullopt;
+    if (!results.readMore() && (!results.isOpen() || !wait(budget, inquiry))) return std::nullopt;
   }
 }
 
@@ -85,14 +91,14 @@ std::optional<tagMessages::Result> WorkerConnection::decode(std::string_view tex
     fault = kNonsense;
     return std::nullopt;
   }
-  ++answers;
+  answered = true;
   return result;
 }
 
 /// Waits until the pipe may hold a result; returns false when no more can be expected. Watches the
 /// pipe only for its end or the rest of a long result, because waking up for every result costs as
 /// much as parsing a small file; the worker sends word over the socket when a request is done.
-bool WorkerConnection::wait(WaitBudget& budget, TagStream* source) {
+bool WorkerConnection::wait(WaitBudget& budget, Inquiry& inquiry) {
   if (budget.isSpent()) {
     fault = kTooLate;
     isStalled = process.waitsIn(SYS_pread64);
@@ -104,40 +110,45 @@ bool WorkerConnection::wait(WaitBudget& budget, TagStream* source) {
       pollfd{isControlOpen ? control.get() : -1, POLLIN, 0},
       pollfd{results.get(), static_cast<short>(wantsBytes ? POLLIN : 0), 0}};
   budget.wait(watched.data(), watched.size());
-  if (watched[0].revents != 0) hear(budget, source);
+  if (watched[0].revents != 0) hear(budget, inquiry);
   return true;
 }
 
 /// Takes a message from the socket: word of a request done, or a question about bytes.
-void WorkerConnection::hear(WaitBudget& budget, TagStream* source) {
+void WorkerConnection::hear(WaitBudget& budget, Inquiry& inquiry) {
   const auto message = control.receive();
   isControlOpen = message && !message->empty();
-  if (!isControlOpen || source == nullptr) return;
+  if (!isControlOpen || inquiry.source == nullptr) return;
   const auto range = tagMessages::decodeQuestion(*message);
   if (!range) return;
-  const WaitBudget::Clock::time_point begin = WaitBudget::Clock::now();
-  answer(*range, *source);
-  budget.charge(WaitBudget::Clock::now() - begin);
+  inquiry.bytesLeft -= range->length;
+  if (--inquiry.questionsLeft < 0 || inquiry.bytesLeft < 0) {
+    fault = kTooGreedy;
+  } else if (control.hasUntaken()) {
+    fault = kRestless;
+  } else {
+    answer(*range, *inquiry.source);
+    budget.charge();
+  }
 }
 
-/// Passes the bytes in a file in memory, since a message holds only a few.
+/// Passes the bytes in a file in memory, since a message holds only a few. One file serves all
+/// answers, so that a worker that keeps every descriptor holds no more memory than one answer.
 void WorkerConnection::answer(const tagMessages::ByteRange& range, TagStream& source) {
   const std::int64_t available = std::max<std::int64_t>(source.length() - range.start, 0);
   std::string bytes(static_cast<std::size_t>(std::min(range.length, available)), '\0');
   std::int64_t count =
       source.readAt(static_cast<long>(range.start), bytes.data(), static_cast<long>(bytes.size()));
-  Descriptor memory;
-  if (count > 0) {
-    memory = Descriptor(memfd_create("orvel-track", MFD_CLOEXEC));
-    if (pwrite(memory.get(), bytes.data(), static_cast<std::size_t>(count), 0) != count) {
-      count = -1;
-    }
-  }
-  if (source.readFailed()) count = -1;
+  if (!answers) answers = Descriptor(memfd_create("orvel-track", MFD_CLOEXEC));
+  const bool isStored =
+      ftruncate(answers.get(), 0) == 0 &&
+      pwrite(answers.get(), bytes.data(),
+             static_cast<std::size_t>(std::max<std::int64_t>(count, 0)), 0) == count;
+  if (!isStored || source.readFailed()) count = -1;
   // Failing to send means that the worker has ended.
-  const int number = memory.get();
+  const int number = answers.get();
   isControlOpen =
-      control.send(tagMessages::encodeAnswer(count), std::span(&number, memory ? 1U : 0U));
+      control.send(tagMessages::encodeAnswer(count), std::span(&number, count > 0 ? 1U : 0U));
 }
 
 std::string WorkerConnection::end() {

@@ -33,7 +33,8 @@ class WorkerConnection {
  public:
   /// Starts the process, which dies with the connection and with the calling thread. Throws
   /// std::system_error.
-  WorkerConnection(std::stop_token token, const std::string& program);
+  /// @param carefully  see `workerProtocol::kCarefully`
+  WorkerConnection(std::stop_token token, const std::string& program, bool carefully);
 
   enum class Sent : std::uint8_t {
     Yes,
@@ -60,10 +61,13 @@ class WorkerConnection {
                                              TagStream* source = nullptr);
 
   /// True once a result has arrived.
-  [[nodiscard]] bool hasAnswered() const { return answers > 0; }
+  [[nodiscard]] bool hasAnswered() const { return answered; }
 
   /// True when the budget ran out while the worker waited for a file's device.
   [[nodiscard]] bool hasStalled() const { return isStalled; }
+
+  /// True when the connection failed because the process ended, and for no fault in its answers.
+  [[nodiscard]] bool hasEnded() const { return fault.empty(); }
 
   /// Ends the process and returns, for the log, how it failed or ended.
   std::string end();
@@ -80,11 +84,19 @@ class WorkerConnection {
     int socket;
     void operator()() const noexcept { shutdown(socket, SHUT_RDWR); }
   };
-  WorkerConnection(std::stop_token token, const std::string& program, Channels channels);
+  /// What the worker may still ask for while it reads one file: more than a reader that keeps its
+  /// own budgets needs.
+  struct Inquiry {
+    TagStream* source;
+    std::int64_t bytesLeft = 40LL << 20;
+    int questionsLeft = 20000;
+  };
+  WorkerConnection(std::stop_token token, const std::string& program, bool carefully,
+                   Channels channels);
 
   std::optional<tagMessages::Result> decode(std::string_view text, std::uint32_t file);
-  bool wait(WaitBudget& budget, TagStream* source);
-  void hear(WaitBudget& budget, TagStream* source);
+  bool wait(WaitBudget& budget, Inquiry& inquiry);
+  void hear(WaitBudget& budget, Inquiry& inquiry);
   void answer(const tagMessages::ByteRange& range, TagStream& source);
 
   ControlSocket control;
@@ -92,8 +104,9 @@ class WorkerConnection {
   ChildProcess process;
   std::stop_token stopped;
   std::stop_callback<Shutdown> onStop;
-  std::size_t answers = 0;
-  std::string fault;  ///< the reason to end the worker while it was still running
+  bool answered = false;
+  Descriptor answers;  ///< the file in memory with the last answer; empty before the first
+  std::string fault;   ///< the reason to end the worker while it was still running
   bool isStalled = false;
   bool isControlOpen = true;
 };

@@ -39,7 +39,7 @@ std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
   if (chosen.reading == TagReading::InProcess) {
     return std::make_unique<InProcessTagReader>(std::move(token));
   }
-  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program);
+  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading);
 }
 
 }  // namespace orvel

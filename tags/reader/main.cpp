@@ -4,7 +4,7 @@
 #include "tags/reader/serveTags.h"
 
 /// The worker: parses tags for the library that started it.
-int main() {
+int main(int argumentCount, char** /*arguments*/) {
   // Skips clean-up, which needs system calls that the confinement forbids.
-  _exit(orvel::serveTags(orvel::readTags));
+  _exit(orvel::serveTags(orvel::readTags, argumentCount > 1));
 }

@@ -37,7 +37,18 @@ class AskedStream : public TagStream {
   bool isOpen() const override { return true; }
 
   long readAt(long start, char* target, long length) override {
-    const ByteRange range{start, std::min<std::int64_t>(length, kMostAskedBytes)};
+    long filled = 0;
+    while (filled < length) {
+      const long wanted = std::min<long>(length - filled, kMostAskedBytes);
+      const long got = ask({start + filled, wanted}, target + filled);
+      filled += got;
+      if (got < wanted) break;
+    }
+    return filled;
+  }
+
+ private:
+  long ask(const ByteRange& range, char* target) {
     const auto answer = libraryConnection::send(encodeQuestion(range))
                             ? libraryConnection::receive()
                             : std::nullopt;
@@ -83,14 +94,14 @@ bool serve(Message request, ReadTags read) {
 
 }  // namespace
 
-int serveTags(ReadTags read) {
+int serveTags(ReadTags read, bool carefully) {
   if (!libraryConnection::exists()) {
     std::cerr << "orvel-tag-reader is started by Orvel itself and of no use by hand.\n";
     return NotStartedByLibrary;
   }
   // Out of memory, end at once: a fresh worker starts with all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
-  if (!libraryConnection::send(encodeGreeting(confineProcess()))) return NoConnection;
+  if (!libraryConnection::send(encodeGreeting(confineProcess(carefully)))) return NoConnection;
   while (auto request = libraryConnection::receive()) {
     if (!serve(std::move(*request), read)) return NoConnection;
   }

@@ -8,6 +8,7 @@ using ReadTags = TagResult (*)(TagStream& stream, ReadingDepth depth);
 
 /// Confines this process, then reads the tags of every file that the library sends, with `read`,
 /// until the library is gone. Returns the exit status.
-int serveTags(ReadTags read);
+/// @param carefully  see `workerProtocol::kCarefully`
+int serveTags(ReadTags read, bool carefully);
 
 }  // namespace orvel

@@ -131,7 +131,8 @@ class Refusals(CommandTestCase):
                           ("list", "songs", "--db", "x", "--device-id", "y"), ("status", "x"),
                           ("mtp",), ("mtp", "dance"), ("index", "--mtp", "a", "b"),
                           ("index", "--mtp", "--wait", "soon"), ("index", "--wait", "1", "/"),
-                          ("index", "--scripted", "x", "/")):
+                          ("index", "--scripted", "x", "/"),
+                          ("index", "--in-process", "--require-isolation", "/")):
             out, errors = self.run_(*arguments, expect=2)
             self.assertEqual(out, b"")
             self.assertTrue(errors.startswith(b"orvel: "), arguments)

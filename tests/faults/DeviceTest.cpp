@@ -176,7 +176,8 @@ TEST_F(DeviceTest, AReaderThatWaitsForTheDeviceIsGivenUp) {
   if (kIsEmulated) GTEST_SKIP() << "a read that waits is one of the emulator's own";
   FaultyDevice device(content, stick);
   MSDMiner miner("MSDMiner", std::make_shared<MountPointWatch>(), [](std::stop_token token) {
-    return std::make_unique<IsolatedTagReader>(std::move(token), ORVEL_TAG_READER, 700ms);
+    return std::make_unique<IsolatedTagReader>(std::move(token), ORVEL_TAG_READER,
+                                               TagReading::Isolated, 700ms);
   });
   const auto mine = [&](std::initializer_list<const char*> names, bool failedBefore = false) {
     const auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, kDevice, stick, true));

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 
 #include "msd/MSDMiner.h"
 #include "tags/MediaKind.h"
@@ -15,13 +14,6 @@
 
 namespace orvel::test {
 namespace {
-
-/// Resets the kernel's peak of resident memory; false where that is not possible.
-bool forgetPeak() {
-  std::ofstream references("/proc/self/clear_refs");
-  references << "5" << std::flush;
-  return references.good();
-}
 
 /// Reads broken songs as a stage does: from files, on a thread of its own.
 class HostileMedia : public DatabaseFolderFixture {
@@ -62,8 +54,7 @@ class HostileMedia : public DatabaseFolderFixture {
     // Kept after a crash, to name the file.
     std::printf("%s and %zu more\n", mined->items.front()->path->c_str(), mined->items.size() - 1);
     std::fflush(stdout);
-    const bool measures = forgetPeak();
-    const long before = statusKibibytes("VmRSS:") / 1024;
+    const PeakMemory peak;
     const auto begin = std::chrono::steady_clock::now();
     miner.enqueue(mined);
     std::vector<boost::shared_ptr<Block<MetaDataInfo*>>> results;
@@ -74,18 +65,12 @@ class HostileMedia : public DatabaseFolderFixture {
     ASSERT_TRUE(waitUntil(arrived, kTimeForBlock)) << *mined->items.front()->path;
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     slowest = std::max(slowest, taken.count());
-    if (measures) checkPeak(before, *mined->items.front()->path);
+    largest = std::max(largest, peak.mebibytes());
+    EXPECT_LT(peak.mebibytes(), kMostMebibytes) << *mined->items.front()->path;
     EXPECT_FALSE(results.front()->operation.skipped);
     files += mined->items.size();
     EXPECT_EQ(results.front()->items.size(), mined->items.size()) << *mined->items.front()->path;
     for (const FileInfo* file : mined->items) std::filesystem::remove(*file->path);
-  }
-
-  void checkPeak(long before, const std::string& name) {
-    const long peak = statusKibibytes("VmHWM:") / 1024 - before;
-    largest = std::max(largest, peak);
-    // The sanitizers keep freed memory.
-    EXPECT_TRUE(kIsSanitized || peak < kMostMebibytes) << name << ": " << peak << " MiB";
   }
 
   /// One hostile file has five seconds; the rest is for machines that have other things to do.

@@ -6,6 +6,7 @@
 
 #include "base/Log.h"
 #include "msd/MSDMiner.h"
+#include "tests/msd/CatchingSink.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/sparseSong.h"
@@ -18,8 +19,9 @@ using testing::SizeIs;
 
 class Miner : public DatabaseFolderFixture {
  protected:
-  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1) {
-    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, false));
+  auto mine(const std::vector<std::string>& names, const std::string& mount, int id = 1,
+            bool last = false) {
+    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(id, 0, "dev", mount, last));
     for (const auto& name : names) block->items.push_back(new FileInfo(mount + "/" + name, 0, 5));
     return miner.doOperation(block);
   }
@@ -65,6 +67,50 @@ TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
   const auto songs = mine({"a.mp3"}, temporary.path());
   ASSERT_THAT(songs->items, SizeIs(1));
   EXPECT_EQ(songs->items[0]->title, "Kept");
+}
+
+/// An MP3 whose tag has these bytes, of an encoding that it does not name, as title, artist, album
+/// and genre.
+std::string songOf(const std::string& bytes) {
+  const auto number = [](std::size_t value, unsigned bits) {
+    std::string text;
+    for (int i = 3; i >= 0; --i) {
+      text += static_cast<char>(value >> (static_cast<unsigned>(i) * bits) & ((1U << bits) - 1));
+    }
+    return text;
+  };
+  std::string frames;
+  for (const char* id : {"TIT2", "TPE1", "TALB", "TCON"}) {
+    frames += id + number(bytes.size() + 1, 8) + std::string(3, '\0') + bytes;
+  }
+  return std::string("ID3\3\0\0", 6) + number(frames.size(), 7) + frames;
+}
+
+TEST_F(Miner, LongTextsAreCutAtACharacterAndAFullBlockIsSentAhead) {
+  constexpr int kSongs = 150;
+  std::string text = "x";
+  while (text.size() < 20000) text += "字";
+  std::vector<std::string> names;
+  for (int i = 0; i < kSongs; ++i) {
+    names.push_back(std::to_string(i) + ".mp3");
+    temporary.file(names.back(), songOf(text));
+  }
+  CatchingSink<Block<MetaDataInfo*>> sink;
+  miner.sink = &sink;
+  const auto rest = mine(names, temporary.path(), 1, true);
+  auto blocks = sink.take();
+  blocks.push_back(rest);
+  ASSERT_THAT(blocks, SizeIs(2));
+  EXPECT_TRUE(!blocks[0]->operation.last && blocks[1]->operation.last);
+  int song = 0;
+  for (const auto& block : blocks) {
+    EXPECT_LT(block->items.size() * 4 * 3 * 4096, std::size_t{8} << 20);
+    for (const MetaDataInfo* mined : block->items) {
+      EXPECT_EQ(mined->name, names[song++]);
+      EXPECT_EQ(mined->artist, text.substr(0, 1 + 3 * 4095));
+    }
+  }
+  EXPECT_EQ(song, kSongs);
 }
 
 TEST_F(Miner, AStopAndTheSizeLimitLeaveWorkUndone) {

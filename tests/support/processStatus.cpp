@@ -10,6 +10,8 @@
 #include <iterator>
 #include <string>
 
+#include "tests/support/Effort.h"
+
 namespace orvel::test {
 
 namespace fs = std::filesystem;
@@ -22,6 +24,15 @@ long statusKibibytes(std::string_view field) {
     }
   }
   return 0;
+}
+
+PeakMemory::PeakMemory()
+    : measures(!kIsSanitized &&
+               (std::ofstream("/proc/self/clear_refs") << "5" << std::flush).good()),
+      before(statusKibibytes("VmRSS:")) {}
+
+long PeakMemory::mebibytes() const {
+  return measures ? (statusKibibytes("VmHWM:") - before) / 1024 : 0;
 }
 
 long allocatedKibibytes() {

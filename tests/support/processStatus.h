@@ -8,6 +8,18 @@ namespace orvel::test {
 /// A line of /proc/self/status that counts KiB, as "VmRSS:"; 0 when there is none.
 long statusKibibytes(std::string_view field);
 
+/// The most memory that the process gains, from the construction on.
+class PeakMemory {
+ public:
+  PeakMemory();
+  /// 0 where it cannot be measured, as under the sanitizers, which keep freed memory.
+  [[nodiscard]] long mebibytes() const;
+
+ private:
+  const bool measures;
+  const long before;
+};
+
 /// The bytes allocated and not freed in all arenas of malloc, which mallinfo2 does not count.
 long allocatedKibibytes();
 

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -32,6 +33,7 @@ namespace {
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -63,7 +65,7 @@ class ReaderProcess : public testing::Test {
  protected:
   std::unique_ptr<IsolatedTagReader> readerOf(milliseconds timeLimit) const {
     return std::make_unique<IsolatedTagReader>(stop.get_token(), ORVEL_HOSTILE_TAG_READER,
-                                               timeLimit);
+                                               TagReading::Isolated, timeLimit);
   }
 
   std::string good() const {
@@ -104,8 +106,8 @@ TEST_F(ReaderProcess, NothingIsLeftBehindAfterManyRestarts) {
   const long before = entriesOf("/proc/self/fd");
   {
     const auto reader = readerOf(kEndless);
-    reader->expect(temporary.path(), std::vector<std::string>(200, bad("crash")));
-    for (int i = 0; i < 200; ++i) {
+    reader->expect(temporary.path(), std::vector<std::string>(60, bad("crash")));
+    for (int i = 0; i < 60; ++i) {
       EXPECT_EQ(reader->next(bad("crash")).outcome, TagResult::Outcome::Unreadable);
     }
     reader->expect(temporary.path(), {good()});
@@ -130,11 +132,47 @@ TEST_F(ReaderProcess, HasNothingOfTheHostsAndIsBound) {
     const std::string status = contentOf(folder + "/status");
     EXPECT_NE(status.find("NoNewPrivs:\t1"), std::string::npos) << status;
     EXPECT_TRUE(kIsEmulated || status.find("Seccomp:\t2") != std::string::npos) << status;
+    for (const char* set : {"Inh", "Prm", "Eff", "Amb", getuid() == 0 ? "Bnd" : "Amb"}) {
+      const std::string none = std::string("Cap") + set + ":\t0000000000000000\n";
+      EXPECT_NE(status.find(none), std::string::npos) << set << "\n" << status;
+    }
     const std::string limits = contentOf(folder + "/limits");
+    EXPECT_NE(limits.find("Max locked memory         0 "), std::string::npos) << limits;
     EXPECT_NE(limits.find("Max file size             0 "), std::string::npos) << limits;
     EXPECT_NE(limits.find("Max core file size        0 "), std::string::npos) << limits;
     EXPECT_NE(limits.find("Max open files            24 "), std::string::npos) << limits;
   });
+}
+
+/// 32 MiB of a file that only the library can read, beginning with a deed.
+class AskedFile : public TagStream {
+ public:
+  explicit AskedFile(const std::string& deed) : TagStream(deed + ".mp3", {}), head("!" + deed) {
+    setSize(32 << 20);
+  }
+  bool isOpen() const override { return true; }
+  long readAt(long start, char* target, long length) override {
+    std::fill(target, target + length, '.');
+    if (start == 0) head.copy(target, static_cast<std::size_t>(length));
+    return length;
+  }
+
+ private:
+  std::string head;
+};
+
+TEST_F(ReaderProcess, WhatItAsksForIsBounded) {
+  const auto reader = readerOf(kEndless);
+  const PeakMemory peak;
+  for (const auto& [deed, reason] :
+       {std::pair("ask", "without taking"), {"asktake", "more bytes"}}) {
+    AskedFile file(deed);
+    EXPECT_EQ(reader->read(file).outcome, TagResult::Outcome::Unreadable);
+    EXPECT_THAT(log.texts(std::string("for track: ") + deed), ElementsAre(HasSubstr(reason)));
+  }
+  EXPECT_LT(peak.mebibytes(), 16);
+  reader->expect(temporary.path(), {good()});
+  EXPECT_EQ(titleOf(reader->next(good())), "Good");
 }
 
 TEST_F(ReaderProcess, OthersThatEndItAreNotBlamedOnTheFile) {
