@@ -282,31 +282,6 @@ TEST_F(PhoneTest, APhoneThatIsNeverReadyKeepsItsDirectoriesAndIsReadAgain) {
   EXPECT_EQ(contents(), complete);
 }
 
-TEST_F(PhoneTest, AFolderThatCannotBeListedKeepsItsRowsUntilItIsRemoved) {
-  phone.device.addTrack("/Music/B/C/t.mp3").tags = tags("U", "Y");
-  phone.device.addTrack("/Music/Bird.mp3");
-  indexPhone(phone.plugIn());
-  const auto before = everything("phone1");
-  phone.device.addFault({.at = "listFolder", .path = "/Music/B", .times = scripted::kForEver});
-  std::erase_if(phone.device.objects,
-                [](const auto& object) { return object.path == "/Music/Bird.mp3"; });
-  scripted::clear();
-  indexPhone(phone.plugIn());
-  EXPECT_EQ(status(), "PROGRESS");
-  EXPECT_THAT(query("SELECT PATH FROM SONGS ORDER BY PATH"),
-              ElementsAre("/Music/A/s.mp3", "/Music/B/C/t.mp3"));
-  EXPECT_THAT(query("SELECT * FROM DIRECTORIES"), testing::SizeIs(5));
-
-  phone.device.faults.clear();
-  std::erase_if(phone.device.objects,
-                [](const auto& object) { return object.path.starts_with("/Music/B"); });
-  phone.update();
-  indexPhone(phone.handle);
-  EXPECT_EQ(status(), "OK");
-  EXPECT_THAT(query("SELECT PATH FROM DIRECTORIES ORDER BY PATH; SELECT PATH FROM SONGS"),
-              ElementsAre("", "/Music", "/Music/A", "/Music/A/s.mp3"));
-}
-
 /// A request to a phone, one call of which fails.
 class FailingPhoneTest : public PhoneTest {
  protected:

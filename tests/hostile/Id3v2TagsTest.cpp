@@ -117,7 +117,8 @@ class RandomTag {
     }
     std::size_t size = data.size();
     if (once(40))
-      size = pick<std::size_t>({0, size + 1, size + 10, size + 40, size / 2, 1U << 30U});
+      size =
+          pick<std::size_t>({0, size + 1, size + 10, size + 40, size / 2, 1U << 30U, 0xFFFFFFF6});
     const bool isPlain = version == 3 || (once(20) ? !sizesArePlain : sizesArePlain);
     return name + (isPlain ? bigEndian(size) : synchsafe(size)) + pick({'\0', '\0', '\x40'}) +
            static_cast<char>(format) + data;

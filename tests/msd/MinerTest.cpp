@@ -59,16 +59,6 @@ TEST_F(Miner, AHugeSongOfAfter2038OnAStickOfAfter2038IsRead) {
   EXPECT_FALSE(songs->operation.skipped);
 }
 
-TEST_F(Miner, AFrameThatSaysItHasFourGibibytesEndsTheTag) {
-  using namespace std::string_literals;
-  // With its header of ten bytes, 2 to the 32: it would begin where it ends.
-  const std::string frames = "TIT2\0\0\0\5\0\0\0Kept"s + "PRIV\xFF\xFF\xFF\xF6\0\0data"s;
-  temporary.file("a.mp3", "ID3\3\0\0\0\0\0"s + static_cast<char>(frames.size()) + frames);
-  const auto songs = mine({"a.mp3"}, temporary.path());
-  ASSERT_THAT(songs->items, SizeIs(1));
-  EXPECT_EQ(songs->items[0]->title, "Kept");
-}
-
 /// An MP3 whose tag has these bytes, of an encoding that it does not name, as title, artist, album
 /// and genre.
 std::string songOf(const std::string& bytes) {
