@@ -7,8 +7,9 @@
 
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
-#include "msd/PlaylistGuard.h"
-#include "msd/PlaylistParser.h"
+#include "playlists/PlaylistGuard.h"
+#include "playlists/PlaylistParser.h"
+#include "playlists/parsePlaylist.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace orvel::fuzz {

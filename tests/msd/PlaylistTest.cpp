@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "msd/MSDPlaylistMiner.h"
-#include "msd/PlaylistParser.h"
+#include "playlists/parsePlaylist.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MainLoopThread.h"

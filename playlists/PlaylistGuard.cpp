@@ -1,4 +1,4 @@
-#include "msd/PlaylistGuard.h"
+#include "playlists/PlaylistGuard.h"
 
 #include <glib.h>
 #include <sys/stat.h>
