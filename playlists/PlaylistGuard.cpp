@@ -28,8 +28,11 @@ constexpr std::ptrdiff_t kMostAttributes = 250000;
 constexpr std::size_t kMostNameSteps = 100000000;
 
 /// Reads the whole file, or its beginning when the device fails.
-std::string contentOf(const Descriptor& file, off_t size) {
-  std::string text(static_cast<std::size_t>(size), '\0');
+std::string contentOf(const Descriptor& file) {
+  struct stat status {};
+  fstat(file.get(), &status);
+  std::string text(static_cast<std::size_t>(std::clamp<off_t>(status.st_size, 0, kMostBytes)),
+                   '\0');
   int error = 0;  // the miner reads the file itself and reports it
   text.resize(readAt(file.get(), text.data(), text.size(), 0, error));
   return text;
@@ -131,14 +134,18 @@ bool hasTooManyParts(std::string_view text) {
 
 }  // namespace
 
-const char* harmOfPlaylist(const std::string& path) {
-  const Descriptor file = Descriptor::ofFile(path);
+const char* misfitOfPlaylist(const Descriptor& file) {
   struct stat status {};
-  // The miner reads the file itself and reports the error.
   if (!file || fstat(file.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
-  if (status.st_size > kMostBytes) return "it is larger than 32 MiB";
-  const std::string text = contentOf(file, status.st_size);
+  return status.st_size > kMostBytes ? "it is larger than 32 MiB" : nullptr;
+}
+
+const char* harmOfPlaylist(const std::string& path) {
+  const Descriptor file = Descriptor::ofFile(path);
+  if (!file) return nullptr;  // the miner reads the file itself and reports the error
+  if (const char* const misfit = misfitOfPlaylist(file)) return misfit;
+  const std::string text = contentOf(file);
   if (hasTooManyParts(text)) return "it has more than a million lines";
   if (endsWithinCharacter(text)) return "it ends within a character";
   // The parser, too, reads a PLS file up to its first zero.

@@ -18,10 +18,8 @@ struct Unref {
   void operator()(TotemPlParser* parser) const { g_object_unref(parser); }
 };
 
-using OnEntry = std::function<void(const char* uri)>;
-
 void passOn(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*metadata*/, gpointer data) {
-  (*static_cast<const OnEntry*>(data))(uri);
+  (*static_cast<const OnPlaylistEntry*>(data))(uri);
 }
 
 PlaylistVerdict verdictOf(TotemPlParserResult result) {
@@ -48,11 +46,11 @@ const char* nameOf(PlaylistVerdict verdict) {
   return kNames.at(static_cast<std::size_t>(verdict));
 }
 
-PlaylistVerdict parsePlaylist(const std::string& path, const OnEntry& onEntry) {
+PlaylistVerdict parsePlaylist(const std::string& path, const OnPlaylistEntry& onEntry) {
   const std::unique_ptr<TotemPlParser, Unref> parser(totem_pl_parser_new());
   g_object_set(parser.get(), "recurse", FALSE, "disable-unsafe", TRUE, nullptr);
   g_signal_connect(parser.get(), "entry-parsed", G_CALLBACK(passOn),
-                   const_cast<OnEntry*>(&onEntry));
+                   const_cast<OnPlaylistEntry*>(&onEntry));
   return verdictOf(totem_pl_parser_parse(parser.get(), playlistUri(path).c_str(), FALSE));
 }
 

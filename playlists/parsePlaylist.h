@@ -13,11 +13,13 @@ enum class PlaylistVerdict : std::uint8_t { Unhandled, Error, Success, Ignored, 
 /// The verdict's text in the log.
 const char* nameOf(PlaylistVerdict verdict);
 
+/// Receives the URI of an entry. Must not throw: its caller is C.
+using OnPlaylistEntry = std::function<void(const char* uri)>;
+
 /// Runs the playlist parser on the file at `path`. Needs no lock and no particular thread, but one
 /// parse at a time.
-/// @param onEntry  receives the URI of each entry; must not throw, since its caller is C
-PlaylistVerdict parsePlaylist(const std::string& path,
-                              const std::function<void(const char* uri)>& onEntry);
+/// @param onEntry  called for each entry, in order
+PlaylistVerdict parsePlaylist(const std::string& path, const OnPlaylistEntry& onEntry);
 
 /// Makes the URI of a playlist file for the parser. Escapes "%" and "#" and nothing else.
 std::string playlistUri(const std::string& path);

@@ -19,7 +19,6 @@ namespace orvel {
 
 namespace {
 
-[[maybe_unused]] constexpr rlim_t kMemoryBytes = rlim_t{256} << 20;
 /// The same as a mining stage has, because nested containers make the parser recurse deeply.
 constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 /// For all files together; the library then starts a fresh worker. It times each file itself.
@@ -35,7 +34,7 @@ void limit(Resource resource, rlim_t soft, rlim_t hard) {
   setrlimit(resource, &wanted);
 }
 
-void setLimits() {
+void setLimits([[maybe_unused]] const ParserNeeds& needs) {
   limit(RLIMIT_CORE, 0, 0);
   limit(RLIMIT_FSIZE, 0, 0);
   limit(RLIMIT_NPROC, 0, 0);
@@ -44,7 +43,8 @@ void setLimits() {
   limit(RLIMIT_CPU, kProcessorSeconds, kProcessorSeconds + 1);
 #ifndef ORVEL_SANITIZED
   // Sanitizers reserve terabytes of address space.
-  limit(RLIMIT_AS, kMemoryBytes, kMemoryBytes);
+  const auto bytes = static_cast<rlim_t>(needs.memoryBytes);
+  limit(RLIMIT_AS, bytes, bytes);
 #endif
 }
 
@@ -78,15 +78,15 @@ bool denyFiles() {
 
 }  // namespace
 
-workerProtocol::Confinement confineProcess() {
+workerProtocol::Confinement confineProcess(const ParserNeeds& needs) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   ignoreSignals();
   volunteerForOutOfMemory();
-  setLimits();
+  setLimits(needs);
   prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
   workerProtocol::Confinement confinement;
   confinement.files = denyFiles();
-  confinement.systemCalls = allowOnlyReading();
+  confinement.systemCalls = allowOnlyReading(needs.looksForFiles);
   return confinement;
 }
 

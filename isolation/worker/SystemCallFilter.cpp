@@ -8,8 +8,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace orvel {
@@ -71,6 +73,38 @@ constexpr std::uint32_t kAllowed[] = {
 #endif
 };
 
+/// Calls that open a file by its name or ask about it.
+constexpr std::uint32_t kNaming[] = {
+#ifdef __NR_open
+    __NR_open,
+#endif
+    __NR_openat,
+#ifdef __NR_stat
+    __NR_stat,       __NR_lstat,
+#endif
+#ifdef __NR_stat64
+    __NR_stat64,     __NR_lstat64,
+#endif
+#ifdef __NR_newfstatat
+    __NR_newfstatat,
+#endif
+#ifdef __NR_fstatat64
+    __NR_fstatat64,
+#endif
+    __NR_statx,
+#ifdef __NR_access
+    __NR_access,
+#endif
+    __NR_faccessat,
+#ifdef __NR_faccessat2
+    __NR_faccessat2,
+#endif
+#ifdef __NR_readlink
+    __NR_readlink,
+#endif
+    __NR_readlinkat,
+};
+
 #ifdef __NR_mmap2
 constexpr std::uint32_t kMap = __NR_mmap2;
 #else
@@ -90,6 +124,7 @@ class Program {
   void loadCall() { load(offsetof(seccomp_data, nr)); }
   void loadArchitecture() { load(offsetof(seccomp_data, arch)); }
   void allow() { add(BPF_RET | BPF_K, SECCOMP_RET_ALLOW); }
+  void refuse() { add(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES); }
   void endProcess() { add(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS); }
   /// Skips this many instructions when the loaded value equals `value`, and when it does not.
   void testEqual(std::uint32_t value, std::uint8_t skipIfEqual, std::uint8_t skipIfNot) {
@@ -111,7 +146,7 @@ class Program {
   std::vector<sock_filter> code;
 };
 
-Program readingOnly() {
+Program readingOnly(bool refusesNames) {
   Program program;
   program.loadArchitecture();
   program.testEqual(kArchitecture, 1, 0);
@@ -120,6 +155,10 @@ Program readingOnly() {
   for (const std::uint32_t call : kAllowed) {
     program.testEqual(call, 0, 1);
     program.allow();
+  }
+  for (const std::uint32_t call : refusesNames ? std::span(kNaming) : std::span(kNaming, 0)) {
+    program.testEqual(call, 0, 1);
+    program.refuse();
   }
   // Allows mapping memory, but neither files nor executable pages.
   program.testEqual(kMap, 0, 5);
@@ -138,8 +177,8 @@ bool install(sock_fprog program, unsigned flags) {
 
 }  // namespace
 
-bool allowOnlyReading() {
-  Program program = readingOnly();
+bool allowOnlyReading(bool refusesNames) {
+  Program program = readingOnly(refusesNames);
   // Prefers a filter without the costly mitigation of speculative execution: the process holds no
   // secrets.
   return install(program.get(), SECCOMP_FILTER_FLAG_SPEC_ALLOW) || install(program.get(), 0);

@@ -2,18 +2,16 @@
 
 #include <cassert>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "base/Log.h"
 #include "base/retryOnBadAlloc.h"
+#include "isolation/startWorker.h"
 #include "tags/InProcessTagReader.h"
 
 namespace orvel {
 
 namespace {
-
-constexpr std::chrono::milliseconds kStartLimit{5000};
 
 tagMessages::Result withoutTag(TagResult::Outcome outcome) {
   tagMessages::Result answer;
@@ -159,15 +157,10 @@ bool IsolatedTagReader::ensureRunning() {
 
 void IsolatedTagReader::startWorker() {
   std::string reason;
-  try {
-    worker.emplace(stopped, program);
-    sendAhead();  // lets the worker find its first files when it is up
-    if (const auto confinement = worker->receiveGreeting(WaitBudget(kStartLimit))) {
-      return workerStarted(*confinement);
-    }
-    reason = worker->end();
-  } catch (const std::system_error& error) {
-    reason = error.what();
+  // Sent ahead, the first files are there when the worker is up.
+  if (const auto confinement = orvel::startWorker(
+          worker, stopped, program, [this] { sendAhead(); }, reason)) {
+    return workerStarted(*confinement);
   }
   dropWorker();
   if (!stopped.stop_requested()) startFailed(reason);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/socket.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -10,11 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "base/Descriptor.h"
-#include "isolation/ChildProcess.h"
-#include "isolation/ControlSocket.h"
-#include "isolation/ResultPipe.h"
 #include "isolation/WaitBudget.h"
+#include "isolation/WorkerProcess.h"
 #include "tags/TagMessages.h"
 #include "tags/TagStream.h"
 
@@ -29,7 +24,7 @@ namespace orvel {
 ///
 /// Checks everything that the worker sends, since a file may have taken it over. Used by one
 /// thread. A raised token ends every wait.
-class WorkerConnection {
+class WorkerConnection : public WorkerProcess {
  public:
   /// Starts the process, which dies with the connection and with the calling thread. Throws
   /// std::system_error.
@@ -47,10 +42,6 @@ class WorkerConnection {
   [[nodiscard]] Sent send(const std::vector<tagMessages::FileRequest>& files,
                           std::span<const int> descriptors) const;
 
-  /// Waits for the greeting. Returns nothing when the process ended, timed out or comes from
-  /// another build.
-  std::optional<workerProtocol::Confinement> receiveGreeting(WaitBudget budget);
-
   /// Waits for the result of the file with this id, which must be the oldest one sent and
   /// unanswered. Returns nothing when the worker ended, sent anything else, or the budget is spent;
   /// `end` tells the reason then.
@@ -62,39 +53,13 @@ class WorkerConnection {
   /// True once a result has arrived.
   [[nodiscard]] bool hasAnswered() const { return answers > 0; }
 
-  /// True when the budget ran out while the worker waited for a file's device.
-  [[nodiscard]] bool hasStalled() const { return isStalled; }
-
-  /// Ends the process and returns, for the log, how it failed or ended.
-  std::string end();
-
  private:
-  struct Channels {
-    Channels();
-    Descriptor control;
-    Descriptor results;
-    Descriptor workersControl;
-    Descriptor workersResults;
-  };
-  struct Shutdown {
-    int socket;
-    void operator()() const noexcept { shutdown(socket, SHUT_RDWR); }
-  };
-  WorkerConnection(std::stop_token token, const std::string& program, Channels channels);
-
   std::optional<tagMessages::Result> decode(std::string_view text, std::uint32_t file);
   bool wait(WaitBudget& budget, TagStream* source);
   void hear(WaitBudget& budget, TagStream* source);
   void answer(const tagMessages::ByteRange& range, TagStream& source);
 
-  ControlSocket control;
-  ResultPipe results;
-  ChildProcess process;
-  std::stop_token stopped;
-  std::stop_callback<Shutdown> onStop;
   std::size_t answers = 0;
-  std::string fault;  ///< the reason to end the worker while it was still running
-  bool isStalled = false;
   bool isControlOpen = true;
 };
 
