@@ -34,7 +34,7 @@ class TrackSender {
   /// Must not throw: its caller is C. Out of memory, the process ends.
   void add(const char* uri) {
     std::string path;
-    if (!paths.next(uri, path) || path.size() > kMostPathBytes) return;
+    if (!paths.next(uri, path) || path.size() > kMostPathBytes) return endIfCut();
     constexpr std::size_t kOverhead = 32;
     if (bytes + path.size() + kOverhead > kMostPieceBytes) flush();
     bytes += path.size() + kOverhead;
@@ -48,6 +48,13 @@ class TrackSender {
   }
 
  private:
+  /// Ends a list with an entry too many, and this process, since the parser cannot be stopped. The
+  /// verdict is known: the parser reports entries of sound lists only.
+  void endIfCut() {
+    if (!paths.areCut()) return;
+    end(PlaylistVerdict::Success);
+    _exit(Worn);
+  }
   void flush() {
     if (!piece.empty()) send(encodePaths(id, piece));
     piece.clear();

@@ -34,7 +34,7 @@ void crash() {
 
 void bloat() {
   constexpr std::size_t kStep = std::size_t{1} << 20;
-  while (true) std::memset(::operator new(kStep), 1, kStep);
+  while (true) std::memset(::operator new(kStep), 1, 1);
 }
 
 void pipe(const std::string& bytes) {

@@ -122,6 +122,10 @@ TEST_F(IsolatedPlaylists, AreThoseOfTheHostsProcess) {
     add("cut", listOf(kind, {"a.mp3"}).substr(0, 40));
     add("long", listOf(kind, std::vector<std::string>(15920, "../Music/Artist/Album/song.mp3")));
   }
+  const std::vector<std::string> many(100001, "a");
+  for (const char* kind : {"m3u", "wpl"}) {
+    paths.push_back(temporary.file("many."s + kind, listOf(kind, many)));
+  }
   const auto isolated = minerOf(5s, ORVEL_PLAYLIST_READER);
   const auto lists = textsOf(mine(*isolated, paths));
   const auto verdicts = log.texts("TOTEM_PL_PARSER_RESULT");
@@ -132,9 +136,159 @@ TEST_F(IsolatedPlaylists, AreThoseOfTheHostsProcess) {
   ASSERT_THAT(lists, SizeIs(expected.size()));
   for (std::size_t i = 0; i < lists.size(); ++i) EXPECT_EQ(lists[i], expected[i]);
   EXPECT_EQ(verdicts, log.texts("TOTEM_PL_PARSER_RESULT"));
-  EXPECT_EQ(isolated->progress->snapshot().playlists.refused,
-            inProcess->progress->snapshot().playlists.refused);
-  EXPECT_FALSE(isolated->progress->snapshot().isolationFailed);
+  const ProgressSnapshot snapshot = isolated->progress->snapshot();
+  EXPECT_EQ(snapshot.playlists.refused, inProcess->progress->snapshot().playlists.refused);
+  EXPECT_EQ(snapshot.playlists.cut, 2U);
+  EXPECT_FALSE(snapshot.isolationFailed);
+}
+
+constexpr std::string_view kFiltered = "signal 31";
+constexpr std::string_view kOutOfMemory = "exit status 3";
+constexpr std::string_view kNoResult = "sent what is no result";
+constexpr std::string_view kTooLate = "no answer in time";
+
+struct Deed {
+  std::string_view name;
+  std::string_view end;        ///< its end, as the log tells it
+  bool isSafe = kIsSanitized;  ///< a sanitizer's run-time library may do it
+};
+
+void PrintTo(const Deed& deed, std::ostream* out) {
+  *out << deed.name;
+}
+
+class HostileList : public IsolatedPlaylists, public testing::WithParamInterface<Deed> {};
+
+TEST_P(HostileList, CostsItselfAndNoOther) {
+  const Deed& deed = GetParam();
+  if (deed.isSafe) GTEST_SKIP() << "the sanitizers need what this tests";
+  if (kIsEmulated && (deed.end == kFiltered || deed.end == kOutOfMemory || deed.name == "reach"))
+    GTEST_SKIP() << "the emulator passes on neither filters nor limits of memory";
+  const std::string name(deed.name);
+  const std::vector<std::string> paths = {good("a"), bad(name), good("b"), bad(name), good("c")};
+  const auto miner = minerOf(kShort, ORVEL_HOSTILE_PLAYLIST_READER);
+  const long memory = statusKibibytes("VmRSS:");
+  const Lists lists = mine(*miner, paths);
+  EXPECT_LT(statusKibibytes("VmHWM:") - memory, 64 << 10);
+  EXPECT_FALSE(lists->operation.skipped);
+  EXPECT_EQ(miner->progress->snapshot().playlists.refused, 2U);
+  ASSERT_THAT(lists->items, SizeIs(5));
+  for (const Playlist* list : lists->items) {
+    const bool isBad = list->path == paths[1];
+    EXPECT_EQ(list->refused, isBad) << list->path;
+    EXPECT_THAT(list->entries, SizeIs(isBad ? 0 : 2)) << list->path;
+  }
+  EXPECT_THAT(log.texts(" for playlist: " + paths[1]),
+              ElementsAre(HasSubstr(std::string(deed.end)), HasSubstr(std::string(deed.end))));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Isolated, HostileList,
+    testing::Values(Deed{"crash", kIsSanitized ? "ended" : "signal 11", false},
+                    Deed{"hang", kTooLate, false}, Deed{"bloat", kOutOfMemory},
+                    Deed{"exit", "exit status 0", false}, Deed{"nonsense", kNoResult, false},
+                    Deed{"huge", kNoResult, false}, Deed{"half", kTooLate, false},
+                    Deed{"trickle", kTooLate, false}, Deed{"chatter", kTooLate, false},
+                    Deed{"deaf", "signal 9", false}, Deed{"void", kNoResult, false},
+                    Deed{"many", kNoResult, false}, Deed{"long", kNoResult, false},
+                    Deed{"other", kNoResult, false}, Deed{"reach", "exit status 10"},
+                    Deed{"socket", kFiltered, false}, Deed{"fork", kFiltered, false},
+                    Deed{"execute", kFiltered, false}, Deed{"kill", kFiltered, false},
+                    Deed{"unlink", kFiltered, false}, Deed{"create", kFiltered, false},
+                    Deed{"code", kFiltered, false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+/// A result too many belongs to no other list.
+TEST_F(IsolatedPlaylists, AnAnswerIsTakenForItsOwnListOnly) {
+  const auto miner = minerOf(kShort, ORVEL_HOSTILE_PLAYLIST_READER);
+  const Lists lists = mine(*miner, {good("a"), bad("twice"), good("b"), good("c")});
+  ASSERT_THAT(lists->items, SizeIs(4));
+  for (const int i : {0, 2, 3}) EXPECT_THAT(lists->items[i]->entries, SizeIs(2));
+}
+
+TEST_F(IsolatedPlaylists, AStopEndsAReaderThatHangs) {
+  const auto miner = minerOf(std::chrono::hours(1), ORVEL_HOSTILE_PLAYLIST_READER);
+  Lists lists;
+  const auto paths = {good("a"), bad("hang"), good("b")};
+  std::jthread mining([&] { lists = mine(*miner, paths); });
+  ASSERT_TRUE(log.waitFor("RESULT_SUCCESS"));
+  std::this_thread::sleep_for(withSlack(20ms));
+  EXPECT_LT(Longest().measure([&] {
+    miner->stop();
+    mining.join();
+  }),
+            withSlack(100ms).count());
+  EXPECT_THAT(lists->items, SizeIs(1));
+  EXPECT_TRUE(lists->operation.skipped);
+  EXPECT_THAT(log.texts("hang.m3u"), SizeIs(0)) << "an interrupted list is not to blame";
+}
+
+/// GIO looks every five seconds for its table of file types, which a confined process cannot see.
+TEST_F(IsolatedPlaylists, AReaderThatLivesLongReadsOn) {
+  const auto miner = minerOf(kShort, ORVEL_PLAYLIST_READER);
+  EXPECT_THAT(mine(*miner, {good("a")}, false)->items[0]->entries, SizeIs(2));
+  std::this_thread::sleep_for(6s);
+  EXPECT_THAT(mine(*miner, {good("b")})->items[0]->entries, SizeIs(2));
+}
+
+/// Inputs that the parser does not survive, or only after hours.
+TEST_F(IsolatedPlaylists, FaultsOfTheParserCostOnlyTheirLists) {
+  std::string attributes = "<smil a=\"\" ";
+  for (int i = 0; i < 1000000; ++i) attributes += "a=\"\" ";
+  std::string nested = "<asx>";
+  for (int i = 0; i < 200000; ++i) nested += "<a>";
+  const std::vector<std::string> paths = {
+      good("a"), temporary.file("endless.pls", "[playlist]\nFilex=a.mp3\n"),
+      good("b"), temporary.file("slow.pls", "[playlist]\nFile1=" + std::string(50000, '\xFF')),
+      good("c"), temporary.file("attributes.wpl", attributes + "/>"),
+      good("d"), temporary.file("nested.asx", nested),
+      good("e"), temporary.file("odd.asx", "\xFF\xFE<\0a\0>"s),
+      good("f"), temporary.file("lines.m3u", std::string(20 << 20, '\n')),
+      good("g")};
+  const std::string large = temporary.file("large.m3u");
+  std::filesystem::resize_file(large, std::uintmax_t{4} << 30);
+  const auto miner = minerOf(kShort, ORVEL_PLAYLIST_READER);
+  const Lists lists = mine(*miner, paths);
+  ASSERT_THAT(lists->items, SizeIs(paths.size()));
+  for (std::size_t i = 0; i < paths.size(); i += 2) {
+    EXPECT_THAT(lists->items[i]->entries, SizeIs(2)) << paths[i];
+  }
+  for (const int i : {1, 3}) EXPECT_TRUE(lists->items[i]->refused) << paths[i];
+  EXPECT_FALSE(lists->operation.skipped);
+  EXPECT_TRUE(mine(*miner, {large})->items[0]->refused);
+  EXPECT_THAT(log.texts("larger than 32 MiB"), SizeIs(1));
+}
+
+TEST_F(IsolatedPlaylists, TheRestIsLeftUndoneAfterTooManyFaults) {
+  const auto miner = minerOf(kShort, ORVEL_HOSTILE_PLAYLIST_READER);
+  std::vector<std::string> paths(64, bad("crash"));
+  paths.insert(paths.begin(), good("a"));
+  paths.push_back(good("b"));
+  const Lists lists = mine(*miner, paths);
+  EXPECT_THAT(lists->items, SizeIs(65));
+  EXPECT_TRUE(lists->operation.skipped);
+  EXPECT_THAT(log.texts("too many playlists"), SizeIs(1));
+}
+
+TEST_F(IsolatedPlaylists, WithoutReaderListsAreParsedInTheHostsProcessButNeverAfterAFault) {
+  const std::string program = temporary.path("reader");
+  {
+    const MainLoopThread loop;
+    const auto miner = minerOf(kShort, program);
+    const Lists lists = mine(*miner, {good("a"), temporary.file("x.pls", "[playlist]\nFilex=a")});
+    EXPECT_THAT(lists->items[0]->entries, SizeIs(2));
+    EXPECT_TRUE(lists->items[1]->refused) << "the guard is on";
+    EXPECT_TRUE(miner->progress->snapshot().isolationFailed);
+    EXPECT_THAT(log.texts("playlists are parsed without isolation"), SizeIs(1));
+  }
+  std::filesystem::copy_file(ORVEL_HOSTILE_PLAYLIST_READER, program);
+  const auto miner = minerOf(kShort, program);
+  EXPECT_THAT(mine(*miner, {good("a")}, false)->items, SizeIs(1));
+  std::filesystem::remove(program);
+  const Lists lists = mine(*miner, {good("a"), bad("crash"), good("b")});
+  EXPECT_THAT(textsOf(lists), SizeIs(1));
+  EXPECT_TRUE(lists->operation.skipped);
+  EXPECT_THAT(log.texts("cannot be started again"), SizeIs(1));
 }
 
 }  // namespace
