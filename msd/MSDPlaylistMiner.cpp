@@ -28,7 +28,7 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
   const Operation& operation = block->operation;
   OV_INFO("MSDPlaylistMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
           operation.id);
-  const sink_block_type_ptr playlists = mineFiles(*block);
+  sink_block_type_ptr playlists = mineFiles(*block);
   if (operation.last) reader.reset();
   OV_INFO("MSDPlaylistMiner done (op: %d)", operation.id);
   return playlists;
