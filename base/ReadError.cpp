@@ -1,11 +1,9 @@
 #include "base/ReadError.h"
 
-#include <unistd.h>
-
-#include <array>
 #include <cerrno>
+#include <vector>
 
-#include "base/Descriptor.h"
+#include "base/readAt.h"
 
 namespace orvel {
 
@@ -21,15 +19,13 @@ bool isOrdinaryRefusal(int error) {
          error == ELOOP || error == ENAMETOOLONG || error == EXDEV;
 }
 
-int readThrough(const std::string& path, const std::stop_token& stopped) {
-  const Descriptor file = Descriptor::ofFile(path);
-  if (!file) return errno;
-  std::array<char, kChunkBytes> chunk;
+int readThrough(const Descriptor& file, const std::stop_token& stopped) {
+  std::vector<char> chunk(kChunkBytes);
   int error = 0;
   for (int i = 0; i < kMostChunks && !stopped.stop_requested(); ++i) {
-    const ssize_t got = read(file.get(), chunk.data(), chunk.size());
-    if (got < 0 && errno != EINTR && errno != EAGAIN) error = errno;
-    if (got == 0 || error != 0) break;
+    const std::size_t got =
+        readAt(file.get(), chunk.data(), chunk.size(), static_cast<off_t>(i) * kChunkBytes, error);
+    if (got < chunk.size()) break;
   }
   return error;
 }

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <stop_token>
-#include <string>
+
+#include "base/Descriptor.h"
 
 namespace orvel {
 
@@ -9,8 +10,8 @@ namespace orvel {
 /// that the device failed.
 bool isOrdinaryRefusal(int error);
 
-/// Reads the file at `path` into the kernel's page cache: up to its end, to 32 MiB or until
+/// Reads the file into the kernel's page cache: up to its end, to 32 MiB or until
 /// `stopped` is raised. Returns 0 or the error number.
-int readThrough(const std::string& path, const std::stop_token& stopped);
+int readThrough(const Descriptor& file, const std::stop_token& stopped);
 
 }  // namespace orvel

@@ -2,6 +2,11 @@
 
 namespace orvel {
 
+void Playlist::addTrack(std::string trackPath) {
+  const Md5 trackId(Md5Kind::Track, trackPath);
+  entries.push_back({std::move(trackPath), trackId, false});
+}
+
 std::int64_t Playlist::storedBytes() const {
   // Three identifiers, one of them also in an index, numbers, and the row's own bytes.
   constexpr std::size_t kRestOfRow = 220;

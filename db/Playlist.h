@@ -35,6 +35,9 @@ struct Playlist {
   std::vector<PlaylistEntry> entries;
   bool refused = false;  ///< unreadable, or no playlist: there is nothing to store
 
+  /// Appends the song at `trackPath`.
+  void addTrack(std::string trackPath);
+
   /// About the bytes that the entries take in the database, rather too many than too few.
   [[nodiscard]] std::int64_t storedBytes() const;
 };

@@ -19,8 +19,9 @@ constexpr std::pair<LeftUndone, const char*> kReasons[] = {
      "the database could not be prepared; does another program hold it, or is the disk full?"},
     {LeftUndone::Refused, "too many earlier requests still wait for devices that do not answer"},
     {LeftUndone::TooLarge, "the database had grown beyond its size limit and was deleted"},
-    {LeftUndone::ReaderLost, "the tag reader could not be started again; the log names the error"},
-    {LeftUndone::ReaderGivenUp, "too many files ended the tag reader or took too long"},
+    {LeftUndone::ReaderLost,
+     "a confined reader could not be started again; the log names the error"},
+    {LeftUndone::ReaderGivenUp, "too many files ended their reader or took too long"},
     {LeftUndone::NotIsolated, "tags cannot be read in isolation; the log names the error"},
 };
 
@@ -41,9 +42,12 @@ void RequestProgress::enter(RequestPhase next) {
   }
 }
 
-void RequestProgress::tagWasRead(Confinement parser) {
+void RequestProgress::fileWasParsed(Confinement parser) {
   const int level = static_cast<int>(parser);
-  if (confinement == kUnknown || level < confinement) confinement = level;
+  int least = confinement;
+  while (least == kUnknown || level < least) {
+    if (confinement.compare_exchange_weak(least, level)) return;
+  }
 }
 
 void RequestProgress::songsWereStored(unsigned songs) {

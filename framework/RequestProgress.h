@@ -55,8 +55,8 @@ class RequestProgress {
   /// Adds a reason for people. Stages call Server::leaveUndone, which also marks the request.
   void leaveUndone(LeftUndone reason) { undone |= static_cast<unsigned>(reason); }
 
-  /// Notes how confined the parser of a tag was. Called by one stage.
-  void tagWasRead(Confinement parser);
+  /// Notes how confined the parser of a file was.
+  void fileWasParsed(Confinement parser);
 
   /// Counts songs that are committed; the first call records the time.
   void songsWereStored(unsigned songs);

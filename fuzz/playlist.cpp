@@ -4,11 +4,15 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
-#include "msd/PlaylistGuard.h"
-#include "msd/PlaylistParser.h"
+#include "playlists/PlaylistGuard.h"
+#include "playlists/PlaylistMessages.h"
+#include "playlists/PlaylistParser.h"
+#include "playlists/parsePlaylist.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace orvel::fuzz {
@@ -21,7 +25,7 @@ void parse(const std::string& name, const std::string& content) {
   static const test::TemporaryFolder folder;
   PlaylistWrapper wrapper;
   Playlist playlist(folder.file(name, content), folder.path(), 0);
-  if (harmOfPlaylist(playlist.path) != nullptr) return;
+  if (harmOfPlaylist(Descriptor::ofFile(playlist.path)) != nullptr) return;
   wrapper.playlist = &playlist;
   extractPlaylist(&wrapper);
   while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
@@ -48,16 +52,37 @@ void roundTrip(std::string path) {
   require(trackPath == path, "a path survives its URI");
 }
 
+/// Takes a text for a piece that a reader sent.
+void readPiece(const std::string& message) {
+  using namespace playlistMessages;
+  const auto piece = decodePiece(message);
+  if (!piece) return;
+  require(piece->paths.empty() == piece->end.has_value(), "a piece holds paths or the end");
+  for (const std::string_view path : piece->paths) {
+    require(path.size() <= kMostPathBytes, "paths are bounded");
+  }
+  const std::vector<std::string> paths(piece->paths.begin(), piece->paths.end());
+  const std::string again =
+      piece->end ? encodeEnd(piece->id, *piece->end) : encodePaths(piece->id, paths);
+  require(again.size() == message.size(), "nothing of a piece is passed over");
+}
+
+/// The first byte of an input that is a piece.
+constexpr std::uint8_t kPiece = 0xFF;
+
 }  // namespace
 }  // namespace orvel::fuzz
 
-/// Parses a playlist file, or takes a text for a URI and for a path. The input is a byte that
-/// chooses the extension, or no extension for a text, and the file.
+/// Parses a playlist file, or takes a text for a URI and for a path, or for a reader's message. The
+/// input is a byte that chooses the extension, or no extension for a text, and the file.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace orvel::fuzz;
   InputBytes input(data, size);
-  const unsigned kind = input.below(kExtensions.size() + 1);
-  if (kind == kExtensions.size()) {
+  const std::uint8_t choice = input.byte();
+  const std::size_t kind = choice % (kExtensions.size() + 1);
+  if (choice == kPiece) {
+    readPiece(input.rest());
+  } else if (kind == kExtensions.size()) {
     roundTrip(input.rest());
   } else {
     parse(std::string("list") + kExtensions[kind], input.rest());

@@ -92,10 +92,11 @@ class Attributes {
   posix_spawnattr_t attributes{};
 };
 
-/// The variables that loaders, emulators and sanitizers need to run a program. Keeps the rest of
-/// the host's environment from the child.
+/// The variables that loaders, emulators and sanitizers need to run a program, and the place of the
+/// table of file types. Keeps the rest of the host's environment from the child.
 std::vector<char*> childEnvironment() {
-  constexpr std::array<std::string_view, 5> kWanted = {"LD_", "QEMU_", "ASAN_", "TSAN_", "UBSAN_"};
+  constexpr std::array<std::string_view, 6> kWanted = {"LD_",   "QEMU_",  "ASAN_",
+                                                       "TSAN_", "UBSAN_", "XDG_DATA_DIRS="};
   std::vector<char*> wanted;
   for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
     if (std::any_of(kWanted.begin(), kWanted.end(), [&](std::string_view begin) {

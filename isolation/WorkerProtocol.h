@@ -21,13 +21,19 @@ constexpr int kResultPipe = 4;
 constexpr std::uint32_t kVersion = 4;
 /// Largest number of descriptors with one message on the socket.
 constexpr std::size_t kMostDescriptors = 16;
-/// Largest size of a message on the socket.
-constexpr std::size_t kMostMessageBytes = 4096;
+/// Largest size of a message on the socket; it has room for a path.
+constexpr std::size_t kMostMessageBytes = 8192;
 /// Precedes each result in the pipe.
 using ResultLength = std::uint32_t;
 
 /// Exit statuses of a worker.
-enum ExitStatus : int { Done = 0, NotStartedByLibrary = 2, OutOfMemory = 3, NoConnection = 4 };
+enum ExitStatus : int {
+  Done = 0,
+  NotStartedByLibrary = 2,
+  OutOfMemory = 3,
+  NoConnection = 4,
+  Worn = 5  ///< a fresh worker must do the rest
+};
 
 /// Argument of a worker after another ended before its greeting, perhaps by a filter of the host's
 /// own: it tries in a child first which steps of its confinement it survives.

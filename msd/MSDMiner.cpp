@@ -109,7 +109,7 @@ MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs)
   assert(reader != nullptr);
   TagResult read = reader->next(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
-  if (const auto confinement = reader->confinement()) progress->tagWasRead(*confinement);
+  if (const auto confinement = reader->confinement()) progress->fileWasParsed(*confinement);
   const bool isDelivered =
       read.outcome != Outcome::DeviceFailed && read.outcome != Outcome::Stalled;
   if (isDelivered) failuresInARow = 0;

@@ -1,81 +1,50 @@
 #include "msd/MSDPlaylistMiner.h"
 
-#include <glib.h>
 #include <orvel/DatabaseMgr.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cassert>
-#include <stop_token>
+#include <cerrno>
 #include <utility>
 
+#include "base/DeviceRoot.h"
 #include "base/Log.h"
 #include "base/ReadError.h"
-#include "framework/RequestProgress.h"
-#include "msd/PlaylistGuard.h"
-#include "msd/PlaylistParser.h"
 
 namespace orvel {
 
 namespace {
-
-using SharedWrapper = std::shared_ptr<PlaylistWrapper>;
 
 constexpr std::size_t kMostEntriesOfList = 100000;
 constexpr std::size_t kMostEntriesOfRequest = 500000;
 /// A block with as many entries is sent on.
 constexpr std::size_t kEntriesOfBlock = 10000;
 
-/// Orders each hand-over to the main loop for thread checkers, which cannot see GLib's own locks.
-std::atomic<unsigned> handOvers{0};
-
-gboolean parseOnce(gpointer wrapper) {
-  handOvers.load(std::memory_order_acquire);
-  extractPlaylist(static_cast<SharedWrapper*>(wrapper)->get());
-  return FALSE;
-}
-
-void releaseWrapper(gpointer wrapper) {
-  delete static_cast<SharedWrapper*>(wrapper);
-}
-
-/// Schedules one parse on the main loop while in scope.
-class ScheduledParse {
- public:
-  explicit ScheduledParse(const SharedWrapper& wrapper) {
-    auto shared = std::make_unique<SharedWrapper>(wrapper);
-    source = g_timeout_source_new(0);
-    g_source_set_callback(source, parseOnce, shared.release(), releaseWrapper);
-    handOvers.fetch_add(1, std::memory_order_release);
-    g_source_attach(source, nullptr);
-  }
-  ~ScheduledParse() {
-    g_source_destroy(source);
-    g_source_unref(source);
-  }
-  ScheduledParse(const ScheduledParse&) = delete;
-  ScheduledParse& operator=(const ScheduledParse&) = delete;
-
- private:
-  GSource* source;
-};
-
 }  // namespace
 
 MSDPlaylistMiner::MSDPlaylistMiner(const char* stageName,
                                    std::shared_ptr<MountPointWatch> mountPointWatch,
-                                   std::shared_ptr<ReadFailures> readFailures)
-    : Server(stageName), watch(std::move(mountPointWatch)), failures(std::move(readFailures)) {}
+                                   std::shared_ptr<ReadFailures> readFailures,
+                                   PlaylistReaderFactory readerFactory)
+    : Server(stageName),
+      watch(std::move(mountPointWatch)),
+      failures(std::move(readFailures)),
+      makeReader(std::move(readerFactory)) {}
 
 MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
   OV_INFO("MSDPlaylistMiner for: %u (op: %d)", static_cast<unsigned>(block->items.size()),
           operation.id);
-  auto playlists = boost::make_shared<Block<Playlist*>>(operation);
-  const auto wrapper = std::make_shared<PlaylistWrapper>();
+  sink_block_type_ptr playlists = mineFiles(*block);
+  if (operation.last) reader.reset();
+  OV_INFO("MSDPlaylistMiner done (op: %d)", operation.id);
+  return playlists;
+}
+
+MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::mineFiles(const Block<FileInfo*>& files) {
+  auto playlists = boost::make_shared<Block<Playlist*>>(files.operation);
   std::size_t entriesLeft = kMostEntriesOfRequest;
   std::size_t entriesInBlock = 0;
-  for (const FileInfo* file : block->items) {
+  for (const FileInfo* file : files.items) {
     if (entriesInBlock >= kEntriesOfBlock) {
       playlists = sendAhead(playlists);
       entriesInBlock = 0;
@@ -85,13 +54,11 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::doOperation(src_block_ty
       ++progress->playlistsCut;
       continue;
     }
-    wrapper->mostEntries = std::min(entriesLeft, kMostEntriesOfList);
-    if (!mine(*file, wrapper, *playlists)) break;
+    if (!mine(*file, std::min(entriesLeft, kMostEntriesOfList), *playlists)) break;
     const std::size_t entries = playlists->items.back()->entries.size();
     entriesLeft -= entries;
     entriesInBlock += entries;
   }
-  OV_INFO("MSDPlaylistMiner done (op: %d)", operation.id);
   return playlists;
 }
 
@@ -112,17 +79,19 @@ bool MSDPlaylistMiner::isDatabaseFull(Operation& result) {
   return true;
 }
 
-/// Returns false when a stop cut the file short.
-bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
+/// Returns false when the file and all after it are left undone.
+bool MSDPlaylistMiner::mine(const FileInfo& file, std::size_t mostEntries,
                             Block<Playlist*>& playlists) {
-  auto playlist =
-      std::make_unique<Playlist>(*file.path, playlists.operation.mountPoint, file.lastModified);
-  if (const char* const harm = harmOfPlaylist(*file.path)) {
-    OV_WARN("playlist not parsed, since %s: %s", harm, file.path->c_str());
+  Operation& result = playlists.operation;
+  auto playlist = std::make_unique<Playlist>(*file.path, result.mountPoint, file.lastModified);
+  struct statx status {};
+  const Descriptor opened = DeviceRoot(result.mountPoint).open(*file.path, status);
+  if (!opened) {
+    noteFailure(errno, *file.path, result);
     playlist->refused = true;
-  } else if (!deviceDelivers(file, playlists.operation)) {
+  } else if (!deviceDelivers(opened, *file.path, result)) {
     playlist->refused = true;
-  } else if (!parse(file, playlist, wrapper, playlists.operation)) {
+  } else if (!parse(opened, playlist, mostEntries, result)) {
     return false;
   }
   if (playlist->refused) ++progress->playlistsRefused;
@@ -130,62 +99,64 @@ bool MSDPlaylistMiner::mine(const FileInfo& file, const SharedWrapper& wrapper,
   return true;
 }
 
-/// Fills `playlist`. Returns false, without the playlist, when the stage was stopped meanwhile.
-bool MSDPlaylistMiner::parse(const FileInfo& file, std::unique_ptr<Playlist>& playlist,
-                             const SharedWrapper& wrapper, Operation& result) {
-  using Parse = PlaylistWrapper::Parse;
-  const Parse parsed = parseOnMainLoop(playlist, wrapper);
-  if (parsed == Parse::Pending) {
-    leaveUndone(result, LeftUndone::Interrupted);
-    return false;
+/// Fills `playlist`. Returns false when reading ends here.
+bool MSDPlaylistMiner::parse(const Descriptor& file, std::unique_ptr<Playlist>& playlist,
+                             std::size_t mostEntries, Operation& result) {
+  using Outcome = PlaylistReader::Outcome;
+  if (reader == nullptr) reader = makeReader(cancellation.get_token());
+  const Outcome outcome = reader->read(file, playlist, mostEntries);
+  if (reader->isolationFailed()) progress->isolationFailed = true;
+  if (const auto confinement = reader->confinement()) progress->fileWasParsed(*confinement);
+  switch (outcome) {
+    case Outcome::Cut:
+      ++progress->playlistsCut;
+      break;
+    case Outcome::Refused:
+      deviceDelivers(file, playlist->path, result);  // may have failed since the first look
+      break;
+    case Outcome::Stalled:
+      noteFailure(ETIMEDOUT, playlist->path, result);
+      break;
+    case Outcome::Failed:
+      leaveUndone(result, LeftUndone::StageFailed);
+      break;
+    case Outcome::Interrupted:
+      leaveUndone(result, LeftUndone::Interrupted);
+      return false;
+    case Outcome::ReaderLost:
+      leaveUndone(result, LeftUndone::ReaderLost);
+      return false;
+    case Outcome::GivenUp:
+      leaveUndone(result, LeftUndone::ReaderGivenUp);
+      return false;
+    case Outcome::NotIsolated:
+      leaveUndone(result, LeftUndone::NotIsolated);
+      return false;
+    case Outcome::Done:
+      break;
   }
-  playlist->refused = parsed == Parse::Refused || parsed == Parse::Failed;
-  if (parsed == Parse::Refused)
-    deviceDelivers(file, result);  // may have failed since the first look
-  if (parsed == Parse::Failed) leaveUndone(result, LeftUndone::StageFailed);
-  if (parsed == Parse::Cut) ++progress->playlistsCut;
+  playlist->refused = outcome != Outcome::Done && outcome != Outcome::Cut;
   return true;
 }
 
-/// Reads the file from end to end. Returns false if the device fails, the first time with work left
-/// undone; a file that is unreadable for reasons of its own is left to the parser.
-bool MSDPlaylistMiner::deviceDelivers(const FileInfo& file, Operation& result) {
-  const int error = readThrough(*file.path, cancellation.get_token());
+/// Reads the file from end to end; false if the device fails.
+bool MSDPlaylistMiner::deviceDelivers(const Descriptor& file, const std::string& path,
+                                      Operation& result) {
+  return noteFailure(readThrough(file, cancellation.get_token()), path, result);
+}
+
+/// True for no failure of the device. Another one leaves work undone, unless it is final.
+bool MSDPlaylistMiner::noteFailure(int error, const std::string& path, Operation& result) {
   if (error == 0) return true;
   const bool gone = watch->vanished(result.id, result.mountPoint) != 0;
   if (!gone && isOrdinaryRefusal(error)) return true;
-  OV_WARN("cannot read playlist %s: %d", file.path->c_str(), error);
+  OV_WARN("cannot read playlist %s: %d", path.c_str(), error);
   if (gone) {
     leaveUndone(result, LeftUndone::MountPointGone);
-  } else if (!failures->isFinal(result.deviceId, result.mountPoint, *file.path)) {
+  } else if (!failures->isFinal(result.deviceId, result.mountPoint, path)) {
     leaveUndone(result, LeftUndone::ReadError);
   }
   return false;
-}
-
-/// Lends `playlist` to the main loop and waits for its parse. Returns `Pending`, without the
-/// playlist, when the stage was stopped meanwhile.
-PlaylistWrapper::Parse MSDPlaylistMiner::parseOnMainLoop(std::unique_ptr<Playlist>& playlist,
-                                                         const SharedWrapper& wrapper) {
-  using Parse = PlaylistWrapper::Parse;
-  assert(playlist != nullptr);
-  const std::stop_token stopped = cancellation.get_token();
-  const std::stop_callback wake(stopped, [&wrapper] {
-    const MutexLock lock(wrapper->mutex);
-    wrapper->cond.broadcast();
-  });
-  // Lock before scheduling: the broadcast must not come before the wait.
-  const MutexLock lock(wrapper->mutex);
-  wrapper->playlist = playlist.get();
-  wrapper->owner = std::move(playlist);
-  wrapper->parse = Parse::Pending;
-  const ScheduledParse scheduled(wrapper);
-  while (wrapper->parse == Parse::Pending && !stopped.stop_requested()) {
-    wrapper->cond.wait(wrapper->mutex);
-  }
-  wrapper->abandoned = wrapper->parse == Parse::Pending;
-  if (!wrapper->abandoned) playlist = std::move(wrapper->owner);
-  return wrapper->parse;
 }
 
 }  // namespace orvel

@@ -47,7 +47,7 @@ MtpMiner::sink_block_type_ptr MtpMiner::doOperation(src_block_type_ptr block) {
     if (reader == nullptr) reader = makeReader(cancellation.get_token());
     mineTracks(*block, songs);
     if (reader->isolationFailed()) progress->isolationFailed = true;
-    if (const auto confinement = reader->confinement()) progress->tagWasRead(*confinement);
+    if (const auto confinement = reader->confinement()) progress->fileWasParsed(*confinement);
   }
   if (operation.last) reader.reset();
   OV_INFO("MtpMiner timer: %ld (op: %d)", timer.elapsedMs(), operation.id);

@@ -10,4 +10,11 @@ namespace orvel {
 /// @param reader  absolute path of the program `orvel-tag-reader`; empty: where it was installed
 void setTagReading(TagReading reading, const std::string& reader = {});
 
+/// The choice that holds now.
+struct ChosenTagReading {
+  TagReading reading = TagReading::InProcess;
+  std::string reader;  ///< absolute path of `orvel-tag-reader`
+};
+ChosenTagReading chosenTagReading();
+
 }  // namespace orvel

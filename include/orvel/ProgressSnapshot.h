@@ -47,7 +47,7 @@ struct ProgressSnapshot {
   bool contentModified = false;
   /// The host chose isolated tag reading, but tags were read in its own process.
   bool isolationFailed = false;
-  /// The least confinement under which tags were read; empty while none were.
+  /// The least confinement under which songs and playlists were parsed; empty while none were.
   std::optional<Confinement> confinement;
   /// The request stopped at `Limits::songs`. Also true for a stick with exactly that many songs.
   bool limitReached = false;

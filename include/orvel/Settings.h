@@ -8,9 +8,10 @@
 
 namespace orvel {
 
-/// Where the tags of files are parsed.
+/// Where the tags of files, and playlists, are parsed.
 enum class TagReading : unsigned char {
-  /// In the host's process: a file that makes the parser crash takes the host with it.
+  /// In the host's process, playlists on its GLib main loop: a file that makes the parser crash
+  /// takes the host with it.
   InProcess,
   /// In a process of its own that may do nothing but read the file that it was handed: such a file
   /// costs itself and at most five seconds. Where no such process can be started, in the host's.
@@ -69,7 +70,9 @@ struct Settings {
   /// in-process and its `ProgressSnapshot::isolationFailed` is true. How much isolation there was
   /// is in `ProgressSnapshot::confinement`.
   TagReading tagReading = TagReading::InProcess;
-  /// Absolute path of the program `orvel-tag-reader`; empty: where it was installed.
+  /// Absolute path of the program `orvel-tag-reader`; empty: where it was installed. The program
+  /// `orvel-playlist-reader`, which parses playlists for isolated requests, is looked for in the
+  /// same folder.
   std::string tagReaderProgram;
 
   /// The priority of the threads and processes that Orvel starts. `Background` is SCHED_IDLE and

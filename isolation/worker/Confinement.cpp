@@ -22,7 +22,6 @@ namespace orvel {
 
 namespace {
 
-[[maybe_unused]] constexpr rlim_t kMemoryBytes = rlim_t{256} << 20;
 /// The same as a mining stage has, because nested containers make the parser recurse deeply.
 constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 /// For all files together; the library then starts a fresh worker. It times each file itself.
@@ -38,7 +37,7 @@ void limit(Resource resource, rlim_t soft, rlim_t hard) {
   setrlimit(resource, &wanted);
 }
 
-void setLimits() {
+void setLimits([[maybe_unused]] const ParserNeeds& needs) {
   limit(RLIMIT_CORE, 0, 0);
   limit(RLIMIT_FSIZE, 0, 0);
   limit(RLIMIT_NPROC, 0, 0);
@@ -48,7 +47,8 @@ void setLimits() {
   limit(RLIMIT_CPU, kProcessorSeconds, kProcessorSeconds + 1);
 #ifndef ORVEL_SANITIZED
   // Sanitizers reserve terabytes of address space.
-  limit(RLIMIT_AS, kMemoryBytes, kMemoryBytes);
+  const auto bytes = static_cast<rlim_t>(needs.memoryBytes);
+  limit(RLIMIT_AS, bytes, bytes);
 #endif
 }
 
@@ -106,7 +106,7 @@ bool survives(Step step) {
 
 }  // namespace
 
-workerProtocol::Confinement confineProcess(bool carefully) {
+workerProtocol::Confinement confineProcess(const ParserNeeds& needs, bool carefully) {
   dropCapabilities();
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   ignoreSignals();
@@ -114,12 +114,15 @@ workerProtocol::Confinement confineProcess(bool carefully) {
   prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
   // Before the limits, which allow no child.
   const bool mayDenyFiles = !carefully || survives(denyFiles);
-  const bool avoidSeccomp = carefully && !survives([] { allowOnlyReading(false); });
-  const bool mayFilter = !avoidSeccomp || survives([] { allowOnlyReading(true); });
-  setLimits();
+  const auto filter = [&](bool avoidSeccomp) {
+    return allowOnlyReading(needs.looksForFiles, avoidSeccomp);
+  };
+  const bool avoidSeccomp = carefully && !survives([&] { filter(false); });
+  const bool mayFilter = !avoidSeccomp || survives([&] { filter(true); });
+  setLimits(needs);
   workerProtocol::Confinement confinement;
   confinement.landlockError = mayDenyFiles ? denyFiles() : EPERM;
-  confinement.filterError = mayFilter ? allowOnlyReading(avoidSeccomp) : EPERM;
+  confinement.filterError = mayFilter ? filter(avoidSeccomp) : EPERM;
   return confinement;
 }
 

@@ -74,6 +74,38 @@ constexpr std::uint32_t kAllowed[] = {
 #endif
 };
 
+/// Calls that open a file by its name or ask about it.
+constexpr std::uint32_t kNaming[] = {
+#ifdef __NR_open
+    __NR_open,
+#endif
+    __NR_openat,
+#ifdef __NR_stat
+    __NR_stat,       __NR_lstat,
+#endif
+#ifdef __NR_stat64
+    __NR_stat64,     __NR_lstat64,
+#endif
+#ifdef __NR_newfstatat
+    __NR_newfstatat,
+#endif
+#ifdef __NR_fstatat64
+    __NR_fstatat64,
+#endif
+    __NR_statx,
+#ifdef __NR_access
+    __NR_access,
+#endif
+    __NR_faccessat,
+#ifdef __NR_faccessat2
+    __NR_faccessat2,
+#endif
+#ifdef __NR_readlink
+    __NR_readlink,
+#endif
+    __NR_readlinkat,
+};
+
 #ifdef __NR_mmap2
 constexpr std::uint32_t kMap = __NR_mmap2;
 #else
@@ -103,6 +135,11 @@ class Program {
     testEqual(call, 0, static_cast<std::uint8_t>(checks.code.size() + 1));
     code.insert(code.end(), checks.code.begin(), checks.code.end());
     add(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+  }
+  /// Lets a call fail (EACCES).
+  void refuse(std::uint32_t call) {
+    testEqual(call, 0, 1);
+    add(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES);
   }
   void endProcess() { add(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS); }
 
@@ -165,10 +202,13 @@ void allowChecked(Program& program) {
 #endif
 }
 
-Program readingOnly() {
+Program readingOnly(bool refusesNames) {
   Program program;
   program.begin();
   for (const std::uint32_t call : kAllowed) program.allow(call);
+  if (refusesNames) {
+    for (const std::uint32_t call : kNaming) program.refuse(call);
+  }
   // Memory, but neither files nor executable pages.
   program.allow(
       kMap, Program().hasNoneOf(2, PROT_EXEC).hasNoneOf(3, kRefusedMapFlags).has(3, MAP_ANONYMOUS));
@@ -183,9 +223,9 @@ bool seccomp(sock_fprog program, unsigned flags) {
 
 }  // namespace
 
-int allowOnlyReading(bool avoidSeccomp) {
+int allowOnlyReading(bool refusesNames, bool avoidSeccomp) {
   if (kArchitecture == 0) return ENOTSUP;
-  Program program = readingOnly();
+  Program program = readingOnly(refusesNames);
   sock_fprog code = program.get();
   // Prefers a filter without the costly mitigation of speculative execution: the process holds no
   // secrets. A host's own filter may know the older of the two calls only.

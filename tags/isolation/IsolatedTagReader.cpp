@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cerrno>
-#include <initializer_list>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "base/Log.h"
@@ -16,7 +13,6 @@ namespace orvel {
 
 namespace {
 
-constexpr std::chrono::milliseconds kStartLimit{5000};
 /// Number of files that may end the reader or use up their time.
 constexpr int kMostFaults = 64;
 /// The part of a file's time that is not held against it.
@@ -33,29 +29,16 @@ bool deniesSong(const tagMessages::Result& answer) {
   return answer.error || answer.result.outcome == TagResult::Outcome::Untagged;
 }
 
-Confinement levelOf(const workerProtocol::Confinement& layers) {
-  if (layers.filterError != 0) return Confinement::Process;
-  return layers.landlockError != 0 ? Confinement::Filter : Confinement::FilterAndLandlock;
-}
-
-/// The layers that are missing, with the reasons.
-std::string describe(const workerProtocol::Confinement& layers) {
-  const auto reason = [](int error) { return std::generic_category().message(error); };
-  std::string text;
-  if (layers.filterError != 0) text = "no filter of system calls: " + reason(layers.filterError);
-  if (layers.landlockError == 0) return text;
-  return text + (text.empty() ? "" : "; ") + "no Landlock: " + reason(layers.landlockError);
-}
-
 }  // namespace
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
                                      TagReading chosen, std::chrono::milliseconds limit)
-    : stopped(std::move(token)),
-      program(std::move(workerProgram)),
+    : stopped(token),
       policy(chosen),
       timeLimit(limit),
-      patience(kMostFaults * limit) {}
+      patience(kMostFaults * limit),
+      starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired) {
+}
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
@@ -195,65 +178,40 @@ bool IsolatedTagReader::ensureRunning() {
 }
 
 void IsolatedTagReader::startWorker() {
-  const std::optional<std::string> failure = tryStarting();
-  if (failure && !stopped.stop_requested()) startFailed(*failure);
-}
-
-/// Returns the reason when no worker is up afterwards.
-std::optional<std::string> IsolatedTagReader::tryStarting() {
-  std::string reason;
-  bool hasEnded = false;
-  try {
-    worker.emplace(stopped, program, carefully);
-    sendAhead();  // lets the worker find its first files when it is up
-    const auto layers = worker->receiveGreeting(WaitBudget(kStartLimit));
-    if (layers && suffices(*layers)) {
-      workerStarted(*layers);
-      return std::nullopt;
-    }
-    reason = layers ? "less isolation than required: " + describe(*layers) : worker->end();
-    hasEnded = !layers && worker->hasEnded();
-  } catch (const std::system_error& error) {
-    reason = error.what();
-  }
+  // Sent ahead, the first files are there when the worker is up.
+  const bool isUp = starter.start(worker, [this] {
+    files.markUnsent();
+    sendAhead();
+  });
+  if (isUp) return workerStarted();
   dropWorker();
-  if (!hasEnded || carefully) return reason;
-  carefully = true;  // a filter of the host's own may have ended it, even if nobody can tell
-  return tryStarting();
+  if (!stopped.stop_requested()) startFailed();
 }
 
-/// True for enough layers of confinement: where isolation is required, all that the kernel offers.
-bool IsolatedTagReader::suffices(const workerProtocol::Confinement& layers) const {
-  const auto isOneOf = [](int error, std::initializer_list<int> expected) {
-    return std::find(expected.begin(), expected.end(), error) != expected.end();
-  };
-  return policy != TagReading::IsolationRequired ||
-         (isOneOf(layers.filterError, {0, ENOSYS, EINVAL}) &&
-          isOneOf(layers.landlockError, {0, ENOSYS, EOPNOTSUPP}));
-}
-
-void IsolatedTagReader::workerStarted(const workerProtocol::Confinement& layers) {
-  confined = levelOf(layers);
+void IsolatedTagReader::workerStarted() {
+  confined = starter.confinement();
   if (state == State::Untried && confined != Confinement::FilterAndLandlock) {
-    OV_WARN("the tag reader is less isolated than it could be: %s", describe(layers).c_str());
+    OV_WARN("the tag reader is less isolated than it could be: %s",
+            starter.missingLayers().c_str());
   }
   enter(State::Running);
 }
 
-void IsolatedTagReader::startFailed(const std::string& reason) {
+void IsolatedTagReader::startFailed() {
+  const char* const program = starter.path().c_str();
+  const char* const reason = starter.failure().c_str();
   if (state == State::Down) {
-    OV_ERROR("the tag reader %s cannot be started again: %s", program.c_str(), reason.c_str());
+    OV_ERROR("the tag reader %s cannot be started again: %s", program, reason);
     return;
   }
   if (policy == TagReading::IsolationRequired) {
-    OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program.c_str(),
-             reason.c_str());
+    OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program, reason);
     return enter(State::Refused);
   }
   auto substitute = std::make_unique<InProcessTagReader>(stopped);
   substitute->expect(files.mountPoint(), files.remainingPaths());
-  OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s",
-          program.c_str(), reason.c_str());
+  OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s", program,
+          reason);
   inProcess = std::move(substitute);
   confined = Confinement::None;
   enter(State::InProcess);

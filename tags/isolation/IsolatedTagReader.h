@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "isolation/WorkerStarter.h"
 #include "tags/TagReader.h"
 #include "tags/TagReading.h"
 #include "tags/isolation/FileQueue.h"
@@ -91,10 +92,8 @@ class IsolatedTagReader : public TagReader {
 
   bool ensureRunning();
   void startWorker();
-  std::optional<std::string> tryStarting();
-  [[nodiscard]] bool suffices(const workerProtocol::Confinement& layers) const;
-  void workerStarted(const workerProtocol::Confinement& layers);
-  void startFailed(const std::string& reason);
+  void workerStarted();
+  void startFailed();
   Outcome blameFile(const std::string& path);
   [[nodiscard]] bool isGivenUp() const { return patience <= WaitBudget::Clock::duration::zero(); }
   void spendPatience(WaitBudget::Clock::duration time);
@@ -106,7 +105,6 @@ class IsolatedTagReader : public TagReader {
 
   // Constant after construction.
   const std::stop_token stopped;
-  const std::string program;
   const TagReading policy;
   const std::chrono::milliseconds timeLimit;
 
@@ -114,7 +112,7 @@ class IsolatedTagReader : public TagReader {
   std::thread::id owner;  ///< the first thread that read
   State state = State::Untried;
   WaitBudget::Clock::duration patience;  ///< for slow files and those that end the worker
-  bool carefully = false;                ///< how workers start
+  WorkerStarter starter;
   std::optional<Confinement> confined;
   std::optional<WorkerConnection> worker;  ///< in state Running, and while it starts
   std::unique_ptr<TagReader> inProcess;    ///< in state InProcess

@@ -1,57 +1,26 @@
 #include "tags/isolation/WorkerConnection.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace orvel {
 
 namespace {
 
-constexpr char kNonsense[] = "sent what is no result";
-constexpr char kTooLate[] = "gave no answer in time";
 constexpr char kTooGreedy[] = "asks for more bytes than a file may cost";
 constexpr char kRestless[] = "asks without taking the answers";
 
-void require(bool isDone, const char* call) {
-  if (!isDone) throw std::system_error(errno, std::generic_category(), call);
-}
-
 }  // namespace
-
-WorkerConnection::Channels::Channels() {
-  std::array<int, 2> ends{};
-  require(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0, "socketpair");
-  control = Descriptor(ends[0]);
-  workersControl = Descriptor(ends[1]);
-  require(pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
-  results = Descriptor(ends[0]);
-  workersResults = Descriptor(ends[1]);
-  require(fcntl(results.get(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
-}
 
 WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
                                    bool carefully)
-    : WorkerConnection(std::move(token), program, carefully, Channels()) {}
-
-/// The worker's ends close here when `channels` goes out of scope.
-WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
-                                   bool carefully, Channels channels)
-    : control(std::move(channels.control)),
-      results(std::move(channels.results), tagMessages::kMostResultBytes),
-      process(program, {channels.workersControl.get(), channels.workersResults.get()},
-              carefully ? std::vector<std::string>{workerProtocol::kCarefully}
-                        : std::vector<std::string>{}),
-      stopped(std::move(token)),
-      onStop(stopped, Shutdown{control.get()}) {}
+    : WorkerProcess(std::move(token), program, carefully, tagMessages::kMostResultBytes) {}
 
 WorkerConnection::Sent WorkerConnection::send(const std::vector<tagMessages::FileRequest>& files,
                                               std::span<const int> descriptors) const {
@@ -61,23 +30,12 @@ WorkerConnection::Sent WorkerConnection::send(const std::vector<tagMessages::Fil
   return errno == EPIPE || errno == ECONNRESET ? Sent::Yes : Sent::Never;
 }
 
-std::optional<workerProtocol::Confinement> WorkerConnection::receiveGreeting(WaitBudget budget) {
-  pollfd watched{control.get(), POLLIN, 0};
-  while (watched.revents == 0 && !budget.isSpent()) budget.wait(&watched, 1);
-  const auto message = control.receive();
-  if (!message) fault = kTooLate;
-  if (!message || message->empty()) return std::nullopt;
-  const auto confinement = workerProtocol::decodeGreeting(*message);
-  if (!confinement) fault = "comes from another build";
-  return confinement;
-}
-
 std::optional<tagMessages::Result> WorkerConnection::receive(std::uint32_t file, WaitBudget& budget,
                                                              TagStream* source) {
   Inquiry inquiry{source};
   while (true) {
     if (const auto text = results.take()) return decode(*text, file);
-    if (results.isBroken()) fault = kNonsense;
+    if (results.isBroken()) rejectResult();
     if (!fault.empty()) return std::nullopt;
     if (!results.readMore() && (!results.isOpen() || !wait(budget, inquiry))) return std::nullopt;
   }
@@ -88,7 +46,7 @@ std::optional<tagMessages::Result> WorkerConnection::decode(std::string_view tex
                                                             std::uint32_t file) {
   auto result = tagMessages::decodeResult(text);
   if (!result || result->id != file) {
-    fault = kNonsense;
+    rejectResult();
     return std::nullopt;
   }
   answered = true;
@@ -100,8 +58,7 @@ std::optional<tagMessages::Result> WorkerConnection::decode(std::string_view tex
 /// much as parsing a small file; the worker sends word over the socket when a request is done.
 bool WorkerConnection::wait(WaitBudget& budget, Inquiry& inquiry) {
   if (budget.isSpent()) {
-    fault = kTooLate;
-    isStalled = process.waitsIn(SYS_pread64);
+    giveUp();
     return false;
   }
   if (stopped.stop_requested()) return false;
@@ -149,11 +106,6 @@ void WorkerConnection::answer(const tagMessages::ByteRange& range, TagStream& so
   const int number = answers.get();
   isControlOpen =
       control.send(tagMessages::encodeAnswer(count), std::span(&number, count > 0 ? 1U : 0U));
-}
-
-std::string WorkerConnection::end() {
-  const std::string ending = process.end();
-  return fault.empty() ? ending : fault;
 }
 
 }  // namespace orvel

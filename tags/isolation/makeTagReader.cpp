@@ -33,6 +33,12 @@ void setTagReading(TagReading reading, const std::string& reader) {
   chosen.program = reader.empty() ? ORVEL_TAG_READER : reader;
 }
 
+ChosenTagReading chosenTagReading() {
+  Choice& chosen = choice();
+  const MutexLock lock(chosen.mutex);
+  return {chosen.reading, chosen.program};
+}
+
 std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
   Choice& chosen = choice();
   const MutexLock lock(chosen.mutex);

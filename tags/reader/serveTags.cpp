@@ -101,7 +101,7 @@ int serveTags(ReadTags read, bool carefully) {
   }
   // Out of memory, end at once: a fresh worker starts with all of it.
   std::set_new_handler([] { _exit(OutOfMemory); });
-  if (!libraryConnection::send(encodeGreeting(confineProcess(carefully)))) return NoConnection;
+  if (!libraryConnection::send(encodeGreeting(confineProcess({}, carefully)))) return NoConnection;
   while (auto request = libraryConnection::receive()) {
     if (!serve(std::move(*request), read)) return NoConnection;
   }

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "msd/MSDPlaylistMiner.h"
-#include "msd/PlaylistParser.h"
+#include "playlists/parsePlaylist.h"
 #include "tests/msd/CatchingSink.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MainLoopThread.h"
@@ -38,7 +38,8 @@ TEST(PlaylistUri, AnEntryIsCutByCountAndUnescaped) {
 class PlaylistMiner : public testing::Test {
  protected:
   auto mine(const std::vector<std::string>& paths) {
-    const auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", "/m", true));
+    const auto block =
+        boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", temporary.path(), true));
     for (const std::string& path : paths) block->items.push_back(new FileInfo(path, 0, 7));
     return miner.doOperation(block);
   }
@@ -63,13 +64,16 @@ TEST_F(PlaylistMiner, KeepsOnlyWhatTheParserWouldNotSurviveFromIt) {
        temporary.file("twice.m3u", "\n[PlayList]\nFile1=a\n file1=b\n"),
        temporary.file("odd.asx", "\xFF\xFE<\0a\0>"s),
        temporary.file("odd.wpl", "\0\0\xFE\xFF\0\0"s), lines("lines.m3u", 1000001, "\n"),
-       attributes, temporary.file("slow.pls", "[playlist]\nFile1=" + std::string(50000, '\xFF'))});
-  ASSERT_EQ(lists->items.size(), 8U);
+       attributes, temporary.file("slow.pls", "[playlist]\nFile1=" + std::string(50000, '\xFF')),
+       temporary.file("comment.asx", "<asx><!-- cut"), temporary.file("type.wpl", "<!DOCTYPE a"),
+       temporary.file("section.asx", "<asx><!-- <![CDATA[x]]> --></asx>"),
+       temporary.file("wide.asx", "\xFF\xFE<\0!\0-\0-\0"s)});
+  ASSERT_EQ(lists->items.size(), 12U);
   for (const Playlist* list : lists->items) {
     EXPECT_TRUE(list->entries.empty() && list->refused) << list->path;
   }
-  EXPECT_EQ(log.texts("playlist not parsed, since").size(), 8U);
-  EXPECT_EQ(miner.progress->snapshot().playlists.refused, 8U);
+  EXPECT_EQ(log.texts("playlist not parsed, since").size(), 12U);
+  EXPECT_EQ(miner.progress->snapshot().playlists.refused, 12U);
   EXPECT_FALSE(lists->operation.skipped);
 }
 
@@ -78,12 +82,16 @@ TEST_F(PlaylistMiner, ReadsWhatOnlyLooksHarmful) {
       mine({temporary.file("empty.pls", "[playlist]\nFile1=a.mp3\nFile2=\nTitle3=x\nFile3=c\n"),
             temporary.file("mention.m3u", "a.mp3\n[playlist]\nFilex=b\nb.mp3\n"),
             temporary.file("none.wpl", "no list"),
+            temporary.file("marked.asx",
+                           "<!DOCTYPE a PUBLIC \"b>c\"><asx><!-- \"it's\" <x> -->"
+                           "<entry><ref href=\"a.mp3\"/></entry></asx>"),
             lines("all.m3u8", 16000, "#EXTINF:200," + std::string(150, 'x') + "\nMusic/a.mp3\n")});
-  ASSERT_EQ(lists->items.size(), 4U);
+  ASSERT_EQ(lists->items.size(), 5U);
   EXPECT_EQ(lists->items[0]->entries.size(), 3U);
   EXPECT_EQ(lists->items[1]->entries.size(), 4U);
   EXPECT_TRUE(lists->items[2]->refused) << "a refused list does not count as read";
-  EXPECT_EQ(lists->items[3]->entries.size(), 16000U);
+  EXPECT_EQ(lists->items[3]->entries.size(), 1U);
+  EXPECT_EQ(lists->items[4]->entries.size(), 16000U);
   EXPECT_EQ(miner.progress->snapshot().playlists.refused, 1U);
 }
 

@@ -41,7 +41,7 @@ std::optional<int> endOf(const std::function<void()>& escape) {
   constexpr int kUnfiltered = 77;
   const pid_t child = fork();
   if (child == 0) {
-    if (confineProcess(false).filterError != 0) _exit(kUnfiltered);
+    if (confineProcess({}, false).filterError != 0) _exit(kUnfiltered);
     escape();
     _exit(0);
   }

@@ -235,7 +235,7 @@ TEST_F(IsolatedMiner, AReaderThatCannotBeStartedAgainLeavesTheRestUndone) {
   EXPECT_THAT(titles(songs), ElementsAre("Title of a.mp3"))
       << "a file that may have ended the reader was read in-process";
   EXPECT_TRUE(songs->operation.skipped);
-  EXPECT_THAT(miner->progress->snapshot().leftUndone, ElementsAre(HasSubstr("tag reader")));
+  EXPECT_THAT(miner->progress->snapshot().leftUndone, ElementsAre(HasSubstr("confined reader")));
   EXPECT_THAT(log.texts("cannot be started again"), SizeIs(1));
 }
 

@@ -1,9 +1,11 @@
-#include "msd/PlaylistGuard.h"
+#include "playlists/PlaylistGuard.h"
 
 #include <glib.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/erase.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
 #include <string_view>
@@ -28,8 +30,11 @@ constexpr std::ptrdiff_t kMostAttributes = 250000;
 constexpr std::size_t kMostNameSteps = 100000000;
 
 /// Reads the whole file, or its beginning when the device fails.
-std::string contentOf(const Descriptor& file, off_t size) {
-  std::string text(static_cast<std::size_t>(size), '\0');
+std::string contentOf(const Descriptor& file) {
+  struct stat status {};
+  fstat(file.get(), &status);
+  std::string text(static_cast<std::size_t>(std::clamp<off_t>(status.st_size, 0, kMostBytes)),
+                   '\0');
   int error = 0;  // the miner reads the file itself and reports it
   text.resize(readAt(file.get(), text.data(), text.size(), 0, error));
   return text;
@@ -124,6 +129,56 @@ bool endsWithinCharacter(std::string_view text) {
          text.size() % 2 != 0;
 }
 
+// The parser's XML reader waits for the end of a comment and of a document type without regard to
+// the end of the file. Where a file has none, or quotes and markup hide it, the reader never ends.
+
+constexpr std::string_view kCommentEnd = "-->";
+
+/// @param rest  the text from the comment's beginning on
+bool isCommentClosed(std::string_view rest) {
+  constexpr std::size_t kBegin = std::string_view("<!--").size();
+  const std::size_t end = rest.find(kCommentEnd, kBegin);
+  return end != std::string_view::npos && rest[end - 1] != '-' &&
+         rest.substr(0, end).find_first_of("\"'<", kBegin) == std::string_view::npos;
+}
+
+/// The parser blanks such a comment before its XML reader sees it.
+bool isCommentBlanked(std::string_view rest) {
+  const std::string_view upToZero = rest.substr(0, rest.find('\0'));
+  const std::size_t end = upToZero.find(kCommentEnd);
+  return end != std::string_view::npos &&
+         upToZero.substr(0, end).find("]]>") == std::string_view::npos;
+}
+
+/// @param rest  the text from the word DOCTYPE on
+bool isDoctypeClosed(std::string_view rest) {
+  std::size_t at = rest.find_first_of("\"'<>");
+  while (at != std::string_view::npos && rest[at] == '"') {
+    const std::size_t quote = rest.find('"', at + 1);
+    at = quote == std::string_view::npos ? quote : rest.find_first_of("\"'<>", quote + 1);
+  }
+  return at != std::string_view::npos && rest[at] == '>' && !boost::is_any_of("/?-")(rest[at - 1]);
+}
+
+/// True for a text that the XML reader never ends. In UTF-16 and UTF-32 the parser blanks nothing.
+bool keepsXmlReaderWaiting(std::string_view text, bool isBlanked) {
+  for (std::size_t at = text.find("<!"); at != std::string_view::npos;
+       at = text.find("<!", at + 1)) {
+    const std::string_view rest = text.substr(at);
+    const std::size_t word = rest.find_first_not_of('-', 2);
+    if (rest.starts_with("<!--")) {
+      if (isBlanked && isCommentBlanked(rest)) {
+        at += rest.find(kCommentEnd);
+      } else if (!isCommentClosed(rest)) {
+        return true;
+      }
+    } else if (word != std::string_view::npos && rest.substr(word).starts_with("DOCTYPE")) {
+      if (!isDoctypeClosed(rest.substr(word))) return true;
+    }
+  }
+  return false;
+}
+
 bool hasTooManyParts(std::string_view text) {
   return std::count_if(text.begin(), text.end(),
                        [](char c) { return c == '\n' || c == '\r' || c == '<'; }) > kMostParts;
@@ -131,14 +186,16 @@ bool hasTooManyParts(std::string_view text) {
 
 }  // namespace
 
-const char* harmOfPlaylist(const std::string& path) {
-  const Descriptor file = Descriptor::ofFile(path);
+const char* misfitOfPlaylist(const Descriptor& file) {
   struct stat status {};
-  // The miner reads the file itself and reports the error.
   if (!file || fstat(file.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
-  if (status.st_size > kMostBytes) return "it is larger than 32 MiB";
-  const std::string text = contentOf(file, status.st_size);
+  return status.st_size > kMostBytes ? "it is larger than 32 MiB" : nullptr;
+}
+
+const char* harmOfPlaylist(const Descriptor& file) {
+  if (const char* const misfit = misfitOfPlaylist(file)) return misfit;
+  const std::string text = contentOf(file);
   if (hasTooManyParts(text)) return "it has more than a million lines";
   if (endsWithinCharacter(text)) return "it ends within a character";
   // The parser, too, reads a PLS file up to its first zero.
@@ -146,6 +203,10 @@ const char* harmOfPlaylist(const std::string& path) {
   if (isPls(upToZero)) return harmOfPls(upToZero);
   if (std::count(text.begin(), text.end(), '=') > kMostAttributes)
     return "it has too many attributes";
+  const bool isWide = !text.empty() && boost::is_any_of("\xFE\xFF\0")(text[0]);
+  const std::string letters =
+      isWide ? boost::algorithm::erase_all_copy(text, std::string(1, '\0')) : text;
+  if (keepsXmlReaderWaiting(letters, !isWide)) return "a comment or a document type has no end";
   return nullptr;
 }
 

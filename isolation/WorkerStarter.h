@@ -1,0 +1,77 @@
+#pragma once
+
+#include <orvel/ProgressSnapshot.h>
+
+#include <chrono>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "isolation/WaitBudget.h"
+#include "isolation/WorkerProtocol.h"
+
+namespace orvel {
+
+/// Starts the workers of one reader, one after the other. Used by one thread.
+class WorkerStarter {
+ public:
+  /// @param workerProgram    absolute path
+  /// @param everyLayer  a worker without a layer of confinement that the kernel offers counts as
+  ///                    one that does not start
+  WorkerStarter(std::stop_token token, std::string workerProgram, bool everyLayer)
+      : stopped(std::move(token)), program(std::move(workerProgram)), needsEveryLayer(everyLayer) {}
+
+  /// Starts a worker and waits for its greeting. On failure returns false, and `worker` is empty;
+  /// `failure` tells the reason.
+  /// @param meanwhile  runs while a process starts
+  template <class Connection, class Action>
+  bool start(std::optional<Connection>& worker, Action meanwhile) {
+    bool isUp = tryOnce(worker, meanwhile);
+    if (!isUp && hasEnded && !carefully && !stopped.stop_requested()) {
+      carefully = true;  // a filter of the host's own may have ended it, even if nobody can tell
+      isUp = tryOnce(worker, meanwhile);
+    }
+    return isUp;
+  }
+
+  [[nodiscard]] const std::string& path() const { return program; }
+  /// Why the last start failed.
+  [[nodiscard]] const std::string& failure() const { return reason; }
+  /// How confined the last worker was.
+  [[nodiscard]] Confinement confinement() const;
+  /// The layers that it lacked, with the reasons.
+  [[nodiscard]] std::string missingLayers() const;
+
+ private:
+  template <class Connection, class Action>
+  bool tryOnce(std::optional<Connection>& worker, Action meanwhile) {
+    constexpr std::chrono::milliseconds kLimit{5000};
+    hasEnded = false;
+    try {
+      worker.emplace(stopped, program, carefully);
+      meanwhile();
+      const auto greeting = worker->receiveGreeting(WaitBudget(kLimit));
+      layers = greeting.value_or(workerProtocol::Confinement{});
+      if (greeting && suffices()) return true;
+      reason = greeting ? "less isolation than required: " + missingLayers() : worker->end();
+      hasEnded = !greeting && worker->hasEnded();
+    } catch (const std::system_error& error) {
+      reason = error.what();
+    }
+    worker.reset();
+    return false;
+  }
+  [[nodiscard]] bool suffices() const;
+
+  const std::stop_token stopped;
+  const std::string program;
+  const bool needsEveryLayer;
+  bool carefully = false;
+  bool hasEnded = false;  ///< the last process ended before its greeting
+  std::string reason;
+  workerProtocol::Confinement layers;
+};
+
+}  // namespace orvel
