@@ -1,9 +1,7 @@
 #pragma once
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <string>
 #include <utility>
 
 namespace orvel {
@@ -15,11 +13,6 @@ class Descriptor {
   Descriptor() = default;
   /// Takes ownership of `opened`; a negative number means none.
   explicit Descriptor(int opened) : number(opened) {}
-  /// Opens a device's file for reading. On failure it owns nothing and errno is set. Does not
-  /// block: a pipe may have replaced the file since it was listed.
-  static Descriptor ofFile(const std::string& path) {
-    return Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  }
   ~Descriptor() { reset(); }
   Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
   Descriptor& operator=(Descriptor&& other) noexcept {

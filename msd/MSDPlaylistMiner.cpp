@@ -46,7 +46,7 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::mineFiles(const Block<Fi
   std::size_t entriesInBlock = 0;
   for (const FileInfo* file : files.items) {
     if (entriesInBlock >= kEntriesOfBlock) {
-      playlists = sendAhead(playlists);
+      sendAhead(playlists);
       entriesInBlock = 0;
     }
     if (isDatabaseFull(playlists->operation)) break;
@@ -60,15 +60,6 @@ MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::mineFiles(const Block<Fi
     entriesInBlock += entries;
   }
   return playlists;
-}
-
-/// Sends the playlists read so far, so that memory stays flat. Returns a new block.
-MSDPlaylistMiner::sink_block_type_ptr MSDPlaylistMiner::sendAhead(
-    const sink_block_type_ptr& playlists) {
-  auto rest = boost::make_shared<Block<Playlist*>>(playlists->operation);
-  playlists->operation.last = false;
-  if (sink != nullptr) sink->enqueue(playlists);
-  return rest;
 }
 
 /// True, with work left undone, when no further playlist fits.

@@ -30,7 +30,6 @@ class MSDPlaylistMiner : public Server<Block<FileInfo*>, Block<Playlist*>> {
 
  private:
   sink_block_type_ptr mineFiles(const Block<FileInfo*>& files);
-  sink_block_type_ptr sendAhead(const sink_block_type_ptr& playlists);
   bool isDatabaseFull(Operation& result);
   bool mine(const FileInfo& file, std::size_t mostEntries, Block<Playlist*>& playlists);
   bool parse(const Descriptor& file, std::unique_ptr<Playlist>& playlist, std::size_t mostEntries,
