@@ -9,10 +9,10 @@
 
 namespace orvel {
 
-/// The folder at which a device is mounted. Opens what lies on the device, and nothing else: a link
-/// on a stick may lead to the host's memory below /proc, and another file system may be mounted on
-/// one of its folders. On kernels before 5.6 the file system alone decides, not the kind of link.
-/// Keeps the device busy while it lives. Used by one thread.
+/// The folder at which a device is mounted. Opens files and folders of the device, and no others: a
+/// link on a stick may lead to the host's memory below /proc, and another file system may be
+/// mounted on one of its folders. On kernels before 5.6 the file system alone decides, not the kind
+/// of link. Keeps the device busy while it lives. Used by one thread.
 class DeviceRoot {
  public:
   /// Lets devices lead to other file systems from now on, but never to /proc nor through its links,
@@ -28,7 +28,7 @@ class DeviceRoot {
   /// Opens a file or folder for reading. Does not block: a pipe may have replaced the file since it
   /// was listed. Owns nothing on failure; errno is EXDEV when the path leads off the device.
   /// @param path    begins with the mount point
-  /// @param status  receives type, size and identity of what was opened
+  /// @param status  receives type, size and identity of the opened file or folder
   Descriptor open(const std::string& path, struct statx& status) const;
 
   /// Looks up `name` in `folder`, a folder of the device, and follows a link. Returns 0 or an

@@ -76,8 +76,8 @@ void ask(std::string_view message) {
 }  // namespace
 }  // namespace orvel::fuzz
 
-/// Takes what a worker that a file has taken over sends to the library. The input is a byte that
-/// chooses the channel, and the bytes: a question or greeting of the socket, or those of the pipe.
+/// Plays the messages of a worker that a file has taken over. The input is a byte that chooses the
+/// channel, and the bytes: a question or greeting of the socket, or those of the pipe.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace orvel::fuzz;
   InputBytes input(data, size);

@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// What the parser says of a file.
+/// The parser's verdict on a file.
 enum class PlaylistVerdict : std::uint8_t { Unhandled, Error, Success, Ignored, Other };
 
 /// The verdict's text in the log.

@@ -52,7 +52,7 @@ class Server : public BaseServer<TIN> {
   /// loop, on the request's LAST block. Call it on the stage's own thread.
   void leaveUndone(Operation& result, LeftUndone reason);
 
-  /// Sends what a block holds so far, so that memory stays flat, and begins another in its place.
+  /// Sends the items of a block so far, so that memory stays flat, and begins another in its place.
   void sendAhead(sink_block_type_ptr& block);
 
  private:

@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-/// What a worker's parser needs beside the files that it receives.
+/// Needs of a worker's parser beside the files that it receives.
 struct ParserNeeds {
   std::uint64_t memoryBytes = std::uint64_t{256} << 20;
   /// Its libraries look for files by name in the ordinary course of things. Such a call then fails

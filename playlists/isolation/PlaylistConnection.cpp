@@ -12,7 +12,7 @@ namespace {
 
 using namespace playlistMessages;
 
-/// What a list may still bring.
+/// Charges the pieces of one list against its bounds.
 class Allowance {
  public:
   explicit Allowance(const Request& request) : id(request.id), entries(request.mostEntries) {}

@@ -41,7 +41,7 @@ class TrackSender {
     piece.push_back(std::move(path));
   }
 
-  /// Sends what is left and the list's end.
+  /// Sends the remaining paths and the list's end.
   void end(PlaylistVerdict verdict) {
     flush();
     send(encodeEnd(id, {verdict, paths.areCut()}));

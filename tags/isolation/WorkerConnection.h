@@ -55,8 +55,8 @@ class WorkerConnection : public WorkerProcess {
   [[nodiscard]] bool hasAnswered() const { return answered; }
 
  private:
-  /// What the worker may still ask for while it reads one file: more than a reader that keeps its
-  /// own budgets needs.
+  /// The bytes and questions that the worker has left for one file: more than a reader that keeps
+  /// its own budgets needs.
   struct Inquiry {
     TagStream* source;
     std::int64_t bytesLeft = 40LL << 20;
