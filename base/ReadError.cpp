@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-constexpr std::size_t kChunkBytes = 65536;
+constexpr std::int64_t kChunkBytes = 65536;
 constexpr int kMostChunks = 512;
 
 }  // namespace
@@ -23,8 +23,7 @@ int readThrough(const Descriptor& file, const std::stop_token& stopped) {
   std::vector<char> chunk(kChunkBytes);
   int error = 0;
   for (int i = 0; i < kMostChunks && !stopped.stop_requested(); ++i) {
-    const std::size_t got =
-        readAt(file.get(), chunk.data(), chunk.size(), static_cast<off_t>(i) * kChunkBytes, error);
+    const std::size_t got = readAt(file.get(), chunk.data(), chunk.size(), i * kChunkBytes, error);
     if (got < chunk.size()) break;
   }
   return error;
