@@ -35,7 +35,7 @@ LogLevel logThreshold(const IndexOptions& options) {
 std::string tagReaderNearby() {
   namespace fs = std::filesystem;
   const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
-  for (const char* where : {".", ORVEL_LIBEXEC_FROM_BIN}) {
+  for (const char* where : {".", ORVEL_READERS_FROM_BIN}) {
     const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
     if (access(program.c_str(), X_OK) == 0) return program;
   }

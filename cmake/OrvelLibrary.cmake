@@ -6,17 +6,15 @@ set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_tag_iso
     orvel_framework orvel_phones orvel_msd orvel_mtp orvel_orchestration orvel_qt)
 
 # For the shared library; tests link the implementation that they need.
-if(NOT ORVEL_DEVICE_ACCESS)
-  set(ORVEL_DEVICE_ACCESS none)
-  if(TARGET orvel_phones_libmtp)
-    set(ORVEL_DEVICE_ACCESS libmtp)
-  endif()
+set(device_access none)
+if(ORVEL_WITH_MTP)
+  set(device_access libmtp)
 endif()
 
 # The library as hosts link it. The version script lists its exports.
 add_library(orvel SHARED)
 add_library(Orvel::orvel ALIAS orvel)
-target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_phones_${ORVEL_DEVICE_ACCESS} orvel_options
+target_link_libraries(orvel PRIVATE ${ORVEL_PARTS} orvel_phones_${device_access} orvel_options
                       PUBLIC Qt${QT_VERSION_MAJOR}::Core Boost::headers)
 set(ORVEL_VERSION_SCRIPT ${CMAKE_CURRENT_SOURCE_DIR}/cmake/orvel.map)
 target_link_options(orvel PRIVATE "LINKER:--version-script=${ORVEL_VERSION_SCRIPT}")
@@ -25,7 +23,7 @@ target_include_directories(orvel INTERFACE
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(orvel INTERFACE cxx_std_20)
-set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${ORVEL_SOVERSION}
                       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 
 # The same code for the tests, which use internals.
