@@ -200,6 +200,8 @@ TEST_F(IsolatedMiner, BlocksFollowOneAnotherAlsoWhenOneIsCutShort) {
 class NoReader : public IsolatedMiner, public testing::WithParamInterface<const char*> {};
 
 TEST_P(NoReader, FallsBackToTheHostsProcessAndSaysSoUnlessIsolationIsRequired) {
+  if (kIsEmulated && GetParam() == std::string("of-another-build"))
+    GTEST_SKIP() << "the emulator's script gives the program its own name";
   temporary.file("not-executable", "#!/bin/true\n");
   std::filesystem::create_symlink(ORVEL_HOSTILE_TAG_READER, temporary.path("of-another-build"));
   std::string program = GetParam();
