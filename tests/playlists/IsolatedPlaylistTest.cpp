@@ -27,6 +27,8 @@ using testing::SizeIs;
 
 /// Long enough for a good list on a busy machine.
 constexpr milliseconds kShort = withSlack(300ms);
+/// Sanitizers record the stack of each allocation, an emulator is slow as such.
+constexpr bool kIsSlow = kIsSanitized || kIsEmulated;
 constexpr std::array kKinds = {"m3u", "m3u8", "pls", "asx", "wpl"};
 
 std::string listOf(std::string_view kind, const std::vector<std::string>& entries,
@@ -132,14 +134,16 @@ TEST_F(IsolatedPlaylists, AreThoseOfTheHostsProcess) {
     add("zeros", std::string(100, '\0'));
     add("text", "no list");
     add("cut", listOf(kind, {"a.mp3"}).substr(0, 40));
-    add("long", listOf(kind, std::vector<std::string>(15920, "../Music/Artist/Album/song.mp3")));
+    const std::size_t songs = kIsSlow ? 500 : 15920;
+    add("long", listOf(kind, std::vector<std::string>(songs, "../Music/Artist/Album/song.mp3")));
   }
-  const std::vector<std::string> many(100001, "a");
-  for (const char* kind : {"m3u", "wpl"}) {
-    paths.push_back(temporary.file("many."s + kind, listOf(kind, many)));
+  if (!kIsSlow) {
+    const std::vector<std::string> many(100001, "a");
+    for (const char* kind : {"m3u", "wpl"}) {
+      paths.push_back(temporary.file("many."s + kind, listOf(kind, many)));
+    }
   }
-  // An emulator needs more than the usual time for the longest.
-  const auto isolated = minerOf(60s, ORVEL_PLAYLIST_READER);
+  const auto isolated = minerOf(withSlack(5s), ORVEL_PLAYLIST_READER);
   const auto lists = mineTexts(*isolated, paths);
   const auto verdicts = log.texts("TOTEM_PL_PARSER_RESULT");
   log.clear();
@@ -152,7 +156,7 @@ TEST_F(IsolatedPlaylists, AreThoseOfTheHostsProcess) {
   EXPECT_EQ(verdicts, log.texts("TOTEM_PL_PARSER_RESULT"));
   const ProgressSnapshot snapshot = isolated->progress->snapshot();
   EXPECT_EQ(snapshot.playlists.refused, inProcess->progress->snapshot().playlists.refused);
-  EXPECT_EQ(snapshot.playlists.cut, 2U);
+  EXPECT_EQ(snapshot.playlists.cut, kIsSlow ? 0U : 2U);
   EXPECT_FALSE(snapshot.isolationFailed);
 }
 
