@@ -186,9 +186,9 @@ TEST_P(HostileList, CostsItselfAndNoOther) {
   const std::vector<std::string> paths = {good("a"), bad(name), good("b"), bad(name), good("c")};
   const auto miner =
       minerOf(deed.end == kTooLate ? kShort : withSlack(2s), ORVEL_HOSTILE_PLAYLIST_READER);
-  const long memory = statusKibibytes("VmRSS:");
+  const PeakMemory peak;
   const Lists lists = mine(*miner, paths);
-  EXPECT_TRUE(kIsSanitized || statusKibibytes("VmHWM:") - memory < (64 << 10));
+  EXPECT_LT(peak.mebibytes(), 64);
   EXPECT_FALSE(lists->operation.skipped);
   EXPECT_EQ(miner->progress->snapshot().playlists.refused, 2U);
   ASSERT_THAT(lists->items, SizeIs(5));
