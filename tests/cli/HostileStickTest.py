@@ -69,21 +69,25 @@ class HostileStick(CommandTestCase):
             return json.loads(process.stdout.read()), peak
 
     def testCostsItselfOnly(self):
-        for options, mebibytes in ((), 64), (("--in-process",), 200):
+        names = {f"long{i}.flac" for i in range(3)}
+        for options, long in ((), names), (("--in-process",), set()):
             with self.subTest(options):
                 report, peak = self.indexWithin(30, *options)
                 self.assertEqual(report["status"], "OK")
                 if not INSTRUMENTED:
-                    self.assertLess(peak, mebibytes)
+                    self.assertLess(peak, 64)
                 songs = self.list("songs")
                 good = {(s["title"], s["artist"]) for s in songs if "/Good/" in s["path"]}
                 self.assertEqual(good, {(f"Title {i}", f"Artist {i}") for i in range(40)})
-                self.assertEqual({len(s["title"]) for s in songs if "/long" in s["path"]}, {4096})
+                self.assertEqual([len(s["title"]) for s in songs if "/long" in s["path"]],
+                                 [4096] * len(long))
                 others = {s["path"].rsplit("/", 1)[1] for s in songs} - {f"{i}.mp3" for i in range(40)}
-                self.assertEqual(others, {"long0.flac", "long1.flac", "long2.flac", "zeros.mp3",
-                                          "\x1b[2J.mp3", "lies.m4a"})
+                self.assertEqual(others, {*long, "zeros.mp3", "\x1b[2J.mp3", "lies.m4a"})
                 self.assertEqual([p["name"] for p in self.list("playlists")], ["good.m3u"])
                 os.remove(report["database"])
+                # Only the confinement bounds the parser's own memory: 120 MiB for such a title.
+                for name in long:
+                    os.remove(f"{self.stick}/{name}")
 
 
 if __name__ == "__main__":
