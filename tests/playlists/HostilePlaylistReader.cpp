@@ -9,33 +9,19 @@
 #include <cstring>
 #include <fstream>
 #include <map>
-#include <new>
 #include <string>
 
 #include "isolation/WorkerProtocol.h"
 #include "isolation/worker/LibraryConnection.h"
 #include "playlists/reader/servePlaylists.h"
+#include "tests/support/breakDown.h"
 
 namespace {
 
 using namespace orvel;
 using namespace orvel::playlistMessages;
 
-void hang() {
-  volatile bool forever = true;
-  while (forever) {
-  }
-}
-
-void crash() {
-  volatile int* nowhere = nullptr;
-  *nowhere = 1;  // NOLINT(clang-analyzer-core.NullDereference)
-}
-
-void bloat() {
-  constexpr std::size_t kStep = std::size_t{1} << 20;
-  while (true) std::memset(::operator new(kStep), 1, 1);
-}
+using namespace orvel::test::breakDown;
 
 void pipe(const std::string& bytes) {
   if (write(workerProtocol::kResultPipe, bytes.data(), bytes.size()) < 0) _exit(0);

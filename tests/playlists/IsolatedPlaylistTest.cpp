@@ -10,6 +10,7 @@
 #include "playlists/MainLoopPlaylistReader.h"
 #include "playlists/isolation/IsolatedPlaylistReader.h"
 #include "tests/msd/CatchingSink.h"
+#include "tests/support/Deed.h"
 #include "tests/support/Effort.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MainLoopThread.h"
@@ -160,20 +161,7 @@ TEST_F(IsolatedPlaylists, AreThoseOfTheHostsProcess) {
   EXPECT_FALSE(snapshot.isolationFailed);
 }
 
-constexpr std::string_view kFiltered = "signal 31";
-constexpr std::string_view kOutOfMemory = "exit status 3";
 constexpr std::string_view kNoResult = "sent what is no result";
-constexpr std::string_view kTooLate = "no answer in time";
-
-struct Deed {
-  std::string_view name;
-  std::string_view end;        ///< its end, as the log tells it
-  bool isSafe = kIsSanitized;  ///< a sanitizer's run-time library may do it
-};
-
-void PrintTo(const Deed& deed, std::ostream* out) {
-  *out << deed.name;
-}
 
 class HostileList : public IsolatedPlaylists, public testing::WithParamInterface<Deed> {};
 

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -16,24 +15,11 @@
 #include "tags/TagMessages.h"
 #include "tags/readTags.h"
 #include "tags/reader/serveTags.h"
+#include "tests/support/breakDown.h"
 
 namespace {
 
-void hang() {
-  volatile bool forever = true;
-  while (forever) {
-  }
-}
-
-void crash() {
-  volatile int* nowhere = nullptr;
-  *nowhere = 1;  // NOLINT(clang-analyzer-core.NullDereference)
-}
-
-void bloat() {
-  constexpr std::size_t kStep = std::size_t{1} << 20;
-  while (true) std::memset(::operator new(kStep), 1, kStep);
-}
+using namespace orvel::test::breakDown;
 
 void answer(std::string_view bytes) {
   if (write(orvel::workerProtocol::kResultPipe, bytes.data(), bytes.size()) < 0) hang();

@@ -11,6 +11,7 @@
 #include "tags/isolation/IsolatedTagReader.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/DatabaseFolderFixture.h"
+#include "tests/support/Deed.h"
 #include "tests/support/Effort.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/processStatus.h"
@@ -80,20 +81,6 @@ class IsolatedMiner : public DatabaseFolderFixture {
 
   LogCapture log;
 };
-
-constexpr std::string_view kFiltered = "signal 31";
-constexpr std::string_view kOutOfMemory = "exit status 3";
-constexpr std::string_view kTooLate = "no answer in time";
-
-struct Deed {
-  std::string_view name;
-  std::string_view end;        ///< its end, as the log tells it
-  bool isSafe = kIsSanitized;  ///< a sanitizer's run-time library may do it
-};
-
-void PrintTo(const Deed& deed, std::ostream* out) {
-  *out << deed.name;
-}
 
 class HostileFile : public IsolatedMiner, public testing::WithParamInterface<Deed> {};
 
