@@ -32,12 +32,6 @@ constexpr char kSynopsis[] =
     "\n"
     "'orvel COMMAND --help' shows the options of a command, 'man orvel' the rest.\n";
 
-const std::map<std::string, ListKind> kKinds = {
-    {"songs", ListKind::Songs},         {"artists", ListKind::Artists},
-    {"albums", ListKind::Albums},       {"genres", ListKind::Genres},
-    {"composers", ListKind::Composers}, {"directories", ListKind::Directories},
-    {"playlists", ListKind::Playlists}};
-
 const std::map<std::string, ListOptions::Format> kFormats = {{"table", ListOptions::Format::Table},
                                                              {"tsv", ListOptions::Format::Tsv},
                                                              {"json", ListOptions::Format::Json}};
@@ -197,7 +191,7 @@ Command parseList(const QStringList& arguments) {
   const std::vector<std::string> operands = verb.operands();
   if (operands.size() != 1) verb.fail("Name one kind of thing to list.");
   ListOptions options;
-  options.query = {named(verb, kKinds, operands.front()),
+  options.query = {named(verb, browse::listKinds(), operands.front()),
                    verb.value("artist"),
                    verb.value("album"),
                    verb.value("genre"),

@@ -47,11 +47,11 @@ void requireAccess(const std::string& path, int mode, const std::string& subject
 
 /// Returns why the totals cannot be read; empty when they were.
 std::string readTotals(IndexResult& result) {
-  result.databaseBytes = databaseBytes(result.database);
+  result.databaseBytes = browse::databaseBytes(result.database);
   if (result.databaseBytes == 0) return {};
   try {
-    result.totals = MediaDatabase(result.database).totals();
-  } catch (const CommandError& error) {
+    result.totals = browse::MediaDatabase(result.database).totals();
+  } catch (const browse::DatabaseError& error) {
     return error.what();
   }
   return {};
