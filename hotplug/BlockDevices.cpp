@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hotplug/DeviceText.h"
+#include "hotplug/isPlainUuid.h"
 #include "hotplug/isUdevRunning.h"
 
 namespace orvel::hotplug {

@@ -2,8 +2,6 @@
 
 #include <glib.h>
 
-#include <algorithm>
-
 #include "base/Utf8.h"
 
 namespace orvel::hotplug {
@@ -11,7 +9,6 @@ namespace orvel::hotplug {
 namespace {
 
 constexpr std::size_t kShownCharacters = 128;
-constexpr std::size_t kUuidLength = 64;
 
 bool isEscape(std::string_view text) {
   return text.size() >= 4 && text[0] == '\\' && text[1] == 'x' && g_ascii_isxdigit(text[2]) &&
@@ -46,12 +43,6 @@ std::string unescapedProperty(std::string_view text) {
     text.remove_prefix(escaped ? 4 : 1);
   }
   return plain;
-}
-
-bool isPlainUuid(std::string_view text) {
-  return !text.empty() && text.size() <= kUuidLength &&
-         std::all_of(text.begin(), text.end(),
-                     [](char c) { return g_ascii_isalnum(c) || c == '-'; });
 }
 
 }  // namespace orvel::hotplug

@@ -14,8 +14,4 @@ std::string shownText(std::string_view text);
 /// Resolves the escapes ("\x20") in a property of the device manager whose name ends in "_ENC".
 std::string unescapedProperty(std::string_view text);
 
-/// True for the UUID of a file system as kernels and tools write it: at most 64 letters, digits and
-/// "-", so that it is nothing but a name wherever it is used.
-bool isPlainUuid(std::string_view text);
-
 }  // namespace orvel::hotplug
