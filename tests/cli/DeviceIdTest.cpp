@@ -18,22 +18,23 @@ class DeviceIdTest : public testing::Test {
       std::filesystem::create_directory(path(name));
     }
     std::filesystem::create_directory_symlink(path("my stick"), path("link"));
-    std::filesystem::create_directory(table.uuidLinks);
-    std::filesystem::create_symlink("/dev/null", table.uuidLinks + "/2A4B-11C0");
-    std::filesystem::create_symlink("/dev/zero", table.uuidLinks + "/0b1e-ext");
-    std::ofstream(table.mountInfo)
-        << "22 1 8:1 / " << path("my\\040stick") << " rw,relatime shared:1 - vfat /dev/null rw\n"
-        << "23 1 8:1 / " << path("twice") << " rw - vfat /dev/null rw\n"
-        << "24 1 8:2 / " << path("twice") << " rw shared:2 master:1 - ext4 /dev/zero rw\n"
-        << "25 1 8:1 /Music " << path("bound") << " rw - vfat /dev/null rw\n"
+    std::filesystem::create_directory(files.uuidLinks);
+    std::filesystem::create_symlink("/dev/null", files.uuidLinks + "/2A4B-11C0");
+    std::filesystem::create_symlink("/dev/zero", files.uuidLinks + "/..\\x2fevil");
+    std::filesystem::create_symlink("/dev/zero", files.uuidLinks + "/0b1e-ext");
+    std::ofstream(files.mountInfo)
+        << "22 1 1:3 / " << path("my\\040stick") << " rw,relatime shared:1 - vfat /dev/null rw\n"
+        << "23 1 1:3 / " << path("twice") << " rw - vfat /dev/null rw\n"
+        << "24 1 1:5 / " << path("twice") << " rw shared:2 master:1 - ext4 /dev/zero rw\n"
+        << "25 1 1:3 /Music " << path("bound") << " rw - vfat /dev/null rw\n"
         << "26 1 0:9 / " << path("memory") << " rw - tmpfs tmpfs rw\n";
   }
 
   std::string path(const std::string& name) const { return folder.path(name); }
-  std::string idOf(const std::string& name) const { return defaultDeviceId(path(name), table); }
+  std::string idOf(const std::string& name) const { return defaultDeviceId(path(name), files); }
 
   test::TemporaryFolder folder;
-  MountTable table{folder.path("mountinfo"), folder.path("by-uuid")};
+  MountFiles files{folder.path("mountinfo"), folder.path("by-uuid")};
 };
 
 TEST_F(DeviceIdTest, IsTheUuidWhereAWholeFileSystemIsMounted) {
@@ -44,9 +45,9 @@ TEST_F(DeviceIdTest, IsTheUuidWhereAWholeFileSystemIsMounted) {
 
 TEST_F(DeviceIdTest, IsThePathElsewhere) {
   for (const char* name : {"bound", "memory", "plain", "absent"}) EXPECT_EQ(idOf(name), path(name));
-  table.uuidLinks += "/absent";
+  files.uuidLinks += "/absent";
   EXPECT_EQ(idOf("my stick"), path("my stick"));
-  table.mountInfo += "/absent";
+  files.mountInfo += "/absent";
   EXPECT_EQ(idOf("my stick"), path("my stick"));
 }
 
