@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <map>
 
+#include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/MountPoint.h"
@@ -226,7 +227,7 @@ Command parseStatus(const QStringList& arguments) {
 Command parseCommandLine(int argumentCount, const char* const* arguments) {
   QStringList texts;
   for (int i = 0; i < argumentCount; ++i) {
-    if (!isValidUtf8(arguments[i])) {
+    if (!utf8::isValid(arguments[i])) {
       throw CommandError(WrongUsage,
                          std::string("The argument '") + arguments[i] +
                              "' is not valid UTF-8. Mount the device under another name.");

@@ -4,6 +4,7 @@
 #include <QJsonObject>
 #include <utility>
 
+#include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/JsonText.h"
 
@@ -34,7 +35,7 @@ void JsonFormat::row(const browse::Row& row) {
     object.insert(columns[i].name, valueOf(row[i]));
     const auto* text = std::get_if<std::string_view>(&row[i]);
     const bool isOwnPath = std::string_view(columns[i].name) == "path";
-    if (isOwnPath && text != nullptr && !isValidUtf8(*text)) {
+    if (isOwnPath && text != nullptr && !utf8::isValid(*text)) {
       object.insert("path_hex", hexOf(*text));
     }
   }
