@@ -18,20 +18,29 @@ struct DestroySource {
 /// An event source of a main context. It is detached when its owner goes.
 using GlibSource = std::unique_ptr<GSource, DestroySource>;
 
-/// Calls `action` once, after `delayMs`, on the main context of this thread. `action` may drop
-/// the source.
-inline GlibSource callLater(unsigned delayMs, std::function<void()> action) {
-  GlibSource source(g_timeout_source_new(delayMs));
+/// Lets `source` call `action` once on `context`. `action` may drop the source.
+inline GlibSource callOnce(GMainContext* context, GSource* source, std::function<void()> action) {
   g_source_set_callback(
-      source.get(),
+      source,
       [](gpointer data) -> gboolean {
         (*static_cast<std::function<void()>*>(data))();
         return G_SOURCE_REMOVE;
       },
       new std::function<void()>(std::move(action)),
       [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
-  g_source_attach(source.get(), g_main_context_get_thread_default());
-  return source;
+  g_source_attach(source, context);
+  return GlibSource(source);
+}
+
+/// Calls `action` once, after `delayMs`, on the main context of this thread.
+inline GlibSource callLater(unsigned delayMs, std::function<void()> action) {
+  return callOnce(g_main_context_get_thread_default(), g_timeout_source_new(delayMs),
+                  std::move(action));
+}
+
+/// Calls `action` soon on `context`. Any thread.
+inline void post(GMainContext* context, std::function<void()> action) {
+  g_source_unref(callOnce(context, g_timeout_source_new(0), std::move(action)).release());
 }
 
 }  // namespace orvel::hotplug

@@ -1,0 +1,118 @@
+#include "hotplug/Phones.h"
+
+#include <orvel/MtpDevice.h>
+
+#include <algorithm>
+#include <exception>
+#include <system_error>
+#include <thread>
+#include <tuple>
+#include <utility>
+
+namespace orvel::hotplug {
+
+namespace {
+
+constexpr unsigned kLockedPauseMs = 2000;
+
+bool isLocked(const AttachedDevice& phone) {
+  return phone.storages.empty() && phone.error.empty();
+}
+
+/// What hosts act upon. The free space of a storage changes with each look.
+bool isSame(const AttachedDevice& one, const AttachedDevice& other) {
+  const auto essence = [](const AttachedDevice& phone) {
+    return std::tie(phone.deviceId, phone.error);
+  };
+  return essence(one) == essence(other) && one.storages.size() == other.storages.size();
+}
+
+}  // namespace
+
+/// The result of one look: the phones, or why there could be no look.
+struct Phones::Finding {
+  Listing listing;
+  std::string error;
+};
+
+Phones::Phones(Events receivers)
+    : events(std::move(receivers)),
+      monitor([this] { look(); }),
+      self(std::make_shared<Phones*>(this)) {
+  look();
+}
+
+Phones::~Phones() {
+  *self = nullptr;
+}
+
+/// A look may wait more than a minute for a phone that hangs, so each has a thread that nobody
+/// waits for.
+void Phones::look() {
+  report(known);
+  mustLookAgain = isLooking;
+  if (isLooking) return;
+  nextLook.reset();
+  const std::shared_ptr<GMainContext> context(g_main_context_ref_thread_default(),
+                                              g_main_context_unref);
+  try {
+    std::thread([context, owner = self] {
+      post(context.get(), [owner, finding = find()] {
+        if (*owner != nullptr) (*owner)->receive(finding);
+      });
+    }).detach();
+    isLooking = true;
+  } catch (const std::system_error& error) {
+    g_warning("Phones cannot be looked for (%s). The next try follows.", error.what());
+    nextLook = callLater(kLockedPauseMs, [this] { look(); });
+  }
+}
+
+Phones::Finding Phones::find() {
+  Finding finding;
+  try {
+    for (AttachedDevice& phone : attachedDevices()) {
+      finding.listing.emplace(phone.handle, std::move(phone));
+    }
+  } catch (const std::exception& error) {
+    finding.error = error.what();
+  }
+  return finding;
+}
+
+void Phones::receive(const Finding& finding) {
+  isLooking = false;
+  if (finding.error.empty()) {
+    report(finding.listing);
+  } else if (finding.error != toldError) {
+    g_warning("Phones cannot be looked for: %s", finding.error.c_str());
+  }
+  toldError = finding.error;
+  if (mustLookAgain) {
+    look();
+  } else if (std::any_of(known.begin(), known.end(),
+                         [](const auto& entry) { return isLocked(entry.second); })) {
+    nextLook = callLater(kLockedPauseMs, [this] { look(); });
+  }
+}
+
+/// Leaves out phones that have gone: a look may have begun before, or wait for another phone.
+void Phones::report(Listing listing) {
+  std::erase_if(listing, [](const auto& entry) { return !isAttached(entry.first); });
+  const Listing before = std::exchange(known, std::move(listing));
+  for (const auto& [handle, phone] : before) {
+    if (known.count(handle) != 0) continue;
+    MtpDevice::instance().disconnectDevice(handle);
+    events.removed(phone);
+  }
+  for (const auto& [handle, phone] : known) {
+    const auto earlier = before.find(handle);
+    if (earlier == before.end()) {
+      events.attached(phone);
+    } else if (!isSame(earlier->second, phone)) {
+      events.changed(phone);
+    }
+  }
+}
+
+}  // namespace orvel::hotplug
