@@ -13,10 +13,17 @@ namespace orvel::hotplug {
 
 namespace {
 
-constexpr unsigned kLockedPauseMs = 2000;
+constexpr unsigned kPauseMs = 2000;
+/// A phone that was just plugged in may refuse at first; each further try may disturb one that
+/// another program uses.
+constexpr unsigned kMostRetries = 5;
+
+bool hasFailed(const AttachedDevice& phone) {
+  return !phone.error.empty();
+}
 
 bool isLocked(const AttachedDevice& phone) {
-  return phone.storages.empty() && phone.error.empty();
+  return phone.storages.empty() && !hasFailed(phone);
 }
 
 /// What hosts act upon. The free space of a storage changes with each look.
@@ -37,7 +44,10 @@ struct Phones::Finding {
 
 Phones::Phones(Events receivers)
     : events(std::move(receivers)),
-      monitor([this] { look(); }),
+      monitor([this] {
+        retries = 0;
+        look();
+      }),
       self(std::make_shared<Phones*>(this)) {
   look();
 }
@@ -64,7 +74,7 @@ void Phones::look() {
     isLooking = true;
   } catch (const std::system_error& error) {
     g_warning("Phones cannot be looked for (%s). The next try follows.", error.what());
-    nextLook = callLater(kLockedPauseMs, [this] { look(); });
+    nextLook = callLater(kPauseMs, [this] { look(); });
   }
 }
 
@@ -90,10 +100,14 @@ void Phones::receive(const Finding& finding) {
   toldError = finding.error;
   if (mustLookAgain) {
     look();
-  } else if (std::any_of(known.begin(), known.end(),
-                         [](const auto& entry) { return isLocked(entry.second); })) {
-    nextLook = callLater(kLockedPauseMs, [this] { look(); });
+  } else if (isAny(isLocked) || (isAny(hasFailed) && retries++ < kMostRetries)) {
+    nextLook = callLater(kPauseMs, [this] { look(); });
   }
+}
+
+bool Phones::isAny(bool (*is)(const AttachedDevice&)) const {
+  return std::any_of(known.begin(), known.end(),
+                     [is](const auto& entry) { return is(entry.second); });
 }
 
 /// Leaves out phones that have gone: a look may have begun before, or wait for another phone.

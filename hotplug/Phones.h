@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "hotplug/GlibSource.h"
+#include "base/GlibSource.h"
 #include "hotplug/PhoneMonitor.h"
 
 namespace orvel::hotplug {
@@ -20,7 +20,8 @@ class Phones {
   /// The receivers of reports. They must not destroy the object.
   struct Events {
     std::function<void(const AttachedDevice&)> attached;
-    /// A phone was unlocked or locked, or could not be opened before.
+    /// A phone was unlocked or locked, or was opened at last: then its id is another, because only
+    /// an open phone tells its serial number.
     std::function<void(const AttachedDevice&)> changed;
     /// The phone has gone. The library knows already: its requests end.
     std::function<void(const AttachedDevice&)> removed;
@@ -42,12 +43,14 @@ class Phones {
   static Finding find();
   void receive(const Finding& finding);
   void report(Listing listing);
+  bool isAny(bool (*is)(const AttachedDevice&)) const;
 
   Events events;
   PhoneMonitor monitor;
   Listing known;
   bool isLooking = false;
   bool mustLookAgain = false;
+  unsigned retries = 0;  ///< since the last notice
   std::string toldError;
   GlibSource nextLook;
   /// What a look that outlives this object needs to see that it has.

@@ -1,17 +1,18 @@
 #include "service/Browsing.h"
 
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <set>
 #include <stdexcept>
 #include <utility>
 
+#include "base/GlibSource.h"
 #include "browse/ListQuery.h"
 #include "browse/Search.h"
 #include "service/BusError.h"
 #include "service/RowPage.h"
 #include "service/arguments.h"
-#include "service/callOnMainLoop.h"
 
 namespace orvel::service {
 
@@ -191,14 +192,21 @@ std::optional<DatabaseContents> Browsing::contentsOf(const std::string& path) {
 void Browsing::examine(const std::string& database,
                        std::function<void(const std::optional<DatabaseContents>&)> tell) {
   reader.post([this, database, tell = std::move(tell)] {
-    callOnMainLoop([contents = contentsOf(database), tell] { tell(contents); });
+    post(nullptr, [contents = contentsOf(database), tell] { tell(contents); });
+  });
+}
+
+void Browsing::freeMemory() {
+  reader.post([this] {
+    for (const auto& [path, open] : databases) open->database.freeMemory();
+    malloc_trim(0);
   });
 }
 
 void Browsing::close(const std::string& database, std::function<void()> then) {
   reader.post([this, database, then = std::move(then)] {
     databases.erase(database);
-    callOnMainLoop(then);
+    post(nullptr, then);
   });
 }
 
@@ -210,7 +218,7 @@ void Browsing::examineAll(
       for (const std::string& database : browse::databasesIn(folder)) {
         const auto contents = contentsOf(database);
         databases.erase(database);
-        if (contents) callOnMainLoop([=] { tell(database, *contents); });
+        if (contents) post(nullptr, [=] { tell(database, *contents); });
       }
     } catch (const browse::DatabaseError&) {
       // An unreadable folder has no known devices; whoever indexes is told about it.

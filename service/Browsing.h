@@ -47,6 +47,8 @@ class Browsing {
   /// Examines a database and calls `tell` on the main loop; with nothing if it cannot be read.
   void examine(const std::string& database,
                std::function<void(const std::optional<DatabaseContents>&)> tell);
+  /// Empties the caches of the databases.
+  void freeMemory();
   /// Closes a database that is to be deleted, and calls `then` on the main loop.
   void close(const std::string& database, std::function<void()> then);
   /// Calls `tell` on the main loop with each readable database of a folder.
