@@ -3,8 +3,11 @@
 #include <malloc.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
 #include <set>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "base/GlibSource.h"
@@ -22,6 +25,8 @@ constexpr std::uint32_t kMostRows = 1000;
 constexpr unsigned kMostCallsOfClient = 8;
 constexpr unsigned kMostClients = 1000;
 constexpr std::size_t kMostOpen = 16;
+constexpr int kRests = 3;
+constexpr std::chrono::steady_clock::duration kLongestRest = std::chrono::milliseconds(300);
 
 browse::ListKind kindNamed(const std::string& name) {
   const auto found = browse::listKinds().find(name);
@@ -132,6 +137,7 @@ void Browsing::answerLater(GDBusMethodInvocation* call, const std::string& datab
   const std::string client = g_dbus_method_invocation_get_sender(call);
   admit(client);
   reader.post([this, call, client, database, work = std::move(work)] {
+    const auto begin = std::chrono::steady_clock::now();
     try {
       g_dbus_method_invocation_return_value(call, work(opened(database).database));
     } catch (const browse::DatabaseError& error) {
@@ -143,6 +149,10 @@ void Browsing::answerLater(GDBusMethodInvocation* call, const std::string& datab
       refuse(call, error);
     }
     release(client);
+    if (isIndexing) {
+      const auto taken = std::chrono::steady_clock::now() - begin;
+      std::this_thread::sleep_for(std::min(kRests * taken, kLongestRest));
+    }
   });
 }
 

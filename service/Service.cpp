@@ -483,6 +483,7 @@ void Service::show(Device& device, const DatabaseContents& contents) {
 
 void Service::noteActivity() {
   watchdog.setBusy(isBusy());
+  browsing.setIndexing(isBusy());
   idleTimer.stop();
   if (reading.configuration.idleExit) idleTimer.run(*reading.configuration.idleExit);
 }
