@@ -45,6 +45,14 @@ inline Character take(std::string_view& text) {
   return character;
 }
 
+/// True when `text` is well-formed.
+inline bool isValid(std::string_view text) {
+  while (!text.empty()) {
+    if (!take(text).valid) return false;
+  }
+  return true;
+}
+
 /// Appends a Unicode scalar value.
 inline void append(std::string& out, char32_t code) {
   const auto tail = [&](unsigned shift) {

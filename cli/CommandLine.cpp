@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <map>
 
+#include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/MountPoint.h"
@@ -31,12 +32,6 @@ constexpr char kSynopsis[] =
     "  status  print what is known about every indexed device\n"
     "\n"
     "'orvel COMMAND --help' shows the options of a command, 'man orvel' the rest.\n";
-
-const std::map<std::string, ListKind> kKinds = {
-    {"songs", ListKind::Songs},         {"artists", ListKind::Artists},
-    {"albums", ListKind::Albums},       {"genres", ListKind::Genres},
-    {"composers", ListKind::Composers}, {"directories", ListKind::Directories},
-    {"playlists", ListKind::Playlists}};
 
 const std::map<std::string, ListOptions::Format> kFormats = {{"table", ListOptions::Format::Table},
                                                              {"tsv", ListOptions::Format::Tsv},
@@ -197,7 +192,7 @@ Command parseList(const QStringList& arguments) {
   const std::vector<std::string> operands = verb.operands();
   if (operands.size() != 1) verb.fail("Name one kind of thing to list.");
   ListOptions options;
-  options.query = {named(verb, kKinds, operands.front()),
+  options.query = {named(verb, browse::listKinds(), operands.front()),
                    verb.value("artist"),
                    verb.value("album"),
                    verb.value("genre"),
@@ -232,7 +227,7 @@ Command parseStatus(const QStringList& arguments) {
 Command parseCommandLine(int argumentCount, const char* const* arguments) {
   QStringList texts;
   for (int i = 0; i < argumentCount; ++i) {
-    if (!isValidUtf8(arguments[i])) {
+    if (!utf8::isValid(arguments[i])) {
       throw CommandError(WrongUsage,
                          std::string("The argument '") + arguments[i] +
                              "' is not valid UTF-8. Mount the device under another name.");

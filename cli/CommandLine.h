@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "cli/ListQuery.h"
+#include "browse/ListQuery.h"
 
 namespace orvel::cli {
 
@@ -38,7 +38,7 @@ struct MtpListOptions {
 struct ListOptions {
   enum class Format { Table, Tsv, Json };
 
-  ListQuery query;
+  browse::ListQuery query;
   std::optional<std::string> deviceId;
   std::optional<std::string> databaseFile;
   std::string databaseFolder;

@@ -61,13 +61,6 @@ std::size_t columnsOf(char32_t code) {
 
 }  // namespace
 
-bool isValidUtf8(std::string_view text) {
-  while (!text.empty()) {
-    if (!utf8::take(text).valid) return false;
-  }
-  return true;
-}
-
 std::string displayText(std::string_view text) {
   return withEscapes(text, false);
 }

@@ -9,9 +9,6 @@ namespace orvel::cli {
 /// Makes texts from devices safe to show to people and programs. Every result is valid UTF-8;
 /// ill-formed input becomes U+FFFD.
 
-/// True when `text` is valid UTF-8.
-bool isValidUtf8(std::string_view text);
-
 /// Escapes control characters and characters that reorder a line as "\t", "\n", "\r" or "\uXXXX",
 /// so that no device can control a terminal.
 std::string displayText(std::string_view text);

@@ -1,12 +1,9 @@
 #include "cli/IndexCommand.h"
 
 #include <orvel/Settings.h>
-#include <unistd.h>
 
-#include <QCoreApplication>
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -19,6 +16,7 @@
 #include "cli/LogOutput.h"
 #include "cli/OwnOutput.h"
 #include "cli/Summary.h"
+#include "host/tagReaderNearby.h"
 
 namespace orvel::cli {
 
@@ -30,25 +28,13 @@ LogLevel logThreshold(const IndexOptions& options) {
   return static_cast<LogLevel>(std::min(wanted, static_cast<int>(LogLevel::Verbose)));
 }
 
-/// Finds the tag reader of this program's own build or installation. Empty if there is none: the
-/// library then uses the place where it was to be installed.
-std::string tagReaderNearby() {
-  namespace fs = std::filesystem;
-  const fs::path folder = QCoreApplication::applicationDirPath().toStdString();
-  for (const char* where : {".", ORVEL_READERS_FROM_BIN}) {
-    const fs::path program = (folder / where / "orvel-tag-reader").lexically_normal();
-    if (access(program.c_str(), X_OK) == 0) return program;
-  }
-  return {};
-}
-
 Settings settingsFor(const IndexOptions& options) {
   Settings settings;
   settings.databaseDirectory = options.databaseFolder;
   if (options.background) settings.workPriority = WorkPriority::Background;
   if (!options.inProcess) settings.tagReading = TagReading::Isolated;
   if (options.requireIsolation) settings.tagReading = TagReading::IsolationRequired;
-  settings.tagReaderProgram = tagReaderNearby();
+  settings.tagReaderProgram = host::tagReaderNearby();
   settings.logThreshold = logThreshold(options);
   settings.acrossDevices = options.acrossDevices;
   return settings;

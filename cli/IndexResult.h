@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/MediaDatabase.h"
+#include "browse/MediaDatabase.h"
 #include "framework/RequestProgress.h"
 
 namespace orvel::cli {
@@ -30,7 +30,7 @@ struct IndexResult {
   std::optional<std::string> error;
   double seconds = 0;
   std::optional<double> firstSongSeconds;  ///< from the start of the run
-  std::optional<Totals> totals;            ///< absent if there is no database
+  std::optional<browse::Totals> totals;            ///< absent if there is no database
   std::int64_t databaseBytes = 0;
 
   /// True if every partition ended with status OK.

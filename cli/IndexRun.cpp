@@ -15,7 +15,7 @@
 
 #include "cli/AttachedPhones.h"
 #include "cli/BackgroundWork.h"
-#include "cli/DeviceId.h"
+#include "host/DeviceId.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexSession.h"
 #include "cli/MountPoint.h"
@@ -47,11 +47,11 @@ void requireAccess(const std::string& path, int mode, const std::string& subject
 
 /// Returns why the totals cannot be read; empty when they were.
 std::string readTotals(IndexResult& result) {
-  result.databaseBytes = databaseBytes(result.database);
+  result.databaseBytes = browse::databaseBytes(result.database);
   if (result.databaseBytes == 0) return {};
   try {
-    result.totals = MediaDatabase(result.database).totals();
-  } catch (const CommandError& error) {
+    result.totals = browse::MediaDatabase(result.database).totals();
+  } catch (const browse::DatabaseError& error) {
     return error.what();
   }
   return {};
@@ -91,7 +91,7 @@ void IndexRun::record(const std::function<void(IndexResult&)>& work) {
 
 void IndexRun::indexStick(IndexResult& result) {
   const std::vector<std::string> mountPoints = mountPointsFrom(options.mountPoints);
-  result.deviceId = options.deviceId ? *options.deviceId : defaultDeviceId(mountPoints.front());
+  result.deviceId = options.deviceId ? *options.deviceId : host::defaultDeviceId(mountPoints.front());
   for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
   StickSource stick;
   index(stick, mountPoints, result);

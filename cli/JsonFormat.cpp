@@ -4,6 +4,7 @@
 #include <QJsonObject>
 #include <utility>
 
+#include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/JsonText.h"
 
@@ -11,7 +12,7 @@ namespace orvel::cli {
 
 namespace {
 
-QJsonValue valueOf(const Cell& cell) {
+QJsonValue valueOf(const browse::Cell& cell) {
   if (const auto* text = std::get_if<std::string_view>(&cell)) return jsonString(*text);
   if (const auto* number = std::get_if<std::int64_t>(&cell)) return qint64{*number};
   return {};
@@ -23,18 +24,18 @@ QString hexOf(std::string_view bytes) {
 
 }  // namespace
 
-JsonFormat::JsonFormat(std::vector<Column> wantedColumns, std::ostream& stream)
+JsonFormat::JsonFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream)
     : columns(std::move(wantedColumns)), out(stream) {
   out << '[';
 }
 
-void JsonFormat::row(const Row& row) {
+void JsonFormat::row(const browse::Row& row) {
   QJsonObject object;
   for (std::size_t i = 0; i < columns.size(); ++i) {
     object.insert(columns[i].name, valueOf(row[i]));
     const auto* text = std::get_if<std::string_view>(&row[i]);
     const bool isOwnPath = std::string_view(columns[i].name) == "path";
-    if (isOwnPath && text != nullptr && !isValidUtf8(*text)) {
+    if (isOwnPath && text != nullptr && !utf8::isValid(*text)) {
       object.insert("path_hex", hexOf(*text));
     }
   }

@@ -8,13 +8,13 @@ namespace orvel::cli {
 /// the key "path_hex" adds its bytes in hexadecimal digits.
 class JsonFormat : public ListFormat {
  public:
-  JsonFormat(std::vector<Column> wantedColumns, std::ostream& stream);
+  JsonFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream);
 
-  void row(const Row& row) override;
+  void row(const browse::Row& row) override;
   void end() override;
 
  private:
-  std::vector<Column> columns;
+  std::vector<browse::Column> columns;
   std::ostream& out;
   bool isFirst = true;
 };

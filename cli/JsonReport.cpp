@@ -81,7 +81,7 @@ QJsonObject partition(const PartitionResult& result) {
           {"folder_tree_seconds", secondsOrNull(progress.folderTreeSeconds)}};
 }
 
-QJsonValue totals(const std::optional<Totals>& totals) {
+QJsonValue totals(const std::optional<browse::Totals>& totals) {
   if (!totals) return {};
   return QJsonObject{
       {"songs", number(totals->songs)},         {"artists", number(totals->artists)},

@@ -7,10 +7,10 @@
 
 #include <iostream>
 
+#include "browse/MediaDatabase.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/ListFormat.h"
-#include "cli/MediaDatabase.h"
 #include "cli/MountPoint.h"
 
 namespace orvel::cli {
@@ -18,7 +18,7 @@ namespace orvel::cli {
 namespace {
 
 std::string onlyDatabaseIn(const std::string& folder) {
-  const std::vector<std::string> databases = databasesIn(folder);
+  const std::vector<std::string> databases = browse::databasesIn(folder);
   if (databases.size() == 1) return databases.front();
   if (databases.empty()) {
     throw CommandError(WrongUsage,
@@ -48,10 +48,14 @@ std::size_t outputColumns() {
 
 int runList(const ListOptions& options) {
   std::ios::sync_with_stdio(false);
-  const MediaDatabase database(databaseFor(options));
-  const Listing listing = listingFor(options.query);
+  const browse::MediaDatabase database(databaseFor(options));
+  const browse::Listing listing = browse::listingFor(options.query);
   const auto format = ListFormat::make(options.format, listing.columns, std::cout, outputColumns());
-  database.query(listing.sql, listing.parameters, [&](const Row& row) { format->row(row); });
+  database.query(listing.select + " ORDER BY " + listing.order, listing.parameters,
+                 [&](const browse::Row& row) {
+                   format->row(row);
+                   return true;
+                 });
   format->end();
   std::cout.flush();
   if (!std::cout) {

@@ -7,7 +7,7 @@
 namespace orvel::cli {
 
 std::unique_ptr<ListFormat> ListFormat::make(ListOptions::Format format,
-                                             const std::vector<Column>& columns, std::ostream& out,
+                                             const std::vector<browse::Column>& columns, std::ostream& out,
                                              std::size_t width) {
   switch (format) {
     case ListOptions::Format::Tsv:

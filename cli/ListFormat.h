@@ -3,8 +3,8 @@
 #include <memory>
 #include <ostream>
 
+#include "browse/MediaDatabase.h"
 #include "cli/CommandLine.h"
-#include "cli/MediaDatabase.h"
 
 namespace orvel::cli {
 
@@ -17,15 +17,15 @@ class ListFormat {
   ListFormat& operator=(const ListFormat&) = delete;
 
   /// `row` begins with the cells of the columns.
-  virtual void row(const Row& row) = 0;
+  virtual void row(const browse::Row& row) = 0;
   /// Call once after the last row.
   virtual void end() = 0;
 
   /// Makes the format for `columns`. It prints to `out`, which must outlive it. A table is fitted
   /// to `width` columns; 0 means no limit.
   static std::unique_ptr<ListFormat> make(ListOptions::Format format,
-                                          const std::vector<Column>& columns, std::ostream& out,
-                                          std::size_t width);
+                                          const std::vector<browse::Column>& columns,
+                                          std::ostream& out, std::size_t width);
 };
 
 }  // namespace orvel::cli

@@ -1,28 +1,23 @@
 #include "cli/MountPoint.h"
 
 #include <dirent.h>
-#include <sqlite3.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
+#include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
+#include "host/shareRows.h"
 
 namespace orvel::cli {
 
 namespace {
 
-/// Mirrors the indexer, which selects the rows of a mount point with SQLite's LIKE and an unescaped
-/// pattern: "_" and "%" are wildcards, and ASCII letters match in either case.
-bool ownsRowsOf(const std::string& mountPoint, const std::string& other) {
-  return sqlite3_strlike((mountPoint + "%").c_str(), other.c_str(), 0) == 0;
-}
-
 void requireSeparate(const std::string& first, const std::string& second) {
-  if (!ownsRowsOf(first, second) && !ownsRowsOf(second, first)) return;
+  if (!host::shareRows(first, second)) return;
   throw CommandError(WrongUsage, first + " and " + second +
                                      " cannot be indexed together: one path begins with the other."
                                      " Index them in runs of their own, with a --device-id each.");
@@ -46,7 +41,7 @@ std::vector<std::string> mountPointsFrom(const std::vector<std::string>& argumen
   std::vector<std::string> mountPoints;
   for (const std::string& argument : arguments) {
     const std::string mountPoint = cleanPath(argument);
-    if (!isValidUtf8(mountPoint)) {
+    if (!utf8::isValid(mountPoint)) {
       throw CommandError(WrongUsage,
                          "The mount point " + mountPoint +
                              " is not valid UTF-8. Mount the device under another name.");

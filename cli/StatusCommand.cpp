@@ -5,9 +5,9 @@
 #include <iomanip>
 #include <iostream>
 
+#include "browse/MediaDatabase.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
-#include "cli/MediaDatabase.h"
 #include "cli/Summary.h"
 
 namespace orvel::cli {
@@ -15,7 +15,7 @@ namespace orvel::cli {
 namespace {
 
 void printSize(const std::string& file) {
-  const std::int64_t bytes = databaseBytes(file);
+  const std::int64_t bytes = browse::databaseBytes(file);
   const double share =
       100.0 * static_cast<double>(bytes) / static_cast<double>(Limits().databaseBytes);
   std::cout << "  Size       " << readableSize(bytes) << ", " << std::fixed << std::setprecision(1)
@@ -27,16 +27,16 @@ void printSize(const std::string& file) {
 void print(const std::string& file) {
   std::cout << displayText(file) << "\n";
   try {
-    const MediaDatabase database(file);
+    const browse::MediaDatabase database(file);
     const std::string device = database.deviceId();
     if (!device.empty()) std::cout << "  Device     " << displayText(device) << "\n";
-    for (const StoredPartition& partition : database.partitions()) {
+    for (const browse::StoredPartition& partition : database.partitions()) {
       std::cout << "  Partition  " << displayText(partition.mountPoint) << "  "
                 << (partition.status.empty() ? "not indexed yet" : displayText(partition.status))
                 << "\n";
     }
     std::cout << "  Content    " << readableTotals(database.totals()) << "\n";
-  } catch (const CommandError& error) {
+  } catch (const browse::DatabaseError& error) {
     std::cout << "  " << displayText(error.what()) << "\n";
   }
   printSize(file);
@@ -45,7 +45,7 @@ void print(const std::string& file) {
 }  // namespace
 
 int runStatus(const StatusOptions& options) {
-  const std::vector<std::string> databases = databasesIn(options.databaseFolder);
+  const std::vector<std::string> databases = browse::databasesIn(options.databaseFolder);
   if (databases.empty()) {
     std::cout << "No device has been indexed into " << displayText(options.databaseFolder) << ".\n";
   }

@@ -98,7 +98,7 @@ std::string readableSize(std::int64_t bytes) {
   return text.str();
 }
 
-std::string readableTotals(const Totals& totals) {
+std::string readableTotals(const browse::Totals& totals) {
   return counted(totals.songs, "song", "songs") + ", " +
          counted(totals.artists, "artist", "artists") + ", " +
          counted(totals.albums, "album", "albums") + ", " +

@@ -13,6 +13,6 @@ std::string summary(const IndexResult& result);
 std::string readableSize(std::int64_t bytes);
 
 /// Formats the counts of a database on one line for people.
-std::string readableTotals(const Totals& totals);
+std::string readableTotals(const browse::Totals& totals);
 
 }  // namespace orvel::cli

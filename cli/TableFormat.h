@@ -11,10 +11,10 @@ namespace orvel::cli {
 class TableFormat : public ListFormat {
  public:
   /// @param availableWidth  in terminal columns; 0: no limit
-  TableFormat(const std::vector<Column>& wantedColumns, std::ostream& stream,
+  TableFormat(const std::vector<browse::Column>& wantedColumns, std::ostream& stream,
               std::size_t availableWidth);
 
-  void row(const Row& row) override;
+  void row(const browse::Row& row) override;
   void end() override;
 
  private:
@@ -23,7 +23,7 @@ class TableFormat : public ListFormat {
   [[nodiscard]] std::vector<std::size_t> fittedWidths() const;
   void print(const Line& line, const std::vector<std::size_t>& widths) const;
 
-  std::vector<Column> columns;
+  std::vector<browse::Column> columns;
   std::ostream& out;
   std::size_t width;
   std::vector<Line> lines;

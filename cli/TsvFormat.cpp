@@ -6,10 +6,10 @@
 
 namespace orvel::cli {
 
-TsvFormat::TsvFormat(std::vector<Column> wantedColumns, std::ostream& stream)
+TsvFormat::TsvFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream)
     : columns(std::move(wantedColumns)), out(stream) {
   const char* separator = "";
-  for (const Column& column : columns) {
+  for (const browse::Column& column : columns) {
     if (!column.everywhere) continue;
     out << separator << column.name;
     separator = "\t";
@@ -17,7 +17,7 @@ TsvFormat::TsvFormat(std::vector<Column> wantedColumns, std::ostream& stream)
   out << '\n';
 }
 
-void TsvFormat::row(const Row& row) {
+void TsvFormat::row(const browse::Row& row) {
   const char* separator = "";
   for (std::size_t i = 0; i < columns.size(); ++i) {
     if (!columns[i].everywhere) continue;

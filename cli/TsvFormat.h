@@ -8,13 +8,13 @@ namespace orvel::cli {
 /// characters and backslashes in values with a backslash.
 class TsvFormat : public ListFormat {
  public:
-  TsvFormat(std::vector<Column> wantedColumns, std::ostream& stream);
+  TsvFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream);
 
-  void row(const Row& row) override;
+  void row(const browse::Row& row) override;
   void end() override {}
 
  private:
-  std::vector<Column> columns;
+  std::vector<browse::Column> columns;
   std::ostream& out;
 };
 

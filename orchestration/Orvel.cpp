@@ -26,6 +26,12 @@ void Orvel::prioritizeOperation(OperationType type, const std::string& deviceId,
                     static_cast<unsigned int>(handle), mountPoint, false});
 }
 
+void Orvel::stopOperation(OperationType type, const std::string& deviceId, std::size_t handle,
+                          const std::string& mountPoint) {
+  requests->accept({Requests::HostCall::Kind::Stop, type, deviceId,
+                    static_cast<unsigned int>(handle), mountPoint, false});
+}
+
 std::optional<ProgressSnapshot> Orvel::progressOf(const std::string& mountPoint) const {
   return requests->progressOf(mountPoint);
 }

@@ -107,10 +107,16 @@ void Orvel::Requests::serveHandedOver() {
 void Orvel::Requests::carryOut(const HostCall& call) {
   const sqlstl::WaitLimit limit(sqlstl::kHostLockWait);
   try {
-    if (call.kind == HostCall::Kind::Start) {
-      start(call);
-    } else {
-      prioritize(call);
+    switch (call.kind) {
+      case HostCall::Kind::Start:
+        start(call);
+        break;
+      case HostCall::Kind::Prioritize:
+        prioritize(call);
+        break;
+      case HostCall::Kind::Stop:
+        stop(call);
+        break;
     }
   } catch (const std::exception& error) {
     // Nothing may be thrown through a slot of the host's main loop.
@@ -175,7 +181,7 @@ std::unique_ptr<SongDirectoryPipeline> Orvel::Requests::makePipeline(OperationTy
   return std::make_unique<MtpPipeline>(&owner);
 }
 
-void Orvel::Requests::supersede(const HostCall& call) {
+bool Orvel::Requests::supersede(const HostCall& call) {
   std::vector<Pipelines::iterator> superseded;
   superseded.reserve(pipelines.size());
   const Deadline deadline = patienceFromNow();
@@ -193,9 +199,10 @@ void Orvel::Requests::supersede(const HostCall& call) {
     pipeline->stop();
     awaitEnd(std::move(pipeline), deadline);
   }
-  if (superseded.empty()) return;
+  if (superseded.empty()) return false;
   OV_INFO("Erasing %x", addressOf(&superseded));
   for (const auto& entry : superseded) pipelines.erase(entry);
+  return true;
 }
 
 std::unique_ptr<SongDirectoryPipeline> Orvel::Requests::awaitEnd(
@@ -234,6 +241,26 @@ void Orvel::Requests::prioritize(const HostCall& call) {
   }
 }
 
+void Orvel::Requests::stop(const HostCall& call) {
+  if (!supersede(call)) return;
+  {
+    const MutexLock guard(progressMutex);
+    RequestProgress& stopped = *newestProgress.at(call.mountPoint);
+    if (stopped.snapshot().phase != RequestPhase::Finished) {
+      stopped.leaveUndone(LeftUndone::Interrupted);
+      stopped.fail();
+    }
+  }
+  startNext();
+}
+
+void Orvel::Requests::startNext() {
+  if (pipelines.empty()) return;
+  SongDirectoryPipeline& next = *pipelines.begin()->second;
+  OV_INFO("queue is not empty: go on %x", addressOf(&next));
+  next.start();
+}
+
 void Orvel::Requests::finish(const Operation& finished) {
   const LockHolder held(*this);
   if (owner.stopping()) {
@@ -254,11 +281,7 @@ void Orvel::Requests::finish(const Operation& finished) {
     }
     pipelines.erase(entry);
   }
-  if (!pipelines.empty()) {
-    SongDirectoryPipeline& next = *pipelines.begin()->second;
-    OV_INFO("queue is not empty: go on %x", addressOf(&next));
-    next.start();
-  }
+  startNext();
 }
 
 // A receiver of `databaseExists` holds the lock already.

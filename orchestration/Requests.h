@@ -35,9 +35,9 @@ class Orvel::Requests {
   /// 1.
   static constexpr int kHandedOver = 0;
 
-  /// A start or prioritise call of the host's.
+  /// A start, prioritise or stop call of the host's.
   struct HostCall {
-    enum class Kind { Start, Prioritize } kind;
+    enum class Kind { Start, Prioritize, Stop } kind;
     OperationType type;
     std::string deviceId;
     unsigned int handle;
@@ -75,8 +75,12 @@ class Orvel::Requests {
   void enter(const HostCall& call, std::unique_ptr<SongDirectoryPipeline> created)
       ORVEL_REQUIRES(lock);
   [[nodiscard]] std::unique_ptr<SongDirectoryPipeline> makePipeline(OperationType type) const;
-  void supersede(const HostCall& call) ORVEL_REQUIRES(lock);
+  /// Stops and deletes the requests for the call's device and mount point. True if there were any.
+  bool supersede(const HostCall& call) ORVEL_REQUIRES(lock);
   void prioritize(const HostCall& call) ORVEL_REQUIRES(lock);
+  void stop(const HostCall& call) ORVEL_REQUIRES(lock);
+  /// Starts the first request of the table.
+  void startNext() ORVEL_REQUIRES(lock);
   void remember(const std::string& mountPoint, std::shared_ptr<RequestProgress> newest)
       ORVEL_EXCLUDES(progressMutex);
 

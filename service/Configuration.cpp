@@ -292,6 +292,12 @@ Configuration::Configuration() {
   settings.workPriority = WorkPriority::Background;
 }
 
+const char* nameOf(TextRegion region) {
+  const auto known = std::find_if(kRegions.begin(), kRegions.end(),
+                                  [&](const auto& entry) { return entry.second == region; });
+  return known->first.c_str();
+}
+
 ConfigurationReading readConfiguration(const std::string& path) {
   ConfigurationReading reading;
   char* content = nullptr;

@@ -30,6 +30,9 @@ struct ConfigurationReading {
   std::vector<std::string> problems;
 };
 
+/// The name of a region in the file.
+const char* nameOf(TextRegion region);
+
 /// Reads the key file at `path`; `orveld.conf` describes its keys. A key with a wrong value keeps
 /// its default; if the file cannot be read or parsed, all do. An absent file is a problem, too: a
 /// caller that can do without one looks first. Any thread.

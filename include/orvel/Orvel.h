@@ -39,6 +39,12 @@ class ORVEL_EXPORT Orvel : public Server<Block<void>, Block<void>> {
   void prioritizeOperation(OperationType type, const std::string& deviceId, std::size_t handle,
                            const std::string& mountPoint);
 
+  /// Stops and deletes the live request for this device id and mount point and runs the next one.
+  /// Its songs so far stay in the database, whose status stays "PROGRESS"; its phase becomes
+  /// `Failed`. Waits like a new request that supersedes it.
+  void stopOperation(OperationType type, const std::string& deviceId, std::size_t handle,
+                     const std::string& mountPoint);
+
   /// How far the newest request for `mountPoint` is, also after it has ended; nothing when there
   /// never was one. Any thread; never waits for a request.
   [[nodiscard]] std::optional<ProgressSnapshot> progressOf(const std::string& mountPoint) const;

@@ -1,4 +1,4 @@
-#include "cli/DeviceId.h"
+#include "host/DeviceId.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
-namespace orvel::cli {
+namespace orvel::host {
 namespace {
 
 /// Describes mounts that are not there, with /dev/null and /dev/zero for the sticks' devices.
@@ -52,4 +52,4 @@ TEST_F(DeviceIdTest, IsThePathElsewhere) {
 }
 
 }  // namespace
-}  // namespace orvel::cli
+}  // namespace orvel::host

@@ -8,14 +8,14 @@
 namespace orvel::cli {
 namespace {
 
-std::string tableOf(const std::vector<Row>& rows, std::size_t width) {
+std::string tableOf(const std::vector<browse::Row>& rows, std::size_t width) {
   std::ostringstream out;
-  TableFormat table({{"path", Column::Kind::Path},
-                     {"id", Column::Kind::Text, false},
-                     {"title", Column::Kind::Text},
-                     {"disc", Column::Kind::Number}},
+  TableFormat table({{"path", browse::Column::Kind::Path},
+                     {"id", browse::Column::Kind::Text, false},
+                     {"title", browse::Column::Kind::Text},
+                     {"disc", browse::Column::Kind::Number}},
                     out, width);
-  for (const Row& row : rows) table.row(row);
+  for (const browse::Row& row : rows) table.row(row);
   table.end();
   return out.str();
 }

@@ -1,4 +1,4 @@
-#include "cli/DeviceId.h"
+#include "host/DeviceId.h"
 
 #include <sys/stat.h>
 
@@ -11,7 +11,7 @@
 #include "hotplug/MountTable.h"
 #include "hotplug/isPlainUuid.h"
 
-namespace orvel::cli {
+namespace orvel::host {
 
 namespace {
 
@@ -48,4 +48,4 @@ std::string defaultDeviceId(const std::string& folder, const MountFiles& files) 
   return folder;
 }
 
-}  // namespace orvel::cli
+}  // namespace orvel::host

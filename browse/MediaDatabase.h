@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -9,7 +10,13 @@
 
 #include "db/sqlite/Connection.h"
 
-namespace orvel::cli {
+namespace orvel::browse {
+
+/// A database that cannot be read; the text names it and the remedy.
+class DatabaseError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 /// The number of rows of each kind in a database.
 struct Totals {
@@ -31,17 +38,23 @@ struct StoredPartition {
 /// One value of a row: NULL, a number, or a text that is valid until the next row.
 using Cell = std::variant<std::monostate, std::int64_t, std::string_view>;
 using Row = std::vector<Cell>;
+/// Receives a row; false ends the query.
+using RowReceiver = std::function<bool(const Row&)>;
 
 /// A device's database, which an indexer may be writing at the same time. Failures are
-/// CommandErrors. Belongs to one thread.
+/// DatabaseErrors. Belongs to one thread.
 class MediaDatabase {
  public:
   /// Opens `file` read-only; throws when it is absent or not a database of this version.
   explicit MediaDatabase(const std::string& file);
 
-  /// Runs one statement with text parameters and calls `receive` with each row.
+  /// Runs one statement with text parameters and calls `receive` with each row, until it returns
+  /// false.
   void query(const std::string& sql, const std::vector<std::string>& parameters,
-             const std::function<void(const Row&)>& receive) const;
+             const RowReceiver& receive) const;
+
+  /// Runs `work`, whose queries all see the database as it is at one moment.
+  void atOneMoment(const std::function<void()>& work) const;
 
   [[nodiscard]] Totals totals() const;
   [[nodiscard]] std::vector<StoredPartition> partitions() const;
@@ -61,8 +74,8 @@ class MediaDatabase {
 /// The bytes of a database and its write-ahead log; 0 when there is none.
 std::int64_t databaseBytes(const std::string& file);
 
-/// The databases in a folder, sorted by name. Throws CommandError for an existing folder that
+/// The databases in a folder, sorted by name. Throws DatabaseError for an existing folder that
 /// cannot be read.
 std::vector<std::string> databasesIn(const std::string& folder);
 
-}  // namespace orvel::cli
+}  // namespace orvel::browse

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace orvel::cli {
+namespace orvel::browse {
 
 enum class ListKind { Songs, Artists, Albums, Genres, Composers, Directories, Playlists };
+
+/// The kinds by the names that people use for them.
+const std::map<std::string, ListKind>& listKinds();
 
 /// Selects everything of one kind that matches all filters. Filters compare exactly, including
 /// case; a playlist and a directory match by name or path.
@@ -30,11 +34,12 @@ struct Column {
 /// A statement whose result begins with `columns`.
 struct Listing {
   std::vector<Column> columns;
-  std::string sql;
+  std::string select;  ///< without the order
+  std::string order;   ///< terms for ORDER BY
   std::vector<std::string> parameters;
 };
 
-/// Makes the statement for a query. The connection that runs it needs the collation UTF8.
+/// Makes the listing for a query. The connection that runs it needs the collation UTF8.
 Listing listingFor(const ListQuery& query);
 
-}  // namespace orvel::cli
+}  // namespace orvel::browse

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace orvel::cli {
+namespace orvel::host {
 
 /// Files in which the system describes its mounts and file systems; tests replace them.
 struct MountFiles {
@@ -15,4 +15,4 @@ struct MountFiles {
 /// plugged in, and otherwise the path itself.
 std::string defaultDeviceId(const std::string& folder, const MountFiles& files = {});
 
-}  // namespace orvel::cli
+}  // namespace orvel::host

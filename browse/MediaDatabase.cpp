@@ -1,16 +1,15 @@
-#include "cli/MediaDatabase.h"
+#include "browse/MediaDatabase.h"
 
 #include <orvel/Collation.h>
 
-#include <QUrl>
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 
-#include "cli/ExitStatus.h"
+#include "base/GlibText.h"
 #include "db/sqlite/Statement.h"
 
-namespace orvel::cli {
+namespace orvel::browse {
 
 namespace {
 
@@ -26,7 +25,10 @@ std::int64_t bytesOf(const std::string& file) {
 }
 
 std::string fileUri(const std::string& path, const char* mode) {
-  return "file:" + QByteArray::fromStdString(path).toPercentEncoding("/").toStdString() + mode;
+  const GlibText escaped =
+      ownGlibText(g_uri_escape_bytes(reinterpret_cast<const guint8*>(path.data()), path.size(),
+                                     G_URI_RESERVED_CHARS_ALLOWED_IN_PATH));
+  return std::string("file:") + escaped.get() + mode;
 }
 
 Cell cellAt(const sqlite::Statement& statement, int column) {
@@ -52,12 +54,28 @@ std::int64_t numberOf(const Cell& cell) {
   return number == nullptr ? 0 : *number;
 }
 
+/// Keeps a connection's view of the database for a scope.
+class ReadTransaction {
+ public:
+  explicit ReadTransaction(const sqlite::Connection& viewing) : connection(viewing) {
+    run("BEGIN;");
+  }
+  ~ReadTransaction() { run("COMMIT;"); }
+  ReadTransaction(const ReadTransaction&) = delete;
+  ReadTransaction& operator=(const ReadTransaction&) = delete;
+
+ private:
+  void run(const char* sql) { sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr); }
+
+  const sqlite::Connection& connection;
+};
+
 }  // namespace
 
 MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
   std::error_code ignored;
   if (!fs::is_regular_file(path, ignored)) {
-    throw CommandError(CouldNotRun, "There is no database " + path + ". Run 'orvel index' first.");
+    throw DatabaseError("There is no database " + path + ". Run 'orvel index' first.");
   }
   if (open(fileUri(path, "?mode=ro"))) return;
   // To read a database in WAL mode, SQLite creates an index of the log. Where the folder is
@@ -82,7 +100,7 @@ bool MediaDatabase::open(const std::string& uri) {
 }
 
 void MediaDatabase::query(const std::string& sql, const std::vector<std::string>& parameters,
-                          const std::function<void(const Row&)>& receive) const {
+                          const RowReceiver& receive) const {
   sqlite::Statement statement;
   if (statement.prepare(connection.get(), sql.c_str()) != SQLITE_OK) fail();
   int position = 1;
@@ -91,15 +109,19 @@ void MediaDatabase::query(const std::string& sql, const std::vector<std::string>
   int result = statement.step();
   for (; result == SQLITE_ROW; result = statement.step()) {
     for (std::size_t i = 0; i < row.size(); ++i) row[i] = cellAt(statement, static_cast<int>(i));
-    receive(row);
+    if (!receive(row)) return;
   }
   if (result != SQLITE_DONE) fail();
 }
 
+void MediaDatabase::atOneMoment(const std::function<void()>& work) const {
+  const ReadTransaction transaction(connection);
+  work();
+}
+
 void MediaDatabase::fail() const {
-  throw CommandError(CouldNotRun, "Cannot read the database " + path + " (" +
-                                      connection.errorMessage() +
-                                      "). Index the device again, or name another database.");
+  throw DatabaseError("Cannot read the database " + path + " (" + connection.errorMessage() +
+                      "). Index the device again, or name another database.");
 }
 
 Totals MediaDatabase::totals() const {
@@ -112,6 +134,7 @@ Totals MediaDatabase::totals() const {
       {}, [&](const Row& row) {
         totals = {numberOf(row[0]), numberOf(row[1]), numberOf(row[2]), numberOf(row[3]),
                   numberOf(row[4]), numberOf(row[5]), numberOf(row[6])};
+        return true;
       });
   return totals;
 }
@@ -121,6 +144,7 @@ std::vector<StoredPartition> MediaDatabase::partitions() const {
   query("SELECT MOUNTPOINT, STATUS FROM PARTITIONS ORDER BY MOUNTPOINT COLLATE UTF8;", {},
         [&](const Row& row) {
           partitions.push_back({textOf(row[0]), textOf(row[1])});
+          return true;
         });
   return partitions;
 }
@@ -130,7 +154,10 @@ std::string MediaDatabase::deviceId() const {
   // an empty path.
   std::string device;
   query("SELECT PARENT_ID FROM DIRECTORIES WHERE OBJECTID = PARTITION_ID OR PATH = '' LIMIT 1;", {},
-        [&](const Row& row) { device = textOf(row[0]); });
+        [&](const Row& row) {
+          device = textOf(row[0]);
+          return false;
+        });
   return device;
 }
 
@@ -148,11 +175,11 @@ std::vector<std::string> databasesIn(const std::string& folder) {
     databases.push_back(entry->path().string());
   }
   if (error && error != std::errc::no_such_file_or_directory) {
-    throw CommandError(CouldNotRun, "Cannot read the database folder " + folder + " (" +
-                                        error.message() + "). Name another with --db-dir.");
+    throw DatabaseError("Cannot read the database folder " + folder + " (" + error.message() +
+                        "). Name another with --db-dir.");
   }
   std::sort(databases.begin(), databases.end());
   return databases;
 }
 
-}  // namespace orvel::cli
+}  // namespace orvel::browse

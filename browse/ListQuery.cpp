@@ -1,6 +1,6 @@
-#include "cli/ListQuery.h"
+#include "browse/ListQuery.h"
 
-namespace orvel::cli {
+namespace orvel::browse {
 
 namespace {
 
@@ -70,24 +70,22 @@ constexpr char kSongCells[] =
 
 Listing songs(const ListQuery& query) {
   const Filter filter = filterWithPlaylist(query);
-  return {songColumns(),
-          std::string(kSongCells) + kSongs + filter.where + " ORDER BY S.PATH COLLATE UTF8, S.ID;",
-          filter.parameters};
+  return {songColumns(), std::string(kSongCells) + kSongs + filter.where,
+          "S.PATH COLLATE UTF8, S.ID", filter.parameters};
 }
 
 /// The songs of a playlist in its order. An entry joins its song by identifier, because the two may
 /// spell the path differently; of several files whose paths differ only in case the exact one wins.
 Listing songsOfPlaylist(const ListQuery& query) {
   const Filter filter(query);
-  Listing listing{songColumns(), "", {*query.playlist}};
+  Listing listing{songColumns(), "", "E.PLAYPATH COLLATE UTF8, E.POSITION", {*query.playlist}};
   listing.columns.push_back({"position", Kind::Number, false});
-  listing.sql =
+  listing.select =
       "WITH ENTRIES AS (SELECT ID, PLAYPATH, TRACKPATH, TRACKID,"
       " ROW_NUMBER() OVER (PARTITION BY PLAYID ORDER BY ID) AS POSITION FROM VIEW_PLAYLISTENTRIES"
       " WHERE PLAYID IN (SELECT PLAYID FROM PLAYLISTS WHERE ? IN (PLAYNAME, PLAYPATH)))" +
       std::string(kSongCells) + ", E.POSITION, MAX(S.PATH = E.TRACKPATH)" + kSongs +
-      " JOIN ENTRIES E ON E.TRACKID = S.OBJECTID" + filter.where +
-      " GROUP BY E.ID ORDER BY E.PLAYPATH COLLATE UTF8, E.POSITION;";
+      " JOIN ENTRIES E ON E.TRACKID = S.OBJECTID" + filter.where + " GROUP BY E.ID";
   listing.parameters.insert(listing.parameters.end(), filter.parameters.begin(),
                             filter.parameters.end());
   return listing;
@@ -98,8 +96,8 @@ Listing names(const ListQuery& query, const NameTable& table) {
   const std::string text = std::string(table.alias) + "." + table.text;
   return {{{"name", Kind::Text}, {"sort", Kind::Text}, {"songs", Kind::Number}},
           "SELECT " + text + ", " + table.alias + "." + table.sortForm + ", COUNT(*)" + kSongs +
-              filter.where + " GROUP BY " + text + " ORDER BY " + text + " COLLATE UTF8, " + text +
-              ";",
+              filter.where + " GROUP BY " + text,
+          text + " COLLATE UTF8, " + text,
           filter.parameters};
 }
 
@@ -116,8 +114,8 @@ Listing directories(const ListQuery& query) {
           " GROUP BY S.DIRECTORYID)"
           " SELECT D.PATH, D.NAME, P.PATH, COALESCE(N.SONGS, 0) FROM DIRECTORIES D"
           " LEFT JOIN DIRECTORIES P ON P.OBJECTID = D.PARENT_ID" +
-          (hasFilter(query) ? "" : " LEFT") +
-          " JOIN COUNTS N ON N.ID = D.OBJECTID ORDER BY D.PATH COLLATE UTF8, D.PATH;",
+          (hasFilter(query) ? "" : " LEFT") + " JOIN COUNTS N ON N.ID = D.OBJECTID",
+      "D.PATH COLLATE UTF8, D.PATH",
       filter.parameters};
 }
 
@@ -131,11 +129,21 @@ Listing playlists(const ListQuery& query) {
   filter.add("? IN (E.PLAYNAME, E.PLAYPATH)", query.playlist);
   return {{{"name", Kind::Text}, {"path", Kind::Path}, {"entries", Kind::Number}},
           "SELECT E.PLAYNAME, E.PLAYPATH, COUNT(*) FROM VIEW_PLAYLISTENTRIES E" + filter.where +
-              " GROUP BY E.PLAYID ORDER BY E.PLAYNAME COLLATE UTF8, E.PLAYPATH;",
+              " GROUP BY E.PLAYID",
+          "E.PLAYNAME COLLATE UTF8, E.PLAYPATH",
           filter.parameters};
 }
 
 }  // namespace
+
+const std::map<std::string, ListKind>& listKinds() {
+  static const std::map<std::string, ListKind> kinds = {
+      {"songs", ListKind::Songs},         {"artists", ListKind::Artists},
+      {"albums", ListKind::Albums},       {"genres", ListKind::Genres},
+      {"composers", ListKind::Composers}, {"directories", ListKind::Directories},
+      {"playlists", ListKind::Playlists}};
+  return kinds;
+}
 
 Listing listingFor(const ListQuery& query) {
   switch (query.kind) {
@@ -157,4 +165,4 @@ Listing listingFor(const ListQuery& query) {
   return {};
 }
 
-}  // namespace orvel::cli
+}  // namespace orvel::browse
