@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "hotplug/GlibObject.h"
+#include "base/GlibObject.h"
 
 namespace orvel::hotplug {
 

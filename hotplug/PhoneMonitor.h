@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "hotplug/GlibObject.h"
+#include "base/GlibObject.h"
 
 namespace orvel::hotplug {
 

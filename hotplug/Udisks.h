@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "hotplug/GlibObject.h"
+#include "base/GlibObject.h"
 
 namespace orvel::hotplug {
 

@@ -64,7 +64,6 @@ def start():
     for folder in PRIVATE:
         os.makedirs(folder, exist_ok=True)
         call("mount", "-t", "tmpfs", "tmpfs", folder)
-    call("ip", "link", "set", "lo", "up")
     for folder in ("/run/udev/rules.d", "/run/dbus", "/run/images"):
         os.makedirs(folder)
     with open("/run/udev/rules.d/99-media.rules", "w") as rules:
