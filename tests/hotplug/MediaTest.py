@@ -114,14 +114,15 @@ class Strangers(MediaTestCase):
 class WithUdisks(MediaTestCase):
     """Only udisks says that a loop device is a medium."""
 
-    def setUp(self):
-        self.enterContext(running("dbus-daemon", "--system", "--nofork", "--nopidfile", "--nosyslog",
-                                  ready=lambda: os.path.exists(BUS)))
+    @classmethod
+    def setUpClass(cls):
+        cls.enterClassContext(running("dbus-daemon", "--system", "--nofork", "--nopidfile", "--nosyslog",
+                                      ready=lambda: os.path.exists(BUS)))
 
     def udisks(self):
         return running(UDISKSD, ready=lambda: "true" in call(
             "gdbus", "call", "--system", "--dest", "org.freedesktop.DBus", "--object-path", "/", "--method",
-            "org.freedesktop.DBus.NameHasOwner", "org.freedesktop.UDisks2"))
+            "org.freedesktop.DBus.NameHasOwner", "org.freedesktop.UDisks2", check=False))
 
     def testUdisksComesAndGoes(self):
         stick = Stick(self, "hinted", "Hinted")
