@@ -119,7 +119,7 @@ class Stick:
     def plug(self):
         self.node = call("losetup", "-f", "--show", self.image)
         if self.partitioned:
-            call("partx", "-a", self.node)
+            call("partx", "-u", self.node)
         call("udevadm", "settle")
         return self
 
