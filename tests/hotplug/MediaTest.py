@@ -2,6 +2,8 @@
 
 import os
 import shutil
+import signal
+import time
 import unittest
 
 import ownSystem
@@ -12,7 +14,8 @@ BUS = "/run/dbus/system_bus_socket"
 
 
 def setUpModule():
-    ownSystem.start()
+    global udevd
+    udevd = ownSystem.start()
 
 
 class MediaTestCase(unittest.TestCase):
@@ -58,6 +61,26 @@ class Mounts(MediaTestCase):
         stick.plug()
         elsewhere = self.mountStick(stick, "/run/media/u/x", 2)
         self.expect(monitor.next("attached"), uuid, elsewhere)
+
+    def testADiskThatUdevHasNotReadIsAwaited(self):
+        stick = Stick(self, "fresh", "Fresh")
+        uuid = stick.uuid()
+        stick.unplug()
+        monitor = Monitor(self, LOOPS)
+        self.addCleanup(udevd.send_signal, signal.SIGCONT)
+        for seconds, early in ((0.5, []), (4, ["/media/fresh"])):
+            udevd.send_signal(signal.SIGSTOP)
+            stick.plug(settle=False)
+            mounted = self.mountStick(stick, "/media/fresh")
+            time.sleep(seconds)
+            udevd.send_signal(signal.SIGCONT)
+            for deviceId in early:
+                self.expect(monitor.next("attached"), deviceId, mounted)
+                self.assertEqual(monitor.next("removed")["id"], deviceId)
+            self.expect(monitor.next("attached"), uuid, mounted)
+            call("umount", "/media/fresh")
+            self.assertEqual(monitor.next("removed")["id"], uuid)
+            stick.unplug()
 
     def testWhatIsNoMedium(self):
         stick = Stick(self, "whole", "Whole", partitioned=False)

@@ -63,7 +63,8 @@ def main():
 
 
 def start():
-    """Sets up a module: begins with empty folders and a device manager that calls its loop devices media."""
+    """Sets up a module: begins with empty folders and a device manager that calls its loop devices media.
+    Returns the device manager's process."""
     for folder in PRIVATE:
         os.makedirs(folder, exist_ok=True)
         call("mount", "-t", "tmpfs", "tmpfs", folder)
@@ -73,8 +74,9 @@ def start():
         rules.write(f'KERNEL=="loop*", ATTRS{{loop/backing_file}}=="*{os.path.basename(IMAGES)}*",'
                     ' ENV{UDISKS_AUTO}="1", ENV{UDISKS_SYSTEM}="0"\n')
     daemon = running(UDEVD, ready=lambda: os.path.exists("/run/udev/control"))
-    daemon.__enter__()
+    udevd = daemon.__enter__()
     unittest.addModuleCleanup(daemon.__exit__, None, None, None)
+    return udevd
 
 
 def waitFor(condition):
@@ -91,7 +93,7 @@ def running(*command, ready):
     process = subprocess.Popen(command, stderr=subprocess.DEVNULL)
     try:
         waitFor(ready)
-        yield
+        yield process
     finally:
         process.terminate()
         process.wait(WAIT_SECONDS)
@@ -116,12 +118,12 @@ class Stick:
             call("mke2fs", "-q", "-F", "-t", "ext4", "-L", label, self.partition(number))
         call("udevadm", "settle")
 
-    def plug(self):
+    def plug(self, settle=True):
         self.node = call("losetup", "-f", "--show", self.image)
         if self.partitioned:
             call("partx", "-u", self.node)
-        call("udevadm", "settle")
-        return self
+        if settle:
+            call("udevadm", "settle")
 
     def unplug(self):
         if self.node is None:
