@@ -56,6 +56,9 @@ class MediaDatabase {
   /// Runs `work`, whose queries all see the database as it is at one moment.
   void atOneMoment(const std::function<void()>& work) const;
 
+  /// Empties the cache.
+  void freeMemory() const { sqlite3_db_release_memory(connection.get()); }
+
   [[nodiscard]] Totals totals() const;
   [[nodiscard]] std::vector<StoredPartition> partitions() const;
   /// The device's id, taken from its root folder; empty while none is stored.

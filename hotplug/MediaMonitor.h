@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "base/GlibSource.h"
 #include "hotplug/BlockDevices.h"
-#include "hotplug/GlibSource.h"
 #include "hotplug/MediaPolicy.h"
 #include "hotplug/Medium.h"
 #include "hotplug/MountWatch.h"

@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "hotplug/GlibSource.h"
+#include "base/GlibSource.h"
 
 struct libmnt_monitor;
 

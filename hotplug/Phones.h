@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "hotplug/GlibSource.h"
+#include "base/GlibSource.h"
 #include "hotplug/PhoneMonitor.h"
 
 namespace orvel::hotplug {

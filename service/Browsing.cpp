@@ -1,17 +1,21 @@
 #include "service/Browsing.h"
 
+#include <malloc.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
 #include <set>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
+#include "base/GlibSource.h"
 #include "browse/ListQuery.h"
 #include "browse/Search.h"
 #include "service/BusError.h"
 #include "service/RowPage.h"
 #include "service/arguments.h"
-#include "service/callOnMainLoop.h"
 
 namespace orvel::service {
 
@@ -21,6 +25,8 @@ constexpr std::uint32_t kMostRows = 1000;
 constexpr unsigned kMostCallsOfClient = 8;
 constexpr unsigned kMostClients = 1000;
 constexpr std::size_t kMostOpen = 16;
+constexpr int kRests = 3;
+constexpr std::chrono::steady_clock::duration kLongestRest = std::chrono::milliseconds(300);
 
 browse::ListKind kindNamed(const std::string& name) {
   const auto found = browse::listKinds().find(name);
@@ -131,6 +137,7 @@ void Browsing::answerLater(GDBusMethodInvocation* call, const std::string& datab
   const std::string client = g_dbus_method_invocation_get_sender(call);
   admit(client);
   reader.post([this, call, client, database, work = std::move(work)] {
+    const auto begin = std::chrono::steady_clock::now();
     try {
       g_dbus_method_invocation_return_value(call, work(opened(database).database));
     } catch (const browse::DatabaseError& error) {
@@ -142,6 +149,10 @@ void Browsing::answerLater(GDBusMethodInvocation* call, const std::string& datab
       refuse(call, error);
     }
     release(client);
+    if (isIndexing) {
+      const auto taken = std::chrono::steady_clock::now() - begin;
+      std::this_thread::sleep_for(std::min(kRests * taken, kLongestRest));
+    }
   });
 }
 
@@ -191,14 +202,21 @@ std::optional<DatabaseContents> Browsing::contentsOf(const std::string& path) {
 void Browsing::examine(const std::string& database,
                        std::function<void(const std::optional<DatabaseContents>&)> tell) {
   reader.post([this, database, tell = std::move(tell)] {
-    callOnMainLoop([contents = contentsOf(database), tell] { tell(contents); });
+    post(nullptr, [contents = contentsOf(database), tell] { tell(contents); });
+  });
+}
+
+void Browsing::freeMemory() {
+  reader.post([this] {
+    for (const auto& [path, open] : databases) open->database.freeMemory();
+    malloc_trim(0);
   });
 }
 
 void Browsing::close(const std::string& database, std::function<void()> then) {
   reader.post([this, database, then = std::move(then)] {
     databases.erase(database);
-    callOnMainLoop(then);
+    post(nullptr, then);
   });
 }
 
@@ -210,7 +228,7 @@ void Browsing::examineAll(
       for (const std::string& database : browse::databasesIn(folder)) {
         const auto contents = contentsOf(database);
         databases.erase(database);
-        if (contents) callOnMainLoop([=] { tell(database, *contents); });
+        if (contents) post(nullptr, [=] { tell(database, *contents); });
       }
     } catch (const browse::DatabaseError&) {
       // An unreadable folder has no known devices; whoever indexes is told about it.

@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -28,7 +29,8 @@ struct DatabaseContents {
 /// Reads databases on a thread of its own, at a lower priority than the indexer's.
 ///
 /// Answers the Browser's calls. A client may have a few of them under way: one that floods the
-/// service waits for itself.
+/// service waits for itself. While a device is being indexed, the thread rests after each call for
+/// three times as long as the call took.
 class Browsing {
  public:
   Browsing();
@@ -47,6 +49,9 @@ class Browsing {
   /// Examines a database and calls `tell` on the main loop; with nothing if it cannot be read.
   void examine(const std::string& database,
                std::function<void(const std::optional<DatabaseContents>&)> tell);
+  void setIndexing(bool isUnderWay) { isIndexing = isUnderWay; }
+  /// Empties the caches of the databases.
+  void freeMemory();
   /// Closes a database that is to be deleted, and calls `then` on the main loop.
   void close(const std::string& database, std::function<void()> then);
   /// Calls `tell` on the main loop with each readable database of a folder.
@@ -65,6 +70,7 @@ class Browsing {
   OpenDatabase& opened(const std::string& path);
   std::optional<DatabaseContents> contentsOf(const std::string& path);
 
+  std::atomic<bool> isIndexing{false};
   std::mutex mutex;
   std::map<std::string, unsigned> callsOfClient;                   ///< under way
   std::map<std::string, std::unique_ptr<OpenDatabase>> databases;  ///< the reading thread's

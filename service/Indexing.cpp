@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "service/callOnMainLoop.h"
+#include "base/GlibSource.h"
 
 namespace orvel::service {
 
@@ -45,18 +45,18 @@ void Indexing::connectFacade() {
   QObject::connect(
       &facade, &OrvelQTProxy::indexingFinished, &connections,
       [this](const QString& mountPoint) {
-        callOnMainLoop([this, text = mountPoint.toStdString()] { finished(text); });
+        post(nullptr, [this, text = mountPoint.toStdString()] { finished(text); });
       },
       Qt::DirectConnection);
   QObject::connect(
       &facade, &OrvelQTProxy::crawlingFinished, &connections,
       [this](const QString& mountPoint) {
-        callOnMainLoop([this, text = mountPoint.toStdString()] { found(text); });
+        post(nullptr, [this, text = mountPoint.toStdString()] { found(text); });
       },
       Qt::DirectConnection);
   QObject::connect(
       &facade, &OrvelQTProxy::contentModified, &connections,
-      [this](const QString&) { callOnMainLoop([this] { look(); }); }, Qt::DirectConnection);
+      [this](const QString&) { post(nullptr, [this] { look(); }); }, Qt::DirectConnection);
 }
 
 void Indexing::index(const IndexTarget& target) {

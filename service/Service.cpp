@@ -10,12 +10,13 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/GlibSource.h"
 #include "base/Utf8.h"
 #include "browse/MediaDatabase.h"
 #include "host/DeviceId.h"
 #include "service/BusError.h"
 #include "service/arguments.h"
-#include "service/callOnMainLoop.h"
+#include "service/separated.h"
 
 namespace orvel::service {
 
@@ -92,6 +93,18 @@ std::string statusOf(const std::vector<browse::StoredPartition>& partitions) {
   return areOk ? "OK" : "PROGRESS";
 }
 
+std::vector<std::string> mountPointsOf(const hotplug::Medium& medium) {
+  std::vector<std::string> mountPoints;
+  for (const hotplug::Partition& partition : medium.partitions) {
+    mountPoints.push_back(partition.mountPoint);
+  }
+  return mountPoints;
+}
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
 /// The path without superfluous parts. Throws BusError when it is no absolute path.
 std::string cleanMountPoint(const std::string& path) {
   if (path.empty() || path.front() != '/') {
@@ -148,9 +161,9 @@ void Service::watchDevices() {
     media = std::make_unique<hotplug::MediaMonitor>(
         reading.configuration.media,
         hotplug::MediaMonitor::Events{
-            [this](const hotplug::Medium& medium) { mediumAttached(medium); },
-            [this](const hotplug::Medium& medium) { mediumChanged(medium); },
-            [this](const std::string& deviceId) { detached(deviceId); }});
+            [this](const hotplug::Medium& medium) { showMedium(medium); },
+            [this](const hotplug::Medium& medium) { showMedium(medium); },
+            [this](const std::string& mediumId) { removeMedium(mediumId); }});
   } catch (const std::runtime_error& error) {
     g_warning("%s Only folders that clients name are indexed.", error.what());
   }
@@ -161,44 +174,49 @@ void Service::watchDevices() {
                               [this](const AttachedDevice& phone) { detached(phone.deviceId); }});
 }
 
-void Service::mediumAttached(const hotplug::Medium& medium) {
-  Device& device = deviceFor(medium.deviceId, "stick", medium.name);
-  std::vector<std::string> mountPoints;
-  for (const hotplug::Partition& partition : medium.partitions) {
-    mountPoints.push_back(partition.mountPoint);
+void Service::showMedium(const hotplug::Medium& medium) {
+  std::set<std::string> before;
+  devicesOfMedium[medium.deviceId].swap(before);
+  for (const hotplug::Medium& stick : separated(medium)) {
+    before.erase(stick.deviceId);
+    devicesOfMedium[medium.deviceId].insert(stick.deviceId);
+    Device* const known = find(stick.deviceId);
+    if (known != nullptr && known->object.facts.isAttached) {
+      changeStick(*known, stick);
+    } else {
+      attachStick(stick);
+    }
   }
-  setMountPoints(device, mountPoints);
+  for (const std::string& gone : before) detached(gone);
+}
+
+void Service::removeMedium(const std::string& mediumId) {
+  for (const std::string& deviceId : devicesOfMedium[mediumId]) detached(deviceId);
+  devicesOfMedium.erase(mediumId);
+}
+
+void Service::attachStick(const hotplug::Medium& stick) {
+  Device& device = deviceFor(stick.deviceId, "stick", stick.name);
+  setMountPoints(device, mountPointsOf(stick));
   device.target.type = OperationType::MassStorage;
   device.object.facts.isAttached = true;
   if (reading.configuration.autoIndex) begin(device);
   device.object.publish();
 }
 
-void Service::mediumChanged(const hotplug::Medium& medium) {
-  Device* const device = find(medium.deviceId);
-  if (device == nullptr) return;
-  device->object.facts.name = medium.name;
-  std::vector<std::string> added;
-  std::vector<std::string> mountPoints;
-  for (const hotplug::Partition& partition : medium.partitions) {
-    mountPoints.push_back(partition.mountPoint);
-    const auto& known = device->target.mountPoints;
-    if (std::find(known.begin(), known.end(), partition.mountPoint) == known.end()) {
-      added.push_back(partition.mountPoint);
-    }
+void Service::changeStick(Device& device, const hotplug::Medium& stick) {
+  const std::vector<std::string> before = device.target.mountPoints;
+  const std::vector<std::string> now = mountPointsOf(stick);
+  device.object.facts.name = stick.name;
+  setMountPoints(device, now);
+  for (const std::string& mountPoint : before) {
+    if (!contains(now, mountPoint)) indexing.removePartition(stick.deviceId, mountPoint);
   }
-  for (const std::string& mountPoint : device->target.mountPoints) {
-    if (std::find(mountPoints.begin(), mountPoints.end(), mountPoint) == mountPoints.end()) {
-      indexing.removePartition(medium.deviceId, mountPoint);
-    }
+  for (const std::string& mountPoint : now) {
+    if (contains(before, mountPoint) || !reading.configuration.autoIndex) continue;
+    indexing.indexPartition(device.target, mountPoint);
   }
-  setMountPoints(*device, mountPoints);
-  if (reading.configuration.autoIndex) {
-    for (const std::string& mountPoint : added) {
-      indexing.indexPartition(device->target, mountPoint);
-    }
-  }
-  device->object.publish();
+  device.object.publish();
 }
 
 void Service::phoneAttached(const AttachedDevice& phone) {
@@ -287,6 +305,10 @@ void Service::indexingEnded(const std::string& deviceId) {
   }
   device->hasEnded = true;
   examine(*device);
+  if (!isBusy()) {
+    // What a run has left in the heaps of its threads would stay for as long as nothing happens.
+    browsing.freeMemory();
+  }
   noteActivity();
 }
 
@@ -321,7 +343,7 @@ void Service::index(GDBusMethodInvocation* call, const IndexCall& wanted) {
   const std::string mountPoint = cleanMountPoint(wanted.mountPoint);
   indexing.afterCalls([this, call, wanted, mountPoint] {
     const int error = failureToRead(mountPoint);
-    callOnMainLoop([this, call, wanted, mountPoint, error] {
+    post(nullptr, [this, call, wanted, mountPoint, error] {
       answer(call, [&] {
         if (error != 0) {
           throw BusError(BusError::Kind::InvalidArguments, "Cannot read the folder " + mountPoint +
@@ -390,8 +412,8 @@ Service::Device& Service::deviceFor(const std::string& deviceId, const char* kin
     facts.name = name;
     facts.databasePath = DatabaseMgr::instance().getDbNameFromDevId(deviceId);
     facts.generation = ++lastGeneration;
-    device = std::make_unique<Device>(objects.get(), std::move(facts),
-                                      static_cast<DeviceCalls&>(*this));
+    device =
+        std::make_unique<Device>(objects.get(), std::move(facts), static_cast<DeviceCalls&>(*this));
     device->target.deviceId = deviceId;
   }
   device->object.facts.kind = kind;
@@ -414,9 +436,9 @@ Service::Device& Service::deviceAt(const std::string& path) {
 
 Service::Device* Service::attachedWith(const std::string& mountPoint) {
   for (const auto& [deviceId, device] : devices) {
-    const auto& known = device->target.mountPoints;
-    const bool has = std::find(known.begin(), known.end(), mountPoint) != known.end();
-    if (device->object.facts.isAttached && has) return device.get();
+    if (device->object.facts.isAttached && contains(device->target.mountPoints, mountPoint)) {
+      return device.get();
+    }
   }
   return nullptr;
 }
@@ -460,7 +482,8 @@ void Service::show(Device& device, const DatabaseContents& contents) {
 }
 
 void Service::noteActivity() {
-  watchdog.setBusy(!indexing.isIdle());
+  watchdog.setBusy(isBusy());
+  browsing.setIndexing(isBusy());
   idleTimer.stop();
   if (reading.configuration.idleExit) idleTimer.run(*reading.configuration.idleExit);
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "base/GlibObject.h"
@@ -53,8 +54,10 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
   };
 
   // Hot plug.
-  void mediumAttached(const hotplug::Medium& medium);
-  void mediumChanged(const hotplug::Medium& medium);
+  void showMedium(const hotplug::Medium& medium);
+  void removeMedium(const std::string& mediumId);
+  void attachStick(const hotplug::Medium& stick);
+  void changeStick(Device& device, const hotplug::Medium& stick);
   void phoneAttached(const AttachedDevice& phone);
   void phoneChanged(const AttachedDevice& phone);
   void detached(const std::string& deviceId);
@@ -101,8 +104,9 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
   const std::function<void()> quit;
   /// Generations go on rising over restarts.
   std::uint64_t lastGeneration;
-  std::map<std::string, std::unique_ptr<Device>> devices;  ///< by id
-  std::string selected;                                    ///< a device id, or empty
+  std::map<std::string, std::unique_ptr<Device>> devices;        ///< by id
+  std::map<std::string, std::set<std::string>> devicesOfMedium;  ///< their ids
+  std::string selected;                                          ///< a device id, or empty
   Browsing browsing;
   Indexing indexing;
   ManagerObject manager;

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-namespace orvel::hotplug {
+namespace orvel {
 
 struct DestroySource {
   void operator()(GSource* source) const {
@@ -43,4 +43,4 @@ inline void post(GMainContext* context, std::function<void()> action) {
   g_source_unref(callOnce(context, g_timeout_source_new(0), std::move(action)).release());
 }
 
-}  // namespace orvel::hotplug
+}  // namespace orvel
