@@ -42,7 +42,7 @@ std::string defaultDeviceId(const std::string& folder, const MountFiles& files) 
   const dev_t device = mountedDevice(resolved.string(), files.mountInfo);
   if (device == 0) return folder;
   for (const fs::directory_entry& link : fs::directory_iterator(files.uuidLinks, ignored)) {
-    const std::string uuid = link.path().filename().string();
+    std::string uuid = link.path().filename().string();
     if (numberOf(link.path().string()) == device && hotplug::isPlainUuid(uuid)) return uuid;
   }
   return folder;

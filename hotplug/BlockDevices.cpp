@@ -65,7 +65,7 @@ std::map<std::uint64_t, Device> partsOf(GUdevClient* client, const Device& disk)
 
 std::string firstUuid(const std::map<std::uint64_t, Device>& parts) {
   for (const auto& [number, part] : parts) {
-    const std::string uuid = property(part, "ID_FS_UUID");
+    std::string uuid = property(part, "ID_FS_UUID");
     if (property(part, "ID_FS_USAGE") == "filesystem" && isPlainUuid(uuid)) return uuid;
   }
   return {};

@@ -3,6 +3,7 @@
 #include <gudev/gudev.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>

@@ -15,7 +15,7 @@ namespace {
 constexpr std::chrono::milliseconds kPause{50};
 /// The device manager describes a disk in less, unless it hangs.
 constexpr std::chrono::seconds kDescriptionWait{3};
-
+/// Between two looks while a disk waits for its description.
 constexpr unsigned kRecheckMs = 500;
 
 std::string nameFor(const Medium& medium, const std::string& model) {
@@ -55,11 +55,14 @@ void MediaMonitor::request() {
 void MediaMonitor::refresh() {
   nextRefresh.reset();
   refreshed = Clock::now();
+  Findings findings;
   try {
-    report(identified(look()));
+    findings = look();
   } catch (const std::runtime_error& error) {
-    g_warning("%s", error.what());
+    g_warning("%s Media stay as they were.", error.what());
+    return;
   }
+  report(identified(findings));
   if (!undescribed.empty()) nextRecheck = callLater(kRecheckMs, [this] { request(); });
 }
 

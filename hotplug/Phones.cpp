@@ -6,7 +6,6 @@
 #include <exception>
 #include <system_error>
 #include <thread>
-#include <tuple>
 #include <utility>
 
 namespace orvel::hotplug {
@@ -28,10 +27,15 @@ bool isLocked(const AttachedDevice& phone) {
 
 /// What hosts act upon. The free space of a storage changes with each look.
 bool isSame(const AttachedDevice& one, const AttachedDevice& other) {
-  const auto essence = [](const AttachedDevice& phone) {
-    return std::tie(phone.deviceId, phone.error);
-  };
-  return essence(one) == essence(other) && one.storages.size() == other.storages.size();
+  return one.error == other.error && one.storages.size() == other.storages.size();
+}
+
+/// The phone in `listing` with this handle and this id.
+const AttachedDevice* find(const std::map<t_handle, AttachedDevice>& listing,
+                           const AttachedDevice& phone) {
+  const auto found = listing.find(phone.handle);
+  return found != listing.end() && found->second.deviceId == phone.deviceId ? &found->second
+                                                                            : nullptr;
 }
 
 }  // namespace
@@ -67,7 +71,7 @@ void Phones::look() {
                                               g_main_context_unref);
   try {
     std::thread([context, owner = self] {
-      post(context.get(), [owner, finding = find()] {
+      post(context.get(), [owner, finding = list()] {
         if (*owner != nullptr) (*owner)->receive(finding);
       });
     }).detach();
@@ -78,7 +82,7 @@ void Phones::look() {
   }
 }
 
-Phones::Finding Phones::find() {
+Phones::Finding Phones::list() {
   Finding finding;
   try {
     for (AttachedDevice& phone : attachedDevices()) {
@@ -115,16 +119,16 @@ void Phones::report(Listing listing) {
   std::erase_if(listing, [](const auto& entry) { return !isAttached(entry.first); });
   const Listing before = std::exchange(known, std::move(listing));
   for (const auto& [handle, phone] : before) {
-    if (known.count(handle) != 0) continue;
-    MtpDevice::instance().disconnectDevice(handle);
-    events.removed(phone);
+    const AttachedDevice* const now = find(known, phone);
+    if (now == nullptr && known.count(handle) == 0) MtpDevice::instance().disconnectDevice(handle);
+    if (now == nullptr) events.removed(phone);
   }
-  for (const auto& [handle, phone] : known) {
-    const auto earlier = before.find(handle);
-    if (earlier == before.end()) {
-      events.attached(phone);
-    } else if (!isSame(earlier->second, phone)) {
-      events.changed(phone);
+  for (const auto& entry : known) {
+    const AttachedDevice* const earlier = find(before, entry.second);
+    if (earlier == nullptr) {
+      events.attached(entry.second);
+    } else if (!isSame(*earlier, entry.second)) {
+      events.changed(entry.second);
     }
   }
 }

@@ -19,11 +19,12 @@ class Phones {
  public:
   /// The receivers of reports. They must not destroy the object.
   struct Events {
+    /// A phone that is opened at last is reported again, after `removed`: its id is another then,
+    /// because only an open phone tells its serial number.
     std::function<void(const AttachedDevice&)> attached;
-    /// A phone was unlocked or locked, or was opened at last: then its id is another, because only
-    /// an open phone tells its serial number.
+    /// A phone was unlocked or locked.
     std::function<void(const AttachedDevice&)> changed;
-    /// The phone has gone. The library knows already: its requests end.
+    /// The phone has gone. The library knows already, so its requests end.
     std::function<void(const AttachedDevice&)> removed;
   };
 
@@ -40,7 +41,7 @@ class Phones {
   using Listing = std::map<t_handle, AttachedDevice>;
   struct Finding;
 
-  static Finding find();
+  static Finding list();
   void receive(const Finding& finding);
   void report(Listing listing);
   bool isAny(bool (*is)(const AttachedDevice&)) const;

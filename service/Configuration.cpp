@@ -259,19 +259,21 @@ class Reader {
  private:
   void readGroup(const std::string& group, const Keys& keys) {
     const Texts names(g_key_file_get_keys(file, group.c_str(), nullptr, nullptr));
-    for (const std::string& key : listOf(names)) {
-      const std::size_t line = lines.of(group, key);
-      const auto known = keys.find(key);
-      if (known == keys.end()) {
-        tell(line,
-             "The group [" + group + "] has no key " + key + ". Use one of " + namesIn(keys) + ".");
-        continue;
-      }
-      try {
-        known->second(reading.configuration, Value(file, group, key));
-      } catch (const WrongValue& wrong) {
-        tell(line, key + ": " + wrong.text + " The default applies.");
-      }
+    for (const std::string& key : listOf(names)) readKey(group, key, keys);
+  }
+
+  void readKey(const std::string& group, const std::string& key, const Keys& keys) {
+    const std::size_t line = lines.of(group, key);
+    const auto known = keys.find(key);
+    if (known == keys.end()) {
+      tell(line,
+           "The group [" + group + "] has no key " + key + ". Use one of " + namesIn(keys) + ".");
+      return;
+    }
+    try {
+      known->second(reading.configuration, Value(file, group, key));
+    } catch (const WrongValue& wrong) {
+      tell(line, key + ": " + wrong.text + " The default applies.");
     }
   }
 

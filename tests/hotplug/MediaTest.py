@@ -2,6 +2,8 @@
 
 import os
 import shutil
+import signal
+import time
 import unittest
 
 import ownSystem
@@ -12,7 +14,8 @@ BUS = "/run/dbus/system_bus_socket"
 
 
 def setUpModule():
-    ownSystem.start()
+    global udevd
+    udevd = ownSystem.start()
 
 
 class MediaTestCase(unittest.TestCase):
@@ -48,9 +51,7 @@ class Mounts(MediaTestCase):
         self.mount("--bind", "/media/first", "/media/again")
         self.mount("--bind", "/media/first/Music", "/media/folder")
         monitor.expectSilence()
-        woken = monitor.wakeUps()
-        monitor.expectSilence(1)
-        self.assertEqual(monitor.wakeUps(), woken, "woken though nothing had happened")
+        waitFor(monitor.sleeps)
 
         call("umount", "/media/again", "/media/folder", "/media/second part")
         self.expect(monitor.next("changed"), uuid, first)
@@ -60,6 +61,26 @@ class Mounts(MediaTestCase):
         stick.plug()
         elsewhere = self.mountStick(stick, "/run/media/u/x", 2)
         self.expect(monitor.next("attached"), uuid, elsewhere)
+
+    def testADiskThatUdevHasNotReadIsAwaited(self):
+        stick = Stick(self, "fresh", "Fresh")
+        uuid = stick.uuid()
+        stick.unplug()
+        monitor = Monitor(self, LOOPS)
+        self.addCleanup(udevd.send_signal, signal.SIGCONT)
+        for seconds, early in ((0.5, []), (4, ["/media/fresh"])):
+            udevd.send_signal(signal.SIGSTOP)
+            stick.plug(settle=False)
+            mounted = self.mountStick(stick, "/media/fresh")
+            time.sleep(seconds)
+            udevd.send_signal(signal.SIGCONT)
+            for deviceId in early:
+                self.expect(monitor.next("attached"), deviceId, mounted)
+                self.assertEqual(monitor.next("removed")["id"], deviceId)
+            self.expect(monitor.next("attached"), uuid, mounted)
+            call("umount", "/media/fresh")
+            self.assertEqual(monitor.next("removed")["id"], uuid)
+            stick.unplug()
 
     def testWhatIsNoMedium(self):
         stick = Stick(self, "whole", "Whole", partitioned=False)
@@ -89,7 +110,7 @@ class Strangers(MediaTestCase):
         uuid = stick.uuid()
         original = self.mountStick(stick, "/media/a")
         self.expect(monitor.next("attached"), uuid, original)
-        shutil.copy(stick.image, "/run/images/clone")
+        shutil.copy(stick.image, ownSystem.IMAGES + "/clone")
         clone = Stick(self, "clone")
         cloned = self.mountStick(clone, "/media/b")
         self.expect(monitor.next("attached"), uuid + "#2", cloned)
@@ -114,14 +135,15 @@ class Strangers(MediaTestCase):
 class WithUdisks(MediaTestCase):
     """Only udisks says that a loop device is a medium."""
 
-    def setUp(self):
-        self.enterContext(running("dbus-daemon", "--system", "--nofork", "--nopidfile", "--nosyslog",
-                                  ready=lambda: os.path.exists(BUS)))
+    @classmethod
+    def setUpClass(cls):
+        cls.enterClassContext(running("dbus-daemon", "--system", "--nofork", "--nopidfile", "--nosyslog",
+                                      ready=lambda: os.path.exists(BUS)))
 
     def udisks(self):
         return running(UDISKSD, ready=lambda: "true" in call(
             "gdbus", "call", "--system", "--dest", "org.freedesktop.DBus", "--object-path", "/", "--method",
-            "org.freedesktop.DBus.NameHasOwner", "org.freedesktop.UDisks2"))
+            "org.freedesktop.DBus.NameHasOwner", "org.freedesktop.UDisks2", check=False))
 
     def testUdisksComesAndGoes(self):
         stick = Stick(self, "hinted", "Hinted")

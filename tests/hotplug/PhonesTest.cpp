@@ -94,9 +94,11 @@ TEST_F(PhonesTest, LooksAgainAtAPhoneThatCannotBeReadYet) {
   const auto live = scripted::attach(locked);
   Phones phones(recorder());
   ASSERT_TRUE(comes("attached  failed"));
-  ASSERT_TRUE(comes("changed L locked"));
+  ASSERT_TRUE(comes("attached L locked"));
   live->update(phone("L"));
   EXPECT_TRUE(comes("changed L"));
+  EXPECT_EQ(reports,
+            (Reports{"attached  failed", "removed  failed", "attached L locked", "changed L"}));
 }
 
 TEST_F(PhonesTest, NobodyWaitsForAPhoneThatHangs) {

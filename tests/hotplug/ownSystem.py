@@ -5,6 +5,7 @@ import contextlib
 import json
 import os
 import queue
+import secrets
 import shutil
 import subprocess
 import sys
@@ -20,6 +21,8 @@ SKIPPED = 77
 WAIT_SECONDS = 10
 # Folders that the processes write to.
 PRIVATE = ("/dev/disk", "/run", "/media", "/mnt", "/var/lib/udisks2")
+# Loop devices belong to the whole machine. The name tells the test's own from those of others.
+IMAGES = "/run/" + secrets.token_hex(8)
 
 
 def call(*command, check=True):
@@ -60,18 +63,20 @@ def main():
 
 
 def start():
-    """Sets up a module: begins with empty folders and a device manager, under which any loop device may become a medium of udisks."""
+    """Sets up a module: begins with empty folders and a device manager that calls its loop devices media.
+    Returns the device manager's process."""
     for folder in PRIVATE:
         os.makedirs(folder, exist_ok=True)
         call("mount", "-t", "tmpfs", "tmpfs", folder)
-    call("ip", "link", "set", "lo", "up")
-    for folder in ("/run/udev/rules.d", "/run/dbus", "/run/images"):
+    for folder in ("/run/udev/rules.d", "/run/dbus", IMAGES):
         os.makedirs(folder)
     with open("/run/udev/rules.d/99-media.rules", "w") as rules:
-        rules.write('KERNEL=="loop*", ENV{UDISKS_AUTO}="1", ENV{UDISKS_SYSTEM}="0"\n')
+        rules.write(f'KERNEL=="loop*", ATTRS{{loop/backing_file}}=="*{os.path.basename(IMAGES)}*",'
+                    ' ENV{UDISKS_AUTO}="1", ENV{UDISKS_SYSTEM}="0"\n')
     daemon = running(UDEVD, ready=lambda: os.path.exists("/run/udev/control"))
-    daemon.__enter__()
+    udevd = daemon.__enter__()
     unittest.addModuleCleanup(daemon.__exit__, None, None, None)
+    return udevd
 
 
 def waitFor(condition):
@@ -88,7 +93,7 @@ def running(*command, ready):
     process = subprocess.Popen(command, stderr=subprocess.DEVNULL)
     try:
         waitFor(ready)
-        yield
+        yield process
     finally:
         process.terminate()
         process.wait(WAIT_SECONDS)
@@ -99,7 +104,7 @@ class Stick:
     is there already."""
 
     def __init__(self, test, name, *labels, partitioned=True):
-        self.image = "/run/images/" + name
+        self.image = f"{IMAGES}/{name}"
         self.partitioned = partitioned
         self.node = None
         with open(self.image, "ab") as image:
@@ -113,20 +118,23 @@ class Stick:
             call("mke2fs", "-q", "-F", "-t", "ext4", "-L", label, self.partition(number))
         call("udevadm", "settle")
 
-    def plug(self):
+    def plug(self, settle=True):
         self.node = call("losetup", "-f", "--show", self.image)
         if self.partitioned:
-            call("partx", "-a", self.node)
-        call("udevadm", "settle")
-        return self
+            call("partx", "-u", self.node)
+        if settle:
+            call("udevadm", "settle")
 
     def unplug(self):
         if self.node is None:
             return
-        if self.partitioned:
-            call("partx", "-d", self.node)
-        call("losetup", "-d", self.node)
-        self.node = None
+        try:
+            if self.partitioned:
+                # Device managers of others may look at it for a moment.
+                waitFor(lambda: subprocess.run(("partx", "-d", self.node)).returncode == 0)
+        finally:
+            call("losetup", "-d", self.node)
+            self.node = None
         call("udevadm", "settle")
 
     def partition(self, number=1):
@@ -177,8 +185,8 @@ class Monitor:
             if isinstance(found, str) and text in found:
                 return found
 
-    def expectSilence(self, seconds=0.5):
-        time.sleep(seconds)
+    def expectSilence(self):
+        time.sleep(0.5)
         while not self.events.empty():
             found = self.events.get()
             if isinstance(found, dict):
@@ -187,3 +195,9 @@ class Monitor:
     def wakeUps(self):
         with open(f"/proc/{self.process.pid}/status") as status:
             return [line for line in status if line.startswith("voluntary")]
+
+    def sleeps(self):
+        """True when nothing wakes the process for a second. Loop devices of others may."""
+        before = self.wakeUps()
+        time.sleep(1)
+        return self.wakeUps() == before
