@@ -9,6 +9,7 @@
 #include <shared_mutex>
 
 #include "base/DltLog.h"
+#include "base/journal.h"
 
 namespace orvel {
 
@@ -35,8 +36,9 @@ SinkHolder& sinkHolder() {
 /// One write per line, past std::cerr, whose buffer is redirected while tags are read.
 void writeToStandardError(LogLevel level, const char* function, int line, const char* text) {
   char buffer[kLineBytes + 256];
-  const int length = snprintf(buffer, sizeof buffer, "orvel [%d] %s:%d %s\n",
-                              static_cast<int>(level), function, line, text);
+  const int length =
+      snprintf(buffer, sizeof buffer, "%sorvel [%d] %s:%d %s\n",
+               journalPrefix(STDERR_FILENO, level), static_cast<int>(level), function, line, text);
   if (length <= 0) return;
   std::size_t bytes = static_cast<std::size_t>(length);
   if (bytes >= sizeof buffer) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/Log.h"
+#include "base/StageThread.h"
 #include "framework/Server.h"
 
 namespace orvel {
@@ -62,6 +63,7 @@ void ServerThread::launch() {
 
 void* ServerThread::run(void* server) {
   auto& self = *static_cast<ServerThread*>(server);
+  stageThread::setName(self.name);
   void* const result = runner(static_cast<Runnable*>(&self));
   self.thread->ended.release();
   return result;

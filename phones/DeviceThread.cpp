@@ -21,6 +21,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr const char* kName = "MtpDevice";
+
 /// How often a waiting caller looks for a sign of life.
 constexpr std::chrono::milliseconds kLook{1000};
 
@@ -73,7 +75,7 @@ struct DeviceThread::State {
 
 DeviceThread::DeviceThread() : state(std::make_shared<State>()) {
   std::thread thread([shared = state] { serve(*shared); });
-  pthread_setname_np(thread.native_handle(), "MtpDevice");
+  pthread_setname_np(thread.native_handle(), kName);
   threadId = thread.get_id();
   thread.detach();
 }
@@ -90,6 +92,7 @@ bool DeviceThread::isCurrent() const {
 
 void DeviceThread::serve(State& state) {
   adoptWorkPriority();
+  stageThread::setName(kName);
   std::unique_lock lock(state.mutex);
   state.thread = gettid();
   while (true) {
