@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
-
-#include "base/StageThread.h"
 #endif
 
 namespace orvel {
@@ -33,7 +31,7 @@ Area areas[] = {
 };
 
 DltContext& contextOfThread() {
-  const std::string_view name = stageThread::name();
+  const std::string_view name = logOrigin();
   return std::find_if(
              std::begin(areas), std::end(areas) - 1,
              [&](const Area& area) { return name.find(area.server) != std::string_view::npos; })

@@ -21,6 +21,8 @@ constexpr std::size_t kLineBytes = 1024;
 
 std::atomic<LogLevel> threshold{LogLevel::Warning};
 
+thread_local const char* origin = "";
+
 /// Where lines go. Never destroyed, since threads may log until the process ends.
 struct SinkHolder {
   std::shared_mutex mutex;
@@ -69,6 +71,14 @@ void setLogSink(LogSink sink, void* user) noexcept {
   const std::unique_lock guard(holder.mutex);
   holder.sink = sink;
   holder.user = user;
+}
+
+void setLogOrigin(const char* server) noexcept {
+  origin = server;
+}
+
+const char* logOrigin() noexcept {
+  return origin;
 }
 
 bool logToDlt(const char* applicationId) noexcept {

@@ -11,21 +11,12 @@ namespace orvel::stageThread {
 namespace {
 thread_local std::stop_token currentToken;
 thread_local bool isStage = false;
-thread_local const char* serverName = "";
 }  // namespace
 
 void enter(std::stop_token token) noexcept {
   currentToken = std::move(token);
   isStage = true;
   adoptWorkPriority();
-}
-
-void setName(const char* name) noexcept {
-  serverName = name;
-}
-
-const char* name() noexcept {
-  return serverName;
 }
 
 bool isCurrent() noexcept {

@@ -15,13 +15,6 @@ namespace stageThread {
 /// chosen priority. `token` is raised when its server is stopped.
 void enter(std::stop_token token) noexcept;
 
-/// Names the current thread's server, by which the log tells threads apart. `name` is a string
-/// literal.
-void setName(const char* name) noexcept;
-
-/// The name of the current thread's server; empty on foreign threads.
-const char* name() noexcept;
-
 /// True on threads that carry a stage, a pipeline or the controller.
 bool isCurrent() noexcept;
 

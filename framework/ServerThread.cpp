@@ -6,7 +6,6 @@
 #include <string>
 
 #include "base/Log.h"
-#include "base/StageThread.h"
 #include "framework/Server.h"
 
 namespace orvel {
@@ -63,7 +62,7 @@ void ServerThread::launch() {
 
 void* ServerThread::run(void* server) {
   auto& self = *static_cast<ServerThread*>(server);
-  stageThread::setName(self.name);
+  setLogOrigin(self.name);
   void* const result = runner(static_cast<Runnable*>(&self));
   self.thread->ended.release();
   return result;

@@ -12,6 +12,7 @@
 #include <string>
 #include <utility>
 
+#include "base/Log.h"
 #include "base/StageThread.h"
 #include "base/WorkPriority.h"
 
@@ -92,7 +93,7 @@ bool DeviceThread::isCurrent() const {
 
 void DeviceThread::serve(State& state) {
   adoptWorkPriority();
-  stageThread::setName(kName);
+  setLogOrigin(kName);
   std::unique_lock lock(state.mutex);
   state.thread = gettid();
   while (true) {
