@@ -92,7 +92,7 @@ struct Settings {
   /// Passed to `logSink`.
   void* logSinkUser = nullptr;
   /// Sends the log to Diagnostic Log and Trace as this application (four characters) instead, in a
-  /// library that was built with it; empty: not.
+  /// library that was built with it; empty: not. A process keeps the first name that it was given.
   std::string dltApplicationId;
   /// Log lines carry the full signature of their function instead of its short name.
   bool logFullSignatures = false;
