@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MPL-2.0
+# shellcheck shell=bash
 
 # For the scripts beside it, which unpack Debian packages of another release or architecture below build/.
 
