@@ -87,7 +87,8 @@ struct Settings {
 
   /// Lines above this level are dropped before they are formatted.
   LogLevel logThreshold = LogLevel::Warning;
-  /// Receives the log; null: the standard error stream.
+  /// Receives the log; null: the standard error stream, where lines have their priority if it leads
+  /// to the system's journal.
   LogSink logSink = nullptr;
   /// Passed to `logSink`.
   void* logSinkUser = nullptr;
