@@ -103,19 +103,19 @@ class Stick:
     """A stick with a partition for each label, or with one file system on the whole of it. Without labels the image
     is there already."""
 
-    def __init__(self, test, name, *labels, partitioned=True):
+    def __init__(self, test, name, *labels, partitioned=True, megabytes=5):
         self.image = f"{IMAGES}/{name}"
         self.partitioned = partitioned
         self.node = None
         with open(self.image, "ab") as image:
-            image.truncate(16 << 20)
+            image.truncate(2 + (megabytes + 1) * max(len(labels), 2) << 20)
         if labels and partitioned:
-            subprocess.run(("sfdisk", "-q", self.image), input="size=5M\n" * len(labels),
+            subprocess.run(("sfdisk", "-q", self.image), input=f"size={megabytes}M\n" * len(labels),
                            text=True, check=True)
         test.addCleanup(self.unplug)
         self.plug()
         for number, label in enumerate(labels, 1):
-            call("mke2fs", "-q", "-F", "-t", "ext4", "-L", label, self.partition(number))
+            call("mke2fs", "-q", "-F", "-t", "ext4", "-i", "4096", "-L", label, self.partition(number))
         call("udevadm", "settle")
 
     def plug(self, settle=True):
