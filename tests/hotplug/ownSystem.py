@@ -2,6 +2,7 @@
 ends with the test. The sticks are images on loop devices; udev, the bus and udisks are the real ones."""
 
 import contextlib
+import fcntl
 import json
 import os
 import queue
@@ -52,13 +53,13 @@ def main():
     if reason:
         print("Skipped:", reason)
         sys.exit(SKIPPED)
-    made = not os.path.exists("/dev/disk")
-    try:
+    # One at a time: they share the loop devices, and removing the folder would unmount it elsewhere.
+    with open("/dev/loop-control", "rb") as loops:
+        fcntl.flock(loops, fcntl.LOCK_EX)
+        made = not os.path.exists("/dev/disk")
         status = subprocess.run((*NAMESPACES, sys.executable, *sys.argv), env={**os.environ, "OWN_SYSTEM": "1"})
-    finally:
         if made:
-            with contextlib.suppress(OSError):
-                os.rmdir("/dev/disk")
+            os.rmdir("/dev/disk")
     sys.exit(status.returncode)
 
 
