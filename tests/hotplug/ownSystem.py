@@ -13,6 +13,7 @@ import sys
 import threading
 import time
 import unittest
+from pathlib import Path
 
 UDEVD = "/usr/lib/systemd/systemd-udevd"
 UDISKSD = "/usr/libexec/udisks2/udisksd"
@@ -155,7 +156,7 @@ class Monitor:
             file.write(configuration)
         self.process = subprocess.Popen(
             (program, file.name), stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-            user=user, env={**os.environ, "G_MESSAGES_DEBUG": "orvel"})
+            user=user, env={**os.environ, "G_MESSAGES_DEBUG": "orveld"})
         self.test = test
         self.events = queue.Queue()
         for stream in (self.process.stdout, self.process.stderr):
@@ -193,12 +194,11 @@ class Monitor:
             if isinstance(found, dict):
                 self.test.fail(found)
 
-    def wakeUps(self):
-        with open(f"/proc/{self.process.pid}/status") as status:
-            return [line for line in status if line.startswith("voluntary")]
+    def timeOfThreads(self):
+        return [file.read_text() for file in Path(f"/proc/{self.process.pid}").glob("task/*/schedstat")]
 
     def sleeps(self):
-        """True when nothing wakes the process for a second. Loop devices of others may."""
-        before = self.wakeUps()
+        """True when no thread of the process runs for a second. Loop devices of others may wake it."""
+        before = self.timeOfThreads()
         time.sleep(1)
-        return self.wakeUps() == before
+        return self.timeOfThreads() == before
