@@ -9,6 +9,7 @@
 #include <shared_mutex>
 
 #include "base/DltLog.h"
+#include "base/journal.h"
 
 namespace orvel {
 
@@ -19,6 +20,8 @@ namespace {
 constexpr std::size_t kLineBytes = 1024;
 
 std::atomic<LogLevel> threshold{LogLevel::Warning};
+
+thread_local const char* origin = "";
 
 /// Where lines go. Never destroyed, since threads may log until the process ends.
 struct SinkHolder {
@@ -35,8 +38,9 @@ SinkHolder& sinkHolder() {
 /// One write per line, past std::cerr, whose buffer is redirected while tags are read.
 void writeToStandardError(LogLevel level, const char* function, int line, const char* text) {
   char buffer[kLineBytes + 256];
-  const int length = snprintf(buffer, sizeof buffer, "orvel [%d] %s:%d %s\n",
-                              static_cast<int>(level), function, line, text);
+  const int length =
+      snprintf(buffer, sizeof buffer, "%sorvel [%d] %s:%d %s\n",
+               journalPrefix(STDERR_FILENO, level), static_cast<int>(level), function, line, text);
   if (length <= 0) return;
   std::size_t bytes = static_cast<std::size_t>(length);
   if (bytes >= sizeof buffer) {
@@ -67,6 +71,14 @@ void setLogSink(LogSink sink, void* user) noexcept {
   const std::unique_lock guard(holder.mutex);
   holder.sink = sink;
   holder.user = user;
+}
+
+void setLogOrigin(const char* server) noexcept {
+  origin = server;
+}
+
+const char* logOrigin() noexcept {
+  return origin;
 }
 
 bool logToDlt(const char* applicationId) noexcept {

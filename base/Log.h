@@ -20,6 +20,13 @@ void setLogSink(LogSink sink, void* user) noexcept;
 /// Returns false when the library was built without it; nothing changes then.
 bool logToDlt(const char* applicationId) noexcept;
 
+/// Names the server whose thread this is, by which sinks tell lines apart. `server` is a string
+/// literal.
+void setLogOrigin(const char* server) noexcept;
+
+/// The name of the current thread's server; empty on foreign threads.
+const char* logOrigin() noexcept;
+
 /// The one way into the log. The first argument is 0, `level` a LogLevel, and `context` empty
 /// throughout the system; any thread, never throws, truncates a line at 1023 bytes.
 void implOVLog(int reserved, int level, const char* function, int line, const char* context,

@@ -17,9 +17,9 @@ namespace {
 constexpr char kSynopsis[] =
     "Usage: orvel index MOUNT_POINT... [--device-id ID] [--db-dir DIR]\n"
     "                   [--in-process | --require-isolation] [--across-devices]\n"
-    "                   [--background] [--json] [--quiet] [-v]\n"
+    "                   [--background] [--json] [--quiet] [-v] [--log WHERE]\n"
     "       orvel index --mtp [SERIAL] [--device-id ID] [--wait SECONDS] [--db-dir DIR]\n"
-    "                   [--background] [--json] [--quiet] [-v]\n"
+    "                   [--background] [--json] [--quiet] [-v] [--log WHERE]\n"
     "       orvel mtp list [--json]\n"
     "       orvel list KIND [filters] [--device-id ID | --db FILE] [--db-dir DIR] [--format F]\n"
     "       orvel status [--db-dir DIR]\n"
@@ -36,6 +36,9 @@ constexpr char kSynopsis[] =
 const std::map<std::string, ListOptions::Format> kFormats = {{"table", ListOptions::Format::Table},
                                                              {"tsv", ListOptions::Format::Tsv},
                                                              {"json", ListOptions::Format::Json}};
+
+const std::map<std::string, IndexOptions::Log> kLogs = {
+    {"stderr", IndexOptions::Log::StandardError}, {"dlt", IndexOptions::Log::Dlt}};
 
 /// Parses the options and operands of one verb.
 class VerbParser {
@@ -89,6 +92,16 @@ class VerbParser {
 
   QCommandLineParser parser;
 };
+
+template <class Value>
+Value named(const VerbParser& verb, const std::map<std::string, Value>& values,
+            const std::string& name) {
+  const auto found = values.find(name);
+  if (found != values.end()) return found->second;
+  std::string names;
+  for (const auto& [known, value] : values) names += (names.empty() ? "" : ", ") + known;
+  verb.fail("'" + name + "' is none of " + names + ".");
+}
 
 QCommandLineOption scriptedOption() {
   return {"scripted", "Attach the devices that this file describes, in builds that can.", "FILE"};
@@ -144,7 +157,11 @@ Command parseIndex(const QStringList& arguments) {
        {"background", "Use only processor time and device time that nobody else needs."},
        {"json", "Print one JSON object at the end and nothing else on standard output."},
        {{"q", "quiet"}, "Print errors only."},
-       {"v", "Print what the indexer does; -vv and -vvv print more."}});
+       {"v", "Print what the indexer does; -vv and -vvv print more."},
+       {"log",
+        "Where warnings and what -v adds go: stderr or dlt (Diagnostic Log and Trace); default:"
+        " stderr.",
+        "WHERE"}});
   if (!verb.parse(arguments)) return verb.help();
   IndexOptions options;
   parseOperands(verb, options);
@@ -162,17 +179,8 @@ Command parseIndex(const QStringList& arguments) {
   options.json = verb.isSet("json");
   options.quiet = verb.isSet("quiet");
   options.verbosity = static_cast<int>(verb.get().optionNames().count("v"));
+  options.log = named(verb, kLogs, verb.value("log").value_or("stderr"));
   return options;
-}
-
-template <class Value>
-Value named(const VerbParser& verb, const std::map<std::string, Value>& values,
-            const std::string& name) {
-  const auto found = values.find(name);
-  if (found != values.end()) return found->second;
-  std::string names;
-  for (const auto& [known, value] : values) names += (names.empty() ? "" : ", ") + known;
-  verb.fail("'" + name + "' is none of " + names + ".");
 }
 
 Command parseList(const QStringList& arguments) {

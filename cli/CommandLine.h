@@ -12,6 +12,8 @@ namespace orvel::cli {
 
 /// `orvel index`.
 struct IndexOptions {
+  enum class Log { StandardError, Dlt };
+
   std::vector<std::string> mountPoints;  ///< as given; none for phones
   bool isPhone = false;
   std::optional<std::string> serial;  ///< of the phone; none for all attached ones
@@ -26,6 +28,7 @@ struct IndexOptions {
   bool json = false;
   bool quiet = false;
   int verbosity = 0;  ///< number of -v options
+  Log log = Log::StandardError;
 };
 
 /// `orvel mtp list`.

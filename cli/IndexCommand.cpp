@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexRun.h"
 #include "cli/JsonReport.h"
@@ -21,6 +20,8 @@
 namespace orvel::cli {
 
 namespace {
+
+constexpr const char* kDltApplicationId = "ORVL";
 
 LogLevel logThreshold(const IndexOptions& options) {
   if (options.quiet) return LogLevel::Error;
@@ -36,6 +37,7 @@ Settings settingsFor(const IndexOptions& options) {
   if (options.requireIsolation) settings.tagReading = TagReading::IsolationRequired;
   settings.tagReaderProgram = host::tagReaderNearby();
   settings.logThreshold = logThreshold(options);
+  if (options.log == IndexOptions::Log::Dlt) settings.dltApplicationId = kDltApplicationId;
   settings.acrossDevices = options.acrossDevices;
   return settings;
 }
@@ -52,7 +54,7 @@ void printJson(const IndexOptions& options, const std::vector<IndexResult>& resu
 void report(const IndexOptions& options, const std::vector<IndexResult>& results) {
   for (const IndexResult& result : results) {
     if (result.error) {
-      std::cerr << "orvel: " << displayText(*result.error) << std::endl;
+      printError(*result.error);
     } else if (!options.json && !options.quiet) {
       std::cout << summary(result) << std::flush;
     }

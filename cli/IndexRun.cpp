@@ -172,7 +172,8 @@ void IndexRun::index(IndexSource& source, const std::vector<std::string>& mountP
     session = nullptr;
   }
   const std::string failure = readTotals(result);
-  if (!failure.empty() && !options.quiet) line.print("orvel: warning: " + failure);
+  if (!failure.empty() && !options.quiet)
+    line.print("orvel: warning: " + failure, LogLevel::Warning);
 }
 
 void IndexRun::prepareDatabase(IndexResult& result) const {

@@ -1,7 +1,10 @@
 #include "cli/LogOutput.h"
 
+#include <stdexcept>
 #include <string>
 #include <utility>
+
+#include "cli/ExitStatus.h"
 
 namespace orvel::cli {
 
@@ -24,8 +27,8 @@ const char* nameOf(LogLevel level) {
 
 void print(void* user, LogLevel level, const char* function, int /*line*/, const char* text) {
   const std::string origin = level > LogLevel::Warning ? std::string(function) + ": " : "";
-  static_cast<ProgressLine*>(user)->print(std::string("orvel: ") + nameOf(level) + ": " + origin +
-                                          text);
+  static_cast<ProgressLine*>(user)->print(
+      std::string("orvel: ") + nameOf(level) + ": " + origin + text, level);
 }
 
 }  // namespace
@@ -33,7 +36,11 @@ void print(void* user, LogLevel level, const char* function, int /*line*/, const
 LogOutput::LogOutput(ProgressLine& line, Settings settings) : chosen(std::move(settings)) {
   chosen.logSink = print;
   chosen.logSinkUser = &line;
-  configure(chosen);
+  try {
+    configure(chosen);
+  } catch (const std::runtime_error& error) {
+    throw CommandError(CouldNotRun, std::string(error.what()) + ". Or use --log=stderr.");
+  }
 }
 
 LogOutput::~LogOutput() {

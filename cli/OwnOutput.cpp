@@ -6,6 +6,9 @@
 
 #include <iostream>
 
+#include "base/journal.h"
+#include "cli/DisplayText.h"
+
 namespace orvel::cli {
 
 namespace {
@@ -27,6 +30,11 @@ void lead(std::ostream& stream, int descriptor) {
 
 int errorDescriptor() {
   return ownError;
+}
+
+void printError(const std::string& text) {
+  std::cerr << journalPrefix(ownError, LogLevel::Error) << "orvel: " << displayText(text)
+            << std::endl;
 }
 
 void divertLibmtp(bool isShown) {

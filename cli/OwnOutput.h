@@ -1,9 +1,14 @@
 #pragma once
 
+#include <string>
+
 namespace orvel::cli {
 
 /// The descriptor of standard error for the command's own texts.
 int errorDescriptor();
+
+/// Prints an error of the command, which ends the command or the work on a device.
+void printError(const std::string& text);
 
 /// Keeps libmtp's printing out of the output. libmtp prints lines about each device to standard
 /// output and complaints to standard error. From now on descriptors 1 and 2 lead nowhere, or both

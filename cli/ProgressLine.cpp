@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "base/journal.h"
 #include "cli/DisplayText.h"
 #include "cli/OwnOutput.h"
 
@@ -93,10 +94,10 @@ std::string ProgressLine::describe(const ProgressSnapshot& snapshot) const {
          mountPoint;
 }
 
-void ProgressLine::print(const std::string& text) {
+void ProgressLine::print(const std::string& text, LogLevel level) {
   const std::lock_guard lock(mutex);
   erase();
-  write(displayText(text) + "\n");
+  write(journalPrefix(errorDescriptor(), level) + displayText(text) + "\n");
 }
 
 void ProgressLine::draw() {

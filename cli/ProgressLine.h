@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvel/Log.h>
+
 #include <chrono>
 #include <mutex>
 #include <string>
@@ -23,8 +25,9 @@ class ProgressLine {
   /// Begins a partition and restarts the count of songs per second.
   void begin(const std::string& mountPoint);
   void show(const ProgressSnapshot& snapshot);
-  /// Prints `text` on a line of its own, with control characters escaped.
-  void print(const std::string& text);
+  /// Prints `text` on a line of its own, with control characters escaped, and with the priority of
+  /// `level` where the line goes to the system's journal.
+  void print(const std::string& text, LogLevel level = LogLevel::Info);
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -11,11 +11,11 @@
 #include <string_view>
 
 #include "cli/CommandLine.h"
-#include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/MtpListCommand.h"
+#include "cli/OwnOutput.h"
 #include "cli/StatusCommand.h"
 
 namespace {
@@ -61,10 +61,10 @@ int main(int argc, char** argv) {
   try {
     return std::visit(RunCommand{}, parseCommandLine(argc, argv));
   } catch (const CommandError& error) {
-    std::cerr << "orvel: " << displayText(error.what()) << std::endl;
+    printError(error.what());
     return error.status;
   } catch (const std::exception& error) {
-    std::cerr << "orvel: " << displayText(error.what()) << std::endl;
+    printError(error.what());
     return CouldNotRun;
   }
 }

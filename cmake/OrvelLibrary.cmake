@@ -26,8 +26,8 @@ target_compile_features(orvel INTERFACE cxx_std_20)
 set_target_properties(orvel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${ORVEL_SOVERSION}
                       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 
-# The same code for the tests, which use internals.
-add_library(orvel_static STATIC)
+# The same code for tools and tests, which use internals.
+add_library(orvel_static STATIC EXCLUDE_FROM_ALL)
 target_link_libraries(orvel_static PUBLIC ${ORVEL_PARTS})
 foreach(part IN LISTS ORVEL_PARTS)
   target_sources(orvel_static PRIVATE $<TARGET_OBJECTS:${part}>)

@@ -7,6 +7,9 @@ target_compile_options(orvel_options INTERFACE -Wall -Wextra -Wpedantic -Wno-psa
 # With 32-bit offsets a directory listing is empty on 32-bit ARM.
 target_compile_definitions(orvel_options INTERFACE _FILE_OFFSET_BITS=64 QT_NO_KEYWORDS)
 target_link_libraries(orvel_options INTERFACE Threads::Threads)
+if(ORVEL_WITH_USDT)
+  target_compile_definitions(orvel_options INTERFACE ORVEL_WITH_USDT)
+endif()
 if(ORVEL_WERROR)
   target_compile_options(orvel_options INTERFACE -Werror)
 endif()

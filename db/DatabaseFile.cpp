@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "base/Log.h"
+#include "base/Probes.h"
 #include "base/StageThread.h"
 #include "db/ManagerSqlTexts.h"
 
@@ -67,6 +68,7 @@ bool DatabaseFile::overwriteRow(const char* sql, std::initializer_list<std::stri
 
 void DatabaseFile::checkpoint() {
   if (!isUsable()) return;
+  const probes::Span span(probes::Checkpoint{file.c_str()});
   sqlstl::BusyHandler::remove(connection);
   const int result = sqlite3_wal_checkpoint_v2(connection.get(), nullptr,
                                                SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);

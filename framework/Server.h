@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/Log.h"
+#include "base/Probes.h"
 #include "base/StageThread.h"
 #include "base/retryOnBadAlloc.h"
 #include "framework/BaseServer.h"
@@ -43,7 +44,10 @@ void Server<TIN, TOUT>::runLoop() {
   while (true) {
     const src_block_type_ptr block = this->pop(holdsMutex);
     if (!block || this->stopping()) break;
-    process(block);
+    {
+      const probes::Span span(probes::Block{this->name, block->operation.id});
+      process(block);
+    }
     if (this->stopping()) break;
   }
   OV_INFO("%s EXITING Run Loop", this->name);

@@ -62,6 +62,7 @@ void ServerThread::launch() {
 
 void* ServerThread::run(void* server) {
   auto& self = *static_cast<ServerThread*>(server);
+  setLogOrigin(self.name);
   void* const result = runner(static_cast<Runnable*>(&self));
   self.thread->ended.release();
   return result;

@@ -29,7 +29,7 @@ class MemoryStream : public TagStream {
   }
   bool isOpen() const override { return true; }
 
-  long readAt(long start, char* target, long length) override {
+  long readAt(std::int64_t start, char* target, long length) override {
     return static_cast<long>(
         bytes.copy(target, static_cast<std::size_t>(length), static_cast<std::size_t>(start)));
   }

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/Probes.h"
 #include "isolation/WaitBudget.h"
 #include "isolation/WorkerProtocol.h"
 
@@ -33,6 +34,7 @@ class WorkerStarter {
       carefully = true;  // a filter of the host's own may have ended it, even if nobody can tell
       isUp = tryOnce(worker, meanwhile);
     }
+    if (isUp) probes::readerStarts(program.c_str(), ++started);
     return isUp;
   }
 
@@ -69,6 +71,7 @@ class WorkerStarter {
   const std::string program;
   const bool needsEveryLayer;
   bool carefully = false;
+  int started = 0;
   bool hasEnded = false;  ///< the last process ended before its greeting
   std::string reason;
   workerProtocol::Confinement layers;

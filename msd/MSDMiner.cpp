@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Log.h"
+#include "base/Probes.h"
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"
 #include "msd/Encoder.h"
@@ -104,10 +105,15 @@ MiningDecision MSDMiner::mineGuarded(const FileInfo& file, Block<MetaDataInfo*>&
   }
 }
 
+TagResult MSDMiner::readTags(const std::string& path) {
+  const probes::Span span(probes::Song{path.c_str()});
+  return reader->next(path);
+}
+
 MiningDecision MSDMiner::mine(const FileInfo& file, Block<MetaDataInfo*>& songs) {
   using Outcome = TagResult::Outcome;
   assert(reader != nullptr);
-  TagResult read = reader->next(*file.path);
+  TagResult read = readTags(*file.path);
   if (reader->isolationFailed()) progress->isolationFailed = true;
   if (const auto confinement = reader->confinement()) progress->fileWasParsed(*confinement);
   const bool isDelivered =

@@ -38,6 +38,7 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
   bool mineFiles(const Block<FileInfo*>& files, sink_block_type_ptr& songs);
   MiningDecision mineGuarded(const FileInfo& file, Block<MetaDataInfo*>& songs);
   MiningDecision mine(const FileInfo& file, Block<MetaDataInfo*>& songs);
+  TagResult readTags(const std::string& path);
   static void addSong(const FileInfo& file, std::int32_t lastModified, const SongTag& tag,
                       Block<MetaDataInfo*>& songs);
   MiningDecision addUndelivered(const FileInfo& file, const SongTag& tag,

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/Log.h"
+#include "base/Probes.h"
 #include "base/Timer.h"
 #include "framework/RequestProgress.h"
 #include "mtp/MtpConnection.h"
@@ -106,10 +107,15 @@ std::optional<LeftUndone> MtpMiner::mineGuarded(const FileInfo& track, MtpConnec
   }
 }
 
+std::unique_ptr<MetaDataInfo> MtpMiner::readTrack(const FileInfo& track, MtpConnection& connection,
+                                                  const std::string& mountPoint) {
+  const probes::Span span(probes::Song{track.path->c_str()});
+  return connection.generateTrack(*track.path, mountPoint, track.auxWord, track.lastModified);
+}
+
 std::optional<LeftUndone> MtpMiner::mine(const FileInfo& track, MtpConnection& connection,
                                          Block<MetaDataInfo*>& songs) {
-  std::unique_ptr<MetaDataInfo> song = connection.generateTrack(
-      *track.path, songs.operation.mountPoint, track.auxWord, track.lastModified);
+  std::unique_ptr<MetaDataInfo> song = readTrack(track, connection, songs.operation.mountPoint);
   if (song == nullptr) return std::nullopt;
   song->setAsianFields();
   const std::optional<LeftUndone> failure = connection.trackFailure();

@@ -25,6 +25,8 @@ class MtpMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
  private:
   void mineTracks(const Block<FileInfo*>& tracks, sink_block_type_ptr& songs);
   /// Adds the song of a track. Returns the reason when the tracks after it cannot be read either.
+  static std::unique_ptr<MetaDataInfo> readTrack(const FileInfo& track, MtpConnection& connection,
+                                                 const std::string& mountPoint);
   std::optional<LeftUndone> mine(const FileInfo& track, MtpConnection& connection,
                                  Block<MetaDataInfo*>& songs);
   std::optional<LeftUndone> mineGuarded(const FileInfo& track, MtpConnection& connection,

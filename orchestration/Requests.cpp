@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/Log.h"
+#include "base/Probes.h"
 #include "base/StageThread.h"
 #include "base/Timer.h"
 #include "db/BusyHandler.h"
@@ -156,6 +157,7 @@ void Orvel::Requests::enter(const HostCall& call, std::unique_ptr<SongDirectoryP
   request.mountPoint = call.mountPoint;
   request.startTime = Timer::now();
   request.opId = ++lastOpId;
+  probes::requestBegins(request.opId, request.mountPoint.c_str());
   const bool isFirst = pipelines.empty();
   const auto entry = pipelines.emplace(request, std::move(created)).first;
   SongDirectoryPipeline& pipeline = *entry->second;

@@ -4,6 +4,7 @@
 
 #include "base/Limits.h"
 #include "base/Log.h"
+#include "base/Probes.h"
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"
 #include "db/SqlTexts.h"
@@ -83,6 +84,7 @@ void SongDirectoryPipeline::finish(const src_block_type_ptr& result) {
     retryOnBadAlloc([this] { makeDurable(); });
     if (stopping()) return;
     progress->enter(RequestPhase::Finished);
+    probes::requestEnds(operation.opId, progress->status);
     reportToController(result);
   } catch (const std::exception&) {
     progress->fail();

@@ -12,6 +12,7 @@
 #include <string>
 #include <utility>
 
+#include "base/Log.h"
 #include "base/StageThread.h"
 #include "base/WorkPriority.h"
 
@@ -20,6 +21,8 @@ namespace orvel {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr const char* kName = "MtpDevice";
 
 /// How often a waiting caller looks for a sign of life.
 constexpr std::chrono::milliseconds kLook{1000};
@@ -73,7 +76,7 @@ struct DeviceThread::State {
 
 DeviceThread::DeviceThread() : state(std::make_shared<State>()) {
   std::thread thread([shared = state] { serve(*shared); });
-  pthread_setname_np(thread.native_handle(), "MtpDevice");
+  pthread_setname_np(thread.native_handle(), kName);
   threadId = thread.get_id();
   thread.detach();
 }
@@ -90,6 +93,7 @@ bool DeviceThread::isCurrent() const {
 
 void DeviceThread::serve(State& state) {
   adoptWorkPriority();
+  setLogOrigin(kName);
   std::unique_lock lock(state.mutex);
   state.thread = gettid();
   while (true) {

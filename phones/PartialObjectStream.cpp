@@ -21,11 +21,10 @@ PartialObjectStream::PartialObjectStream(std::shared_ptr<Device> readDevice, Dev
   setSize(static_cast<std::int64_t>(track.size));
 }
 
-long PartialObjectStream::readAt(long start, char* target, long length) {
+long PartialObjectStream::readAt(std::int64_t start, char* target, long length) {
   long filled = 0;
   while (filled < length) {
-    // 64 bits: in an object of 2 GiB or more the piece may end beyond the range of a long.
-    const std::int64_t at = std::int64_t{start} + filled;
+    const std::int64_t at = start + filled;
     const std::int64_t pieceEnd = pieceStart + static_cast<std::int64_t>(piece.size());
     if (at < pieceStart || at >= pieceEnd) {
       if (!fetch(at, length - filled)) break;

@@ -18,7 +18,7 @@ class PartialObjectStream : public TagStream {
                       std::stop_token token);
 
   bool isOpen() const override { return true; }
-  long readAt(long start, char* target, long length) override;
+  long readAt(std::int64_t start, char* target, long length) override;
 
  private:
   /// Reads the piece that begins at `start` into `piece`; false on a failure.

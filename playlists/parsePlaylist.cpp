@@ -61,6 +61,8 @@ std::string playlistUri(const std::string& path) {
       uri += "%25";
     } else if (c == '#') {
       uri += "%23";
+    } else if (c == '?') {
+      uri += "%3F";
     } else {
       uri += c;
     }

@@ -21,7 +21,8 @@ using OnPlaylistEntry = std::function<void(const char* uri)>;
 /// @param onEntry  called for each entry, in order
 PlaylistVerdict parsePlaylist(const std::string& path, const OnPlaylistEntry& onEntry);
 
-/// Makes the URI of a playlist file for the parser. Escapes "%" and "#" and nothing else.
+/// Makes the URI of a playlist file for the parser. Escapes "%", "#" and "?", which
+/// mean something else in a URI, and nothing else.
 std::string playlistUri(const std::string& path);
 
 /// Makes the track path of an entry: unescapes the URI, replaces every backslash by "/" and drops

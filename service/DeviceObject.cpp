@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds kBetweenPublications = 1s;
+constexpr std::chrono::milliseconds kBetweenNotices = 1s;
 
 DeviceObject& self(gpointer object) {
   return *static_cast<DeviceObject*>(object);
@@ -34,9 +34,10 @@ DeviceObject::DeviceObject(GDBusObjectManagerServer* server, DeviceFacts initial
       owner(calls),
       device(orvel_bus_device_skeleton_new()),
       browser(orvel_bus_browser_skeleton_new()),
-      laterPublication([this] { publishAtOnce(); }) {
+      laterNotice([this] { notify(); }) {
   connect();
-  publishAtOnce();
+  setProperties();
+  g_object_freeze_notify(G_OBJECT(device.get()));
   const GlibObject<OrvelBusObjectSkeleton> object(
       orvel_bus_object_skeleton_new(objectPath.c_str()));
   orvel_bus_object_skeleton_set_device(object.get(), device.get());
@@ -91,19 +92,33 @@ void DeviceObject::connect() {
 }
 
 void DeviceObject::publish() {
-  if (laterPublication.isRunning()) return;
-  const auto since = std::chrono::steady_clock::now() - published;
-  if (since >= kBetweenPublications) {
-    publishAtOnce();
+  setProperties();
+  if (laterNotice.isRunning()) return;
+  const auto since = std::chrono::steady_clock::now() - lastNotice;
+  if (since >= kBetweenNotices) {
+    notify();
   } else {
-    laterPublication.run(
-        std::chrono::ceil<std::chrono::milliseconds>(kBetweenPublications - since));
+    laterNotice.run(std::chrono::ceil<std::chrono::milliseconds>(kBetweenNotices - since));
   }
 }
 
 void DeviceObject::publishAtOnce() {
-  laterPublication.stop();
-  published = std::chrono::steady_clock::now();
+  setProperties();
+  notify();
+}
+
+/// The skeleton collects changes while its notices are frozen, and emits them when they thaw.
+void DeviceObject::notify() {
+  laterNotice.stop();
+  lastNotice = std::chrono::steady_clock::now();
+  g_object_thaw_notify(G_OBJECT(device.get()));
+  g_object_freeze_notify(G_OBJECT(device.get()));
+  if (!std::exchange(hasFinished, false)) return;
+  g_dbus_interface_skeleton_flush(G_DBUS_INTERFACE_SKELETON(device.get()));
+  orvel_bus_device_emit_finished(device.get(), facts.status.c_str());
+}
+
+void DeviceObject::setProperties() {
   OrvelBusDevice* const shown = device.get();
   orvel_bus_device_set_id(shown, busText(facts.id).c_str());
   orvel_bus_device_set_kind(shown, facts.kind.c_str());
@@ -131,9 +146,6 @@ void DeviceObject::publishAtOnce() {
   orvel_bus_device_set_isolated(shown, facts.isIsolated ? TRUE : FALSE);
   orvel_bus_device_set_confinement(shown, facts.confinement.c_str());
   orvel_bus_device_set_left_undone(shown, BusTexts(facts.leftUndone).get());
-  if (!std::exchange(hasFinished, false)) return;
-  g_dbus_interface_skeleton_flush(G_DBUS_INTERFACE_SKELETON(shown));
-  orvel_bus_device_emit_finished(shown, facts.status.c_str());
 }
 
 void DeviceObject::emitListReady() {

@@ -76,27 +76,30 @@ class DeviceObject {
 
   DeviceFacts facts;
 
-  /// Publishes `facts` unless that was done less than a second ago; otherwise when the second is
-  /// over.
+  /// Sets the properties to `facts`, and tells of the changes at most once a second.
   void publish();
+  /// The same, and tells of them now.
   void publishAtOnce();
 
   void emitListReady();
   void emitFoldersComplete();
-  /// Emits Finished after the next publication.
+  /// Emits Finished after the next notice of changes.
   void emitFinished();
 
  private:
   void connect();
+  void setProperties();
+  /// Tells of changed properties.
+  void notify();
 
   const std::string objectPath;
   GDBusObjectManagerServer* const objects;
   DeviceCalls& owner;
   GlibObject<OrvelBusDevice> device;
   GlibObject<OrvelBusBrowser> browser;
-  std::chrono::steady_clock::time_point published;
+  std::chrono::steady_clock::time_point lastNotice;
   bool hasFinished = false;
-  Timer laterPublication;
+  Timer laterNotice;
 };
 
 }  // namespace orvel::service

@@ -26,7 +26,7 @@ constexpr std::chrono::milliseconds kPhonePace = 100ms;
 }  // namespace
 
 Indexing::Indexing(IndexingListener& told)
-    : listener(told), progressTimer([this] { look(); }), phoneTimer([this] { attendPhones(); }) {
+    : listener(told), progressTimer([this] { look(); }), phoneTimer([this] { attendPhone(); }) {
   connectFacade();
   controller.launch();
   controller.start();
@@ -155,32 +155,26 @@ Indexing::Job* Indexing::wantedJob() {
 }
 
 void Indexing::schedule() {
-  // The controller is about to run the next of its requests by itself.
-  if (std::any_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.isFinishing; })) return;
+  // A request that is as good as over is let go.
+  if (running != nullptr && running->isFinishing) return;
   Job* const wanted = wantedJob();
-  if (wanted != nullptr && !wanted->isLive) start(*wanted);
-  running = wanted;
-  if (liveJobs() > 0) prefer(wanted);
+  if (wanted != running) {
+    if (running != nullptr) interrupt(*running);
+    running = wanted;
+    if (running != nullptr) start(*running);
+  }
   setPace();
   for (const auto& [deviceId, known] : progress) listener.indexingProgressed(deviceId);
 }
 
 void Indexing::start(Job& job) {
-  job.isLive = true;
   call([this, target = job.target, mountPoint = job.mountPoint, isFirst = job.isFirstPartition] {
     if (target.type == OperationType::Mtp) setDeviceId(target.handle, target.deviceId);
     controller.enqueueNewOperation(target.type, target.deviceId, target.handle, mountPoint,
                                    isFirst);
   });
-}
-
-void Indexing::prefer(const Job* job) {
-  // No request has an empty device id.
-  const IndexTarget target = job == nullptr ? IndexTarget{} : job->target;
-  const std::string mountPoint = job == nullptr ? "" : job->mountPoint;
-  call([this, target, mountPoint] {
-    controller.prioritizeOperation(target.type, target.deviceId, target.handle, mountPoint);
-  });
+  // The attachment has begun with it, should the request be interrupted.
+  job.isFirstPartition = false;
 }
 
 void Indexing::call(WorkThread::Job controllerCall) {
@@ -191,128 +185,95 @@ void Indexing::call(WorkThread::Job controllerCall) {
   });
 }
 
-void Indexing::stopRequest(const Job& job) {
+void Indexing::interrupt(const Job& job) {
   call([this, target = job.target, mountPoint = job.mountPoint] {
     controller.stopOperation(target.type, target.deviceId, target.handle, mountPoint);
   });
 }
 
 void Indexing::dropJobs(const std::function<bool(const Job&)>& areOver) {
-  std::erase_if(jobs, [&](const Job& job) {
-    if (!areOver(job)) return false;
-    if (job.isLive) stopRequest(job);
-    if (running == &job) running = nullptr;
-    return true;
-  });
+  if (running != nullptr && areOver(*running)) {
+    interrupt(*running);
+    running = nullptr;
+  }
+  std::erase_if(jobs, areOver);
 }
 
 void Indexing::found(const std::string& mountPoint) {
-  if (const Job* const job = liveJobAt(mountPoint)) {
-    const std::string deviceId = job->target.deviceId;
-    look();
-    listener.listIsReady(deviceId);
-  }
+  if (running == nullptr || running->mountPoint != mountPoint) return;
+  const std::string deviceId = running->target.deviceId;
+  look();
+  listener.listIsReady(deviceId);
 }
 
-/// May be told late by a request that another one has superseded.
+/// May be told late by a request that another one has superseded; the new one has no status yet.
 void Indexing::finished(const std::string& mountPoint) {
-  Job* const job = liveJobAt(mountPoint);
+  if (running == nullptr || running->mountPoint != mountPoint) return;
   const auto snapshot = controller.progressOf(mountPoint);
-  if (job == nullptr || !snapshot) return;
-  if (snapshot->phase == RequestPhase::Finished) job->isFinishing = true;
+  if (!snapshot || snapshot->status.empty()) return;
+  running->isFinishing = true;
   look();
 }
 
 void Indexing::look() {
-  for (Job& job : jobs) {
-    if (job.isLive) lookAt(job);
-  }
-  endJobs();
-  setPace();
-}
-
-void Indexing::lookAt(Job& job) {
+  if (running == nullptr || callsUnderWay != 0) return;
   // Asked first: once the request is gone its snapshot is final.
-  const bool isGone = callsUnderWay == 0 && controller.liveRequests() < liveJobs();
-  const std::string deviceId = job.target.deviceId;
+  const bool isGone = controller.liveRequests() == 0;
+  const std::string deviceId = running->target.deviceId;
   Progress& known = progress[deviceId];
-  ProgressSnapshot& snapshot = known.partitions[job.mountPoint];
-  snapshot = controller.progressOf(job.mountPoint).value_or(ProgressSnapshot{});
-  if (snapshot.folderTreeSeconds && !job.hasFolders) {
-    job.hasFolders = true;
+  ProgressSnapshot& snapshot = known.partitions[running->mountPoint];
+  snapshot = controller.progressOf(running->mountPoint).value_or(ProgressSnapshot{});
+  if (snapshot.folderTreeSeconds && !running->hasFolders) {
+    running->hasFolders = true;
     listener.foldersAreComplete(deviceId);
   }
-  if (snapshot.phase == RequestPhase::Failed) {
-    // Such a request ends only when it is told to.
-    known.hasFailed = true;
-    stopRequest(job);
-    job.isOver = true;
-  } else if (isGone && snapshot.phase == RequestPhase::Finished) {
-    job.isOver = true;
-  }
+  const bool hasFailed = snapshot.phase == RequestPhase::Failed;
+  known.hasFailed |= hasFailed;
   listener.indexingProgressed(deviceId);
+  // A failed request ends only when it is told to.
+  if (hasFailed) interrupt(*running);
+  if (hasFailed || (isGone && snapshot.phase == RequestPhase::Finished)) {
+    endRunning();
+  } else {
+    setPace();
+  }
 }
 
-void Indexing::endJobs() {
-  std::vector<std::string> ended;
-  std::erase_if(jobs, [&](const Job& job) {
-    if (!job.isOver) return false;
-    if (running == &job) running = nullptr;
-    ended.push_back(job.target.deviceId);
-    return true;
-  });
-  if (ended.empty()) return;
+void Indexing::endRunning() {
+  const std::string deviceId = running->target.deviceId;
+  jobs.remove_if([this](const Job& job) { return &job == running; });
+  running = nullptr;
   schedule();
-  for (const std::string& deviceId : ended) {
-    if (firstJobOf(deviceId) == nullptr) listener.indexingEnded(deviceId);
-  }
+  if (firstJobOf(deviceId) == nullptr) listener.indexingEnded(deviceId);
 }
 
 void Indexing::setPace() {
-  const bool isFinishing =
-      std::any_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.isFinishing; });
-  if (isFinishing) {
-    progressTimer.run(kFinishingPace);
-  } else if (running == nullptr) {
+  if (running == nullptr) {
     progressTimer.stop();
-  } else {
-    const ProgressSnapshot& snapshot =
-        progress[running->target.deviceId].partitions[running->mountPoint];
-    progressTimer.run(snapshot.firstSongSeconds ? kReadingPace : kFirstSongPace);
+    phoneTimer.stop();
+    return;
   }
-  const bool hasPhone = std::any_of(jobs.begin(), jobs.end(), [](const Job& job) {
-    return job.isLive && job.target.type == OperationType::Mtp;
-  });
-  if (hasPhone) {
+  const auto& partitions = progress[running->target.deviceId].partitions;
+  const auto known = partitions.find(running->mountPoint);
+  const bool hasSongs = known != partitions.end() && known->second.firstSongSeconds;
+  progressTimer.run(running->isFinishing ? kFinishingPace
+                                         : (hasSongs ? kReadingPace : kFirstSongPace));
+  if (running->target.type == OperationType::Mtp) {
     phoneTimer.run(kPhonePace);
   } else {
     phoneTimer.stop();
   }
 }
 
-void Indexing::attendPhones() {
-  for (const Job& job : jobs) {
-    if (!job.isLive || job.target.type != OperationType::Mtp) continue;
-    if (isAttached(job.target.handle)) MtpDevice::instance().setDeviceReady(job.target.handle);
-  }
-}
-
-Indexing::Job* Indexing::liveJobAt(const std::string& mountPoint) {
-  const auto found = std::find_if(jobs.begin(), jobs.end(), [&](const Job& job) {
-    return job.isLive && job.mountPoint == mountPoint;
-  });
-  return found == jobs.end() ? nullptr : &*found;
+void Indexing::attendPhone() {
+  const t_device_handle handle = running->target.handle;
+  if (isAttached(handle)) MtpDevice::instance().setDeviceReady(handle);
 }
 
 const Indexing::Job* Indexing::firstJobOf(const std::string& deviceId) const {
   const auto found = std::find_if(jobs.begin(), jobs.end(),
                                   [&](const Job& job) { return job.target.deviceId == deviceId; });
   return found == jobs.end() ? nullptr : &*found;
-}
-
-std::size_t Indexing::liveJobs() const {
-  return static_cast<std::size_t>(
-      std::count_if(jobs.begin(), jobs.end(), [](const Job& job) { return job.isLive; }));
 }
 
 }  // namespace orvel::service

@@ -48,7 +48,8 @@ class IndexingListener {
 };
 
 /// Owns the indexer's controller and decides which request runs: the selected device's first, the
-/// others in the order in which they came, none during a pause.
+/// others in the order in which they came, none during a pause. The controller gets one request at
+/// a time: one that must wait is stopped, which frees its device at once, and started again later.
 ///
 /// Main loop only, which is GLib's default one. No call waits for a device or a disk: a thread of
 /// its own makes the controller's calls. While nothing is to be indexed, nothing wakes up.
@@ -104,35 +105,30 @@ class Indexing {
   };
 
   void connectFacade();
-  /// Starts, prefers or parks requests as the order of jobs demands.
+  /// Interrupts and starts requests as the order of jobs demands.
   void schedule();
   [[nodiscard]] Job* wantedJob();
   void start(Job& job);
-  /// Lets this request run and parks the others; null parks all.
-  void prefer(const Job* job);
+  /// Stops a request. Started again it goes on with the songs that are not stored yet.
+  void interrupt(const Job& job);
   /// Makes a call to the controller on the thread for it.
   void call(WorkThread::Job controllerCall);
   void addJob(const IndexTarget& target, const std::string& mountPoint, bool isFirstPartition);
   void dropJobs(const std::function<bool(const Job&)>& areOver);
-  void stopRequest(const Job& job);
   void finished(const std::string& mountPoint);
   void found(const std::string& mountPoint);
-  /// Looks at the progress of whatever is live.
+  /// Looks at the progress of the running request.
   void look();
-  void lookAt(Job& job);
   void setPace();
-  /// Forgets the jobs that are over, and tells of devices without another one.
-  void endJobs();
-  void attendPhones();
-  [[nodiscard]] Job* liveJobAt(const std::string& mountPoint);
+  void endRunning();
+  void attendPhone();
   [[nodiscard]] const Job* firstJobOf(const std::string& deviceId) const;
-  [[nodiscard]] std::size_t liveJobs() const;
 
   IndexingListener& listener;
   Orvel controller;
-  QObject connections;           ///< ends the facade's signals to this object
-  Jobs jobs;                     ///< in the order of their arrival
-  const Job* running = nullptr;  ///< the one that is not parked
+  QObject connections;     ///< ends the facade's signals to this object
+  Jobs jobs;               ///< in the order of their arrival
+  Job* running = nullptr;  ///< the one that the controller has
   std::string selected;
   bool paused = false;
   std::map<std::string, Progress> progress;  ///< by device id

@@ -13,7 +13,7 @@ AudioStream::AudioStream(AudioFile audioFile, std::string streamName, std::stop_
   if (file.deviceFailed) noteReadError();
 }
 
-long AudioStream::readAt(long start, char* target, long length) {
+long AudioStream::readAt(std::int64_t start, char* target, long length) {
   int error = 0;
   const std::size_t filled =
       orvel::readAt(file.descriptor.get(), target, static_cast<std::size_t>(length), start, error);

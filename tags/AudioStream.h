@@ -19,7 +19,7 @@ class AudioStream : public TagStream {
               std::chrono::milliseconds timeBudget = kTimeBudget);
 
   bool isOpen() const override { return static_cast<bool>(file.descriptor); }
-  long readAt(long start, char* target, long length) override;
+  long readAt(std::int64_t start, char* target, long length) override;
 
  private:
   AudioFile file;

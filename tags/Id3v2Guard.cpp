@@ -83,7 +83,7 @@ class FrameWalk {
       : frames(tagFrames),
         bytes(tagFrames.data()),
         version(header.majorVersion()),
-        headerBytes(Frame::headerSize(version)),
+        headerBytes(version < 3 ? 6 : 10),
         unsynchronised(header.unsynchronisation()) {}
 
   /// Begins at the frame at `at`. Returns true when it changed anything.

@@ -61,10 +61,11 @@ TagStream::TagStream(std::string streamName, std::stop_token token,
       readsLeft(kReadBudget) {}
 
 void TagStream::setSize(std::int64_t bytes) {
-  size = static_cast<long>(std::clamp<std::int64_t>(bytes, 0, std::numeric_limits<long>::max()));
+  size = static_cast<StreamOffset>(
+      std::clamp<std::int64_t>(bytes, 0, std::numeric_limits<StreamOffset>::max()));
 }
 
-TagLib::ByteVector TagStream::readBlock(unsigned long length) {
+TagLib::ByteVector TagStream::readBlock(StreamBytes length) {
   // TagLib reads every ID3v2 tag as its header and then the whole rest.
   if (const std::optional<TagLib::ByteVector> header = std::exchange(possibleTagHeader, {})) {
     const TagLib::ID3v2::Header tag(*header);
@@ -95,9 +96,9 @@ TagLib::ByteVector TagStream::readWithoutPictures(unsigned int length, unsigned 
   const std::int64_t end = std::min<std::int64_t>(size, std::int64_t{position} + length);
   std::int64_t at = position;
   const auto readAtOffset = [&](std::int64_t offset, std::int64_t bytes) {
-    position = static_cast<long>(std::min(offset, end));
+    position = static_cast<StreamOffset>(std::min(offset, end));
     return readUnguarded(
-        static_cast<unsigned long>(std::clamp<std::int64_t>(end - offset, 0, bytes)));
+        static_cast<StreamBytes>(std::clamp<std::int64_t>(end - offset, 0, bytes)));
   };
   TagLib::ByteVector kept;
   for (int count = 0; count < kMostSingleFrames; ++count) {
@@ -120,18 +121,18 @@ TagLib::ByteVector TagStream::readWithoutPictures(unsigned int length, unsigned 
   const TagLib::ByteVector next = readAtOffset(at, 1);
   const bool isPadding = next.isEmpty() || next[0] == '\0';
   if (!isPadding) kept.append(readAtOffset(at, end - at));
-  position = static_cast<long>(end);
+  position = static_cast<StreamOffset>(end);
   return kept;
 }
 
-TagLib::ByteVector TagStream::readUnguarded(unsigned long length) {
+TagLib::ByteVector TagStream::readUnguarded(StreamBytes length) {
   if (position >= size || spent()) return {};
-  const long wanted =
-      std::min({size - position,
-                static_cast<long>(std::min<unsigned long>(length, std::numeric_limits<int>::max())),
-                static_cast<long>(bytesLeft)});
+  // The budget fits a long.
+  const auto wanted = static_cast<long>(std::min<std::int64_t>(
+      {size - position, bytesLeft,
+       static_cast<std::int64_t>(std::min<std::uint64_t>(length, kByteBudget))}));
   TagLib::ByteVector data = wanted > kBlockBytes ? readDirectly(wanted) : readCached(wanted);
-  position += static_cast<long>(data.size());
+  position += data.size();
   bytesLeft -= data.size();
   return data;
 }
@@ -145,7 +146,7 @@ TagLib::ByteVector TagStream::readDirectly(long length) {
 /// Reads at most one block's length, which spans two blocks at most.
 TagLib::ByteVector TagStream::readCached(long length) {
   const CachedBlock& first = block(position - position % kBlockBytes);
-  const long offset = position - first.start;
+  const auto offset = static_cast<long>(position - first.start);
   const long inFirst = std::clamp(first.bytes - offset, 0L, length);
   TagLib::ByteVector data(first.data.data() + offset, static_cast<unsigned int>(inFirst));
   if (inFirst < length && first.bytes == kBlockBytes) {
@@ -156,10 +157,10 @@ TagLib::ByteVector TagStream::readCached(long length) {
   return data;
 }
 
-void TagStream::seek(long offset, Position from) {
-  const long base = from == Beginning ? 0 : from == Current ? position : size;
-  long target = 0;
-  // Ignores a seek to before the beginning or past the range of a long.
+void TagStream::seek(StreamOffset offset, Position from) {
+  const StreamOffset base = from == Beginning ? 0 : from == Current ? position : size;
+  StreamOffset target = 0;
+  // Ignores a seek to before the beginning or past the range of an offset.
   if (__builtin_add_overflow(base, offset, &target) || target < 0) return;
   position = target;
   possibleTagHeader.reset();
@@ -175,14 +176,15 @@ bool TagStream::spent() {
   return readsLeft == 0;
 }
 
-const TagStream::CachedBlock& TagStream::block(long start) {
+const TagStream::CachedBlock& TagStream::block(StreamOffset start) {
   for (const CachedBlock& cached : cache) {
     if (cached.start == start) return cached;
   }
   CachedBlock& victim = cache[nextVictim];
   nextVictim = (nextVictim + 1) % cache.size();
   // Asking past the end would cost another read to find the end.
-  victim.bytes = readAt(start, victim.data.data(), std::min(kBlockBytes, size - start));
+  victim.bytes = readAt(start, victim.data.data(),
+                        static_cast<long>(std::min<StreamOffset>(kBlockBytes, size - start)));
   victim.start = start;
   return victim;
 }

@@ -10,6 +10,8 @@
 #include <stop_token>
 #include <string>
 
+#include "tags/StreamTypes.h"
+
 namespace orvel {
 
 /// A file that TagLib reads tags from; derived classes fetch its bytes. Reads in blocks of 4 KiB,
@@ -31,21 +33,21 @@ class TagStream : public TagLib::IOStream {
   /// Reads up to `length` bytes at `start` into `target`, bypassing cache and budget. Returns the
   /// number of bytes read, which is smaller at the end of the file or after an error; `readFailed`
   /// reports the error.
-  virtual long readAt(long start, char* target, long length) = 0;
+  virtual long readAt(std::int64_t start, char* target, long length) = 0;
 
   TagLib::FileName name() const override { return fileName.c_str(); }
-  TagLib::ByteVector readBlock(unsigned long length) override;
+  TagLib::ByteVector readBlock(StreamBytes length) override;
   bool readOnly() const override { return true; }
-  void seek(long offset, Position from) override;
-  long tell() const override { return position; }
-  long length() override { return size; }
+  void seek(StreamOffset offset, Position from) override;
+  StreamOffset tell() const override { return position; }
+  StreamOffset length() override { return size; }
 
   // The file is never written.
   void writeBlock(const TagLib::ByteVector& /*data*/) override {}
-  void insert(const TagLib::ByteVector& /*data*/, unsigned long /*start*/,
-              unsigned long /*replace*/) override {}
-  void removeBlock(unsigned long /*start*/, unsigned long /*length*/) override {}
-  void truncate(long /*length*/) override {}
+  void insert(const TagLib::ByteVector& /*data*/, StreamStart /*start*/,
+              StreamBytes /*replace*/) override {}
+  void removeBlock(StreamStart /*start*/, StreamBytes /*length*/) override {}
+  void truncate(StreamOffset /*length*/) override {}
 
  protected:
   static constexpr std::chrono::milliseconds kTimeBudget{5000};
@@ -63,24 +65,24 @@ class TagStream : public TagLib::IOStream {
   static constexpr std::size_t kCachedBlocks = 8;
 
   struct CachedBlock {
-    long start = -1;
+    StreamOffset start = -1;
     long bytes = 0;
     std::array<char, kBlockBytes> data;
   };
 
   TagLib::ByteVector readTag(const TagLib::ID3v2::Header& header);
   TagLib::ByteVector readWithoutPictures(unsigned int length, unsigned int version);
-  TagLib::ByteVector readUnguarded(unsigned long length);
+  TagLib::ByteVector readUnguarded(StreamBytes length);
   TagLib::ByteVector readDirectly(long length);
   TagLib::ByteVector readCached(long length);
   bool spent();
-  const CachedBlock& block(long start);
+  const CachedBlock& block(StreamOffset start);
 
   std::string fileName;
   std::stop_token stopped;
   std::chrono::steady_clock::time_point deadline;
-  long size = 0;
-  long position = 0;
+  StreamOffset size = 0;
+  StreamOffset position = 0;
   std::int64_t bytesLeft;
   int readsLeft;
   bool wasInterrupted = false;

@@ -87,12 +87,13 @@ struct Settings {
 
   /// Lines above this level are dropped before they are formatted.
   LogLevel logThreshold = LogLevel::Warning;
-  /// Receives the log; null: the standard error stream.
+  /// Receives the log; null: the standard error stream, where lines have their priority if it leads
+  /// to the system's journal.
   LogSink logSink = nullptr;
   /// Passed to `logSink`.
   void* logSinkUser = nullptr;
   /// Sends the log to Diagnostic Log and Trace as this application (four characters) instead, in a
-  /// library that was built with it; empty: not.
+  /// library that was built with it; empty: not. A process keeps the first name that it was given.
   std::string dltApplicationId;
   /// Log lines carry the full signature of their function instead of its short name.
   bool logFullSignatures = false;

@@ -94,8 +94,7 @@ void WorkerConnection::hear(WaitBudget& budget, Inquiry& inquiry) {
 void WorkerConnection::answer(const tagMessages::ByteRange& range, TagStream& source) {
   const std::int64_t available = std::max<std::int64_t>(source.length() - range.start, 0);
   std::string bytes(static_cast<std::size_t>(std::min(range.length, available)), '\0');
-  std::int64_t count =
-      source.readAt(static_cast<long>(range.start), bytes.data(), static_cast<long>(bytes.size()));
+  std::int64_t count = source.readAt(range.start, bytes.data(), static_cast<long>(bytes.size()));
   if (!answers) answers = Descriptor(memfd_create("orvel-track", MFD_CLOEXEC));
   const bool isStored =
       ftruncate(answers.get(), 0) == 0 &&

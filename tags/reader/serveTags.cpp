@@ -36,7 +36,7 @@ class AskedStream : public TagStream {
 
   bool isOpen() const override { return true; }
 
-  long readAt(long start, char* target, long length) override {
+  long readAt(std::int64_t start, char* target, long length) override {
     long filled = 0;
     while (filled < length) {
       const long wanted = std::min<long>(length - filled, kMostAskedBytes);

@@ -1,6 +1,8 @@
 #include "base/Log.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <thread>
@@ -27,6 +29,16 @@ TEST(Log, GoesToStandardErrorFromWarningsOn) {
   OV_ERROR("%s", large.c_str());
   const std::string truncated = GetCapturedStderr();
   EXPECT_THAT(truncated, testing::EndsWith(" " + std::string(1023, 'x') + "\n"));
+}
+
+TEST(Log, ALineInTheJournalHasItsPriority) {
+  CaptureStderr();
+  struct stat file {};
+  fstat(STDERR_FILENO, &file);
+  const std::string name = std::to_string(file.st_dev) + ":" + std::to_string(file.st_ino);
+  setenv("JOURNAL_STREAM", name.c_str(), 1);
+  OV_WARN("warning");
+  EXPECT_THAT(GetCapturedStderr(), testing::StartsWith("<4>orvel [3] "));
 }
 
 TEST(Log, NoThreadIsInsideASinkThatWasReplaced) {

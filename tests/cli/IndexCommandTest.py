@@ -1,10 +1,12 @@
 """`orvel index` and `orvel status`: statuses, reports, mount points, bad surroundings."""
 
 import os
+import re
 import sqlite3
+import subprocess
 import unittest
 
-from orvelCommand import CommandTestCase, writeSong
+from orvelCommand import HANG_SECONDS, ORVEL, CommandTestCase, writeSong
 
 
 class Runs(CommandTestCase):
@@ -53,6 +55,21 @@ class Runs(CommandTestCase):
         self.assertIn(b"Nothing has changed", self.run_("index", self.stick)[0])
         self.assertEqual(self.run_("index", "--quiet", self.stick), (b"", b""))
         self.assertIn(b"MSDCrawler for: ", self.run_("index", "-v", self.stick)[1])
+
+    def testLinesInTheJournalHaveTheirPriority(self):
+        open(f"{self.stick}/broken.flac", "w").close()
+        for isNamed in (True, False):
+            with open(self.path("journal"), "wb+") as journal:
+                status = os.fstat(journal.fileno())
+                name = f"{status.st_dev}:{status.st_ino + (not isNamed)}"
+                for folder in (self.stick, "nowhere"):
+                    subprocess.run([ORVEL, "index", "-v", "--device-id", name, folder], stderr=journal,
+                                   stdout=subprocess.DEVNULL, timeout=HANG_SECONDS,
+                                   env=self.environment(JOURNAL_STREAM=name))
+                journal.seek(0)
+                found = set(re.findall(rb"^(?:<(\d)>)?orvel: (warning|info)?", journal.read(), re.M))
+            expected = {(b"4", b"warning"), (b"6", b"info"), (b"3", b"")}
+            self.assertEqual(found, expected if isNamed else {(b"", level) for _, level in expected})
 
     def testADamagedDatabaseIsReplacedByTheNextRun(self):
         for i in range(60):
@@ -131,13 +148,18 @@ class Refusals(CommandTestCase):
                           ("list", "songs", "--db", "x", "--device-id", "y"), ("status", "x"),
                           ("mtp",), ("mtp", "dance"), ("index", "--mtp", "a", "b"),
                           ("index", "--mtp", "--wait", "soon"), ("index", "--wait", "1", "/"),
-                          ("index", "--scripted", "x", "/"),
+                          ("index", "--scripted", "x", "/"), ("index", "--log=radio", "/"),
                           ("index", "--in-process", "--require-isolation", "/")):
             out, errors = self.run_(*arguments, expect=2)
             self.assertEqual(out, b"")
             self.assertTrue(errors.startswith(b"orvel: "), arguments)
         for arguments in (("--help",), ("index", "--help"), ("list", "-h"), ("mtp", "-h"), ("--version",)):
             self.assertIn(b"orvel", self.run_(*arguments)[0])
+
+    @unittest.skipIf(os.environ["ORVEL_WITH_DLT"] == "ON", "the library has DLT")
+    def testALogThatWasNotBuiltIn(self):
+        _, errors = self.run_("index", self.stick, "--log=dlt", expect=1)
+        self.assertIn(b"built without it", errors)
 
     def testFoldersThatCannotBeRead(self):
         open(self.path("file"), "w").close()

@@ -151,7 +151,7 @@ class AskedFile : public TagStream {
     setSize(32 << 20);
   }
   bool isOpen() const override { return true; }
-  long readAt(long start, char* target, long length) override {
+  long readAt(std::int64_t start, char* target, long length) override {
     std::fill(target, target + length, '.');
     if (start == 0) head.copy(target, static_cast<std::size_t>(length));
     return length;

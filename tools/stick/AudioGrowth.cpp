@@ -1,6 +1,5 @@
 #include "tools/stick/AudioGrowth.h"
 
-#include <taglib/id3v2framefactory.h>
 #include <taglib/mpegfile.h>
 #include <taglib/mpegheader.h>
 #include <taglib/tbytevectorstream.h>
@@ -9,6 +8,8 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+
+#include "tools/stick/openWithoutAudio.h"
 
 namespace orvel::stick {
 namespace {
@@ -33,7 +34,7 @@ ByteVector withRepeatedTail(const ByteVector& seed, unsigned int tailStart, unsi
 
 unsigned int mpegFrames(const ByteVector& seed, unsigned int start) {
   TagLib::ByteVectorStream stream(seed);
-  TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+  auto file = openWithoutAudio<TagLib::MPEG::File>(stream);
   unsigned int frames = 0;
   for (unsigned int at = start; at < seed.size(); ++frames) {
     const TagLib::MPEG::Header header(&file, at, false);
@@ -45,7 +46,7 @@ unsigned int mpegFrames(const ByteVector& seed, unsigned int start) {
 
 unsigned int firstMpegFrameLength(const ByteVector& seed) {
   TagLib::ByteVectorStream stream(seed);
-  TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+  auto file = openWithoutAudio<TagLib::MPEG::File>(stream);
   return TagLib::MPEG::Header(&file, 0, false).frameLength();
 }
 

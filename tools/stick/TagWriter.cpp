@@ -8,7 +8,6 @@
 #include <taglib/flacfile.h>
 #include <taglib/flacpicture.h>
 #include <taglib/id3v1tag.h>
-#include <taglib/id3v2framefactory.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/infotag.h>
 #include <taglib/mp4coverart.h>
@@ -23,6 +22,7 @@
 #include <stdexcept>
 
 #include "tools/stick/LegacyText.h"
+#include "tools/stick/openWithoutAudio.h"
 
 namespace orvel::stick {
 namespace {
@@ -73,7 +73,7 @@ void fillId3v2(TagLib::ID3v2::Tag& tag, const SongTags& tags, const ByteVector& 
 void writeMpeg(ByteVectorStream& stream, TagForm form, const SongTags& tags,
                const ByteVector& cover) {
   using File = TagLib::MPEG::File;
-  File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+  auto file = openWithoutAudio<File>(stream);
   switch (form) {
     case TagForm::Id3v1:
       file.ID3v1Tag(true)->setProperties(properties(tags));
@@ -123,7 +123,7 @@ void writeAsf(ByteVectorStream& stream, const SongTags& tags, const ByteVector& 
 }
 
 void writeFlac(ByteVectorStream& stream, const SongTags& tags, const ByteVector& cover) {
-  TagLib::FLAC::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+  auto file = openWithoutAudio<TagLib::FLAC::File>(stream);
   file.setProperties(properties(tags));
   if (!cover.isEmpty()) {
     auto picture = std::make_unique<TagLib::FLAC::Picture>();

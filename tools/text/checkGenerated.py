@@ -3,7 +3,8 @@
 
 Usage: checkGenerated.py models|codeTables|pinyin
 
-Exit status: 0 they match, 1 they differ, 77 the script's tools are not installed.
+Exit status: 0 they match, 1 they differ, 77 the script's tools are not installed, or not in the
+version that the sources were made with.
 """
 
 import pathlib
@@ -14,6 +15,7 @@ import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
 TABLES = HERE.parent.parent / "text" / "tables"
+ICU_OF_PINYIN = "ICU 72."
 
 
 def run(*command):
@@ -32,10 +34,20 @@ def generate(sources, folder):
         run("generateCodeTables.py", folder)
 
 
+def whyNot(sources):
+    """Why these sources cannot be generated here; empty if they can."""
+    if sources != "pinyin":
+        return ""
+    if not shutil.which("uconv"):
+        return "needs uconv (package icu-devtools)"
+    version = subprocess.run(["uconv", "--version"], check=True, text=True, stdout=subprocess.PIPE).stdout
+    return "" if ICU_OF_PINYIN in version else f"needs {ICU_OF_PINYIN}x, has {version.strip()}"
+
+
 def main():
     sources = sys.argv[1]
-    if sources == "pinyin" and not shutil.which("uconv"):
-        print("skipped: needs uconv (package icu-devtools)")
+    if reason := whyNot(sources):
+        print("skipped:", reason)
         sys.exit(77)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
