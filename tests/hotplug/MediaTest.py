@@ -101,6 +101,8 @@ class Mounts(MediaTestCase):
         call("umount", "/media/too", "/srv/elsewhere")
         mounted = self.mountStick(stick, "/media/x")
         self.expect(monitor.next("attached"), stick.uuid(), mounted)
+        self.mount("-t", "tmpfs", "tmpfs", "/media/x")
+        self.assertEqual(monitor.next("removed")["id"], stick.uuid(), "hidden by the later mount")
 
 
 class Strangers(MediaTestCase):

@@ -2,6 +2,7 @@
 ends with the test. The sticks are images on loop devices; udev, the bus and udisks are the real ones."""
 
 import contextlib
+import fcntl
 import json
 import os
 import queue
@@ -12,6 +13,7 @@ import sys
 import threading
 import time
 import unittest
+from pathlib import Path
 
 UDEVD = "/usr/lib/systemd/systemd-udevd"
 UDISKSD = "/usr/libexec/udisks2/udisksd"
@@ -52,13 +54,13 @@ def main():
     if reason:
         print("Skipped:", reason)
         sys.exit(SKIPPED)
-    made = not os.path.exists("/dev/disk")
-    try:
+    # One at a time: they share the loop devices, and removing the folder would unmount it elsewhere.
+    with open("/dev/loop-control", "rb") as loops:
+        fcntl.flock(loops, fcntl.LOCK_EX)
+        made = not os.path.exists("/dev/disk")
         status = subprocess.run((*NAMESPACES, sys.executable, *sys.argv), env={**os.environ, "OWN_SYSTEM": "1"})
-    finally:
         if made:
-            with contextlib.suppress(OSError):
-                os.rmdir("/dev/disk")
+            os.rmdir("/dev/disk")
     sys.exit(status.returncode)
 
 
@@ -154,7 +156,7 @@ class Monitor:
             file.write(configuration)
         self.process = subprocess.Popen(
             (program, file.name), stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-            user=user, env={**os.environ, "G_MESSAGES_DEBUG": "orvel"})
+            user=user, env={**os.environ, "G_MESSAGES_DEBUG": "orveld"})
         self.test = test
         self.events = queue.Queue()
         for stream in (self.process.stdout, self.process.stderr):
@@ -192,12 +194,11 @@ class Monitor:
             if isinstance(found, dict):
                 self.test.fail(found)
 
-    def wakeUps(self):
-        with open(f"/proc/{self.process.pid}/status") as status:
-            return [line for line in status if line.startswith("voluntary")]
+    def timeOfThreads(self):
+        return [file.read_text() for file in Path(f"/proc/{self.process.pid}").glob("task/*/schedstat")]
 
     def sleeps(self):
-        """True when nothing wakes the process for a second. Loop devices of others may."""
-        before = self.wakeUps()
+        """True when no thread of the process runs for a second. Loop devices of others may wake it."""
+        before = self.timeOfThreads()
         time.sleep(1)
-        return self.wakeUps() == before
+        return self.timeOfThreads() == before
