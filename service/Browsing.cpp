@@ -213,11 +213,8 @@ void Browsing::freeMemory() {
   });
 }
 
-void Browsing::close(const std::string& database, std::function<void()> then) {
-  reader.post([this, database, then = std::move(then)] {
-    databases.erase(database);
-    post(nullptr, then);
-  });
+void Browsing::close(const std::string& database) {
+  reader.post([this, database] { databases.erase(database); });
 }
 
 void Browsing::examineAll(

@@ -52,8 +52,8 @@ class Browsing {
   void setIndexing(bool isUnderWay) { isIndexing = isUnderWay; }
   /// Empties the caches of the databases.
   void freeMemory();
-  /// Closes a database that is to be deleted, and calls `then` on the main loop.
-  void close(const std::string& database, std::function<void()> then);
+  /// Closes a database that is deleted.
+  void close(const std::string& database);
   /// Calls `tell` on the main loop with each readable database of a folder.
   void examineAll(const std::string& folder,
                   std::function<void(const std::string& database, const DatabaseContents&)> tell);

@@ -84,6 +84,16 @@ void Indexing::stop(const std::string& deviceId) {
   if (firstJobOf(deviceId) == nullptr) return;
   dropJobs([&](const Job& job) { return job.target.deviceId == deviceId; });
   schedule();
+  // The reasons of what was left undone are known once the request has stopped.
+  control.post([this, deviceId] { post(nullptr, [this, deviceId] { stopped(deviceId); }); });
+}
+
+void Indexing::stopped(const std::string& deviceId) {
+  const auto known = progress.find(deviceId);
+  if (known == progress.end() || firstJobOf(deviceId) != nullptr) return;
+  for (auto& [mountPoint, snapshot] : known->second.partitions) {
+    snapshot = controller.progressOf(mountPoint).value_or(snapshot);
+  }
   listener.indexingEnded(deviceId);
 }
 

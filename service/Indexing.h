@@ -115,6 +115,7 @@ class Indexing {
   void call(WorkThread::Job controllerCall);
   void addJob(const IndexTarget& target, const std::string& mountPoint, bool isFirstPartition);
   void dropJobs(const std::function<bool(const Job&)>& areOver);
+  void stopped(const std::string& deviceId);
   void finished(const std::string& mountPoint);
   void found(const std::string& mountPoint);
   /// Looks at the progress of the running request.

@@ -22,6 +22,7 @@ namespace orvel::service {
 
 namespace {
 
+constexpr std::size_t kMostDevices = 1000;
 constexpr char kNoDevice[] = "/";
 constexpr char kPhoneMountPoint[] = "mtp-folder://";
 
@@ -101,6 +102,10 @@ std::vector<std::string> mountPointsOf(const hotplug::Medium& medium) {
   return mountPoints;
 }
 
+bool isLocked(const AttachedDevice& phone) {
+  return phone.storages.empty() && phone.error.empty();
+}
+
 bool contains(const std::vector<std::string>& texts, const std::string& text) {
   return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
@@ -171,7 +176,7 @@ void Service::watchDevices() {
   phones = std::make_unique<hotplug::Phones>(
       hotplug::Phones::Events{[this](const AttachedDevice& phone) { phoneAttached(phone); },
                               [this](const AttachedDevice& phone) { phoneChanged(phone); },
-                              [this](const AttachedDevice& phone) { detached(phone.deviceId); }});
+                              [this](const AttachedDevice& phone) { phoneRemoved(phone); }});
 }
 
 void Service::showMedium(const hotplug::Medium& medium) {
@@ -196,10 +201,9 @@ void Service::removeMedium(const std::string& mediumId) {
 }
 
 void Service::attachStick(const hotplug::Medium& stick) {
-  Device& device = deviceFor(stick.deviceId, "stick", stick.name);
-  setMountPoints(device, mountPointsOf(stick));
-  device.target.type = OperationType::MassStorage;
-  device.object.facts.isAttached = true;
+  Attachment attachment;
+  attachment.mountPoints = mountPointsOf(stick);
+  Device& device = appear(stick.deviceId, "stick", stick.name, attachment);
   if (reading.configuration.autoIndex) begin(device);
   device.object.publish();
 }
@@ -227,12 +231,12 @@ void Service::phoneAttached(const AttachedDevice& phone) {
         phone.deviceId.c_str());
     return;
   }
-  Device& device = deviceFor(phone.deviceId, "phone", phone.maker + " " + phone.model);
-  device.target.type = OperationType::Mtp;
-  device.target.handle = phone.handle;
-  setMountPoints(device, {kPhoneMountPoint + phone.deviceId});
-  device.object.facts.isAttached = true;
-  showPhone(device, phone);
+  Attachment attachment{.type = OperationType::Mtp,
+                        .handle = phone.handle,
+                        .mountPoints = {kPhoneMountPoint + phone.deviceId},
+                        .isLocked = isLocked(phone),
+                        .problem = phone.error};
+  Device& device = appear(phone.deviceId, "phone", phone.maker + " " + phone.model, attachment);
   if (reading.configuration.autoIndex && !phone.storages.empty()) begin(device);
   device.object.publish();
 }
@@ -241,14 +245,16 @@ void Service::phoneChanged(const AttachedDevice& phone) {
   Device* const device = find(phone.deviceId);
   if (device == nullptr || device->target.handle != phone.handle) return;
   const bool wasLocked = device->object.facts.isLocked;
-  showPhone(*device, phone);
+  device->object.facts.isLocked = isLocked(phone);
+  device->object.facts.problem = phone.error;
   if (reading.configuration.autoIndex && wasLocked && !phone.storages.empty()) begin(*device);
   device->object.publish();
 }
 
-void Service::showPhone(Device& device, const AttachedDevice& phone) {
-  device.object.facts.isLocked = phone.storages.empty() && phone.error.empty();
-  device.object.facts.problem = phone.error;
+/// Another phone may have the same id.
+void Service::phoneRemoved(const AttachedDevice& phone) {
+  const Device* const device = find(phone.deviceId);
+  if (device != nullptr && device->target.handle == phone.handle) detached(phone.deviceId);
 }
 
 void Service::detached(const std::string& deviceId) {
@@ -268,8 +274,7 @@ void Service::databaseFound(const std::string& database, const DatabaseContents&
   if (find(deviceId) != nullptr || contents.partitions.empty()) return;
   const bool isPhone = contents.partitions.front().mountPoint.starts_with(kPhoneMountPoint);
   const char* const kind = isPhone ? "phone" : deviceId.front() == '/' ? "folder" : "stick";
-  Device& device = deviceFor(deviceId, kind, deviceId);
-  show(device, contents);
+  show(appear(deviceId, kind, deviceId, std::nullopt), contents);
 }
 
 void Service::begin(Device& device) {
@@ -361,14 +366,10 @@ std::string Service::indexFolder(const IndexCall& wanted, const std::string& mou
   Device* device = attachedWith(mountPoint);
   if (device == nullptr || (wanted.deviceId && *wanted.deviceId != device->object.facts.id)) {
     const std::string deviceId = wanted.deviceId.value_or(host::defaultDeviceId(mountPoint));
-    device = &deviceFor(deviceId, "folder", wanted.name.value_or(mountPoint));
-    if (device->object.facts.isAttached && device->target.mountPoints != std::vector{mountPoint}) {
-      refuseArgument("The device '" + deviceId +
-                     "' is attached with other partitions. Name another device-id.");
-    }
-    device->target.type = OperationType::MassStorage;
-    setMountPoints(*device, {mountPoint});
-    device->object.facts.isAttached = true;
+    requireAvailable(deviceId, mountPoint);
+    Attachment attachment;
+    attachment.mountPoints = {mountPoint};
+    device = &appear(deviceId, "folder", wanted.name.value_or(mountPoint), attachment);
   }
   if (wanted.name) device->object.facts.name = *wanted.name;
   begin(*device);
@@ -376,16 +377,29 @@ std::string Service::indexFolder(const IndexCall& wanted, const std::string& mou
   return device->object.path();
 }
 
+void Service::requireAvailable(const std::string& deviceId, const std::string& mountPoint) {
+  const Device* const known = find(deviceId);
+  if (known == nullptr && devices.size() >= kMostDevices) {
+    throw BusError(BusError::Kind::LimitsExceeded,
+                   "There are " + std::to_string(kMostDevices) +
+                       " devices already. Forget those that are not needed.");
+  }
+  if (known != nullptr && known->object.facts.isAttached &&
+      known->target.mountPoints != std::vector{mountPoint}) {
+    refuseArgument("The device '" + deviceId +
+                   "' is attached with other partitions. Name another device-id.");
+  }
+}
+
 void Service::forget(const std::string& path) {
   Device& device = deviceAt(path);
   const std::string deviceId = device.object.facts.id;
   if (selected == deviceId) prioritize(kNoDevice);
   indexing.forget(deviceId);
-  const std::string database = device.object.facts.databasePath;
+  // A later request for the device comes after it.
+  indexing.afterCalls([deviceId] { DatabaseMgr::instance().deleteDb(deviceId); });
+  browsing.close(device.object.facts.databasePath);
   devices.erase(deviceId);
-  browsing.close(database, [this, deviceId] {
-    indexing.afterCalls([deviceId] { DatabaseMgr::instance().deleteDb(deviceId); });
-  });
 }
 
 void Service::prioritize(const std::string& path) {
@@ -402,22 +416,31 @@ void Service::wasCalled() {
   noteActivity();
 }
 
-Service::Device& Service::deviceFor(const std::string& deviceId, const char* kind,
-                                    const std::string& name) {
+Service::Device& Service::appear(const std::string& deviceId, const char* kind,
+                                 const std::string& name,
+                                 const std::optional<Attachment>& attachment) {
   auto& device = devices[deviceId];
+  DeviceFacts facts = device == nullptr ? DeviceFacts{} : device->object.facts;
+  facts.kind = kind;
+  facts.name = name;
+  if (attachment) {
+    facts.isAttached = true;
+    facts.isLocked = attachment->isLocked;
+    facts.mountPoints = attachment->mountPoints;
+    facts.problem = attachment->problem;
+  }
   if (device == nullptr) {
-    DeviceFacts facts;
     facts.id = deviceId;
-    facts.kind = kind;
-    facts.name = name;
     facts.databasePath = DatabaseMgr::instance().getDbNameFromDevId(deviceId);
     facts.generation = ++lastGeneration;
     device =
         std::make_unique<Device>(objects.get(), std::move(facts), static_cast<DeviceCalls&>(*this));
-    device->target.deviceId = deviceId;
+  } else {
+    device->object.facts = std::move(facts);
   }
-  device->object.facts.kind = kind;
-  device->object.facts.name = name;
+  if (attachment) {
+    device->target = {deviceId, attachment->type, attachment->handle, attachment->mountPoints};
+  }
   return *device;
 }
 

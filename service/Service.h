@@ -53,6 +53,15 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
     bool mustBeExaminedAgain = false;
   };
 
+  /// How a device is attached.
+  struct Attachment {
+    OperationType type = OperationType::MassStorage;
+    t_device_handle handle = 0;
+    std::vector<std::string> mountPoints;
+    bool isLocked = false;
+    std::string problem;
+  };
+
   // Hot plug.
   void showMedium(const hotplug::Medium& medium);
   void removeMedium(const std::string& mediumId);
@@ -60,6 +69,7 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
   void changeStick(Device& device, const hotplug::Medium& stick);
   void phoneAttached(const AttachedDevice& phone);
   void phoneChanged(const AttachedDevice& phone);
+  void phoneRemoved(const AttachedDevice& phone);
   void detached(const std::string& deviceId);
   void databaseFound(const std::string& database, const DatabaseContents& contents);
 
@@ -84,16 +94,19 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
   void setPaused(bool isPaused) override;
   void wasCalled() override;
 
-  /// The device with this id, which is made where there is none.
-  Device& deviceFor(const std::string& deviceId, const char* kind, const std::string& name);
+  /// Shows a device, whether it is known already or not; one that is not attached without an
+  /// attachment.
+  Device& appear(const std::string& deviceId, const char* kind, const std::string& name,
+                 const std::optional<Attachment>& attachment);
   [[nodiscard]] Device* find(const std::string& deviceId);
   /// Throws BusError.
   Device& deviceAt(const std::string& path);
   Device* attachedWith(const std::string& mountPoint);
+  /// Throws BusError when the folder cannot be indexed under this id now.
+  void requireAvailable(const std::string& deviceId, const std::string& mountPoint);
   std::string indexFolder(const IndexCall& wanted, const std::string& mountPoint);
   void begin(Device& device);
   void setMountPoints(Device& device, const std::vector<std::string>& mountPoints);
-  void showPhone(Device& device, const AttachedDevice& phone);
   void examine(Device& device);
   void show(Device& device, const DatabaseContents& contents);
   /// Something is done, or has been done.

@@ -99,7 +99,7 @@ class BusTest(ServiceTestCase):
         time.sleep(0.3)
         self.assertEqual([device.SongsFound for device in devices], [0, 0])
         client.close_sync()
-        waitFor(lambda: devices[0].SongsRead > 0)
+        waitFor(lambda: devices[0].State == "reading")
         self.manager("Prioritize", "(o)", devices[1].path)
         devices[1].finished()
         self.assertEqual(devices[0].signals.count(("Finished", "OK")), 0)

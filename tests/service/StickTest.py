@@ -27,10 +27,10 @@ class StickTest(ServiceTestCase):
         """A stick with a partition of so many songs for each number."""
         stick = Stick(self, name, *(f"{name}{number}" for number in range(1, len(songs) + 1)), megabytes=megabytes)
         for number, count in enumerate(songs, 1):
-            self.mount(stick, "/mnt/fill", number)
+            self.mount(stick, "/run/fill", number)
             for song in range(count):
-                shutil.copy(SEED, f"/mnt/fill/{song}.mp3")
-            call("umount", "/mnt/fill")
+                shutil.copy(SEED, f"/run/fill/{song}.mp3")
+            call("umount", "/run/fill")
         return stick
 
     def testPluggedPulledAndPluggedElsewhere(self):
@@ -79,11 +79,13 @@ class StickTest(ServiceTestCase):
 
     def testTheSelectedStickGoesFirst(self):
         sticks = [self.stickOf(name, 3000, megabytes=20) for name in ("one", "other")]
+        cookie = self.manager("Pause", "(s)", "both are to wait")[0]
         self.mount(sticks[0], "/media/one")
         first = self.deviceWith(Name="one1")
         self.mount(sticks[1], "/media/other")
         second = self.deviceWith(Name="other1")
         self.manager("Prioritize", "(o)", second.path)
+        self.manager("Resume", "(u)", cookie)
         second.finished()
         self.assertNotIn(("Finished", "OK"), first.signals)
         first.finished()
