@@ -22,8 +22,9 @@ class BusTest(ServiceTestCase):
             subprocess.run((os.environ["MAKE_STICK"], "sample", folder), check=True, stdout=subprocess.DEVNULL)
             return folder
         os.mkdir(folder)
-        for number in range(songs):
-            shutil.copy(SEED, f"{folder}/{number}.mp3")
+        shutil.copy(SEED, f"{folder}/0.mp3")
+        for number in range(1, songs):
+            os.link(f"{folder}/0.mp3", f"{folder}/{number}.mp3")
         return folder
 
     def listed(self, device, kind):
@@ -89,7 +90,7 @@ class BusTest(ServiceTestCase):
         self.assertEqual(list(self.objects()), [device.path])
 
     def testPausesAndPriorities(self):
-        first, second = self.stick("first", 4000), self.stick("second", 4000)
+        first, second = self.stick("first", 8000), self.stick("second", 8000)
         client = connect()
         self.manager("Pause", "(s)", "playing", bus=client)
         devices = [self.index(first), self.index(second)]
@@ -101,17 +102,20 @@ class BusTest(ServiceTestCase):
         client.close_sync()
         waitFor(lambda: devices[0].State == "reading")
         self.manager("Prioritize", "(o)", devices[1].path)
-        devices[1].finished()
-        self.assertEqual(devices[0].signals.count(("Finished", "OK")), 0)
+        waitFor(lambda: devices[1].State == "reading")
+        self.assertEqual(devices[0].State, "waiting")
         cookie = self.manager("Pause", "(s)", "again")[0]
-        waitFor(lambda: devices[0].State == "paused")
+        waitFor(lambda: [device.State for device in devices] == ["paused"] * 2)
+        time.sleep(0.5)
+        stored = [device.rows(count=0)[0] for device in devices]
         time.sleep(1)
-        read = devices[0].SongsRead
-        time.sleep(1.5)
-        self.assertEqual(devices[0].SongsRead, read)
+        self.assertEqual([device.rows(count=0)[0] for device in devices], stored)
         self.manager("Resume", "(u)", cookie)
-        devices[0].finished()
-        self.assertEqual(devices[0].rows(count=0)[0], 4000)
+        waitFor(lambda: devices[1].State == "idle")
+        self.assertNotEqual(devices[0].State, "idle")
+        for device in devices:
+            device.finished()
+        self.assertEqual([device.rows(count=0)[0] for device in devices], [8000, 8000])
 
     def testAKilledServiceGoesOn(self):
         stick = self.stick("large", 6000)

@@ -86,9 +86,10 @@ class StickTest(ServiceTestCase):
         second = self.deviceWith(Name="other1")
         self.manager("Prioritize", "(o)", second.path)
         self.manager("Resume", "(u)", cookie)
-        second.finished()
-        self.assertNotIn(("Finished", "OK"), first.signals)
-        first.finished()
+        waitFor(lambda: second.State == "idle")
+        self.assertNotEqual(first.State, "idle")
+        for device in (first, second):
+            device.finished()
         self.assertEqual((first.Songs, second.Songs), (3000, 3000))
 
 
