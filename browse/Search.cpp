@@ -7,21 +7,17 @@
 #include <memory>
 #include <string_view>
 
+#include "base/GlibPointers.h"
 #include "base/GlibText.h"
 
 namespace orvel::browse {
 
 namespace {
 
-struct FreeTexts {
-  void operator()(char** texts) const { g_strfreev(texts); }
-};
-using Words = std::unique_ptr<char*, FreeTexts>;
-
 /// The columns that are searched, where a kind has them.
 constexpr std::array<std::string_view, 5> kSearched{"name", "title", "artist", "album", "composer"};
 
-/// Words without case, and their spellings in ASCII.
+/// GlibTexts without case, and their spellings in ASCII.
 struct FoldedWords {
   explicit FoldedWords(const std::string& text) {
     char** ascii = nullptr;
@@ -34,11 +30,11 @@ struct FoldedWords {
     return contains(words, beginning) || contains(spellings, beginning);
   }
 
-  Words words;
-  Words spellings;
+  GlibTexts words;
+  GlibTexts spellings;
 
  private:
-  static bool contains(const Words& candidates, const char* beginning) {
+  static bool contains(const GlibTexts& candidates, const char* beginning) {
     for (char** word = candidates.get(); *word != nullptr; ++word) {
       if (g_str_has_prefix(*word, beginning) != FALSE) return true;
     }

@@ -4,6 +4,7 @@
 #include <QJsonObject>
 
 #include "cli/JsonText.h"
+#include "host/confinementName.h"
 
 namespace orvel::cli {
 
@@ -50,18 +51,8 @@ QJsonObject songs(const ProgressSnapshot::Songs& songs) {
 
 /// null when no tags were read.
 QJsonValue confinement(const std::optional<Confinement>& level) {
-  if (!level) return {};
-  switch (*level) {
-    case Confinement::None:
-      return "none";
-    case Confinement::Process:
-      return "process";
-    case Confinement::Filter:
-      return "filter";
-    case Confinement::FilterAndLandlock:
-      return "filter+landlock";
-  }
-  return {};
+  const char* const name = host::confinementName(level);
+  return name == nullptr ? QJsonValue() : QJsonValue(name);
 }
 
 QJsonObject partition(const PartitionResult& result) {

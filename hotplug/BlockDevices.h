@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "base/GlibObject.h"
+#include "base/GlibPointers.h"
 
 namespace orvel::hotplug {
 

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "base/GlibObject.h"
+#include "base/GlibPointers.h"
 
 namespace orvel::hotplug {
 

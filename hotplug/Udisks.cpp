@@ -11,16 +11,6 @@ constexpr char kName[] = "org.freedesktop.UDisks2";
 constexpr char kBlock[] = "org.freedesktop.UDisks2.Block";
 constexpr char kFilesystem[] = "org.freedesktop.UDisks2.Filesystem";
 
-struct UnrefVariant {
-  void operator()(GVariant* value) const { g_variant_unref(value); }
-};
-using Variant = std::unique_ptr<GVariant, UnrefVariant>;
-
-struct FreeError {
-  void operator()(GError* error) const { g_error_free(error); }
-};
-using Error = std::unique_ptr<GError, FreeError>;
-
 struct FreeObjects {
   void operator()(GList* objects) const { g_list_free_full(objects, g_object_unref); }
 };
@@ -33,13 +23,13 @@ Proxy interfaceOf(GDBusObject* object, const char* name) {
 }
 
 /// A property of the type `type`; nothing when the peer has none of this name and type.
-Variant property(const Proxy& proxy, const char* name, const GVariantType* type) {
-  Variant value(g_dbus_proxy_get_cached_property(proxy.get(), name));
+GlibVariant property(const Proxy& proxy, const char* name, const GVariantType* type) {
+  GlibVariant value(g_dbus_proxy_get_cached_property(proxy.get(), name));
   return value && g_variant_is_of_type(value.get(), type) ? std::move(value) : nullptr;
 }
 
 bool flag(const Proxy& proxy, const char* name) {
-  const Variant value = property(proxy, name, G_VARIANT_TYPE_BOOLEAN);
+  const GlibVariant value = property(proxy, name, G_VARIANT_TYPE_BOOLEAN);
   return value && g_variant_get_boolean(value.get()) == TRUE;
 }
 
@@ -48,22 +38,22 @@ bool isMedium(const Proxy& block) {
 }
 
 bool isDevice(const Proxy& block, dev_t number) {
-  const Variant value = property(block, "DeviceNumber", G_VARIANT_TYPE_UINT64);
+  const GlibVariant value = property(block, "DeviceNumber", G_VARIANT_TYPE_UINT64);
   return value && g_variant_get_uint64(value.get()) == number;
 }
 
 /// A path in udisks' properties is an array of bytes that ends with NUL.
 std::string nodeOf(const Proxy& block) {
-  const Variant value = property(block, "Device", G_VARIANT_TYPE_BYTESTRING);
+  const GlibVariant value = property(block, "Device", G_VARIANT_TYPE_BYTESTRING);
   return value ? g_variant_get_bytestring(value.get()) : "A medium";
 }
 
 bool isMounted(const Proxy& fileSystem) {
-  const Variant value = property(fileSystem, "MountPoints", G_VARIANT_TYPE("aay"));
+  const GlibVariant value = property(fileSystem, "MountPoints", G_VARIANT_TYPE("aay"));
   return value && g_variant_n_children(value.get()) != 0;
 }
 
-bool isCancelled(const Error& error) {
+bool isCancelled(const GlibError& error) {
   return g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED) == TRUE;
 }
 
@@ -84,7 +74,7 @@ Udisks::~Udisks() {
 void Udisks::onManager(GObject* /*source*/, GAsyncResult* result, gpointer self) {
   GError* failure = nullptr;
   GDBusObjectManager* found = g_dbus_object_manager_client_new_for_bus_finish(result, &failure);
-  const Error error(failure);
+  const GlibError error(failure);
   if (found != nullptr) {
     static_cast<Udisks*>(self)->use(found);
   } else if (!isCancelled(error)) {
@@ -150,9 +140,9 @@ void Udisks::mountNewMedia() {
 void Udisks::onMounted(GObject* source, GAsyncResult* result, gpointer node) {
   const std::unique_ptr<const std::string> owned(static_cast<const std::string*>(node));
   GError* failure = nullptr;
-  const Variant answer(
+  const GlibVariant answer(
       g_dbus_proxy_call_finish(reinterpret_cast<GDBusProxy*>(source), result, &failure));
-  const Error error(failure);
+  const GlibError error(failure);
   if (answer || isCancelled(error)) return;
   const std::unique_ptr<char, decltype(&g_free)> name(g_dbus_error_get_remote_error(error.get()),
                                                       g_free);

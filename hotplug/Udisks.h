@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "base/GlibObject.h"
+#include "base/GlibPointers.h"
 
 namespace orvel::hotplug {
 

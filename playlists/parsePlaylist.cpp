@@ -8,15 +8,13 @@
 #include <memory>
 #include <string_view>
 
+#include "base/GlibPointers.h"
+
 namespace orvel {
 
 namespace {
 
 constexpr std::string_view kFileScheme = "file:///";
-
-struct Unref {
-  void operator()(TotemPlParser* parser) const { g_object_unref(parser); }
-};
 
 void passOn(TotemPlParser* /*parser*/, const char* uri, GHashTable* /*metadata*/, gpointer data) {
   (*static_cast<const OnPlaylistEntry*>(data))(uri);
@@ -47,7 +45,7 @@ const char* nameOf(PlaylistVerdict verdict) {
 }
 
 PlaylistVerdict parsePlaylist(const std::string& path, const OnPlaylistEntry& onEntry) {
-  const std::unique_ptr<TotemPlParser, Unref> parser(totem_pl_parser_new());
+  const GlibObject<TotemPlParser> parser(totem_pl_parser_new());
   g_object_set(parser.get(), "recurse", FALSE, "disable-unsafe", TRUE, nullptr);
   g_signal_connect(parser.get(), "entry-parsed", G_CALLBACK(passOn),
                    const_cast<OnPlaylistEntry*>(&onEntry));

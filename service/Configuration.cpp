@@ -13,6 +13,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/GlibPointers.h"
 #include "base/GlibText.h"
 
 namespace orvel::service {
@@ -23,16 +24,6 @@ struct FreeKeyFile {
   void operator()(GKeyFile* file) const { g_key_file_free(file); }
 };
 using KeyFile = std::unique_ptr<GKeyFile, FreeKeyFile>;
-
-struct FreeError {
-  void operator()(GError* error) const { g_error_free(error); }
-};
-using Error = std::unique_ptr<GError, FreeError>;
-
-struct FreeTexts {
-  void operator()(char** texts) const { g_strfreev(texts); }
-};
-using Texts = std::unique_ptr<char*, FreeTexts>;
 
 /// Why a value does not count, and the remedy.
 struct WrongValue {
@@ -54,7 +45,7 @@ class Value {
 
   [[nodiscard]] std::vector<std::string> list() const {
     GError* failure = nullptr;
-    const Texts texts(g_key_file_get_string_list(file, group, key, nullptr, &failure));
+    const GlibTexts texts(g_key_file_get_string_list(file, group, key, nullptr, &failure));
     require(failure);
     std::vector<std::string> list;
     for (char** text = texts.get(); *text != nullptr; ++text) {
@@ -65,7 +56,7 @@ class Value {
 
  private:
   static void require(GError* failure) {
-    const Error error(failure);
+    const GlibError error(failure);
     if (error) throw WrongValue{error->message + std::string(".")};
   }
 
@@ -179,10 +170,10 @@ std::vector<std::string> linesOf(const std::string& text) {
 }
 
 /// Parses; returns why that is impossible.
-Error parse(GKeyFile* keyFile, const std::string& text) {
+GlibError parse(GKeyFile* keyFile, const std::string& text) {
   GError* failure = nullptr;
   g_key_file_load_from_data(keyFile, text.c_str(), text.size(), G_KEY_FILE_NONE, &failure);
-  return Error(failure);
+  return GlibError(failure);
 }
 
 /// The number of the first line with which the text cannot be parsed.
@@ -229,7 +220,7 @@ class LineNumbers {
   std::map<std::pair<std::string, std::string>, std::size_t> keys;
 };
 
-std::vector<std::string> listOf(const Texts& texts) {
+std::vector<std::string> listOf(const GlibTexts& texts) {
   std::vector<std::string> list;
   for (char** text = texts.get(); text != nullptr && *text != nullptr; ++text) {
     list.emplace_back(*text);
@@ -245,7 +236,7 @@ class Reader {
       : path(std::move(filePath)), lines(text), file(keyFile), reading(readings) {}
 
   void read() {
-    for (const std::string& group : listOf(Texts(g_key_file_get_groups(file, nullptr)))) {
+    for (const std::string& group : listOf(GlibTexts(g_key_file_get_groups(file, nullptr)))) {
       const auto known = kGroups.find(group);
       if (known != kGroups.end()) {
         readGroup(group, known->second);
@@ -258,7 +249,7 @@ class Reader {
 
  private:
   void readGroup(const std::string& group, const Keys& keys) {
-    const Texts names(g_key_file_get_keys(file, group.c_str(), nullptr, nullptr));
+    const GlibTexts names(g_key_file_get_keys(file, group.c_str(), nullptr, nullptr));
     for (const std::string& key : listOf(names)) readKey(group, key, keys);
   }
 
@@ -307,14 +298,14 @@ ConfigurationReading readConfiguration(const std::string& path) {
   GError* failure = nullptr;
   g_file_get_contents(path.c_str(), &content, &size, &failure);
   const GlibText owned(content);
-  if (const Error error(failure); error) {
+  if (const GlibError error(failure); error) {
     reading.problems.push_back(std::string(error->message) +
                                ". All defaults apply. Name a file that this service may read.");
     return reading;
   }
   const std::string text(content, size);
   const KeyFile file(g_key_file_new());
-  if (const Error error = parse(file.get(), text)) {
+  if (const GlibError error = parse(file.get(), text)) {
     reading.problems.push_back(path + ":" + std::to_string(faultyLine(text)) + ": " +
                                error->message + ". All defaults apply until this line is mended.");
     return reading;

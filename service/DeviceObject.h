@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "base/GlibObject.h"
+#include "base/GlibPointers.h"
 #include "browse/MediaDatabase.h"
 #include "browse/Pages.h"
 #include "service/Timer.h"

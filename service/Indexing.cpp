@@ -92,7 +92,11 @@ void Indexing::stopped(const std::string& deviceId) {
   const auto known = progress.find(deviceId);
   if (known == progress.end() || firstJobOf(deviceId) != nullptr) return;
   for (auto& [mountPoint, snapshot] : known->second.partitions) {
-    snapshot = controller.progressOf(mountPoint).value_or(snapshot);
+    // Another device may be mounted there by now.
+    const bool isTaken =
+        std::any_of(jobs.begin(), jobs.end(),
+                    [&path = mountPoint](const Job& job) { return job.mountPoint == path; });
+    if (!isTaken) snapshot = controller.progressOf(mountPoint).value_or(snapshot);
   }
   listener.indexingEnded(deviceId);
 }

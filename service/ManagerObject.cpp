@@ -50,9 +50,9 @@ ManagerObject::ManagerObject(GDBusConnection* bus, const ManagerFacts& facts, Ma
   GError* error = nullptr;
   if (g_dbus_interface_skeleton_export(G_DBUS_INTERFACE_SKELETON(manager.get()), bus, kPath,
                                        &error) == FALSE) {
-    const std::string reason = error->message;
-    g_error_free(error);
-    throw std::runtime_error("The manager cannot be put on the bus: " + reason);
+    const GlibError failure(error);
+    throw std::runtime_error(std::string("The manager cannot be put on the bus: ") +
+                             failure->message);
   }
 }
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "base/GlibObject.h"
+#include "base/GlibPointers.h"
 #include "service/Pauses.h"
 #include "service/orvelBus.h"
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <memory>
 
+#include "base/GlibPointers.h"
 #include "base/GlibText.h"
 
 namespace orvel::service {
@@ -54,9 +55,8 @@ Options parseOptions(int argc, char** argv) {
   options.configurationFile = absolutePath(configuration);
   options.databaseFolder = absolutePath(folder);
   if (!isParsed) {
-    const std::string reason = error->message;
-    g_error_free(error);
-    throw UsageError(reason + ".");
+    const GlibError failure(error);
+    throw UsageError(failure->message + std::string("."));
   }
   if (argc > 1) throw UsageError("'" + std::string(argv[1]) + "' is no option.");
   if (system != FALSE && session != FALSE)

@@ -14,6 +14,7 @@
 #include "base/Utf8.h"
 #include "browse/MediaDatabase.h"
 #include "host/DeviceId.h"
+#include "host/confinementName.h"
 #include "service/BusError.h"
 #include "service/arguments.h"
 #include "service/separated.h"
@@ -50,20 +51,6 @@ const char* nameOf(IndexState::Phase phase) {
   return "idle";
 }
 
-const char* nameOf(Confinement confinement) {
-  switch (confinement) {
-    case Confinement::None:
-      return "none";
-    case Confinement::Process:
-      return "process";
-    case Confinement::Filter:
-      return "filter";
-    case Confinement::FilterAndLandlock:
-      return "filter and landlock";
-  }
-  return "none";
-}
-
 /// Adds up the partitions' progress.
 void showProgress(const IndexState& state, DeviceFacts& facts) {
   facts.state = nameOf(state.phase);
@@ -81,7 +68,8 @@ void showProgress(const IndexState& state, DeviceFacts& facts) {
     if (!partition.confinement) continue;
     least = least ? std::min(*least, *partition.confinement) : *partition.confinement;
   }
-  facts.confinement = least ? nameOf(*least) : "";
+  const char* const name = host::confinementName(least);
+  facts.confinement = name == nullptr ? "" : name;
   facts.isIsolated = !least || *least == Confinement::FilterAndLandlock;
 }
 

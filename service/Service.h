@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-#include "base/GlibObject.h"
+#include "base/GlibPointers.h"
 #include "hotplug/MediaMonitor.h"
 #include "hotplug/Phones.h"
 #include "service/Browsing.h"

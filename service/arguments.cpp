@@ -1,18 +1,9 @@
 #include "service/arguments.h"
 
-#include <memory>
-
+#include "base/GlibPointers.h"
 #include "service/BusError.h"
 
 namespace orvel::service {
-
-namespace {
-
-struct VariantUnref {
-  void operator()(GVariant* value) const { g_variant_unref(value); }
-};
-
-}  // namespace
 
 void refuseArgument(const std::string& text) {
   throw BusError(BusError::Kind::InvalidArguments, text);
@@ -24,9 +15,9 @@ void forEachEntry(GVariant* dictionary,
   for (gsize i = 0; i < count; ++i) {
     const char* name = nullptr;
     GVariant* value = nullptr;
-    const std::unique_ptr<GVariant, VariantUnref> entry(g_variant_get_child_value(dictionary, i));
+    const GlibVariant entry(g_variant_get_child_value(dictionary, i));
     g_variant_get(entry.get(), "{&sv}", &name, &value);
-    const std::unique_ptr<GVariant, VariantUnref> owned(value);
+    const GlibVariant owned(value);
     use(name, value);
   }
 }

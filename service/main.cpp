@@ -90,11 +90,10 @@ GlibObject<GDBusConnection> connectTo(GBusType bus) {
     g_dbus_connection_set_exit_on_close(connection, FALSE);
     return GlibObject<GDBusConnection>(connection);
   }
-  const std::string reason = error->message;
-  g_error_free(error);
+  const GlibError failure(error);
   const bool isSystem = bus == G_BUS_TYPE_SYSTEM;
   throw std::runtime_error(std::string("The ") + (isSystem ? "system" : "session") +
-                           " bus cannot be reached (" + reason +
+                           " bus cannot be reached (" + failure->message +
                            "). Start dbus-daemon, or name it in " +
                            (isSystem ? "DBUS_SYSTEM_BUS_ADDRESS." : "DBUS_SESSION_BUS_ADDRESS."));
 }

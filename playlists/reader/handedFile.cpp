@@ -7,19 +7,15 @@
 #include <memory>
 #include <utility>
 
+#include "base/GlibPointers.h"
 #include "playlists/parsePlaylist.h"
 
 namespace orvel::handedFile {
 
 namespace {
 
-struct Unref {
-  void operator()(gpointer object) const { g_object_unref(object); }
-};
-using File = std::unique_ptr<GFile, Unref>;
-
 struct Handed {
-  File name;
+  GlibObject<GFile> name;
   Descriptor content;
 };
 
@@ -28,8 +24,8 @@ Handed& handed() {
   return current;
 }
 
-File fileAt(const std::string& path) {
-  return File(g_file_new_for_uri(playlistUri(path).c_str()));
+GlibObject<GFile> fileAt(const std::string& path) {
+  return GlibObject<GFile>(g_file_new_for_uri(playlistUri(path).c_str()));
 }
 
 /// An input stream over the content of the handed file.
