@@ -72,16 +72,16 @@ std::uint32_t search(const MediaDatabase& database, const std::string& words,
   std::uint32_t found = 0;
   bool isWanted = true;
   database.atOneMoment([&] {
-    for (const auto& [name, kind] : listKinds()) {
-      if (!kinds.contains(kind)) continue;
+    for (const auto& named : listKinds()) {
+      if (!kinds.contains(named.second)) continue;
       ListQuery all;
-      all.kind = kind;
+      all.kind = named.second;
       const Listing listing = listingFor(all);
       database.query(listing.select + " ORDER BY " + listing.order, {}, [&](const Row& row) {
         if (!matches(wanted, searchedText(listing.columns, row))) return true;
         const std::uint32_t position = found++;
         const bool isOnPage = position >= page.offset && position - page.offset < page.count;
-        if (isOnPage && isWanted) isWanted = receive(name.c_str(), listing.columns, row);
+        if (isOnPage && isWanted) isWanted = receive(named.first.c_str(), listing.columns, row);
         return true;
       });
     }

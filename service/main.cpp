@@ -24,7 +24,7 @@ using namespace orvel;
 using namespace orvel::service;
 
 constexpr char kBusName[] = "org.orvel.Indexer1";
-enum ExitStatus { kDone = 0, kCouldNotRun = 1, kWrongUsage = 2 };
+enum ExitStatus { Done = 0, CouldNotRun = 1, WrongUsage = 2 };
 
 struct UnrefLoop {
   void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
@@ -34,7 +34,7 @@ struct UnrefLoop {
 struct Run {
   Run(GDBusConnection* bus, ConfigurationReading reading)
       : loop(g_main_loop_new(nullptr, FALSE)),
-        service(bus, std::move(reading), [this] { end(kDone); }) {}
+        service(bus, std::move(reading), [this] { end(Done); }) {}
 
   void end(ExitStatus wanted) {
     status = wanted;
@@ -42,7 +42,7 @@ struct Run {
   }
 
   std::unique_ptr<GMainLoop, UnrefLoop> loop;
-  ExitStatus status = kDone;
+  ExitStatus status = Done;
   Service service;
 };
 
@@ -111,7 +111,7 @@ guint ownName(GDBusConnection* bus, Run& run) {
               " the bus's policy refuse it?",
               name);
         }
-        self(data).end(kCouldNotRun);
+        self(data).end(CouldNotRun);
       },
       &run, nullptr);
 }
@@ -123,7 +123,7 @@ int serve(const Options& options) {
   const GlibObject<GDBusConnection> bus = connectTo(options.bus);
   Run run(bus.get(), std::move(reading));
   const GSourceFunc endInOrder = [](gpointer data) -> gboolean {
-    self(data).end(kDone);
+    self(data).end(Done);
     return G_SOURCE_CONTINUE;
   };
   g_unix_signal_add(SIGINT, endInOrder, &run);
@@ -142,14 +142,14 @@ int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     if (options.printVersion) {
       std::cout << "orveld " ORVEL_VERSION << std::endl;
-      return kDone;
+      return Done;
     }
     return serve(options);
   } catch (const UsageError& error) {
     std::cerr << "orveld: " << error.what() << " 'orveld --help' shows the options." << std::endl;
-    return kWrongUsage;
+    return WrongUsage;
   } catch (const std::exception& error) {
     std::cerr << "orveld: " << error.what() << std::endl;
-    return kCouldNotRun;
+    return CouldNotRun;
   }
 }
