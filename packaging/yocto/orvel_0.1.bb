@@ -37,5 +37,5 @@ CONFFILES:${PN}-service = "${sysconfdir}/orvel/orveld.conf"
 SYSTEMD_PACKAGES = "${@bb.utils.contains('PACKAGECONFIG', 'service', '${PN}-service', '', d)}"
 SYSTEMD_SERVICE:${PN}-service = "orveld.service"
 
-USERADD_PACKAGES = "${PN}-service"
+USERADD_PACKAGES = "${SYSTEMD_PACKAGES}"
 USERADD_PARAM:${PN}-service = "--system --user-group --home-dir /var/lib/orvel --shell /sbin/nologin orvel"
