@@ -79,6 +79,8 @@ const Words<LogLevel> kLogLevels{{"error", LogLevel::Error},
                                  {"info", LogLevel::Info},
                                  {"debug", LogLevel::Debug},
                                  {"verbose", LogLevel::Verbose}};
+/// By the application's id in Diagnostic Log and Trace.
+const Words<std::string> kLogs{{"stderr", ""}, {"dlt", "ORVD"}};
 const Words<TextRegion> kRegions{
     {"neutral", TextRegion::Neutral}, {"central-europe", TextRegion::CentralEurope},
     {"turkey", TextRegion::Turkey},   {"baltic", TextRegion::Baltic},
@@ -158,6 +160,7 @@ const std::map<std::string, Keys> kGroups{
      {{"database-directory",
        [](auto& c, const Value& v) { c.settings.databaseDirectory = absolutePath(v.text()); }},
       {"log", [](auto& c, const Value& v) { c.settings.logThreshold = word(v, kLogLevels); }},
+      {"log-to", [](auto& c, const Value& v) { c.settings.dltApplicationId = word(v, kLogs); }},
       {"idle-exit-seconds", [](auto& c, const Value& v) {
          c.idleExit = std::chrono::seconds(number<std::int32_t>(v));
        }}}}};

@@ -72,6 +72,20 @@ ConfigurationReading configurationFor(const Options& options) {
   return reading;
 }
 
+/// Applies the settings; the log of a library without Diagnostic Log and Trace goes to the standard
+/// error stream.
+void configureLibrary(ConfigurationReading& reading) {
+  Settings& settings = reading.configuration.settings;
+  try {
+    configure(settings);
+  } catch (const std::runtime_error& error) {
+    g_warning("log-to: %s", error.what());
+    reading.problems.push_back(std::string("log-to: ") + error.what());
+    settings.dltApplicationId.clear();
+    configure(settings);
+  }
+}
+
 /// Throws std::runtime_error when databases cannot be written.
 void requireDatabaseFolder() {
   DatabaseMgr& databases = DatabaseMgr::instance();
@@ -118,7 +132,7 @@ guint ownName(GDBusConnection* bus, Run& run) {
 
 int serve(const Options& options) {
   ConfigurationReading reading = configurationFor(options);
-  configure(reading.configuration.settings);
+  configureLibrary(reading);
   requireDatabaseFolder();
   const GlibObject<GDBusConnection> bus = connectTo(options.bus);
   Run run(bus.get(), std::move(reading));

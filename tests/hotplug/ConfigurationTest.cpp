@@ -56,7 +56,7 @@ TEST_F(ConfigurationTest, ReadsWhatDiffersFromTheDefaults) {
       "[devices]\nauto-index=no\nphones=no \nmount=yes\ninternal-disks=yes\nroots=/a/; /b c ;\n"
       "types=cifs\nexclude=2A4B-*;/a/"
       "x\n[indexing]\nregion=china\nisolation=required\nbackground=no\n"
-      "songs=7\nfolders=8\ndatabase-bytes=9\n[service]\ndatabase-directory=/d/\nlog=debug\n"
+      "songs=7\nfolders=8\ndatabase-bytes=9\n[service]\ndatabase-directory=/d/\nlog=debug\nlog-to=dlt\n"
       "idle-exit-seconds=60\n");
   EXPECT_THAT(problems, ElementsAre());
   EXPECT_FALSE(configuration.autoIndex || configuration.phones);
@@ -73,6 +73,7 @@ TEST_F(ConfigurationTest, ReadsWhatDiffersFromTheDefaults) {
   EXPECT_EQ(settings.limits.databaseBytes, 9);
   EXPECT_EQ(settings.databaseDirectory, "/d");
   EXPECT_EQ(settings.logThreshold, LogLevel::Debug);
+  EXPECT_EQ(settings.dltApplicationId, "ORVD");
   EXPECT_EQ(configuration.idleExit, std::chrono::seconds(60));
 }
 
