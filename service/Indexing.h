@@ -81,6 +81,9 @@ class Indexing {
   /// The state of a device that was handed to `index`.
   [[nodiscard]] IndexState stateOf(const std::string& deviceId) const;
   [[nodiscard]] bool isIdle() const { return jobs.empty(); }
+  [[nodiscard]] bool hasWorkFor(const std::string& deviceId) const {
+    return firstJobOf(deviceId) != nullptr;
+  }
 
   /// Carries out `job` after the controller's calls that were made so far, on their thread.
   void afterCalls(WorkThread::Job job) { control.post(std::move(job)); }

@@ -199,6 +199,8 @@ void Service::attachStick(const hotplug::Medium& stick) {
 void Service::changeStick(Device& device, const hotplug::Medium& stick) {
   const std::vector<std::string> before = device.target.mountPoints;
   const std::vector<std::string> now = mountPointsOf(stick);
+  // A client may have named the folder before the medium was noticed.
+  device.object.facts.kind = "stick";
   device.object.facts.name = stick.name;
   setMountPoints(device, now);
   for (const std::string& mountPoint : before) {
@@ -360,7 +362,8 @@ std::string Service::indexFolder(const IndexCall& wanted, const std::string& mou
     device = &appear(deviceId, "folder", wanted.name.value_or(mountPoint), attachment);
   }
   if (wanted.name) device->object.facts.name = *wanted.name;
-  begin(*device);
+  // A request that is under way is the one that is wanted.
+  if (!indexing.hasWorkFor(device->object.facts.id)) begin(*device);
   device->object.publish();
   return device->object.path();
 }

@@ -117,7 +117,7 @@ guint ownName(GDBusConnection* bus, Run& run) {
       bus, kBusName, G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE,
       [](GDBusConnection*, const char*, gpointer data) { self(data).service.watchDevices(); },
       [](GDBusConnection* connection, const char* name, gpointer data) {
-        if (g_dbus_connection_is_closed(connection) != FALSE) {
+        if (connection == nullptr || g_dbus_connection_is_closed(connection) != FALSE) {
           g_critical("The bus is gone. Start the service again once it is back.");
         } else {
           g_critical(
