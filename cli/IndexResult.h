@@ -30,7 +30,7 @@ struct IndexResult {
   std::optional<std::string> error;
   double seconds = 0;
   std::optional<double> firstSongSeconds;  ///< from the start of the run
-  std::optional<browse::Totals> totals;            ///< absent if there is no database
+  std::optional<browse::Totals> totals;    ///< absent if there is no database
   std::int64_t databaseBytes = 0;
 
   /// True if every partition ended with status OK.

@@ -15,10 +15,10 @@
 
 #include "cli/AttachedPhones.h"
 #include "cli/BackgroundWork.h"
-#include "host/DeviceId.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexSession.h"
 #include "cli/MountPoint.h"
+#include "host/DeviceId.h"
 
 namespace orvel::cli {
 
@@ -91,7 +91,8 @@ void IndexRun::record(const std::function<void(IndexResult&)>& work) {
 
 void IndexRun::indexStick(IndexResult& result) {
   const std::vector<std::string> mountPoints = mountPointsFrom(options.mountPoints);
-  result.deviceId = options.deviceId ? *options.deviceId : host::defaultDeviceId(mountPoints.front());
+  result.deviceId =
+      options.deviceId ? *options.deviceId : host::defaultDeviceId(mountPoints.front());
   for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
   StickSource stick;
   index(stick, mountPoints, result);

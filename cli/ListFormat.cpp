@@ -7,8 +7,8 @@
 namespace orvel::cli {
 
 std::unique_ptr<ListFormat> ListFormat::make(ListOptions::Format format,
-                                             const std::vector<browse::Column>& columns, std::ostream& out,
-                                             std::size_t width) {
+                                             const std::vector<browse::Column>& columns,
+                                             std::ostream& out, std::size_t width) {
   switch (format) {
     case ListOptions::Format::Tsv:
       return std::make_unique<TsvFormat>(columns, out);

@@ -56,7 +56,8 @@ TEST_F(ConfigurationTest, ReadsWhatDiffersFromTheDefaults) {
       "[devices]\nauto-index=no\nphones=no \nmount=yes\ninternal-disks=yes\nroots=/a/; /b c ;\n"
       "types=cifs\nexclude=2A4B-*;/a/"
       "x\n[indexing]\nregion=china\nisolation=required\nbackground=no\n"
-      "songs=7\nfolders=8\ndatabase-bytes=9\n[service]\ndatabase-directory=/d/\nlog=debug\nlog-to=dlt\n"
+      "songs=7\nfolders=8\ndatabase-bytes=9\n[service]\ndatabase-directory=/d/"
+      "\nlog=debug\nlog-to=dlt\n"
       "idle-exit-seconds=60\n");
   EXPECT_THAT(problems, ElementsAre());
   EXPECT_FALSE(configuration.autoIndex || configuration.phones);
