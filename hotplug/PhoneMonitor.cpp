@@ -15,10 +15,12 @@ std::string_view property(GUdevDevice* device, const char* key) {
 }
 
 /// Players and most phones are listed by the device manager's rules; ":06" is the class of devices
-/// that show still images, to which the protocol of the others belongs.
-bool mayBePhone(GUdevDevice* device) {
+/// that show still images, to which the protocol of the others belongs. Of a device that is pulled
+/// out the manager may have lost the description: it runs its rules once more when the driver lets
+/// go, and finds nothing left to read.
+bool mayBePhone(std::string_view action, GUdevDevice* device) {
   return property(device, "DEVTYPE") == "usb_device" &&
-         (property(device, "ID_MTP_DEVICE") == "1" ||
+         (action == "remove" || property(device, "ID_MTP_DEVICE") == "1" ||
           !property(device, "ID_MEDIA_PLAYER").empty() ||
           property(device, "ID_USB_INTERFACES").find(":06") != std::string_view::npos);
 }
@@ -40,8 +42,8 @@ PhoneMonitor::~PhoneMonitor() {
   g_signal_handlers_disconnect_by_data(client.get(), this);
 }
 
-void PhoneMonitor::onEvent(PhoneMonitor* self, const char* /*action*/, GUdevDevice* device) {
-  if (mayBePhone(device)) self->onChange();
+void PhoneMonitor::onEvent(PhoneMonitor* self, const char* action, GUdevDevice* device) {
+  if (mayBePhone(action, device)) self->onChange();
 }
 
 }  // namespace orvel::hotplug

@@ -79,7 +79,8 @@ TEST_F(PhonesTest, NoticesOfTheSystemLeadToReports) {
   const t_handle handle = attachedDevices().back().handle;
   MtpDevice::instance().setDeviceConnected(handle);
   player->remove();
-  plug("player", {"ID_MEDIA_PLAYER", "1"});
+  // Of a device that was pulled out udev may have nothing left to tell.
+  umockdev_testbed_uevent(bus.get(), "/sys/devices/mouse", "remove");
   ASSERT_TRUE(comes("removed B"));
   EXPECT_FALSE(MtpDevice::instance().isDeviceConnected(handle));
   EXPECT_EQ(reports, (Reports{"attached A", "attached B", "removed B"}));
