@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 namespace orvel {
@@ -18,16 +19,34 @@ struct DestroySource {
 /// An event source of a main context. It is detached when its owner goes.
 using GlibSource = std::unique_ptr<GSource, DestroySource>;
 
+/// A call that a source makes. GLib hands it from thread to thread under locks of its own; this
+/// class takes one that the thread sanitizer sees, too.
+class HandedCall {
+ public:
+  explicit HandedCall(std::function<void()> wanted) {
+    const std::lock_guard lock(handOver);
+    action = std::move(wanted);
+  }
+  void run() {
+    { const std::lock_guard lock(handOver); }
+    action();
+  }
+
+ private:
+  static inline std::mutex handOver;
+  std::function<void()> action;
+};
+
 /// Lets `source` call `action` once on `context`. `action` may drop the source.
 inline GlibSource callOnce(GMainContext* context, GSource* source, std::function<void()> action) {
   g_source_set_callback(
       source,
-      [](gpointer data) -> gboolean {
-        (*static_cast<std::function<void()>*>(data))();
+      [](gpointer call) -> gboolean {
+        static_cast<HandedCall*>(call)->run();
         return G_SOURCE_REMOVE;
       },
-      new std::function<void()>(std::move(action)),
-      [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
+      new HandedCall(std::move(action)),
+      [](gpointer call) { delete static_cast<HandedCall*>(call); });
   g_source_attach(source, context);
   return GlibSource(source);
 }

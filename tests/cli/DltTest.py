@@ -59,6 +59,9 @@ class DiagnosticLog(CommandTestCase):
 
 
 if __name__ == "__main__":
+    if os.environ["ORVEL_INSTRUMENTED"] == "thread":
+        print("Skipped: the thread sanitizer cannot follow the threads of libdlt")
+        sys.exit(77)
     if os.environ["ORVEL_WITH_DLT"] != "ON":
         print("Skipped: the library was built without DLT; -DORVEL_WITH_DLT=ON adds it")
         sys.exit(77)
