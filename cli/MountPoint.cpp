@@ -1,15 +1,12 @@
 #include "cli/MountPoint.h"
 
-#include <dirent.h>
-
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
+#include "host/obstacleToReading.h"
 #include "host/shareRows.h"
 
 namespace orvel::cli {
@@ -53,17 +50,8 @@ std::vector<std::string> mountPointsFrom(const std::vector<std::string>& argumen
 }
 
 void requireReadableFolder(const std::string& mountPoint) {
-  if (DIR* const folder = opendir(mountPoint.c_str())) {
-    closedir(folder);
-    return;
-  }
-  const int error = errno;
-  const char* remedy = "Check the device and its file system.";
-  if (error == ENOENT) remedy = "Mount the device or name another folder.";
-  if (error == ENOTDIR) remedy = "Name the folder that holds the music.";
-  if (error == EACCES) remedy = "Run as a user who may read it, or change its permissions.";
-  throw CommandError(CouldNotRun, "Cannot read the folder " + mountPoint + " (" +
-                                      std::strerror(error) + "). " + remedy);
+  const std::string obstacle = host::obstacleToReading(mountPoint);
+  if (!obstacle.empty()) throw CommandError(CouldNotRun, obstacle);
 }
 
 }  // namespace orvel::cli

@@ -1,13 +1,11 @@
 #include "service/Service.h"
 
-#include <dirent.h>
 #include <orvel/DatabaseMgr.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "base/GlibSource.h"
@@ -15,6 +13,7 @@
 #include "browse/MediaDatabase.h"
 #include "host/DeviceId.h"
 #include "host/confinementName.h"
+#include "host/obstacleToReading.h"
 #include "service/BusError.h"
 #include "service/arguments.h"
 #include "service/separated.h"
@@ -24,6 +23,7 @@ namespace orvel::service {
 namespace {
 
 constexpr std::size_t kMostDevices = 1000;
+constexpr unsigned kMostFoldersUnderWay = 16;
 constexpr char kNoDevice[] = "/";
 constexpr char kPhoneMountPoint[] = "mtp-folder://";
 
@@ -106,21 +106,6 @@ std::string cleanMountPoint(const std::string& path) {
   std::string clean = std::filesystem::path(path).lexically_normal().string();
   if (clean.size() > 1 && clean.back() == '/') clean.pop_back();
   return clean;
-}
-
-/// 0 or an errno. May wait for a disk.
-int failureToRead(const std::string& folder) {
-  DIR* const opened = opendir(folder.c_str());
-  if (opened == nullptr) return errno;
-  closedir(opened);
-  return 0;
-}
-
-const char* remedyFor(int error) {
-  if (error == ENOENT) return "Mount the device or name another folder.";
-  if (error == ENOTDIR) return "Name the folder that holds the music.";
-  if (error == EACCES) return "Let the service's user read it.";
-  return "Check the device and its file system.";
 }
 
 }  // namespace
@@ -336,20 +321,22 @@ void Service::search(GDBusMethodInvocation* call, DeviceObject& device, const ch
 
 void Service::index(GDBusMethodInvocation* call, const IndexCall& wanted) {
   const std::string mountPoint = cleanMountPoint(wanted.mountPoint);
-  indexing.afterCalls([this, call, wanted, mountPoint] {
-    const int error = failureToRead(mountPoint);
-    post(nullptr, [this, call, wanted, mountPoint, error] {
+  if (foldersUnderWay >= kMostFoldersUnderWay) {
+    throw BusError(BusError::Kind::LimitsExceeded,
+                   "Other folders do not answer. Check their devices, then try again.");
+  }
+  ++foldersUnderWay;
+  // A folder of a dead disk may never answer: nobody else waits for it.
+  std::thread([this, call, wanted, mountPoint] {
+    post(nullptr, [this, call, wanted, mountPoint, obstacle = host::obstacleToReading(mountPoint)] {
+      --foldersUnderWay;
       answer(call, [&] {
-        if (error != 0) {
-          throw BusError(BusError::Kind::InvalidArguments, "Cannot read the folder " + mountPoint +
-                                                               " (" + std::strerror(error) + "). " +
-                                                               remedyFor(error));
-        }
+        if (!obstacle.empty()) refuseArgument(obstacle);
         const std::string path = indexFolder(wanted, mountPoint);
         g_dbus_method_invocation_return_value(call, g_variant_new("(o)", path.c_str()));
       });
     });
-  });
+  }).detach();
 }
 
 std::string Service::indexFolder(const IndexCall& wanted, const std::string& mountPoint) {

@@ -119,7 +119,8 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
   std::uint64_t lastGeneration;
   std::map<std::string, std::unique_ptr<Device>> devices;        ///< by id
   std::map<std::string, std::set<std::string>> devicesOfMedium;  ///< their ids
-  std::string selected;                                          ///< a device id, or empty
+  unsigned foldersUnderWay = 0;  ///< that clients named and that are being looked at
+  std::string selected;          ///< a device id, or empty
   Browsing browsing;
   Indexing indexing;
   ManagerObject manager;
