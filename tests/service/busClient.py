@@ -12,15 +12,14 @@ import unittest
 from gi.repository import Gio, GLib
 
 NAME, ROOT = "org.orvel.Indexer1", "/org/orvel/Indexer1"
-ORVELD = os.environ["ORVELD"]
 WAIT_SECONDS = 60
 Change = collections.namedtuple("Change", "time properties")
 
 
-def connect():
-    """A connection of its own to the bus: another client."""
+def connect(address=None):
+    """A connection of its own to the session's bus, or to another: another client."""
     return Gio.DBusConnection.new_for_address_sync(
-        os.environ["DBUS_SESSION_BUS_ADDRESS"],
+        address or os.environ["DBUS_SESSION_BUS_ADDRESS"],
         Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
 
 
@@ -63,36 +62,12 @@ class Device:
         self.signals.remove(("Finished", status))
 
 
-class ServiceTestCase(unittest.TestCase):
-    configuration = "[indexing]\nbackground=no\n"
+class BusClient(unittest.TestCase):
+    """Calls the service by `bus`, a connection that the test makes."""
 
-    def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="orvel-service-")
-        self.addCleanup(shutil.rmtree, self.folder)
-        bus = Gio.TestDBus.new(Gio.TestDBusFlags.NONE)
-        bus.up()
-        self.addCleanup(bus.stop)
-        os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.get_bus_address()
-        self.bus = connect()
-        self.databases = os.path.join(self.folder, "databases")
-        self.begin()
-
-    def begin(self, *options):
-        configuration = os.path.join(self.folder, "orveld.conf")
-        with open(configuration, "w") as file:
-            file.write(self.configuration)
-        self.log = os.path.join(self.folder, "log")
-        with open(self.log, "ab") as log:
-            self.service = subprocess.Popen(
-                (ORVELD, "--session", "--db-dir", self.databases, "--config", configuration, *options), stderr=log)
-        self.addCleanup(self.end)
+    def awaitService(self):
         waitFor(lambda: self.call("/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner", "(s)", NAME,
                                   to="org.freedesktop.DBus")[0])
-
-    def end(self, signal_=signal.SIGTERM):
-        if self.service.returncode is None:
-            self.service.send_signal(signal_)
-            self.assertEqual(self.service.wait(WAIT_SECONDS), 0 if signal_ == signal.SIGTERM else -signal_)
 
     def call(self, path, method, signature="()", *arguments, bus=None, to=NAME):
         interface, _, member = method.rpartition(".")
@@ -126,3 +101,35 @@ class ServiceTestCase(unittest.TestCase):
         text = refused.exception.message
         self.assertIn(f":{error if '.' in error else NAME + '.Error.' + error}:", text)
         self.assertIn(words, text)
+
+
+class ServiceTestCase(BusClient):
+    configuration = "[indexing]\nbackground=no\n"
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="orvel-service-")
+        self.addCleanup(shutil.rmtree, self.folder)
+        bus = Gio.TestDBus.new(Gio.TestDBusFlags.NONE)
+        bus.up()
+        self.addCleanup(bus.stop)
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.get_bus_address()
+        self.bus = connect()
+        self.databases = os.path.join(self.folder, "databases")
+        self.begin()
+
+    def begin(self, *options):
+        configuration = os.path.join(self.folder, "orveld.conf")
+        with open(configuration, "w") as file:
+            file.write(self.configuration)
+        self.log = os.path.join(self.folder, "log")
+        with open(self.log, "ab") as log:
+            self.service = subprocess.Popen(
+                (os.environ["ORVELD"], "--session", "--db-dir", self.databases, "--config", configuration, *options),
+                stderr=log)
+        self.addCleanup(self.end)
+        self.awaitService()
+
+    def end(self, signal_=signal.SIGTERM):
+        if self.service.returncode is None:
+            self.service.send_signal(signal_)
+            self.assertEqual(self.service.wait(WAIT_SECONDS), 0 if signal_ == signal.SIGTERM else -signal_)

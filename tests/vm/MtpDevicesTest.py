@@ -53,7 +53,8 @@ class Devices:
     def assertRows(self, expected):
         databases = self.machine.fetch(self.databases)
         for kind, rows in expected.items():
-            self.assertEqual(media.commonRows(self.orvel, kind, databases), rows)
+            listed = media.listed(self.orvel, kind, databases)
+            self.assertEqual(media.commonRows(listed, kind), rows)
 
     def testFirstUnchangedAndChangedRun(self):
         expected = self.reference()

@@ -10,7 +10,7 @@ import tempfile
 META_PACKAGE = "linux-image-amd64"
 # What is asked for; the modules that these need come by themselves.
 MODULES = ("9pnet_virtio", "virtio_pci", "9p", "overlay", "xhci-pci", "libcomposite", "usb_f_fs",
-           "dummy_hcd")
+           "dummy_hcd", "virtio_net", "usb-storage", "sd_mod", "ext4", "vfat", "nls_ascii", "nls_cp437")
 
 
 class Unavailable(Exception):
@@ -52,17 +52,29 @@ def unpack(package, tree, target):
     files = []
     for module in MODULES:
         shown = output("modprobe", "-d", tree, "-S", version, "--show-depends", module)
-        files += [file for file in re.findall(r"^insmod (\S+)", shown, re.M) if file not in files]
+        files += re.findall(r"^insmod (\S+)", shown, re.M)
     os.makedirs(f"{target}/modules")
-    for number, file in enumerate(files):
+    for number, file in enumerate(dict.fromkeys(files)):
         shutil.copy(file, f"{target}/modules/{number:02}-{os.path.basename(file)}")
     shutil.copy(f"{tree}/boot/vmlinuz-{version}", f"{target}/vmlinuz")
+    with open(f"{target}/list", "w", encoding="utf-8") as file:
+        file.write("\n".join(MODULES))
+
+
+def hasAll(target):
+    """False for a folder that was made when other modules were needed."""
+    try:
+        with open(f"{target}/list", encoding="utf-8") as file:
+            return file.read() == "\n".join(MODULES)
+    except FileNotFoundError:
+        return False
 
 
 def prepare(cache):
     """Returns the folder with `vmlinuz` and `modules/`, which is made once."""
     target = os.path.join(cache, "kernel")
-    if not os.path.exists(target):
+    if not hasAll(target):
+        shutil.rmtree(target, ignore_errors=True)
         os.makedirs(cache, exist_ok=True)
         with tempfile.TemporaryDirectory(dir=cache) as work:
             os.chmod(work, 0o755)  # apt-get downloads as a user of its own

@@ -1,4 +1,5 @@
-"""A virtual machine in QEMU, without hardware support, that runs commands on the host's files."""
+"""A virtual machine in QEMU, without hardware support, that runs commands on the host's files and shows the host
+its bus."""
 
 import json
 import os
@@ -14,6 +15,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 BOOT_SECONDS = 120
 JOB_SECONDS = 120
 LIFE_SECONDS = 1800  # of a machine that nobody stops
+BUS_PORT = 5555  # of tests/vm/bus.conf
 
 
 class Timeout(Exception):
@@ -39,8 +41,8 @@ def makeInitialDisk(kernel, target):
             os.mkdir(f"{root}/{folder}")
         shutil.copy("/bin/busybox", f"{root}/bin/busybox")
         shutil.copytree(f"{kernel}/modules", f"{root}/modules")
-        for script, place in (("init", "init"), ("player", "bin/player"),
-                              ("hold", "bin/hold")):
+        for script, place in (("init", "init"), ("player", "bin/player"), ("stick", "bin/stick"),
+                              ("hold", "bin/hold"), ("waitUntil", "bin/waitUntil")):
             shutil.copy(f"{HERE}/guest/{script}", f"{root}/{place}")
             os.chmod(f"{root}/{place}", 0o755)
         with open(target, "wb") as file:
@@ -123,6 +125,8 @@ class Machine:
                 "-virtfs", share.format("/", "host", ",readonly=on"),
                 "-virtfs", share.format(jobs, "jobs", ""),
                 "-device", "qemu-xhci,id=usb", "-trace", "usb_mtp_op_get_partial_object",
+                "-netdev", f"user,id=net,restrict=on,hostfwd=tcp:127.0.0.1:0-:{BUS_PORT}",
+                "-device", "virtio-net-pci,netdev=net",
                 "-qmp", f"unix:{self.sockets}/monitor,server=on,wait=off",
                 "-serial", f"file:{self.folder}/console.log",
                 "-serial", f"unix:{self.sockets}/jobs,server=on,wait=off"]
@@ -180,6 +184,14 @@ class Machine:
         """Runs a command that must succeed, and returns its standard output."""
         return self.start(*command).output()
 
+    def end(self, job):
+        """Ends a job with SIGTERM and returns its exit status."""
+        self.begin(f"kill {job.text('pid')}").output()
+        return job.wait()[0]
+
+    def awaitFile(self, path):
+        self.begin(f". /bin/waitUntil; wait_until test -e /root{path}").output()
+
     def fetch(self, folder):
         """Copies a folder of the machine's memory; returns where it is on this machine."""
         target = tempfile.mkdtemp(dir=self.jobs)
@@ -190,6 +202,10 @@ class Machine:
         """A player on the machine's own port; see guest/player."""
         return self.begin(shlex.join(("player", *arguments))).output()
 
+    def stick(self, *arguments):
+        """The stick on the machine's port; see guest/stick."""
+        return self.begin(shlex.join(("stick", *arguments))).output()
+
     def plugMtp(self, folder):
         """QEMU's own device, which shows the files of a folder."""
         self.tell("device_add", driver="usb-mtp", id="player", bus="usb.0", rootdir=folder,
@@ -199,6 +215,12 @@ class Machine:
     def unplugMtp(self):
         self.tell("device_del", id="player")
         self.player("await-no", "46f4")
+
+    def busAddress(self):
+        """Where programs on this machine reach the bus in the virtual one."""
+        shown = self.tell("human-monitor-command", **{"command-line": "info usernet"})
+        port = re.search(r"HOST_FORWARD\S*\s+\d+\s+127\.0\.0\.1\s+(\d+)", shown)[1]
+        return f"tcp:host=127.0.0.1,port={port}"
 
     def qemuLog(self):
         with open(f"{self.folder}/qemu.log", encoding="utf-8", errors="replace") as file:
