@@ -118,7 +118,7 @@ std::optional<BlockDevice> BlockDevices::find(dev_t number) const {
   found.model = modelOf(disk);
   found.uuid = firstUuid(parts);
   found.isHotPluggable = isHotPluggable(disk);
-  // What is mounted has a file system: a record without one is older than that.
+  // A mounted disk has a file system, so a record without one is older than that.
   found.isDescribed =
       !isUdevRunning() || (areDescribed(parts) && !property(device, "ID_FS_TYPE").empty());
   return found;

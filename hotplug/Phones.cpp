@@ -25,7 +25,7 @@ bool isLocked(const AttachedDevice& phone) {
   return phone.storages.empty() && !hasFailed(phone);
 }
 
-/// What hosts act upon. The free space of a storage changes with each look.
+/// The facts that hosts act upon. The free space of a storage changes with each look.
 bool isSame(const AttachedDevice& one, const AttachedDevice& other) {
   return one.error == other.error && one.storages.size() == other.storages.size();
 }

@@ -54,7 +54,7 @@ class Phones {
   unsigned retries = 0;  ///< since the last notice
   std::string toldError;
   GlibSource nextLook;
-  /// What a look that outlives this object needs to see that it has.
+  /// Tells a look that outlives this object that it is gone.
   std::shared_ptr<Phones*> self;
 };
 

@@ -18,7 +18,7 @@
 
 namespace orvel::service {
 
-/// What a database holds.
+/// The contents of a database, in numbers.
 struct DatabaseContents {
   std::string deviceId;
   std::vector<browse::StoredPartition> partitions;

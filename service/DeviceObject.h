@@ -20,7 +20,7 @@ namespace orvel::service {
 
 class DeviceObject;
 
-/// What is told about a device on the bus.
+/// The facts about a device that the bus shows.
 struct DeviceFacts {
   std::string id;
   std::string kind;  ///< "stick", "phone" or "folder"

@@ -12,7 +12,7 @@
 
 namespace orvel::service {
 
-/// What Index is called with.
+/// The arguments of Index.
 struct IndexCall {
   std::string mountPoint;
   std::optional<std::string> deviceId;
