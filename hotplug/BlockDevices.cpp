@@ -24,7 +24,7 @@ std::string property(const Device& device, const char* key) {
   return value == nullptr ? "" : value;
 }
 
-/// An attribute that the kernel gives; empty if it gives none. Read anew, whatever was read before.
+/// An attribute of the kernel's, read at every call; empty if there is none.
 std::string attribute(const Device& device, const char* key) {
   const char* value = g_udev_device_get_sysfs_attr_uncached(device.get(), key);
   return value == nullptr ? "" : value;

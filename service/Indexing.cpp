@@ -84,7 +84,7 @@ void Indexing::stop(const std::string& deviceId) {
   if (firstJobOf(deviceId) == nullptr) return;
   dropJobs([&](const Job& job) { return job.target.deviceId == deviceId; });
   schedule();
-  // The reasons of what was left undone are known once the request has stopped.
+  // A request gives its reasons for work left undone once it has stopped.
   control.post([this, deviceId] { post(nullptr, [this, deviceId] { stopped(deviceId); }); });
 }
 

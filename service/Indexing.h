@@ -101,7 +101,7 @@ class Indexing {
   };
   using Jobs = std::list<Job>;
 
-  /// What is known about a device since it was attached.
+  /// The progress of a device since it was attached.
   struct Progress {
     std::map<std::string, ProgressSnapshot> partitions;  ///< by mount point
     bool hasFailed = false;

@@ -286,7 +286,7 @@ void Service::indexingEnded(const std::string& deviceId) {
   device->hasEnded = true;
   examine(*device);
   if (!isBusy()) {
-    // What a run has left in the heaps of its threads would stay for as long as nothing happens.
+    // Memory that a run has freed stays in its heaps until it is given back here.
     browsing.freeMemory();
   }
   noteActivity();

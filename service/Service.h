@@ -41,7 +41,7 @@ class Service : private IndexingListener, private DeviceCalls, private ManagerCa
   [[nodiscard]] bool isBusy() const { return !indexing.isIdle(); }
 
  private:
-  /// A device and what the indexer needs to know about it.
+  /// A device on the bus, and as the indexer needs it.
   struct Device {
     Device(GDBusObjectManagerServer* server, DeviceFacts facts, DeviceCalls& calls)
         : object(server, std::move(facts), calls) {}
