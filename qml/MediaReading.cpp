@@ -129,9 +129,11 @@ class RowMaker {
 
   void finish(MediaRow& row, const char* kind, std::string_view path) const {
     const bool isSong = std::string_view(kind) == "songs";
+    const bool isPlaylist = std::string_view(kind) == "playlists";
     const QString name = row.value(Role::Name).toString();
     row.label = isSong ? row.value(Role::Title).toString() : name;
-    if (isSong && row.label.isEmpty()) row.label = QFileInfo(name).completeBaseName();
+    const bool needsFileName = isPlaylist || (isSong && row.label.isEmpty());
+    if (needsFileName) row.label = QFileInfo(name).completeBaseName();
     if (row.sortText.empty()) row.sortText = row.label.toStdString();
     row.letter = firstLetter(QString::fromStdString(row.sortText));
     // A root folder has no letter's place.
