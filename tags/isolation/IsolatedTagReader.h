@@ -56,9 +56,11 @@ class IsolatedTagReader : public TagReader {
   /// @param program    absolute path of the worker's program
   /// @param policy     `Isolated` or `IsolationRequired`
   /// @param timeLimit  for one file
+  /// @param goal       what is read of every file
   IsolatedTagReader(std::stop_token token, std::string program,
                     TagReading policy = TagReading::Isolated,
-                    std::chrono::milliseconds timeLimit = kTimeLimit);
+                    std::chrono::milliseconds timeLimit = kTimeLimit,
+                    ReadingGoal goal = ReadingGoal::Tags);
   ~IsolatedTagReader() override;
 
   void expect(std::string mountPoint, std::vector<std::string> paths) override;
@@ -107,6 +109,7 @@ class IsolatedTagReader : public TagReader {
   const std::stop_token stopped;
   const TagReading policy;
   const std::chrono::milliseconds timeLimit;
+  const ReadingGoal goal;
 
   // Used by the owner's thread only.
   std::thread::id owner;  ///< the first thread that read

@@ -24,6 +24,16 @@ Choice& choice() {
   return *shared;
 }
 
+std::unique_ptr<TagReader> make(std::stop_token token, ReadingGoal goal) {
+  Choice& chosen = choice();
+  const MutexLock lock(chosen.mutex);
+  if (chosen.reading == TagReading::InProcess) {
+    return std::make_unique<InProcessTagReader>(std::move(token), goal);
+  }
+  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading,
+                                             IsolatedTagReader::kTimeLimit, goal);
+}
+
 }  // namespace
 
 void setTagReading(TagReading reading, const std::string& reader) {
@@ -40,12 +50,11 @@ ChosenTagReading chosenTagReading() {
 }
 
 std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
-  Choice& chosen = choice();
-  const MutexLock lock(chosen.mutex);
-  if (chosen.reading == TagReading::InProcess) {
-    return std::make_unique<InProcessTagReader>(std::move(token));
-  }
-  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading);
+  return make(std::move(token), ReadingGoal::Tags);
+}
+
+std::unique_ptr<TagReader> makePictureReader(std::stop_token token) {
+  return make(std::move(token), ReadingGoal::Picture);
 }
 
 }  // namespace orvel
