@@ -57,10 +57,12 @@ class IsolatedTagReader : public TagReader {
   /// @param program    absolute path of the worker's program
   /// @param policy     `Isolated` or `IsolationRequired`
   /// @param timeLimit  for one file
+  /// @param goal       what is read of every file
   /// @param patience   shared by the readers of one request; null: its own
   IsolatedTagReader(std::stop_token token, std::string program,
                     TagReading policy = TagReading::Isolated,
                     std::chrono::milliseconds timeLimit = kTimeLimit,
+                    ReadingGoal goal = ReadingGoal::Tags,
                     std::shared_ptr<TagReaderPatience> patience = nullptr);
   ~IsolatedTagReader() override;
 
@@ -118,6 +120,7 @@ class IsolatedTagReader : public TagReader {
   const std::stop_token stopped;
   const TagReading policy;
   const std::chrono::milliseconds timeLimit;
+  const ReadingGoal goal;
 
   // Used by the owner's thread only.
   std::thread::id owner;  ///< the first thread that read
