@@ -18,6 +18,11 @@ namespace fs = std::filesystem;
 /// For databases that are not in WAL mode, where readers wait for the writer.
 constexpr int kWaitForWriterMs = 5000;
 
+/// Stands in for the table that a database of an earlier release lacks.
+constexpr char kNoDetails[] =
+    "PRAGMA temp_store=MEMORY;"
+    "CREATE TEMP TABLE SONGDETAILS(ID INTEGER PRIMARY KEY, DURATION, YEAR, ALBUMARTIST, COVER);";
+
 std::int64_t bytesOf(const std::string& file) {
   std::error_code error;
   const auto size = fs::file_size(file, error);
@@ -96,7 +101,9 @@ bool MediaDatabase::open(const std::string& uri) {
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   return sqlite3_create_collation(handle, "UTF8", SQLITE_UTF8, nullptr, collation_utf8) ==
              SQLITE_OK &&
-         connection.exec("SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;") == SQLITE_OK;
+         connection.exec("SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;") == SQLITE_OK &&
+         (connection.exec("SELECT 1 FROM SONGDETAILS LIMIT 1;") == SQLITE_OK ||
+          connection.exec(kNoDetails) == SQLITE_OK);
 }
 
 void MediaDatabase::query(const std::string& sql, const std::vector<std::string>& parameters,

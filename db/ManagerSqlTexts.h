@@ -10,7 +10,9 @@ inline constexpr char kRollBack[] = "ROLLBACK;";
 
 /// For a stage's connection. In WAL mode commits keep their order without a flush for each. Several
 /// stages have a connection each: half of the default cache, in KiB, costs no time.
-inline constexpr char kTuneStage[] = "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000;";
+/// With recursive triggers, a song that replaces another takes the details of that with it.
+inline constexpr char kTuneStage[] =
+    "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000; PRAGMA recursive_triggers=ON;";
 
 /// Before the first table. `auto_vacuum` lets `kFreePages` give space back to the file system. WAL
 /// lets hosts read while the indexer writes. Pages larger than SQLite's default halve the number of
@@ -18,7 +20,8 @@ inline constexpr char kTuneStage[] = "PRAGMA synchronous=NORMAL; PRAGMA cache_si
 inline constexpr char kPrepareFile[] =
     "PRAGMA page_size=8192; PRAGMA auto_vacuum=INCREMENTAL; PRAGMA journal_mode=WAL;";
 
-/// The schema, which the file is compared with each time it is opened for a request.
+/// The schema, which the file is compared with each time it is opened for a request, but for
+/// `kAddDetails`.
 ///
 /// The conflict clauses keep a step from failing: one bad row must not drop the rest of its block.
 /// PLAYLISTS has no unique key on purpose: the last entry of each playlist is stored twice, and
@@ -93,6 +96,22 @@ PRAGMA user_version=1;
 COMMIT;
 )sql";
 
+/// The part of the schema that databases of earlier releases lack, and gain with their next
+/// request. A song's row goes with the song. The checks let the integrity check notice a page of
+/// another table in the place of one of this.
+inline constexpr char kAddDetails[] = R"sql(
+BEGIN IMMEDIATE;
+CREATE TABLE SONGDETAILS(
+  ID INTEGER PRIMARY KEY,
+  DURATION INTEGER NOT NULL CHECK(typeof(DURATION) = 'integer'),
+  YEAR INTEGER NOT NULL,
+  ALBUMARTIST TEXT NOT NULL,
+  COVER INTEGER);
+CREATE TRIGGER SONGDETAILS_OF_DELETED AFTER DELETE ON SONGS
+  BEGIN DELETE FROM SONGDETAILS WHERE ID = OLD.ID; END;
+COMMIT;
+)sql";
+
 /// 0 where no schema was created yet.
 inline constexpr char kSchemaVersion[] = "PRAGMA user_version;";
 
@@ -150,7 +169,8 @@ inline constexpr const char* kDeletePartition[] = {
 
 /// Keeps the partitions themselves, without a status.
 inline constexpr char kDeleteAll[] =
-    "BEGIN IMMEDIATE; DELETE FROM SONGS; DELETE FROM ARTISTS; DELETE FROM ALBUMS;"
+    "BEGIN IMMEDIATE; DELETE FROM SONGDETAILS; DELETE FROM SONGS; DELETE FROM ARTISTS; DELETE FROM "
+    "ALBUMS;"
     " DELETE FROM GENRES; DELETE FROM COMPOSERS; DELETE FROM DIRECTORIES;"
     " DELETE FROM PLAYLISTS; DELETE FROM UNDELIVERED; UPDATE PARTITIONS SET STATUS = ''; COMMIT;";
 

@@ -50,6 +50,11 @@ inline constexpr char kInsertSong[] =
     "?,                                        "
     "?);";
 
+/// The details of one song by its row id. COVER is NULL for `CoverPlace::Unknown`.
+inline constexpr char kInsertSongDetails[] =
+    "INSERT OR REPLACE INTO SONGDETAILS (ID, DURATION, YEAR, ALBUMARTIST, COVER)"
+    " VALUES (?, ?, ?, ?, NULLIF(?, 3));";
+
 /// Makes the next request read a song again, in the transaction that lost a part of it.
 inline constexpr char kForgetModification[] = "UPDATE SONGS SET LASTMODIFIED = -1 WHERE PATH = ?;";
 

@@ -13,6 +13,7 @@
 #include "base/DeviceRoot.h"
 #include "base/Log.h"
 #include "base/ReadError.h"
+#include "tags/FolderPicture.h"
 #include "tags/MediaKind.h"
 
 namespace orvel {
@@ -56,7 +57,10 @@ void MSDWalk::run() {
   }
   identities.assign(directories.items.size(), Identity{0, 0});
   for (std::size_t i = 0; i < directories.items.size() && !limitReached(); ++i) {
-    if (!listDirectory(i)) return;
+    const std::size_t firstSong = songs.items.size();
+    const bool goesOn = listDirectory(i);
+    noteFolderPicture(firstSong);
+    if (!goesOn) return;
     progress.directoriesFound = static_cast<unsigned>(directories.items.size());
   }
   if (!limitReached()) return;
@@ -155,6 +159,7 @@ void MSDWalk::addDirectory(std::size_t index, const char* name, const Entry& ent
 
 void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
   const MediaKind kind = mediaKindOf(name);
+  if (kind == MediaKind::Other) hasFolderPicture = hasFolderPicture || isFolderPicture(name);
   if (kind == MediaKind::Other || hasLongPaths()) return;
   auto file = std::make_unique<FileInfo>(pathIn(index, name), 0U, narrowTime(modified));
   pathBytes += file->path->size();
@@ -165,6 +170,15 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
   }
   ++progress.songsFound;
   directories.items[index]->hasMusic = true;
+}
+
+/// Tells the songs of the directory that was listed last, from `firstSong` on, of its picture: a
+/// listing may bring them before it.
+void MSDWalk::noteFolderPicture(std::size_t firstSong) {
+  if (!std::exchange(hasFolderPicture, false)) return;
+  for (std::size_t i = firstSong; i < songs.items.size(); ++i) {
+    songs.items[i]->folderHasPicture = true;
+  }
 }
 
 /// Returns false when the directory is unreadable because the mount point is gone.

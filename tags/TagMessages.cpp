@@ -47,8 +47,8 @@ std::string printable(std::string_view text) {
 /// Applies `action` to every text of `values`, in the same order for both directions.
 template <class Values, class Action>
 void forEachText(Values& values, Action action) {
-  for (auto* text :
-       {&values.title, &values.artist, &values.album, &values.genre, &values.composer}) {
+  for (auto* text : {&values.title, &values.artist, &values.album, &values.genre, &values.composer,
+                     &values.albumArtist}) {
     action(*text);
   }
   for (auto& text : values.sort) action(text);
@@ -126,6 +126,9 @@ std::string encodeResult(std::uint32_t id, const TagResult& result) {
   writer.number(static_cast<std::uint8_t>(result.outcome));
   writer.number(std::uint32_t{result.values.track});
   writer.number(std::int32_t{result.values.disc});
+  writer.number(std::uint32_t{result.values.year});
+  writer.number(std::uint32_t{result.values.milliseconds});
+  writer.number(result.values.hasPicture);
   forEachText(result.values, [&](const TagLib::String& text) { write(writer, text); });
   return std::move(writer.message);
 }
@@ -150,6 +153,9 @@ std::optional<Result> decodeResult(std::string_view message) {
     decoded.result.outcome = static_cast<TagResult::Outcome>(outcome);
     decoded.result.values.track = parser.number<std::uint32_t>();
     decoded.result.values.disc = std::max(0, parser.number<std::int32_t>());
+    decoded.result.values.year = std::min(parser.number<std::uint32_t>(), TagValues::kLastYear);
+    decoded.result.values.milliseconds = parser.number<std::uint32_t>() & INT32_MAX;
+    decoded.result.values.hasPicture = parser.number<std::uint8_t>() != 0;
     forEachText(decoded.result.values, [&](TagLib::String& text) { text = parseText(parser); });
   }
   if (!parser.isDone()) return std::nullopt;

@@ -4,10 +4,9 @@
 
 namespace orvel {
 
-TagResult readTags(TagStream& stream, ReadingDepth depth) {
+TagResult readTags(TagStream& stream) {
   using Outcome = TagResult::Outcome;
-  const TagLib::FileRef reference(&stream, depth == ReadingDepth::TagAndAudio,
-                                  TagLib::AudioProperties::Average);
+  const TagLib::FileRef reference(&stream, true, TagLib::AudioProperties::Average);
   if (stream.interrupted()) return {Outcome::Interrupted};
   const bool hasTag = !reference.isNull() && reference.tag() != nullptr;
   if (stream.readFailed()) {

@@ -62,9 +62,9 @@ class AskedStream : public TagStream {
   }
 };
 
-std::string resultOf(std::uint32_t id, TagStream& stream, ReadingDepth depth, ReadTags read) {
+std::string resultOf(std::uint32_t id, TagStream& stream, ReadTags read) {
   try {
-    return encodeResult(id, read(stream, depth));
+    return encodeResult(id, read(stream));
   } catch (const std::exception& error) {
     return encodeError(id, error.what());
   }
@@ -73,10 +73,10 @@ std::string resultOf(std::uint32_t id, TagStream& stream, ReadingDepth depth, Re
 std::string resultOf(const FileRequest& file, Descriptor descriptor, ReadTags read) {
   if (file.isAskedFor) {
     AskedStream stream(file);
-    return resultOf(file.id, stream, ReadingDepth::Tag, read);
+    return resultOf(file.id, stream, read);
   }
   AudioStream stream({std::move(descriptor), file.bytes}, file.ending, {}, kReadTime);
-  return resultOf(file.id, stream, ReadingDepth::TagAndAudio, read);
+  return resultOf(file.id, stream, read);
 }
 
 /// Answers one request. Returns false when the library is gone or the request is malformed.

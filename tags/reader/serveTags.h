@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-using ReadTags = TagResult (*)(TagStream& stream, ReadingDepth depth);
+using ReadTags = TagResult (*)(TagStream& stream);
 
 /// Confines this process, then reads the tags of every file that the library sends, with `read`,
 /// until the library is gone. Returns the exit status.
