@@ -35,8 +35,6 @@ unsigned readersForThisProcessor() {
   return std::clamp(std::thread::hardware_concurrency(), 1U, kMostReadersByItself);
 }
 
-}
-
 }  // namespace
 
 void setTagReading(TagReading reading, const std::string& reader, unsigned readers) {
