@@ -22,4 +22,11 @@ class CommandError : public std::runtime_error {
   ExitStatus status;
 };
 
+/// A command line that makes no sense.
+class UsageError : public CommandError {
+ public:
+  explicit UsageError(const std::string& reason)
+      : CommandError(WrongUsage, reason + " 'orvel --help' shows how the command is used.") {}
+};
+
 }  // namespace orvel::cli

@@ -9,12 +9,14 @@
 #include <vector>
 
 #include "cli/ExitStatus.h"
+#include "cli/IndexOptions.h"
 #include "cli/IndexRun.h"
 #include "cli/JsonReport.h"
 #include "cli/JsonText.h"
 #include "cli/LogOutput.h"
 #include "cli/OwnOutput.h"
 #include "cli/Summary.h"
+#include "cli/commandOptions.h"
 #include "host/tagReaderNearby.h"
 
 namespace orvel::cli {
@@ -47,7 +49,7 @@ void printJson(const IndexOptions& options, const std::vector<IndexResult>& resu
   std::vector<std::string> reports;
   reports.reserve(results.size());
   for (const IndexResult& result : results) reports.push_back(jsonReport(result));
-  const bool isArray = options.isPhone && !options.serial;
+  const bool isArray = options.isPhone && options.operands.empty();
   std::cout << (isArray ? jsonArray(reports) : reports.front()) << std::endl;
 }
 
@@ -63,9 +65,16 @@ void report(const IndexOptions& options, const std::vector<IndexResult>& results
   if (!std::cout) throw CommandError(CouldNotRun, "The result of the run cannot be written.");
 }
 
-}  // namespace
+void requireOperands(const IndexOptions& options) {
+  const std::size_t count = options.operands.size();
+  if (!options.isPhone && count == 0) throw UsageError("No mount point was named.");
+  if (options.isPhone && count > 1) {
+    throw UsageError("Give one serial number, or none for all attached devices.");
+  }
+}
 
 int runIndex(const IndexOptions& options) {
+  requireOperands(options);
   // The run must survive a reader of the progress that exits.
   std::signal(SIGPIPE, SIG_IGN);
   if (options.isPhone) divertLibmtp(options.verbosity > 0);
@@ -77,6 +86,58 @@ int runIndex(const IndexOptions& options) {
   }
   report(options, results);
   return exitStatusOf(results);
+}
+
+/// Where and how to index.
+void addWork(CLI::App& verb, IndexOptions& options) {
+  CLI::Option* const mtp = verb.add_flag(
+      "--mtp", options.isPhone, "Index the attached phone with this serial number,\nor all phones");
+  addSeconds(verb, "--wait SECONDS", "Wait so long for a locked phone; default: 60",
+             options.storageWait)
+      ->needs(mtp);
+  addScripted(verb, options.scriptedFile)->needs(mtp);
+  addText(verb, "--device-id ID",
+          "Name of the device; default: the UUID of the file\nsystem or the path; for a phone its"
+          " vendor, product\nand serial number",
+          options.deviceId);
+  addDatabaseFolder(verb, options.databaseFolder);
+  CLI::Option* const inProcess =
+      verb.add_flag("--in-process", options.inProcess,
+                    "Read a stick's tags in this process, where a broken\nfile can end the run");
+  verb.add_flag("--require-isolation", options.requireIsolation,
+                "Leave songs undone where tags cannot be read in a\nfully confined process")
+      ->excludes(inProcess);
+  verb.add_flag("--across-devices", options.acrossDevices,
+                "Follow links and mounts to other file systems. For\nyour own folders, not for a"
+                " stranger's stick");
+  verb.add_flag("--background", options.background,
+                "Use only processor time and device time that nobody\nelse needs");
+}
+
+void addOutput(CLI::App& verb, IndexOptions& options) {
+  static const std::map<std::string, IndexOptions::Log> logs = {
+      {"stderr", IndexOptions::Log::StandardError}, {"dlt", IndexOptions::Log::Dlt}};
+  verb.add_flag("--json", options.json, "Print one JSON object at the end");
+  verb.add_flag("-q,--quiet", options.quiet, "Print errors only");
+  verb.add_flag("-v,--verbose", options.verbosity,
+                "Print what the indexer does; -vv and -vvv print more");
+  addChoice(verb, "--log WHERE",
+            "Where messages go: stderr, the default, or dlt\n(Diagnostic Log and Trace)", logs,
+            options.log);
+}
+
+}  // namespace
+
+void addIndex(CLI::App& app, Command& command) {
+  const auto options = std::make_shared<IndexOptions>();
+  CLI::App& verb =
+      addCommand(app, "index", "Read the songs, playlists and folders of a stick or phone", options,
+                 runIndex, command);
+  addOperands(verb, "MOUNT_POINT",
+              "Where the partitions are mounted; with --mtp the\nserial number of a phone",
+              options->operands);
+  addWork(verb, *options);
+  addOutput(verb, *options);
 }
 
 }  // namespace orvel::cli

@@ -2,9 +2,13 @@
 
 #include "cli/CommandLine.h"
 
+namespace CLI {
+class App;
+}
+
 namespace orvel::cli {
 
-/// `orvel index`: returns the exit status. Throws CommandError for wrong usage only.
-int runIndex(const IndexOptions& options);
+/// Adds `orvel index` to the command line.
+void addIndex(CLI::App& app, Command& command);
 
 }  // namespace orvel::cli

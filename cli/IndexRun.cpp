@@ -90,7 +90,7 @@ void IndexRun::record(const std::function<void(IndexResult&)>& work) {
 }
 
 void IndexRun::indexStick(IndexResult& result) {
-  const std::vector<std::string> mountPoints = mountPointsFrom(options.mountPoints);
+  const std::vector<std::string> mountPoints = mountPointsFrom(options.operands);
   result.deviceId =
       options.deviceId ? *options.deviceId : host::defaultDeviceId(mountPoints.front());
   for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
@@ -112,7 +112,7 @@ void IndexRun::indexPhones() {
 std::vector<AttachedDevice> IndexRun::wantedPhones() {
   auto found = doInBackground([file = options.scriptedFile] { return findPhones(file); }, signals);
   if (!found) return {};
-  if (options.serial) return {phoneNamed(*options.serial, *found)};
+  if (!options.operands.empty()) return {phoneNamed(options.operands.front(), *found)};
   if (found->empty()) throw CommandError(CouldNotRun, kNoPhone);
   if (options.deviceId && found->size() > 1) {
     throw CommandError(

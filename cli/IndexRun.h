@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/CommandLine.h"
+#include "cli/IndexOptions.h"
 #include "cli/IndexResult.h"
 #include "cli/IndexSource.h"
 #include "cli/ProgressLine.h"

@@ -2,9 +2,13 @@
 
 #include "cli/CommandLine.h"
 
+namespace CLI {
+class App;
+}
+
 namespace orvel::cli {
 
-/// `orvel list`: returns the exit status; throws CommandError.
-int runList(const ListOptions& options);
+/// Adds `orvel list` to the command line.
+void addList(CLI::App& app, Command& command);
 
 }  // namespace orvel::cli

@@ -6,15 +6,14 @@
 
 namespace orvel::cli {
 
-std::unique_ptr<ListFormat> ListFormat::make(ListOptions::Format format,
-                                             const std::vector<browse::Column>& columns,
+std::unique_ptr<ListFormat> ListFormat::make(Kind kind, const std::vector<browse::Column>& columns,
                                              std::ostream& out, std::size_t width) {
-  switch (format) {
-    case ListOptions::Format::Tsv:
+  switch (kind) {
+    case Kind::Tsv:
       return std::make_unique<TsvFormat>(columns, out);
-    case ListOptions::Format::Json:
+    case Kind::Json:
       return std::make_unique<JsonFormat>(columns, out);
-    case ListOptions::Format::Table:
+    case Kind::Table:
       break;
   }
   return std::make_unique<TableFormat>(columns, out, width);

@@ -3,14 +3,16 @@
 #include <memory>
 #include <ostream>
 
+#include "browse/ListQuery.h"
 #include "browse/MediaDatabase.h"
-#include "cli/CommandLine.h"
 
 namespace orvel::cli {
 
 /// Prints a listing row by row, as valid UTF-8 without control characters.
 class ListFormat {
  public:
+  enum class Kind { Table, Tsv, Json };
+
   virtual ~ListFormat() = default;
   ListFormat() = default;
   ListFormat(const ListFormat&) = delete;
@@ -23,8 +25,7 @@ class ListFormat {
 
   /// Makes the format for `columns`. It prints to `out`, which must outlive it. A table is fitted
   /// to `width` columns; 0 means no limit.
-  static std::unique_ptr<ListFormat> make(ListOptions::Format format,
-                                          const std::vector<browse::Column>& columns,
+  static std::unique_ptr<ListFormat> make(Kind kind, const std::vector<browse::Column>& columns,
                                           std::ostream& out, std::size_t width);
 };
 

@@ -13,10 +13,16 @@
 #include "cli/LogOutput.h"
 #include "cli/OwnOutput.h"
 #include "cli/Summary.h"
+#include "cli/commandOptions.h"
 
 namespace orvel::cli {
 
 namespace {
+
+struct MtpListOptions {
+  bool json = false;
+  std::optional<std::string> scriptedFile;
+};
 
 QJsonObject jsonOf(const DeviceStorage& storage) {
   return {{"id", qint64{storage.id}},
@@ -54,8 +60,6 @@ void print(const AttachedDevice& phone) {
   }
 }
 
-}  // namespace
-
 int runMtpList(const MtpListOptions& options) {
   Settings settings;
   settings.logThreshold = LogLevel::Error;  // the list itself tells about each device's problems
@@ -78,6 +82,19 @@ int runMtpList(const MtpListOptions& options) {
     throw CommandError(CouldNotRun, "The output cannot be written. Is the disk full?");
   }
   return Done;
+}
+
+}  // namespace
+
+void addMtp(CLI::App& app, Command& command) {
+  const auto options = std::make_shared<MtpListOptions>();
+  CLI::App& verb = addCommand(app, "mtp", "Print the attached phones and players: 'orvel mtp list'",
+                              options, runMtpList, command);
+  verb.add_option("list", "The only thing to do")
+      ->required()
+      ->check(CLI::IsMember({"list"}).description(""));
+  verb.add_flag("--json", options->json, "Print one JSON array with an object for each");
+  addScripted(verb, options->scriptedFile);
 }
 
 }  // namespace orvel::cli

@@ -2,9 +2,13 @@
 
 #include "cli/CommandLine.h"
 
+namespace CLI {
+class App;
+}
+
 namespace orvel::cli {
 
-/// `orvel mtp list`: returns the exit status; throws CommandError.
-int runMtpList(const MtpListOptions& options);
+/// Adds `orvel mtp list` to the command line.
+void addMtp(CLI::App& app, Command& command);
 
 }  // namespace orvel::cli

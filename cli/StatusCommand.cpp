@@ -9,10 +9,15 @@
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
 #include "cli/Summary.h"
+#include "cli/commandOptions.h"
 
 namespace orvel::cli {
 
 namespace {
+
+struct StatusOptions {
+  std::string databaseFolder;
+};
 
 void printSize(const std::string& file) {
   const std::int64_t bytes = browse::databaseBytes(file);
@@ -42,8 +47,6 @@ void print(const std::string& file) {
   printSize(file);
 }
 
-}  // namespace
-
 int runStatus(const StatusOptions& options) {
   const std::vector<std::string> databases = browse::databasesIn(options.databaseFolder);
   if (databases.empty()) {
@@ -52,6 +55,16 @@ int runStatus(const StatusOptions& options) {
   for (const std::string& database : databases) print(database);
   std::cout.flush();
   return Done;
+}
+
+}  // namespace
+
+void addStatus(CLI::App& app, Command& command) {
+  const auto options = std::make_shared<StatusOptions>();
+  CLI::App& verb =
+      addCommand(app, "status", "Print the contents and the status of every indexed device",
+                 options, runStatus, command);
+  addDatabaseFolder(verb, options->databaseFolder);
 }
 
 }  // namespace orvel::cli

@@ -2,9 +2,13 @@
 
 #include "cli/CommandLine.h"
 
+namespace CLI {
+class App;
+}
+
 namespace orvel::cli {
 
-/// `orvel status`: returns the exit status; throws CommandError.
-int runStatus(const StatusOptions& options);
+/// Adds `orvel status` to the command line.
+void addStatus(CLI::App& app, Command& command);
 
 }  // namespace orvel::cli

@@ -7,16 +7,11 @@
 #include <clocale>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 #include <string_view>
 
 #include "cli/CommandLine.h"
 #include "cli/ExitStatus.h"
-#include "cli/IndexCommand.h"
-#include "cli/ListCommand.h"
-#include "cli/MtpListCommand.h"
 #include "cli/OwnOutput.h"
-#include "cli/StatusCommand.h"
 
 namespace {
 
@@ -38,19 +33,6 @@ void keepHeapSmall() {
 #endif
 }
 
-int printText(const PrintedText& printed) {
-  std::cout << printed.text << std::flush;
-  return Done;
-}
-
-struct RunCommand {
-  int operator()(const IndexOptions& options) const { return runIndex(options); }
-  int operator()(const MtpListOptions& options) const { return runMtpList(options); }
-  int operator()(const ListOptions& options) const { return runList(options); }
-  int operator()(const StatusOptions& options) const { return runStatus(options); }
-  int operator()(const PrintedText& printed) const { return printText(printed); }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -59,7 +41,7 @@ int main(int argc, char** argv) {
   const QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationName("orvel");
   try {
-    return std::visit(RunCommand{}, parseCommandLine(argc, argv));
+    return parseCommandLine(argc, argv)();
   } catch (const CommandError& error) {
     printError(error.what());
     return error.status;

@@ -14,7 +14,7 @@ _orvel_devices() {
 
 # Prints the kinds that `orvel list` takes.
 _orvel_kinds() {
-  "${words[0]}" list --help 2>/dev/null | sed -n '/^  KIND /,$p' | grep -oE '\b[a-z]+s\b'
+  "${words[0]}" list --help 2>/dev/null | sed -n '/^  KIND /,/^$/p' | grep -oE '\b[a-z]+s\b'
 }
 
 # Offers the lines of standard input that begin with the current word, quoted for the shell.
@@ -41,8 +41,7 @@ _orvel() {
     --artist | --album | --genre | --playlist | --directory | --wait) ;;
     *)
       if [[ $cur == -* ]]; then
-        _orvel_offer < <("${words[0]}" "${words[1]}" --help 2>/dev/null | grep -oE -- '^ .*' |
-          grep -oE -- '(^  |, )--?[a-z-]+' | grep -oE -- '--?[a-z-]+')
+        _orvel_offer < <("${words[0]}" "${words[1]}" --help 2>/dev/null | grep -oE -- '^  (-[a-z],)?--?[a-z-]+' | grep -oE -- '--?[a-z-]+')
       elif [[ ${words[1]} == list ]]; then
         _orvel_offer < <(_orvel_kinds)
       elif [[ ${words[1]} == mtp ]]; then

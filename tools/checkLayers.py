@@ -16,7 +16,7 @@ LAYERS = [["include/orvel"], ["base"], ["text", "db/sqlite", "isolation"],
           ["tags/isolation", "tags/reader", "framework", "phones", "playlists"],
           ["playlists/isolation", "playlists/reader"],
           ["phones/libmtp", "phones/scripted", "covers", "msd", "mtp"], ["orchestration"], ["qt"],
-          ["browse", "hotplug"], ["host"], ["cli", "service"]]
+          ["browse", "hotplug"], ["host"], ["cli", "service", "qml"], ["screen"]]
 RANK = {folder: rank for rank, layer in enumerate(LAYERS) for folder in layer}
 PUBLIC = re.compile(r"orvel/\w+\.h|boost/shared_ptr\.hpp|Q\w+|[a-z_]+")
 

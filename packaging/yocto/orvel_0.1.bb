@@ -9,7 +9,7 @@ inherit externalsrc
 EXTERNALSRC = "${@os.path.realpath(d.getVar('THISDIR') + '/../..')}"
 
 # Qt comes from meta-qt6. totem-pl-parser comes from a layer of GNOME, or has to be written.
-DEPENDS = "boost glib-2.0 qtbase sqlite3 taglib totem-pl-parser util-linux zlib"
+DEPENDS = "boost cli11 glib-2.0 qtbase sqlite3 taglib totem-pl-parser util-linux zlib"
 
 inherit qt6-cmake pkgconfig systemd useradd
 

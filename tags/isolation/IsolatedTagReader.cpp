@@ -13,8 +13,6 @@ namespace orvel {
 
 namespace {
 
-/// Number of files that may end the reader or use up their time.
-constexpr int kMostFaults = 64;
 /// The part of a file's time that is not held against it.
 constexpr int kOrdinaryPart = 5;
 
@@ -33,12 +31,14 @@ bool deniesSong(const tagMessages::Result& answer) {
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
                                      TagReading chosen, std::chrono::milliseconds limit,
+                                     std::shared_ptr<TagReaderPatience> sharedPatience,
                                      ReadingGoal filesGoal)
     : stopped(token),
       policy(chosen),
       timeLimit(limit),
       goal(filesGoal),
-      patience(kMostFaults * limit),
+      patience(sharedPatience ? std::move(sharedPatience)
+                              : std::make_shared<TagReaderPatience>(limit)),
       starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired),
       files(filesGoal) {}
 
@@ -90,6 +90,25 @@ TagResult IsolatedTagReader::read(TagStream& stream) {
   });
   if (state == State::InProcess) return inProcess->read(stream);
   return settle(std::move(answer));
+}
+
+bool IsolatedTagReader::begin() {
+  return beginOnce([this] { return ensureRunning(); });
+}
+
+bool IsolatedTagReader::beginBesides() {
+  return beginOnce([this] { return state == State::Running || tryToStart(); });
+}
+
+template <class IsUp>
+bool IsolatedTagReader::beginOnce(IsUp isUp) {
+  assertOwner();
+  try {
+    return isUp() && sendAhead();
+  } catch (const std::exception&) {
+    dropWorker();
+    return false;
+  }
 }
 
 // Asking a worker
@@ -175,20 +194,24 @@ void IsolatedTagReader::enter(State next) {
 /// Starts a worker unless one is up; returns false when there is none.
 bool IsolatedTagReader::ensureRunning() {
   if (stopped.stop_requested()) return false;
-  if (state == State::Untried || state == State::Down) startWorker();
+  const bool needsWorker = state == State::Untried || state == State::Down;
+  if (needsWorker && !tryToStart() && !stopped.stop_requested()) startFailed();
   return state == State::Running;
 }
 
-void IsolatedTagReader::startWorker() {
+bool IsolatedTagReader::tryToStart() {
   // Sent ahead, the first files are there when the worker is up.
   const auto sendFirst = [this] {
     files.markUnsent();
     sendAhead();
   };
   const bool isUp = starter.start(worker, sendFirst, goal);
-  if (isUp) return workerStarted();
-  dropWorker();
-  if (!stopped.stop_requested()) startFailed();
+  if (isUp) {
+    workerStarted();
+  } else {
+    dropWorker();
+  }
+  return isUp;
 }
 
 void IsolatedTagReader::workerStarted() {
@@ -231,11 +254,10 @@ TagResult::Outcome IsolatedTagReader::blameFile(const std::string& path) {
   return isStalled ? Outcome::Stalled : Outcome::Unreadable;
 }
 
-/// Takes the time of a file off the request's: without an end to it, a device full of files that
-/// end the reader or keep it busy would be read for a day.
+/// Takes the time of a file off the request's.
 void IsolatedTagReader::spendPatience(WaitBudget::Clock::duration time) {
   if (isGivenUp()) return;
-  patience -= std::max(time, WaitBudget::Clock::duration::zero());
+  patience->spend(time);
   if (isGivenUp()) OV_WARN("too many files end the tag reader or take too long: no more are read");
 }
 
