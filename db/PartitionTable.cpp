@@ -31,7 +31,9 @@ std::string PartitionTable::status(const std::string& mountPoint) {
 }
 
 bool PartitionTable::setStatus(const std::string& mountPoint, const std::string& status) {
-  return database.run(sql::kUpsertStatus, {idOf(mountPoint), mountPoint, status});
+  return database.transact([&] {
+    return database.run(sql::kUpsertStatus, {idOf(mountPoint), mountPoint, status});
+  });
 }
 
 bool PartitionTable::overwriteStatus(const std::string& mountPoint, const std::string& status) {

@@ -14,8 +14,9 @@ namespace {
 
 /// Rows that are handed over at once: few enough for one frame.
 constexpr int kPageRows = 250;
-/// While a device is indexed its contents change all the time.
+/// While a device is indexed its contents change all the time; people wait for the first rows only.
 constexpr int kRestMs = 500;
+constexpr int kRestWithoutRowsMs = 50;
 
 const QHash<int, QByteArray>& namesOfRoles() {
   static const QHash<int, QByteArray> names = [] {
@@ -108,7 +109,7 @@ void MediaModel::setGeneration(qulonglong wanted) {
   if (wanted == wantedGeneration) return;
   wantedGeneration = wanted;
   isOutdated = true;
-  if (!isLoading && !start.isActive()) start.start(kRestMs);
+  if (!isLoading && !start.isActive()) start.start(restMs());
   Q_EMIT generationChanged();
 }
 
@@ -243,7 +244,11 @@ void MediaModel::finish() {
   if (reading.isCanceled()) return;
   setLoading(false);
   Q_EMIT lettersChanged();
-  if (isOutdated) start.start(kRestMs);
+  if (isOutdated) start.start(restMs());
+}
+
+int MediaModel::restMs() const {
+  return rows.empty() ? kRestWithoutRowsMs : kRestMs;
 }
 
 void MediaModel::clear() {

@@ -90,6 +90,7 @@ class MediaModel : public QAbstractListModel {
   void read();
   void take(const Message& message);
   void finish();
+  [[nodiscard]] int restMs() const;
   void clear();
   void setLoading(bool wanted);
   void setError(const QString& text);

@@ -77,11 +77,18 @@ ApplicationWindow {
     Material.background: night ? "#0d1218" : "#ffffff"
     color: Material.background
 
+    Loader {
+        id: keyboard
+        anchors { left: parent.left; leftMargin: deviceList.width; right: parent.right; bottom: parent.bottom }
+        active: window.withKeyboard
+        source: "Keyboard.qml"
+    }
     RowLayout {
         anchors.fill: parent
         spacing: 0
 
         DeviceList {
+            id: deviceList
             devices: window.devices
             night: window.night
             onNightWanted: wanted => window.night = wanted
@@ -91,6 +98,7 @@ ApplicationWindow {
 
         ColumnLayout {
             spacing: 0
+            Layout.bottomMargin: Qt.inputMethod.visible && keyboard.active ? keyboard.height : 0
 
             TabBar {
                 id: tabs
@@ -153,13 +161,6 @@ ApplicationWindow {
                 clip: true
                 Layout.fillWidth: true
                 Layout.fillHeight: true
-            }
-
-            Loader {
-                active: window.withKeyboard
-                visible: item?.visible ?? false
-                source: "Keyboard.qml"
-                Layout.fillWidth: true
             }
         }
     }

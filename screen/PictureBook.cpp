@@ -66,7 +66,12 @@ bool PictureBook::take(QQuickWindow* window, const QString& name) {
   return isSaved;
 }
 
-void PictureBook::close() const {
+void PictureBook::fail() {
+  isComplete = false;
+  close();
+}
+
+void PictureBook::close() {
   QFile list(path + QLatin1String("/pictures.json"));
   const QByteArray text = QJsonDocument(pictures).toJson();
   const bool isWritten = list.open(QIODevice::WriteOnly) && list.write(text) == text.size();

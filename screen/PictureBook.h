@@ -22,7 +22,9 @@ class PictureBook : public QObject {
   /// Saves the window as `name`.png. Returns false, and says why, when that fails.
   Q_INVOKABLE bool take(QQuickWindow* window, const QString& name);
   /// Ends the program, with the status 0 when every picture was saved.
-  Q_INVOKABLE void close() const;
+  Q_INVOKABLE void close();
+  /// The same when a picture cannot be taken.
+  Q_INVOKABLE void fail();
 
  private:
   QString path;

@@ -12,7 +12,8 @@ LocalScreen {
     required property var workshop
 
     property int stop: 0
-    property int settled: 0
+    property int settled: 0  // how long the stop has been as it should be
+    property int waited: 0
 
     readonly property Item page: pages.currentItem
     readonly property ListView list: page?.list ?? null
@@ -72,7 +73,8 @@ LocalScreen {
         onTriggered: tour.look()
     }
 
-    /// Takes the picture once the stop has been as it should be for a while.
+    /// Takes the picture once the stop has been as it should be for a while; gives up after half a
+    /// minute.
     function look() {
         const here = stops[stop]
         if (settled === 0 && here.go && !here.went) {
@@ -88,9 +90,15 @@ LocalScreen {
         }
         const isReady = here.ready ? here.ready() : stop === 0 || hasRows || here.isEmpty === true
         settled = isReady ? settled + 1 : 0
+        if (++waited > 300) {
+            console.warn("the tour cannot reach", here.name, JSON.stringify(device), list?.count)
+            clock.stop()
+            book.fail()
+        }
         if (settled <= (here.settle ?? 8)) return
         book.take(tour, String(stop + 1).padStart(2, "0") + "-" + here.name)
         settled = 0
+        waited = 0
         if (++stop === stops.length) {
             clock.stop()
             book.close()
