@@ -8,6 +8,7 @@
 #include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
+#include "db/cleanUp.h"
 
 namespace orvel {
 
@@ -151,11 +152,9 @@ bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dime
 
 SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
-  out.clear();
-  out.exec(sql::kCleanNames);
-  const bool settled = Transaction::settle(out);
+  const bool isClean = cleanUp(out, sql::kCleanNames, progress->musicChanged);
   auto result = boost::make_shared<Block<void>>(operation);
-  if (!settled || !out.good()) leaveUndone(result->operation, LeftUndone::RowsLost);
+  if (!isClean) leaveUndone(result->operation, LeftUndone::RowsLost);
   OV_INFO("SongSaver close db");
   close();
   return result;
