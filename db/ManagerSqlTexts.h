@@ -10,9 +10,7 @@ inline constexpr char kRollBack[] = "ROLLBACK;";
 
 /// For a stage's connection. In WAL mode commits keep their order without a flush for each. Several
 /// stages have a connection each: half of the default cache, in KiB, costs no time.
-/// With recursive triggers, a song that replaces another takes the details of that with it.
-inline constexpr char kTuneStage[] =
-    "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000; PRAGMA recursive_triggers=ON;";
+inline constexpr char kTuneStage[] = "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000;";
 
 /// Before the first table. `auto_vacuum` lets `kFreePages` give space back to the file system. WAL
 /// lets hosts read while the indexer writes. Pages larger than SQLite's default halve the number of
@@ -97,8 +95,9 @@ COMMIT;
 )sql";
 
 /// The part of the schema that databases of earlier releases lack, and gain with their next
-/// request. A song's row goes with the song. The checks let the integrity check notice a page of
-/// another table in the place of one of this.
+/// request. A song's row goes with the song, but not with one that another replaces: a trigger for
+/// that would slow each insertion down, see `kCleanDetails`. The check lets the integrity check
+/// notice a page of another table in the place of one of this.
 inline constexpr char kAddDetails[] = R"sql(
 BEGIN IMMEDIATE;
 CREATE TABLE SONGDETAILS(

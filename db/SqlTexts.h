@@ -52,7 +52,7 @@ inline constexpr char kInsertSong[] =
 
 /// The details of one song by its row id. COVER is NULL for `CoverPlace::Unknown`.
 inline constexpr char kInsertSongDetails[] =
-    "INSERT OR REPLACE INTO SONGDETAILS (ID, DURATION, YEAR, ALBUMARTIST, COVER)"
+    "INSERT INTO SONGDETAILS (ID, DURATION, YEAR, ALBUMARTIST, COVER)"
     " VALUES (?, ?, ?, ?, NULLIF(?, 3));";
 
 /// Makes the next request read a song again, in the transaction that lost a part of it.
@@ -111,6 +111,10 @@ inline constexpr char kCleanNames[] =
     "SONGS);DELETE FROM GENRES WHERE GENREID NOT IN ( SELECT DISTINCT GENREID FROM "
     "SONGS);DELETE FROM COMPOSERS WHERE COMPOSERID NOT IN ( SELECT DISTINCT COMPOSERID FROM "
     "SONGS);COMMIT;";
+
+/// Deletes the details of songs that others have replaced.
+inline constexpr char kCleanDetails[] =
+    "DELETE FROM SONGDETAILS WHERE ID NOT IN (SELECT ID FROM SONGS);";
 
 /// One directory.
 inline constexpr char kInsertDirectory[] =

@@ -1,6 +1,5 @@
 #include "msd/MSDWalk.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -12,6 +11,7 @@
 
 #include "base/DeviceRoot.h"
 #include "base/Log.h"
+#include "base/OpenDirectory.h"
 #include "base/ReadError.h"
 #include "tags/FolderPicture.h"
 #include "tags/MediaKind.h"
@@ -19,19 +19,6 @@
 namespace orvel {
 
 namespace {
-
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
-
-OpenDirectory openDirectory(const DeviceRoot& root, const std::string& path, struct statx& status) {
-  Descriptor opened = root.open(path, status);
-  OpenDirectory directory(opened ? fdopendir(opened.get()) : nullptr);
-  if (directory) [[maybe_unused]]
-    const int taken = opened.release();  // by `directory`
-  return directory;
-}
 
 bool isNeverWalked(std::string_view name) {
   return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";

@@ -167,6 +167,7 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
   out.clear();
   out.exec(sql::kCleanNames);
+  out.exec(sql::kCleanDetails);
   const bool settled = Transaction::settle(out);
   auto result = boost::make_shared<Block<void>>(operation);
   if (!settled || !out.good()) leaveUndone(result->operation, LeftUndone::RowsLost);

@@ -129,6 +129,13 @@ const std::vector<t_track_id>* ObjectTable::children(std::uint32_t storage,
   return found == childrenOf.end() ? nullptr : &found->second;
 }
 
+const DeviceObject* ObjectTable::findTrack(const std::string& trackPath) const {
+  const auto found =
+      std::lower_bound(trackList.begin(), trackList.end(), trackPath,
+                       [this](t_track_id id, const std::string& text) { return path(id) < text; });
+  return found != trackList.end() && path(*found) == trackPath ? find(*found) : nullptr;
+}
+
 const DeviceObject* ObjectTable::find(t_track_id id) const {
   const auto found = objects.find(id);
   return found == objects.end() ? nullptr : &found->second.object;

@@ -43,6 +43,8 @@ class ObjectTable {
   /// The picture file in a track's folder that is its cover; null when there is none.
   [[nodiscard]] const DeviceObject* folderPicture(t_track_id track) const;
 
+  /// The track with this path in the track list; null when there is none.
+  [[nodiscard]] const DeviceObject* findTrack(const std::string& trackPath) const;
   /// Null when the object is unknown.
   [[nodiscard]] const DeviceObject* find(t_track_id id) const;
   /// The path from the root of the device; "" when the object is unknown or too deep.

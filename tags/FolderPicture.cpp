@@ -23,6 +23,11 @@ std::size_t find(const std::array<std::string_view, Count>& texts, std::string_v
 
 }  // namespace
 
+bool isPictureName(std::string_view name) {
+  const std::size_t dot = name.rfind('.');
+  return dot != std::string_view::npos && find(kEndings, name.substr(dot + 1)) < kEndings.size();
+}
+
 std::optional<std::size_t> rankOfFolderPicture(std::string_view name) {
   const std::size_t dot = name.find('.');
   if (dot == std::string_view::npos) return std::nullopt;

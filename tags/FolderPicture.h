@@ -11,6 +11,9 @@ namespace orvel {
 /// several such files, the best being 0.
 std::optional<std::size_t> rankOfFolderPicture(std::string_view name);
 
+/// True for a name with the ending of a picture.
+bool isPictureName(std::string_view name);
+
 inline bool isFolderPicture(std::string_view name) {
   return rankOfFolderPicture(name).has_value();
 }

@@ -80,16 +80,24 @@ const TagLib::Tag* tagWithTexts(const TagLib::RIFF::WAV::File& wav) {
   return onlyInfo ? static_cast<const TagLib::Tag*>(wav.InfoTag()) : wav.tag();
 }
 
+/// A tag has few frames, so that looking through them is cheaper than making a key to look up.
+TagLib::ID3v2::FrameListMap::ConstIterator find(const TagLib::ID3v2::FrameListMap& frames,
+                                                const char* id) {
+  return std::find_if(frames.begin(), frames.end(), [id = std::string_view(id)](const auto& frame) {
+    return std::string_view(frame.first.data(), frame.first.size()) == id;
+  });
+}
+
 Extras extrasOf(const TagLib::ID3v2::Tag* tag) {
   if (tag == nullptr) return {};
   const TagLib::ID3v2::FrameListMap& frames = tag->frameListMap();
   const auto text = [&](const char* id) {
-    const auto found = frames.find(id);
+    const auto found = find(frames, id);
     return found == frames.end() || found->second.isEmpty() ? TagLib::String()
                                                             : found->second.front()->toString();
   };
   return collect(text, {"TCOM", "TPOS", "TPE2", "TSOT", "TSOP", "TSOA", "TSOC"},
-                 frames.contains("APIC"));
+                 find(frames, "APIC") != frames.end());
 }
 
 Extras extrasOf(const TagLib::APE::Tag* tag) {

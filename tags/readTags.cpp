@@ -2,6 +2,8 @@
 
 #include <taglib/fileref.h>
 
+#include "tags/readPicture.h"
+
 namespace orvel {
 
 TagResult readTags(TagStream& stream) {
@@ -15,6 +17,10 @@ TagResult readTags(TagStream& stream) {
   if (reference.isNull()) return {Outcome::Unreadable};
   if (!hasTag) return {Outcome::Untagged};
   return {Outcome::Tagged, tagValuesOf(*reference.file())};
+}
+
+TagResult readFile(TagStream& stream, ReadingGoal goal) {
+  return goal == ReadingGoal::Picture ? readPicture(stream) : readTags(stream);
 }
 
 }  // namespace orvel

@@ -9,4 +9,7 @@ namespace orvel {
 /// when the parser does.
 TagResult readTags(TagStream& stream);
 
+/// Parses what `goal` names.
+TagResult readFile(TagStream& stream, ReadingGoal goal);
+
 }  // namespace orvel

@@ -31,14 +31,16 @@ bool deniesSong(const tagMessages::Result& answer) {
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
                                      TagReading chosen, std::chrono::milliseconds limit,
-                                     std::shared_ptr<TagReaderPatience> sharedPatience)
+                                     std::shared_ptr<TagReaderPatience> sharedPatience,
+                                     ReadingGoal filesGoal)
     : stopped(token),
       policy(chosen),
       timeLimit(limit),
+      goal(filesGoal),
       patience(sharedPatience ? std::move(sharedPatience)
                               : std::make_shared<TagReaderPatience>(limit)),
-      starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired) {
-}
+      starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired),
+      files(filesGoal) {}
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
@@ -81,7 +83,7 @@ TagResult IsolatedTagReader::read(TagStream& stream) {
   expect({}, {});
   const std::string path = stream.name();
   const tagMessages::FileRequest request{files.takeId(), stream.length(),
-                                         tagMessages::nameEndingOf(path), true};
+                                         tagMessages::nameEndingOf(path), true, goal};
   tagMessages::Result answer = ask({request.id, path, &stream}, [&]() -> std::optional<Outcome> {
     if (worker->send({request}, {}) == WorkerConnection::Sent::Yes) return std::nullopt;
     return Outcome::ReaderLost;
@@ -199,10 +201,11 @@ bool IsolatedTagReader::ensureRunning() {
 
 bool IsolatedTagReader::tryToStart() {
   // Sent ahead, the first files are there when the worker is up.
-  const bool isUp = starter.start(worker, [this] {
+  const auto sendFirst = [this] {
     files.markUnsent();
     sendAhead();
-  });
+  };
+  const bool isUp = starter.start(worker, sendFirst, goal);
   if (isUp) {
     workerStarted();
   } else {
@@ -231,7 +234,7 @@ void IsolatedTagReader::startFailed() {
     OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program, reason);
     return enter(State::Refused);
   }
-  auto substitute = std::make_unique<InProcessTagReader>(stopped);
+  auto substitute = std::make_unique<InProcessTagReader>(stopped, goal);
   substitute->expect(files.mountPoint(), files.remainingPaths());
   OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s", program,
           reason);

@@ -58,10 +58,12 @@ class IsolatedTagReader : public TagReader {
   /// @param policy     `Isolated` or `IsolationRequired`
   /// @param timeLimit  for one file
   /// @param patience   shared by the readers of one request; null: its own
+  /// @param goal       what is read of every file
   IsolatedTagReader(std::stop_token token, std::string program,
                     TagReading policy = TagReading::Isolated,
                     std::chrono::milliseconds timeLimit = kTimeLimit,
-                    std::shared_ptr<TagReaderPatience> patience = nullptr);
+                    std::shared_ptr<TagReaderPatience> patience = nullptr,
+                    ReadingGoal goal = ReadingGoal::Tags);
   ~IsolatedTagReader() override;
 
   /// Starts a worker unless one is up, and sends it the first announced files. False when there is
@@ -118,6 +120,7 @@ class IsolatedTagReader : public TagReader {
   const std::stop_token stopped;
   const TagReading policy;
   const std::chrono::milliseconds timeLimit;
+  const ReadingGoal goal;
 
   // Used by the owner's thread only.
   std::thread::id owner;  ///< the first thread that read

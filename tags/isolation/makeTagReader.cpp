@@ -72,4 +72,15 @@ std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
   return makePool(token, chosen.program, chosen.reading, chosen.readers);
 }
 
+std::unique_ptr<TagReader> makePictureReader(std::stop_token token) {
+  Choice& chosen = choice();
+  const MutexLock lock(chosen.mutex);
+  if (chosen.reading == TagReading::InProcess) {
+    return std::make_unique<InProcessTagReader>(std::move(token), ReadingGoal::Picture);
+  }
+  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading,
+                                             IsolatedTagReader::kTimeLimit, nullptr,
+                                             ReadingGoal::Picture);
+}
+
 }  // namespace orvel
