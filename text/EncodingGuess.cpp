@@ -181,6 +181,8 @@ TextEncodings guessEncodings(std::span<const std::string_view> texts, bool unico
                              TextRegion region) {
   const TrackScore score(texts);
   const std::string used = upperBytesOf(texts);
+  // A single letter is a letter of windows-1252 as well as of any other encoding.
+  if (texts.size() == 1 && texts[0].size() == 1) return {Encoding::Windows1252};
   const Circumstances track{unicodeSeen, used.size() == 1, region};
   std::vector<Candidate> candidates;
   candidates.reserve(std::size(kPriorities));
