@@ -29,6 +29,8 @@ DatabaseCheck::~DatabaseCheck() {
 void DatabaseCheck::start() {
   if (begun || file.empty() || cancellation.stop_requested()) return;
   begun = true;
+  // On one core it would only cost: requests that find a change check once more.
+  if (std::thread::hardware_concurrency() == 1) return;
   try {
     thread = std::thread([this] {
       runLoop();

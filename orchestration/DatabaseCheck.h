@@ -24,7 +24,7 @@ class DatabaseCheck : public Runnable {
 
   /// Names the database, for the next `start`.
   void prepare(std::string databaseFile);
-  /// Begins the check, once; without a thread there is no result.
+  /// Begins the check, once, where a second core can carry it; otherwise there is no result.
   void start() override;
   void launch() override {}
   void pause() override {}
