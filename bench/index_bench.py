@@ -29,7 +29,7 @@ SMALL_STICK = 100
 OF_EVERY_RUN = {
     "change detection": ["orvel::ChangeFinder::doOperation"],
     "clean-up": ["orvel::SongSaver::finish", "orvel::SongDirectoryPipeline::removeOrphanedEntries"],
-    "check of the database": ["orvel::DatabaseMgr::verify"],
+    "check of the database": ["orvel::DatabaseCheck::check"],
 }
 
 

@@ -125,6 +125,9 @@ inline constexpr char kSchemaDefinition[] =
 /// One row, "ok" or the first damage found.
 inline constexpr char kCheckIntegrity[] = "PRAGMA integrity_check(1);";
 
+/// Changes, for the connection that asks, with each commit of another one.
+inline constexpr char kDataVersion[] = "PRAGMA data_version;";
+
 /// Enters partition ?1 with mount point ?2; ?3 is 1 when a new generation begins, else 0. Only the
 /// order of generations counts: writes nothing when the partition is newer than every other one
 /// already, or as new where no generation begins.

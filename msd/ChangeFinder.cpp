@@ -31,7 +31,10 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
       leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
     count(files, toAdd->items.size(), finder.vanished());
-    if (finder.foundChanges()) progress->musicChanged = true;
+    if (finder.foundChanges()) {
+      progress->musicChanged = true;
+      whenMusicChanges();
+    }
     isMarked = finder.marked();
   }
   if (!isMarked && !markInProgress(operation)) {
