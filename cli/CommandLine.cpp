@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/Utf8.h"
+#include "cli/CoverCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/IndexCommand.h"
 #include "cli/ListCommand.h"
@@ -56,6 +57,7 @@ void addCommands(CLI::App& app, Command& command) {
   addIndex(app, command);
   addList(app, command);
   addStatus(app, command);
+  addCover(app, command);
   addMtp(app, command);
 }
 
