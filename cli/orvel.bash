@@ -35,7 +35,7 @@ _orvel() {
   fi
   case $prev in
     --db-dir) _filedir -d ;;
-    --db | --scripted) _filedir ;;
+    --db | --scripted | -o | --output) _filedir ;;
     --device-id) _orvel_offer < <(_orvel_devices) ;;
     --format) _orvel_offer < <(printf '%s\n' table tsv json) ;;
     --artist | --album | --genre | --playlist | --directory | --wait) ;;
@@ -44,6 +44,8 @@ _orvel() {
         _orvel_offer < <("${words[0]}" "${words[1]}" --help 2>/dev/null | grep -oE -- '^  (-[a-z],)?--?[a-z-]+' | grep -oE -- '--?[a-z-]+')
       elif [[ ${words[1]} == list ]]; then
         _orvel_offer < <(_orvel_kinds)
+      elif [[ ${words[1]} == cover ]]; then
+        _filedir
       elif [[ ${words[1]} == mtp ]]; then
         _orvel_offer <<<list
       elif [[ ${words[1]} == index ]]; then
