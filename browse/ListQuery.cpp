@@ -22,31 +22,51 @@ struct NameTable {
   const char* sortForm;
 };
 
+/// The condition under which a parameter matches one of `names`.
+std::string matching(const std::string& names, Match match) {
+  return (match == Match::Exact ? "? IN (" : "BEGINS(?, ") + names + ")";
+}
+
+/// The playlists that a parameter names.
+std::string playlistsMatching(Match match) {
+  return " FROM PLAYLISTS WHERE " + matching("PLAYNAME, PLAYPATH", match);
+}
+
 /// Collects conditions and their parameters.
 class Filter {
  public:
-  explicit Filter(const ListQuery& query) {
-    add("R.ARTIST = ?", query.artist);
-    add("B.ALBUM = ?", query.album);
-    add("G.GENRE = ?", query.genre);
-    add("? IN (D.PATH, D.NAME)", query.directory);
+  explicit Filter(const ListQuery& query) : match(query.match) {
+    add("R.ARTIST", query.artist);
+    add("B.ALBUM", query.album);
+    add("G.GENRE", query.genre);
+    add("C.COMPOSER", query.composer);
+    add("D.NAME, D.PATH", query.directory);
   }
 
-  void add(const char* condition, const std::optional<std::string>& value) {
-    if (!value) return;
-    where += (where.empty() ? " WHERE " : " AND ") + std::string(condition);
-    parameters.push_back(*value);
+  /// @param names  columns: the name, after it the path where there is one
+  void add(const std::string& names, const std::optional<std::string>& value) {
+    if (value) addCondition(matching(names, match), *value);
+  }
+
+  void addCondition(const std::string& condition, const std::string& parameter) {
+    where += (where.empty() ? " WHERE " : " AND ") + condition;
+    parameters.push_back(parameter);
   }
 
   std::string where;
   std::vector<std::string> parameters;
+
+ private:
+  Match match;
 };
 
 /// The filters of a listing that does not join playlists itself.
 Filter filterWithPlaylist(const ListQuery& query) {
   Filter filter(query);
-  filter.add("S.OBJECTID IN (SELECT TRACKID FROM PLAYLISTS WHERE ? IN (PLAYNAME, PLAYPATH))",
-             query.playlist);
+  if (query.playlist) {
+    filter.addCondition("S.OBJECTID IN (SELECT TRACKID" + playlistsMatching(query.match) + ")",
+                        *query.playlist);
+  }
   return filter;
 }
 
@@ -88,8 +108,9 @@ Listing songsOfPlaylist(const ListQuery& query) {
   listing.select =
       "WITH ENTRIES AS (SELECT ID, PLAYPATH, TRACKPATH, TRACKID,"
       " ROW_NUMBER() OVER (PARTITION BY PLAYID ORDER BY ID) AS POSITION FROM VIEW_PLAYLISTENTRIES"
-      " WHERE PLAYID IN (SELECT PLAYID FROM PLAYLISTS WHERE ? IN (PLAYNAME, PLAYPATH)))" +
-      std::string(kSongCells) + ", E.POSITION, MAX(S.PATH = E.TRACKPATH)" + kSongs +
+      " WHERE PLAYID IN (SELECT PLAYID" +
+      playlistsMatching(query.match) + "))" + kSongCells +
+      ", E.POSITION, MAX(S.PATH = E.TRACKPATH)" + kSongs +
       " JOIN ENTRIES E ON E.TRACKID = S.OBJECTID" + filter.where + " GROUP BY E.ID";
   listing.parameters.insert(listing.parameters.end(), filter.parameters.begin(),
                             filter.parameters.end());
@@ -106,10 +127,6 @@ Listing names(const ListQuery& query, const NameTable& table) {
           filter.parameters};
 }
 
-bool hasFilter(const ListQuery& query) {
-  return query.artist || query.album || query.genre || query.playlist || query.directory;
-}
-
 Listing directories(const ListQuery& query) {
   const Filter filter = filterWithPlaylist(query);
   return {
@@ -119,7 +136,7 @@ Listing directories(const ListQuery& query) {
           " GROUP BY S.DIRECTORYID)"
           " SELECT D.PATH, D.NAME, P.PATH, COALESCE(N.SONGS, 0) FROM DIRECTORIES D"
           " LEFT JOIN DIRECTORIES P ON P.OBJECTID = D.PARENT_ID" +
-          (hasFilter(query) ? "" : " LEFT") + " JOIN COUNTS N ON N.ID = D.OBJECTID",
+          (query.hasFilter() ? "" : " LEFT") + " JOIN COUNTS N ON N.ID = D.OBJECTID",
       "D.PATH COLLATE UTF8, D.PATH",
       filter.parameters};
 }
@@ -131,7 +148,7 @@ Listing playlists(const ListQuery& query) {
                                                    : " WHERE E.TRACKID IN (SELECT S.OBJECTID" +
                                                          std::string(kSongs) + filter.where + ")";
   filter.where = onSongs;
-  filter.add("? IN (E.PLAYNAME, E.PLAYPATH)", query.playlist);
+  filter.add("E.PLAYNAME, E.PLAYPATH", query.playlist);
   return {{{"name", Kind::Text}, {"path", Kind::Path}, {"entries", Kind::Number}},
           "SELECT E.PLAYNAME, E.PLAYPATH, COUNT(*) FROM VIEW_PLAYLISTENTRIES E" + filter.where +
               " GROUP BY E.PLAYID",

@@ -12,15 +12,27 @@ enum class ListKind { Songs, Artists, Albums, Genres, Composers, Directories, Pl
 /// The kinds by the names that people use for them.
 const std::map<std::string, ListKind>& listKinds();
 
-/// Selects everything of one kind that matches all filters. Filters compare exactly, including
-/// case; a playlist and a directory match by name or path.
+/// How filters compare.
+enum class Match {
+  Exact,     ///< the whole name, including case
+  Beginning  ///< a beginning of the name, without regard to case, accents and width
+};
+
+/// Selects everything of one kind that matches all filters. A playlist and a directory match by
+/// name, or by their whole path.
 struct ListQuery {
   ListKind kind = ListKind::Songs;
   std::optional<std::string> artist;
   std::optional<std::string> album;
   std::optional<std::string> genre;
+  std::optional<std::string> composer;
   std::optional<std::string> playlist;
   std::optional<std::string> directory;
+  Match match = Match::Exact;
+
+  [[nodiscard]] bool hasFilter() const {
+    return artist || album || genre || composer || playlist || directory;
+  }
 };
 
 /// One column of a listing.
@@ -39,7 +51,7 @@ struct Listing {
   std::vector<std::string> parameters;
 };
 
-/// Makes the listing for a query. The connection that runs it needs the collation UTF8.
+/// Makes the listing for a query. Only a MediaDatabase can run it.
 Listing listingFor(const ListQuery& query);
 
 }  // namespace orvel::browse

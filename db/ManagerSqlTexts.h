@@ -143,12 +143,6 @@ inline constexpr char kForgetPlaylists[] =
 
 inline constexpr char kSelectStatus[] = "SELECT STATUS FROM PARTITIONS WHERE PARTITION_ID = ?;";
 
-/// Stores status ?3 of partition ?1 with mount point ?2, in the current generation where it is new.
-inline constexpr char kUpsertStatus[] =
-    "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
-    " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
-    " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;";
-
 /// Needs no new page.
 inline constexpr char kUpdateStatus[] =
     "UPDATE PARTITIONS SET STATUS = ?2 WHERE PARTITION_ID = ?1;";
@@ -164,14 +158,15 @@ inline constexpr char kSelectOlderPartitions[] =
     "SELECT MOUNTPOINT FROM PARTITIONS WHERE MOUNTPOINT <> ?1"
     " AND GENERATION < (SELECT MAX(GENERATION) FROM PARTITIONS);";
 
-/// Everything that belongs to one partition, table by table.
-inline constexpr const char* kDeletePartition[] = {
+/// Everything that belongs to one partition, table by table, but the partition itself.
+inline constexpr const char* kEmptyPartition[] = {
     "DELETE FROM SONGS WHERE PARTITION_ID = ?;",
     "DELETE FROM PLAYLISTS WHERE PARTITION_ID = ?;",
     "DELETE FROM DIRECTORIES WHERE PARTITION_ID = ?;",
-    "DELETE FROM PARTITIONS WHERE PARTITION_ID = ?;",
     kDeleteUndelivered,
 };
+
+inline constexpr char kDeletePartition[] = "DELETE FROM PARTITIONS WHERE PARTITION_ID = ?;";
 
 /// Keeps the partitions themselves, without a status.
 inline constexpr char kDeleteAll[] =

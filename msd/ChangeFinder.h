@@ -24,6 +24,7 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
 
  private:
   [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;
+  [[nodiscard]] static bool markInProgress(const Operation& operation);
   void count(std::size_t files, std::size_t added, unsigned vanished);
 
   const Content content;

@@ -8,7 +8,7 @@
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"
 #include "db/SqlTexts.h"
-#include "db/Transaction.h"
+#include "db/cleanUp.h"
 
 namespace orvel {
 
@@ -101,8 +101,9 @@ void SongDirectoryPipeline::removeOrphanedEntries() {
   OV_INFO("Clear Playlists");
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
-  out.exec(sql::kClearPlaylists);
-  if (!Transaction::settle(out) || !out.good()) leaveUndone(LeftUndone::RowsLost);
+  if (!cleanUp(out, sql::kClearPlaylists, progress->musicChanged)) {
+    leaveUndone(LeftUndone::RowsLost);
+  }
   out.close();
 }
 

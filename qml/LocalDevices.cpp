@@ -2,7 +2,6 @@
 
 #include <orvel/DatabaseMgr.h>
 #include <orvel/OrvelQTProxy.h>
-#include <orvel/Settings.h>
 
 #include <QDir>
 #include <QFile>
@@ -12,7 +11,7 @@
 #include "browse/MediaDatabase.h"
 #include "host/DeviceId.h"
 #include "host/obstacleToReading.h"
-#include "host/tagReaderNearby.h"
+#include "qml/isolateReading.h"
 
 namespace orvel::qml {
 
@@ -59,12 +58,7 @@ LocalDevices::~LocalDevices() {
 void LocalDevices::setDatabaseDirectory(const QString& path) {
   if (path == directory) return;
   directory = path;
-  Settings settings;
-  settings.databaseDirectory = path.toStdString();
-  settings.tagReading = TagReading::Isolated;
-  settings.tagReaderProgram = host::tagReaderNearby();
-  settings.workPriority = WorkPriority::Background;
-  configure(settings);
+  isolateReading(path.toStdString());
   listKnown();
   Q_EMIT databaseDirectoryChanged();
 }

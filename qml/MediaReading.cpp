@@ -12,6 +12,7 @@
 #include <tuple>
 
 #include "browse/Search.h"
+#include "qml/CoverProvider.h"
 #include "qml/firstLetter.h"
 
 namespace orvel::qml {
@@ -42,16 +43,9 @@ const std::map<std::string_view, Role>& rolesOfColumns() {
   return roles;
 }
 
-/// The source of a song's cover for an Image. Paths have any bytes, hence not as they are.
-QString coverOf(std::string_view path) {
-  const auto encoded =
-      QByteArray::fromRawData(path.data(), static_cast<qsizetype>(path.size()))
-          .toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
-  return QStringLiteral("image://orvel/") + QString::fromLatin1(encoded);
-}
-
 /// Adds columns that screens need to a listing of browse: "sort" to songs; "artist", when there is
-/// but one, and "cover", the path of a song, to albums.
+/// but one, and "cover", the path of a song, to albums; it is one
+/// that has a cover, if any has.
 browse::Listing withMoreColumns(ListKind kind, browse::Listing listing) {
   using Column = browse::Column;
   if (kind == ListKind::Songs) {
@@ -62,27 +56,36 @@ browse::Listing withMoreColumns(ListKind kind, browse::Listing listing) {
   } else if (kind == ListKind::Albums) {
     listing.select =
         "SELECT L.*, M.ARTIST, M.PATH FROM (" + listing.select +
-        ") L LEFT JOIN (SELECT B.ALBUM AS ALBUM, MIN(S.PATH) AS PATH,"
+        ") L LEFT JOIN (SELECT B.ALBUM AS ALBUM,"
+        " COALESCE(MIN(CASE WHEN D.COVER > 0 THEN S.PATH END),"
+        " MIN(CASE WHEN D.COVER IS NULL THEN S.PATH END)) AS PATH,"
         " CASE WHEN MIN(R.ARTIST) = MAX(R.ARTIST) THEN MIN(R.ARTIST) END AS ARTIST FROM SONGS S"
         " JOIN ALBUMS B ON B.ALBUMID = S.ALBUMID LEFT JOIN ARTISTS R ON R.ARTISTID = S.ARTISTID"
-        " GROUP BY B.ALBUM) M ON M.ALBUM = L.ALBUM";
+        " LEFT JOIN SONGDETAILS D ON D.ID = S.ID GROUP BY B.ALBUM) M ON M.ALBUM = L.ALBUM";
     listing.columns.push_back({"artist", Column::Kind::Text});
     listing.columns.push_back({"cover", Column::Kind::Path});
   }
   return listing;
 }
 
-/// Tells whether a path lies in a hidden folder of a device.
-class HiddenFolders {
+/// Where a device is mounted.
+class Roots {
  public:
-  explicit HiddenFolders(const browse::MediaDatabase& database) {
+  explicit Roots(const browse::MediaDatabase& database) {
     for (const auto& partition : database.partitions()) roots.push_back(partition.mountPoint);
   }
 
-  [[nodiscard]] bool contain(std::string_view path) const {
+  /// The mount point above a path; a phone's paths do not begin with it.
+  [[nodiscard]] std::string_view above(std::string_view path) const {
     for (const std::string& root : roots) {
-      if (path.starts_with(root)) path.remove_prefix(root.size());
+      if (path.starts_with(root)) return root;
     }
+    return roots.empty() ? std::string_view() : roots.front();
+  }
+
+  /// Whether a path lies in a hidden folder of the device.
+  [[nodiscard]] bool isHidden(std::string_view path) const {
+    if (path.starts_with(above(path))) path.remove_prefix(above(path).size());
     return path.starts_with('.') || path.find("/.") != std::string_view::npos;
   }
 
@@ -93,13 +96,13 @@ class HiddenFolders {
 /// Makes rows of a database's.
 class RowMaker {
  public:
-  RowMaker(const HiddenFolders& hiddenFolders, bool areFinds)
-      : hidden(hiddenFolders), withKind(areFinds) {}
+  RowMaker(const Roots& deviceRoots, bool areFinds) : roots(deviceRoots), withKind(areFinds) {}
 
   MediaRow make(const char* kind, const std::vector<browse::Column>& columns,
                 const browse::Row& cells) const {
     MediaRow row;
     std::string_view path;
+    bool hasNoCover = false;
     row.values.reserve(columns.size() + 1);
     for (std::size_t i = 0; i < columns.size(); ++i) {
       const std::string_view name = columns[i].name;
@@ -108,10 +111,15 @@ class RowMaker {
         if (name == "sort") row.sortText = *text;
         addText(row, name, *text);
       } else if (const auto* number = std::get_if<std::int64_t>(&cells[i])) {
+        if (name == "cover") hasNoCover = *number == 0;
         addNumber(row, name, *number);
       }
     }
     finish(row, kind, path);
+    const bool isPictured = std::string_view(kind) == "songs" || std::string_view(kind) == "albums";
+    if (isPictured && !hasNoCover && !path.empty()) {
+      row.values.emplace_back(Role::Cover, coverSource(roots.above(path), path));
+    }
     return row;
   }
 
@@ -142,16 +150,14 @@ class RowMaker {
     if (const QVariant position = row.value(Role::Position); position.isValid()) {
       row.key += QLatin1Char('\n') + position.toString();
     }
-    row.isHidden = isSong || std::string_view(kind) == "directories" ? hidden.contain(path) : false;
+    row.isHidden = isSong || std::string_view(kind) == "directories" ? roots.isHidden(path) : false;
     if (withKind) {
       row.key = QLatin1String(kind) + QLatin1Char('\n') + row.key;
       row.values.emplace_back(Role::Kind, QString::fromLatin1(kind));
     }
-    const bool hasCover = isSong || std::string_view(kind) == "albums";
-    if (hasCover && !path.empty()) row.values.emplace_back(Role::Cover, coverOf(path));
   }
 
-  const HiddenFolders& hidden;
+  const Roots& roots;
   const bool withKind;
 };
 
@@ -222,9 +228,9 @@ bool MediaQuery::operator==(const MediaQuery& other) const {
 
 MediaRows readMedia(const MediaQuery& query, const std::function<bool()>& isCanceled) {
   const browse::MediaDatabase database(query.database);
-  const HiddenFolders hidden(database);
+  const Roots roots(database);
   const bool areFinds = !query.words.empty();
-  const RowMaker maker(hidden, areFinds);
+  const RowMaker maker(roots, areFinds);
   MediaRows rows;
   const auto add = [&](const char* kind, const std::vector<browse::Column>& columns,
                        const browse::Row& cells) {

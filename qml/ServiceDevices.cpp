@@ -8,6 +8,8 @@
 #include <QDBusServiceWatcher>
 #include <QTimer>
 
+#include "qml/isolateReading.h"
+
 namespace orvel::qml {
 
 namespace {
@@ -50,6 +52,7 @@ Device deviceFrom(const QVariantMap& properties) {
 
 ServiceDevices::ServiceDevices(QObject* parent)
     : DeviceModel(parent), bus(QDBusConnection::systemBus()) {
+  isolateReading({});
   qDBusRegisterMetaType<Interfaces>();
   qDBusRegisterMetaType<Objects>();
   // Once the properties are set.

@@ -14,7 +14,7 @@ Item {
     Rectangle {
         anchors.fill: parent
         radius: 4
-        visible: image.status !== Image.Ready
+        visible: image.status !== Image.Ready || image.implicitWidth < 2
         color: Qt.hsla((cover.letter.charCodeAt(0) || 0) * 0.13 % 1, 0.35,
                        cover.Material.theme === Material.Dark ? 0.3 : 0.55, 1)
 

@@ -36,6 +36,11 @@ ItemDelegate {
             parts.push(songs === 1 ? qsTr("1 song") : qsTr("%1 songs").arg(songs))
         return parts.filter(text => text).join(" · ")
     }
+    readonly property string length: {
+        if (kind !== "songs" || !(model.duration > 0)) return ""
+        const seconds = Math.max(1, Math.round(model.duration / 1000))
+        return Math.floor(seconds / 60) + ":" + String(seconds % 60).padStart(2, "0")
+    }
     readonly property bool hasCover: !numbered && (mixed || kind === "albums" || kind === "songs")
 
     width: ListView.view.width
@@ -83,9 +88,7 @@ ItemDelegate {
         }
         Label {
             visible: text !== ""
-            text: entry.kind === "songs" && entry.model.duration > 0
-                  ? Math.floor(entry.model.duration / 60000) + ":"
-                    + String(Math.floor(entry.model.duration / 1000) % 60).padStart(2, "0") : ""
+            text: entry.length
             opacity: 0.75
         }
     }

@@ -67,7 +67,7 @@ LocalScreen {
 
     Timer {
         id: clock
-        interval: 100
+        interval: 60
         running: true
         repeat: true
         onTriggered: tour.look()
@@ -90,7 +90,7 @@ LocalScreen {
         }
         const isReady = here.ready ? here.ready() : stop === 0 || hasRows || here.isEmpty === true
         settled = isReady ? settled + 1 : 0
-        if (++waited > 300) {
+        if (++waited > 500) {
             console.warn("the tour cannot reach", here.name, JSON.stringify(device), list?.count)
             clock.stop()
             book.fail()

@@ -23,6 +23,7 @@ struct Options {
   bool isNight = false;
   bool onSessionBus = false;
   bool withKeyboard = false;
+  bool isScrolling = false;
 };
 
 Options optionsFrom(const QGuiApplication& application) {
@@ -40,7 +41,8 @@ Options optionsFrom(const QGuiApplication& application) {
   const QCommandLineOption pictures(
       "pictures",
       "Takes pictures of a tour into DIR and ends: FOLDERs are a stick and a large one.", "DIR");
-  parser.addOptions({databases, night, session, keyboard, pictures});
+  const QCommandLineOption scroll("scroll", "Scrolls through all songs and ends.");
+  parser.addOptions({databases, night, session, keyboard, pictures, scroll});
   parser.process(application);
   const QString usual = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
   return {parser.positionalArguments(),
@@ -48,7 +50,8 @@ Options optionsFrom(const QGuiApplication& application) {
           parser.value(pictures),
           parser.isSet(night),
           parser.isSet(session),
-          parser.isSet(keyboard)};
+          parser.isSet(keyboard),
+          parser.isSet(scroll)};
 }
 
 /// Folders that the tour may take away: links to the real ones, and an empty one.
@@ -131,7 +134,10 @@ int runScreen(QQmlApplicationEngine& engine, const Options& options) {
   } else {
     properties.insert("session", options.onSessionBus);
   }
-  if (!load(engine, isLocal ? "LocalScreen.qml" : "ServiceScreen.qml", properties)) return 1;
+  const char* const screen = options.isScrolling ? "Scroll.qml"
+                             : isLocal           ? "LocalScreen.qml"
+                                                 : "ServiceScreen.qml";
+  if (!load(engine, screen, properties)) return 1;
   Output output;
   QObject::connect(engine.rootObjects().constFirst(), SIGNAL(songChosen(QString)), &output,
                    SLOT(print(QString)));
