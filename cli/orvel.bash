@@ -40,7 +40,7 @@ _orvel() {
   fi
   case $prev in
     --db-dir) _filedir -d ;;
-    --db | --scripted) _filedir ;;
+    --db | --scripted | -o | --output) _filedir ;;
     -d | --device | --device-id) _orvel_offer < <(_orvel_devices) ;;
     --columns | --sort) _orvel_offer < <(_orvel_columns) ;;
     --format) _orvel_offer < <(printf '%s\n' table tsv json) ;;
@@ -50,6 +50,8 @@ _orvel() {
         _orvel_offer < <("${words[0]}" "${words[1]}" --help 2>/dev/null | grep -oE -- '^  (-[a-z],)?--?[a-z-]+' | grep -oE -- '--?[a-z-]+')
       elif [[ ${words[1]} == list ]]; then
         _orvel_offer < <(_orvel_kinds)
+      elif [[ ${words[1]} == cover ]]; then
+        _filedir
       elif [[ ${words[1]} == forget ]]; then
         _orvel_offer < <(_orvel_devices)
       elif [[ ${words[1]} == mtp ]]; then
