@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,6 +12,9 @@ enum class ListKind { Songs, Artists, Albums, Genres, Composers, Directories, Pl
 
 /// The kinds by the names that people use for them.
 const std::map<std::string, ListKind>& listKinds();
+
+/// The name of a kind.
+const std::string& nameOf(ListKind kind);
 
 /// How filters compare.
 enum class Match {
@@ -50,6 +54,15 @@ struct Listing {
   std::string order;   ///< terms for ORDER BY
   std::vector<std::string> parameters;
 };
+
+/// A row to be listed.
+struct WantedRow {
+  std::int64_t row = 0;     ///< rowid in the table of its kind; ID in VIEW_PLAYLISTNAMES
+  std::uint32_t songs = 0;  ///< for the column of that name
+};
+
+/// Makes the listing of some rows of one kind, in their order. Only a MediaDatabase can run it.
+Listing listingOf(ListKind kind, const std::vector<WantedRow>& rows);
 
 /// Makes the listing for a query. Only a MediaDatabase can run it.
 Listing listingFor(const ListQuery& query);

@@ -149,6 +149,19 @@ void MediaDatabase::atOneMoment(const std::function<void()>& work) const {
   work();
 }
 
+Search::Result MediaDatabase::search(std::string_view words, const std::vector<Search::Kind>& kinds,
+                                     std::size_t offset, std::size_t count) const try {
+  if (searcher == nullptr) searcher = std::make_unique<Search>(connection.get());
+  return searcher->find(words, kinds, offset, count);
+} catch (const std::runtime_error& error) {
+  throw DatabaseError(std::string(error.what()) + " Index the device again.");
+}
+
+void MediaDatabase::freeMemory() const {
+  if (searcher != nullptr) searcher->freeMemory();
+  sqlite3_db_release_memory(connection.get());
+}
+
 void MediaDatabase::fail() const {
   throw DatabaseError("Cannot read the database " + path + " (" + connection.errorMessage() +
                       "). Index the device again, or name another database.");

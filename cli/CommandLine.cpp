@@ -12,6 +12,7 @@
 #include "cli/IndexCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/MtpListCommand.h"
+#include "cli/SearchCommand.h"
 #include "cli/StatusCommand.h"
 
 namespace orvel::cli {
@@ -58,6 +59,7 @@ void requireCommand(const CLI::App& app, const std::string& first) {
 void addCommands(CLI::App& app, Command& command) {
   addIndex(app, command);
   addList(app, command);
+  addSearch(app, command);
   addDevices(app, command);
   addStatus(app, command);
   addCover(app, command);

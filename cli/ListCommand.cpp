@@ -1,6 +1,5 @@
 #include "cli/ListCommand.h"
 
-#include <algorithm>
 #include <iostream>
 #include <limits>
 
@@ -78,10 +77,7 @@ std::uint32_t printCount(const ListOptions& options, const browse::MediaDatabase
 }
 
 std::string nothingFound(const ListOptions& options) {
-  const auto& kinds = browse::listKinds();
-  const std::string kind = std::find_if(kinds.begin(), kinds.end(), [&](const auto& named) {
-                             return named.second == options.query.kind;
-                           })->first;
+  const std::string& kind = browse::nameOf(options.query.kind);
   if (!options.query.hasFilter()) return "There are no " + kind + ".";
   return "No " + kind + " match." +
          (options.isExact ? " Without --exact a beginning of each name is enough." : "");

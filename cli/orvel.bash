@@ -42,6 +42,7 @@ _orvel() {
     --db-dir) _filedir -d ;;
     --db | --scripted | -o | --output) _filedir ;;
     -d | --device | --device-id) _orvel_offer < <(_orvel_devices) ;;
+    --kind) _orvel_offer < <(_orvel_kinds) ;;
     --columns | --sort) _orvel_offer < <(_orvel_columns) ;;
     --format) _orvel_offer < <(printf '%s\n' table tsv json) ;;
     --artist | --album | --genre | --composer | --playlist | --directory | --wait | --limit) ;;

@@ -41,6 +41,14 @@ constexpr bool isIn(char32_t code, char32_t first, char32_t last) {
   return code >= first && code <= last;
 }
 
+constexpr bool isHan(char32_t code) {
+  return isIn(code, 0x3400, 0x4DBF) || isIn(code, 0x4E00, 0x9FFF);
+}
+
+constexpr bool isHangul(char32_t code) {
+  return isIn(code, 0xAC00, 0xD7A3);
+}
+
 bool isApostrophe(char32_t code) {
   return code == '\'' || code == U'’' || code == U'‘' || code == U'ʼ' || code == U'ʻ';
 }
@@ -58,7 +66,10 @@ bool isOfWords(char32_t code) {
 }
 
 Script scriptOf(char32_t code) {
+  if (isHan(code)) return Script::Han;
+  if (isHangul(code)) return Script::Hangul;
   if (isLatinKana(code)) return Script::Kana;
+  if (code < 0x1100) return Script::Other;
   switch (g_unichar_get_script(code)) {
     case G_UNICODE_SCRIPT_HAN:
       return Script::Han;
@@ -78,7 +89,7 @@ class Folding {
       out += g_ascii_tolower(static_cast<char>(code));
     } else if (isApostrophe(code) || isAccent(code)) {
       return;
-    } else if (code < 0x80 || !isOfWords(code)) {
+    } else if (code < 0x80 || !(isHan(code) || isHangul(code) || isOfWords(code))) {
       script = Script::None;
     } else {
       takeLetter(code);
@@ -140,8 +151,19 @@ std::string folded(std::string_view text) {
   return std::move(folding.out);
 }
 
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+/// True for the letters of most texts, which compatibility composition (NFKC) leaves alone.
+constexpr bool isComposed(char32_t code) {
+  return code < 0x80 || isHan(code) || isHangul(code) || isIn(code, 0xC0, 0x131) ||
+         isIn(code, 0x14A, 0x17E) || isIn(code, 0x391, 0x3CE) || isIn(code, 0x400, 0x482) ||
+         isIn(code, 0x5D0, 0x5EA) || isIn(code, 0x621, 0x64A) || isIn(code, 0xE01, 0xE30) ||
+         isIn(code, 0x3041, 0x3096) || isIn(code, 0x30A1, 0x30FC);
+}
+
+bool isComposed(std::string_view text) {
+  while (!text.empty()) {
+    if (!isComposed(utf8::take(text).code)) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -149,7 +171,7 @@ bool isAscii(std::string_view text) {
 std::string foldedText(std::string_view text) {
   if (text.empty()) return {};
   std::string words;
-  if (isAscii(text)) {
+  if (isComposed(text)) {
     words = folded(text);
   } else {
     const GlibText valid =

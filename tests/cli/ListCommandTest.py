@@ -150,6 +150,51 @@ class Listings(CommandTestCase):
         self.run_("forget", "second one", expect=1)
 
 
+class Searching(CommandTestCase):
+    def setUp(self):
+        super().setUp()
+        music = f"{self.stick}/Music"
+        writeSong(f"{music}/Joga/1.mp3", TIT2="Jóga", TPE1="Björk", TALB="Homogenic", TCOM="Sjón")
+        writeSong(f"{music}/2.mp3", TIT2="Bjorken wood", TPE1="What's Up?", TALB="Jogabonito")
+        writeSong(f"{music}/3.mp3", TIT2="花絵", TSOT="はなえ", TPE1="Ｗｉｄｅ　ﾊﾞﾝﾄﾞ")
+        writeSong(f"{music}/4.mp3", TIT2="월량")
+        writeSong(f"{music}/5.mp3", TIT2="月亮", TPE1="周杰倫")
+        writeSong(f"{music}/bjork.mp3")
+        os.mkdir(f"{self.stick}/Lists")
+        with open(f"{self.stick}/Lists/Straße.m3u8", "w") as playlist:
+            playlist.write("../Music/2.mp3\n../Music/3.mp3\n")
+        self.index()
+
+    def found(self, *words, kinds="songs", **more):
+        rows = json.loads(self.run_("search", "--json", "--kind", kinds, *words, **more)[0])
+        return [row["title"] or row["name"] if row["kind"] == "songs" else row["name"] for row in rows]
+
+    def testFindsBeginningsOfWordsInEveryScript(self):
+        for words, titles in ((("WOOD",), ["Bjorken wood"]), (("jóg", "sjon"), ["Jóga"]),
+                              (("hanae",), ["花絵"]), (("ハナ",), ["花絵"]), (("絵",), ["花絵"]),
+                              (("wide", "band"), ["花絵"]), (("월",), ["월량"]),
+                              (("zhoujie",), ["月亮"]), (("jie", "yue"), ["月亮"]),
+                              (("whats",), ["Bjorken wood"]), (("strasse", "w"), ["Bjorken wood", "花絵"])):
+            self.assertEqual(self.found(*words), titles, words)
+        for words in (("ork",), ("joga", "wide"), ("량",), ("...",)):
+            self.assertEqual(self.found(*words, expect=1), [], words)
+        self.assertIn(b"Nothing", self.run_("search", "status", "list", expect=1)[1])
+
+    def testTheBestComeFirst(self):
+        # Whole words before beginnings, titles before artists, albums and folders.
+        self.assertEqual(self.found("bjork"), ["bjork.mp3", "Bjorken wood", "Jóga"])
+        self.assertEqual(self.found("joga", kinds="songs,albums,directories"),
+                         ["Jóga", "Joga", "Jogabonito", "Bjorken wood"])
+        rows = json.loads(self.run_("search", "--json", "homog")[0])
+        album = next(row for row in self.list("albums") if row["name"] == "Homogenic")
+        self.assertEqual(rows[0], {"kind": "albums", **album})
+        song = next(row for row in self.list("songs") if row["title"] == "Jóga")
+        self.assertEqual(rows[1], {"kind": "songs", **song})
+        out, errors = self.run_("search", "bjork", "--limit", "1")
+        self.assertEqual(out.decode(), "FOUND   NAME   ARTIST  ALBUM\nartist  Björk\n")
+        self.assertIn(b"1 of 4", errors)
+
+
 class HostileNames(CommandTestCase):
     """File names and tags that would steer a terminal or break a format."""
 
