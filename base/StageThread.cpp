@@ -19,6 +19,10 @@ void enter(std::stop_token token) noexcept {
   adoptWorkPriority();
 }
 
+void lendToken(std::stop_token token) noexcept {
+  currentToken = std::move(token);
+}
+
 bool isCurrent() noexcept {
   return isStage;
 }

@@ -15,6 +15,9 @@ namespace stageThread {
 /// chosen priority. `token` is raised when its server is stopped.
 void enter(std::stop_token token) noexcept;
 
+/// Gives a thread of Orvel's that carries no stage a token for the calls that it makes from now on.
+void lendToken(std::stop_token token) noexcept;
+
 /// True on threads that carry a stage, a pipeline or the controller.
 bool isCurrent() noexcept;
 

@@ -15,7 +15,8 @@ std::string songsWithNames(const std::string& songs = "SONGS S") {
          " LEFT JOIN ALBUMS B ON B.ALBUMID = S.ALBUMID"
          " LEFT JOIN GENRES G ON G.GENREID = S.GENREID"
          " LEFT JOIN COMPOSERS C ON C.COMPOSERID = S.COMPOSERID"
-         " LEFT JOIN DIRECTORIES D ON D.OBJECTID = S.DIRECTORYID";
+         " LEFT JOIN DIRECTORIES D ON D.OBJECTID = S.DIRECTORYID"
+         " LEFT JOIN SONGDETAILS T ON T.ID = S.ID";
 }
 
 /// A table of names that songs refer to.
@@ -86,12 +87,16 @@ std::vector<Column> songColumns() {
           {"disc", Kind::Number},
           {"directory", Kind::Path, false},
           {"object_id", Kind::Text, false},
-          {"last_modified", Kind::Number, false}};
+          {"last_modified", Kind::Number, false},
+          {"duration", Kind::Number, false},
+          {"year", Kind::Number, false},
+          {"album_artist", Kind::Text, false},
+          {"cover", Kind::Number, false}};
 }
 
 constexpr char kSongCells[] =
     "SELECT S.PATH, S.NAME, S.TITLE, R.ARTIST, B.ALBUM, G.GENRE, C.COMPOSER, S.TRACKIND, S.DISCNUM,"
-    " D.PATH, S.OBJECTID, S.LASTMODIFIED";
+    " D.PATH, S.OBJECTID, S.LASTMODIFIED, T.DURATION, T.YEAR, T.ALBUMARTIST, T.COVER";
 
 Listing songs(const ListQuery& query) {
   const Filter filter = filterWithPlaylist(query);

@@ -20,6 +20,11 @@ namespace fs = std::filesystem;
 /// For databases that are not in WAL mode, where readers wait for the writer.
 constexpr int kWaitForWriterMs = 5000;
 
+/// Stands in for the table that a database of an earlier release lacks.
+constexpr char kNoDetails[] =
+    "PRAGMA temp_store=MEMORY;"
+    "CREATE TEMP TABLE SONGDETAILS(ID INTEGER PRIMARY KEY, DURATION, YEAR, ALBUMARTIST, COVER);";
+
 std::int64_t bytesOf(const std::string& file) {
   std::error_code error;
   const auto size = fs::file_size(file, error);
@@ -119,7 +124,9 @@ bool MediaDatabase::open(const std::string& uri) {
              SQLITE_OK &&
          sqlite3_create_function(handle, "BEGINS", -1, kFunctionKind, nullptr, begins, nullptr,
                                  nullptr) == SQLITE_OK &&
-         connection.exec("SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;") == SQLITE_OK;
+         connection.exec("SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;") == SQLITE_OK &&
+         (connection.exec("SELECT 1 FROM SONGDETAILS LIMIT 1;") == SQLITE_OK ||
+          connection.exec(kNoDetails) == SQLITE_OK);
 }
 
 void MediaDatabase::query(const std::string& sql, const std::vector<std::string>& parameters,

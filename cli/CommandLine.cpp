@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/Utf8.h"
+#include "cli/CoverCommand.h"
 #include "cli/DevicesCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/ForgetCommand.h"
@@ -61,6 +62,7 @@ void addCommands(CLI::App& app, Command& command) {
   addSearch(app, command);
   addDevices(app, command);
   addStatus(app, command);
+  addCover(app, command);
   addForget(app, command);
   addMtp(app, command);
 }

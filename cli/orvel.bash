@@ -40,7 +40,7 @@ _orvel() {
   fi
   case $prev in
     --db-dir) _filedir -d ;;
-    --db | --scripted) _filedir ;;
+    --db | --scripted | -o | --output) _filedir ;;
     -d | --device | --device-id) _orvel_offer < <(_orvel_devices) ;;
     --kind) _orvel_offer < <(_orvel_kinds) ;;
     --columns | --sort) _orvel_offer < <(_orvel_columns) ;;
@@ -51,6 +51,8 @@ _orvel() {
         _orvel_offer < <("${words[0]}" "${words[1]}" --help 2>/dev/null | grep -oE -- '^  (-[a-z],)?--?[a-z-]+' | grep -oE -- '--?[a-z-]+')
       elif [[ ${words[1]} == list ]]; then
         _orvel_offer < <(_orvel_kinds)
+      elif [[ ${words[1]} == cover ]]; then
+        _filedir
       elif [[ ${words[1]} == forget ]]; then
         _orvel_offer < <(_orvel_devices)
       elif [[ ${words[1]} == mtp ]]; then

@@ -129,10 +129,7 @@ bool DatabaseMgr::createDb(const std::string& deviceId, const std::string& parti
   if (!state->replaceUnusable(deviceId, file)) return false;
   DatabaseFile database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   if (!database.isOpen()) return false;
-  using databaseSchema::Content;
-  if (databaseSchema::probe(database) == Content::Empty && !databaseSchema::create(database)) {
-    return false;
-  }
+  if (!databaseSchema::complete(database)) return false;
   const auto kept = state->registry.keptStatus(file, partition);
   const bool isStored = !kept || insertStatus(deviceId, partition, *kept);
   return PartitionTable(database).enter(partition, isFirstPartition) && isStored;

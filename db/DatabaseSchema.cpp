@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/Mutex.h"
 #include "base/NoDestructor.h"
@@ -21,20 +22,41 @@ std::optional<std::string> definition(DatabaseFile& database) {
 }
 
 struct OwnDefinition {
-  Mutex mutex;
-  std::optional<std::string> text ORVEL_GUARDED_BY(mutex);
+  std::string earlier;  ///< without what was added since the first release
+  std::string complete;
 };
+
+bool create(DatabaseFile& database) {
+  // Where WAL is refused, an ordinary journal serves as well.
+  database.exec(sql::kPrepareFile);
+  return database.execTransaction(sql::kCreateSchema);
+}
+
+bool add(DatabaseFile& database) {
+  return database.execTransaction(sql::kAddDetails);
+}
+
+std::optional<OwnDefinition> makeOwnDefinition() {
+  DatabaseFile scratch(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  if (!create(scratch)) return std::nullopt;
+  auto earlier = definition(scratch);
+  if (!earlier || !add(scratch)) return std::nullopt;
+  auto complete = definition(scratch);
+  if (!complete) return std::nullopt;
+  return OwnDefinition{std::move(*earlier), std::move(*complete)};
+}
 
 /// This library's own definition, made once. Nothing while memory is too short for it; the next
 /// call tries again.
-std::optional<std::string> ownDefinition() {
-  static NoDestructor<OwnDefinition> own;
+std::optional<OwnDefinition> ownDefinition() {
+  struct Known {
+    Mutex mutex;
+    std::optional<OwnDefinition> definition ORVEL_GUARDED_BY(mutex);
+  };
+  static NoDestructor<Known> own;
   const MutexLock lock(own->mutex);
-  if (!own->text) {
-    DatabaseFile scratch(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    if (create(scratch)) own->text = definition(scratch);
-  }
-  return own->text;
+  if (!own->definition) own->definition = makeOwnDefinition();
+  return own->definition;
 }
 
 /// Only damage condemns an unreadable database; a lock or a lack of memory passes.
@@ -61,19 +83,20 @@ Content probe(DatabaseFile& database) {
   if (versions->front() != "1") return Content::Foreign;
   const auto own = ownDefinition();
   if (!own) return Content::Unknown;
-  return *found == *own ? Content::Ours : Content::Foreign;
+  if (*found == own->complete) return Content::Ours;
+  return *found == own->earlier ? Content::Earlier : Content::Foreign;
 }
 
-bool create(DatabaseFile& database) {
-  // Where WAL is refused, an ordinary journal serves as well.
-  database.exec(sql::kPrepareFile);
-  return database.execTransaction(sql::kCreateSchema);
+bool complete(DatabaseFile& database) {
+  const Content content = probe(database);
+  if (content == Content::Empty && !create(database)) return false;
+  return (content != Content::Empty && content != Content::Earlier) || add(database);
 }
 
 void ensure(sqlite3* connection) {
   if (hasSchema(connection)) return;
   DatabaseFile own(sqlite3_db_filename(connection, "main"));
-  if (probe(own) == Content::Empty) create(own);
+  if (probe(own) == Content::Empty) complete(own);
 }
 
 }  // namespace orvel::databaseSchema

@@ -17,6 +17,7 @@ struct FileInfo {
   std::uint32_t auxWord;              ///< mass storage: 0; MTP: the object id
   std::int32_t lastModified;          ///< seconds since the epoch, narrowed by `narrowTime`
   bool failedBefore = false;          ///< an earlier request stored its row with `kNeverRead`
+  bool folderHasPicture = false;      ///< a picture file for covers lies beside it
 };
 
 /// Stored in place of the modification time of a file that the device did not deliver. It differs

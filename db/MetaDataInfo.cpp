@@ -58,8 +58,8 @@ MetaDataInfo::MetaDataInfo(const std::string& songPath, const std::string& mount
 
 std::size_t MetaDataInfo::storedBytes() const {
   constexpr std::size_t kRestOfRows = 900;  // identifiers, numbers and keys, also in indexes
-  const std::size_t texts =
-      title.size() + artist.size() + album.size() + genre.size() + composer.size();
+  const std::size_t texts = title.size() + artist.size() + album.size() + genre.size() +
+                            composer.size() + details.albumArtist.size();
   // The path is also a key, and each text may have a form that sorts.
   return 2 * path.size() + name.size() + 2 * texts + kRestOfRows;
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/Md5.h"
+#include "db/SongDetails.h"
 #include "text/StrippedValue.h"
 
 namespace orvel {
@@ -88,6 +89,7 @@ struct MetaDataInfo {
   /// The sort forms in the file's tag, in the order title, artist, album, genre, composer; null
   /// when it has none. Set them before `setAsianFields`.
   std::unique_ptr<const std::array<std::string, 5>> sortForms;
+  SongDetails details;
 };
 
 }  // namespace orvel

@@ -50,6 +50,11 @@ inline constexpr char kInsertSong[] =
     "?,                                        "
     "?);";
 
+/// The details of one song by its row id. COVER is NULL for `CoverPlace::Unknown`.
+inline constexpr char kInsertSongDetails[] =
+    "INSERT INTO SONGDETAILS (ID, DURATION, YEAR, ALBUMARTIST, COVER)"
+    " VALUES (?, ?, ?, ?, NULLIF(?, 3));";
+
 /// Makes the next request read a song again, in the transaction that lost a part of it.
 inline constexpr char kForgetModification[] = "UPDATE SONGS SET LASTMODIFIED = -1 WHERE PATH = ?;";
 
@@ -107,6 +112,10 @@ inline constexpr char kCleanNames[] =
     "SONGS);DELETE FROM COMPOSERS WHERE COMPOSERID NOT IN ( SELECT DISTINCT COMPOSERID FROM "
     "SONGS);COMMIT;";
 
+/// Deletes the details of songs that others have replaced.
+inline constexpr char kCleanDetails[] =
+    "BEGIN;DELETE FROM SONGDETAILS WHERE ID NOT IN (SELECT ID FROM SONGS);COMMIT;";
+
 /// One directory.
 inline constexpr char kInsertDirectory[] =
     "INSERT INTO DIRECTORIES (PARTITION_ID, PATH,  "
@@ -133,9 +142,15 @@ inline constexpr char kSelectSongs[] =
 /// Songs of an MTP device.
 inline constexpr char kSelectAllSongs[] = "SELECT ID, LASTMODIFIED, PATH FROM SONGS;";
 
-/// In the transaction that deletes the rows of files to be read again.
-inline constexpr char kMarkInProgress[] =
-    "UPDATE PARTITIONS SET STATUS = 'PROGRESS' WHERE PARTITION_ID = ?;";
+/// Stores status ?3 of partition ?1 with mount point ?2, in the current generation where it is new.
+inline constexpr char kUpsertStatus[] =
+    "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
+    " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
+    " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;";
+
+/// 1 when there are partitions and all have the status "OK", else 0.
+inline constexpr char kSelectAllComplete[] =
+    "SELECT COALESCE(MIN(STATUS = 'OK'), 0) FROM PARTITIONS;";
 
 /// By row id.
 inline constexpr char kDeleteSong[] = "DELETE FROM SONGS WHERE ID = ?;";

@@ -9,6 +9,7 @@
 #include "fuzz/InputBytes.h"
 #include "fuzz/require.h"
 #include "isolation/ResultPipe.h"
+#include "tags/PictureHeader.h"
 #include "tags/TagMessages.h"
 
 namespace orvel::fuzz {
@@ -18,34 +19,40 @@ using namespace tagMessages;
 
 void requireBounded(const Result& result) {
   const TagValues& values = result.result.values;
-  for (const TagLib::String* text :
-       {&values.title, &values.artist, &values.album, &values.genre, &values.composer}) {
+  for (const TagLib::String* text : {&values.title, &values.artist, &values.album, &values.genre,
+                                     &values.composer, &values.albumArtist}) {
     require(text->size() <= TagValues::kMostUnits, "a text is bounded");
   }
   for (const TagLib::String& text : values.sort) {
     require(text.size() <= TagValues::kMostUnits, "a sort form is bounded");
   }
   require(values.disc >= 0, "a disc has no negative number");
+  const std::string& picture = result.result.picture.bytes;
+  require(picture.empty() || pictureHeaderOf(picture), "a picture is one");
   if (!result.error) return;
   require(result.error->size() <= kMostErrorBytes && !hasControls(*result.error),
           "an error is bounded, and harmless in a log");
 }
 
-void requireSameAgain(const Result& result) {
+void requireSameAgain(const Result& result, ReadingGoal goal) {
   const auto again = decodeResult(result.error ? encodeError(result.id, *result.error)
-                                               : encodeResult(result.id, result.result));
+                                               : encodeResult(result.id, result.result, goal),
+                                  goal);
   require(again && again->id == result.id && again->error == result.error &&
               again->result.outcome == result.result.outcome &&
-              again->result.values == result.result.values,
+              again->result.values == result.result.values &&
+              again->result.picture.bytes == result.result.picture.bytes,
           "a result stays the same on its way");
 }
 
 void takeResults(ResultPipe& pipe) {
   while (const auto text = pipe.take()) {
-    const auto result = decodeResult(*text);
-    if (!result) continue;
-    requireBounded(*result);
-    requireSameAgain(*result);
+    for (const ReadingGoal goal : {ReadingGoal::Tags, ReadingGoal::Picture}) {
+      const auto result = decodeResult(*text, goal);
+      if (!result) continue;
+      requireBounded(*result);
+      requireSameAgain(*result, goal);
+    }
   }
 }
 

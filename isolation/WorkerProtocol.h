@@ -18,7 +18,7 @@ namespace orvel::workerProtocol {
 constexpr int kControlSocket = 3;
 constexpr int kResultPipe = 4;
 /// Bump whenever a message format changes; library and worker may be from different builds.
-constexpr std::uint32_t kVersion = 4;
+constexpr std::uint32_t kVersion = 5;
 /// Largest number of descriptors with one message on the socket.
 constexpr std::size_t kMostDescriptors = 16;
 /// Largest size of a message on the socket; it has room for a path.

@@ -27,12 +27,13 @@ class WorkerStarter {
   /// Starts a worker and waits for its greeting. On failure returns false, and `worker` is empty;
   /// `failure` tells the reason.
   /// @param meanwhile  runs while a process starts
-  template <class Connection, class Action>
-  bool start(std::optional<Connection>& worker, Action meanwhile) {
-    bool isUp = tryOnce(worker, meanwhile);
+  /// @param more       further arguments of the connection's constructor
+  template <class Connection, class Action, class... More>
+  bool start(std::optional<Connection>& worker, Action meanwhile, const More&... more) {
+    bool isUp = tryOnce(worker, meanwhile, more...);
     if (!isUp && hasEnded && !carefully && !stopped.stop_requested()) {
       carefully = true;  // a filter of the host's own may have ended it, even if nobody can tell
-      isUp = tryOnce(worker, meanwhile);
+      isUp = tryOnce(worker, meanwhile, more...);
     }
     if (isUp) probes::readerStarts(program.c_str(), ++started);
     return isUp;
@@ -47,12 +48,12 @@ class WorkerStarter {
   [[nodiscard]] std::string missingLayers() const;
 
  private:
-  template <class Connection, class Action>
-  bool tryOnce(std::optional<Connection>& worker, Action meanwhile) {
+  template <class Connection, class Action, class... More>
+  bool tryOnce(std::optional<Connection>& worker, Action meanwhile, const More&... more) {
     constexpr std::chrono::milliseconds kLimit{5000};
     hasEnded = false;
     try {
-      worker.emplace(stopped, program, carefully);
+      worker.emplace(stopped, program, carefully, more...);
       meanwhile();
       const auto greeting = worker->receiveGreeting(WaitBudget(kLimit));
       layers = greeting.value_or(workerProtocol::Confinement{});

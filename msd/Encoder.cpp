@@ -48,7 +48,11 @@ MetaDataInfo* Encoder::guessAndConvert(const std::string& path, const std::strin
       path, mountPoint, StrippedValue(texts.title), StrippedValue(texts.artist),
       StrippedValue(texts.album), StrippedValue(texts.genre), StrippedValue(texts.composer),
       trackNumber, discNumber, lastModified);
-  if (songTag != nullptr) song->sortForms = sortFormsOf(*songTag);
+  if (songTag != nullptr) {
+    song->sortForms = sortFormsOf(*songTag);
+    song->details = {songTag->milliseconds(), songTag->yearOfRelease(), texts.albumArtist,
+                     songTag->hasPicture() ? CoverPlace::Embedded : CoverPlace::None};
+  }
   return song.release();
 }
 

@@ -27,6 +27,13 @@ MiningDecision nextFile() {
   return {};
 }
 
+/// A picture in the song itself is preferred to one beside it.
+void noteFolderPicture(const FileInfo& file, MetaDataInfo& song) {
+  if (file.folderHasPicture && song.details.cover != CoverPlace::Embedded) {
+    song.details.cover = CoverPlace::InFolder;
+  }
+}
+
 MiningDecision endBlock(LeftUndone reason) {
   return {true, reason};
 }
@@ -152,6 +159,7 @@ void MSDMiner::addSong(const FileInfo& file, std::int32_t lastModified, const So
     return;
   }
   song->setAsianFields();
+  noteFolderPicture(file, *song);
   songs.add(std::move(song));
 }
 
@@ -192,8 +200,10 @@ MiningDecision MSDMiner::addWithoutTexts(const FileInfo& file, std::int32_t last
   retryOnBadAlloc(
       [&] {
         const std::string none;
-        songs.add(std::make_unique<MetaDataInfo>(*file.path, songs.operation.mountPoint, none, none,
-                                                 none, none, none, 1, 1, lastModified));
+        auto song = std::make_unique<MetaDataInfo>(*file.path, songs.operation.mountPoint, none,
+                                                   none, none, none, none, 1, 1, lastModified);
+        noteFolderPicture(file, *song);
+        songs.add(std::move(song));
       },
       kOneRetry);
   return nextFile();

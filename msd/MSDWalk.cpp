@@ -1,6 +1,5 @@
 #include "msd/MSDWalk.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -12,25 +11,14 @@
 
 #include "base/DeviceRoot.h"
 #include "base/Log.h"
+#include "base/OpenDirectory.h"
 #include "base/ReadError.h"
+#include "tags/FolderPicture.h"
 #include "tags/MediaKind.h"
 
 namespace orvel {
 
 namespace {
-
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
-
-OpenDirectory openDirectory(const DeviceRoot& root, const std::string& path, struct statx& status) {
-  Descriptor opened = root.open(path, status);
-  OpenDirectory directory(opened ? fdopendir(opened.get()) : nullptr);
-  if (directory) [[maybe_unused]]
-    const int taken = opened.release();  // by `directory`
-  return directory;
-}
 
 bool isNeverWalked(std::string_view name) {
   return name == "." || name == ".." || name == ".TRASH" || name == "$RECYCLE.BIN";
@@ -56,7 +44,10 @@ void MSDWalk::run() {
   }
   identities.assign(directories.items.size(), Identity{0, 0});
   for (std::size_t i = 0; i < directories.items.size() && !limitReached(); ++i) {
-    if (!listDirectory(i)) return;
+    const std::size_t firstSong = songs.items.size();
+    const bool goesOn = listDirectory(i);
+    noteFolderPicture(firstSong);
+    if (!goesOn) return;
     progress.directoriesFound = static_cast<unsigned>(directories.items.size());
   }
   if (!limitReached()) return;
@@ -155,6 +146,7 @@ void MSDWalk::addDirectory(std::size_t index, const char* name, const Entry& ent
 
 void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified) {
   const MediaKind kind = mediaKindOf(name);
+  if (kind == MediaKind::Other) hasFolderPicture = hasFolderPicture || isFolderPicture(name);
   if (kind == MediaKind::Other || hasLongPaths()) return;
   auto file = std::make_unique<FileInfo>(pathIn(index, name), 0U, narrowTime(modified));
   pathBytes += file->path->size();
@@ -165,6 +157,15 @@ void MSDWalk::addFile(std::size_t index, const char* name, std::int64_t modified
   }
   ++progress.songsFound;
   directories.items[index]->hasMusic = true;
+}
+
+/// Tells the songs of the directory that was listed last, from `firstSong` on, of its picture: a
+/// listing may bring them before it.
+void MSDWalk::noteFolderPicture(std::size_t firstSong) {
+  if (!std::exchange(hasFolderPicture, false)) return;
+  for (std::size_t i = firstSong; i < songs.items.size(); ++i) {
+    songs.items[i]->folderHasPicture = true;
+  }
 }
 
 /// Returns false when the directory is unreadable because the mount point is gone.

@@ -64,6 +64,7 @@ class MSDWalk {
   bool refuse(std::size_t index, const char* name, int error);
   void addDirectory(std::size_t index, const char* name, const Entry& entry);
   void addFile(std::size_t index, const char* name, std::int64_t modified);
+  void noteFolderPicture(std::size_t firstSong);
   bool hasManyFolders();
   bool hasLongPaths();
   bool passOver(const std::string& unreadable, int error);
@@ -82,6 +83,7 @@ class MSDWalk {
   std::vector<Identity> identities;  ///< of `directories`, item by item
   std::set<Identity> linked;         ///< the directories that were entered through a link
   std::size_t pathBytes = 0;         ///< of everything found
+  bool hasFolderPicture = false;     ///< in the directory that is being listed
   bool leadsOff = false;             ///< the device has entries that lead to other file systems
 };
 

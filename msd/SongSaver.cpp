@@ -8,6 +8,7 @@
 #include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
+#include "db/cleanUp.h"
 
 namespace orvel {
 
@@ -124,6 +125,8 @@ bool SongSaver::forgetModificationTimes(const Block<MetaDataInfo*>& block) {
 
 bool SongSaver::saveSongs(const Block<MetaDataInfo*>& block) {
   constexpr int kNoBookmark = 0;
+  std::vector<long> ids;
+  ids.reserve(block.items.size());
   out.query(sql::kInsertSong);
   for (const MetaDataInfo* song : block.items) {
     out << song->partitionId.text() << song->path << song->storedObjectId()
@@ -131,6 +134,18 @@ bool SongSaver::saveSongs(const Block<MetaDataInfo*>& block) {
         << song->albumId.text() << song->genreId.text() << song->composerId.text()
         << song->audioType << kNoBookmark << song->lastModified << song->trackNumber
         << song->discNumber << asian(*song, AsianField::Title) << sqlstl::step;
+    ids.push_back(static_cast<long>(sqlite3_last_insert_rowid(out.handle())));
+  }
+  return out.good() && saveDetails(block, ids);
+}
+
+/// @param ids  of the rows of the block's songs
+bool SongSaver::saveDetails(const Block<MetaDataInfo*>& block, const std::vector<long>& ids) {
+  out.query(sql::kInsertSongDetails);
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    const SongDetails& details = block.items[i]->details;
+    out << ids[i] << static_cast<long>(details.milliseconds) << static_cast<long>(details.year)
+        << details.albumArtist << static_cast<int>(details.cover) << sqlstl::step;
   }
   return out.good();
 }
@@ -151,11 +166,11 @@ bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dime
 
 SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
-  out.clear();
-  out.exec(sql::kCleanNames);
-  const bool settled = Transaction::settle(out);
+  const bool hasChangedRows = progress->musicChanged;
+  const bool isClean = cleanUp(out, sql::kCleanNames, hasChangedRows) &&
+                       cleanUp(out, sql::kCleanDetails, hasChangedRows);
   auto result = boost::make_shared<Block<void>>(operation);
-  if (!settled || !out.good()) leaveUndone(result->operation, LeftUndone::RowsLost);
+  if (!isClean) leaveUndone(result->operation, LeftUndone::RowsLost);
   OV_INFO("SongSaver close db");
   close();
   return result;

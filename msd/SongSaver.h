@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "db/MetaDataInfo.h"
 #include "framework/ServerDB.h"
 
@@ -30,6 +32,7 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
 
   bool save(Block<MetaDataInfo*>& block);
   bool saveSongs(const Block<MetaDataInfo*>& block);
+  bool saveDetails(const Block<MetaDataInfo*>& block, const std::vector<long>& ids);
   bool forgetModificationTimes(const Block<MetaDataInfo*>& block);
   bool saveDimension(Block<MetaDataInfo*>& block, const Dimension& dimension);
   sink_block_type_ptr finish(const Operation& operation);

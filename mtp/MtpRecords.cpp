@@ -25,6 +25,12 @@ std::string tidied(std::string text) {
   return text;
 }
 
+CoverPlace coverPlaceOf(const TrackDetails& details, bool hasFolderPicture) {
+  if (details.hasPicture.value_or(false)) return CoverPlace::Embedded;
+  if (hasFolderPicture) return CoverPlace::InFolder;
+  return details.hasPicture ? CoverPlace::None : CoverPlace::Unknown;
+}
+
 /// The reason why a track with this outcome is not read for good.
 std::optional<LeftUndone> failureOf(TagResult::Outcome outcome) {
   using Outcome = TagResult::Outcome;
@@ -65,8 +71,10 @@ CTrackInfo MtpConnection::Impl::readInfo(t_track_id id) {
   t_status status = STATUS_OK;
   if (MtpUtils::deviceHasMetadata(id, handle, status)) {
     // A braced list is evaluated from left to right: the calls are made in this order.
-    return {getTrackTitle(id), getTrackArtist(id), getTrackAlbum(id), getTrackGenre(id),
-            getTrackComposer(id)};
+    CTrackInfo info{getTrackTitle(id), getTrackArtist(id), getTrackAlbum(id), getTrackGenre(id),
+                    getTrackComposer(id)};
+    info.details = MtpUtils::detailsOfDevice(id, handle);
+    return info;
   }
   if (status != STATUS_OK) failure = LeftUndone::ReadError;
   // A device that does not answer would only cost the time of another request.
@@ -117,10 +125,14 @@ std::unique_ptr<MetaDataInfo> MtpConnection::Impl::generateTrack(const std::stri
     return nullptr;
   }
   constexpr int kDisc = 1;
-  return std::make_unique<MetaDataInfo>(path, key, tidied(info.getTitle()),
-                                        tidied(info.getArtist()), tidied(info.getAlbum()),
-                                        tidied(info.getGenre()), tidied(info.getComposer()), number,
-                                        kDisc, static_cast<long>(modified), objectId);
+  auto song = std::make_unique<MetaDataInfo>(path, key, tidied(info.getTitle()),
+                                             tidied(info.getArtist()), tidied(info.getAlbum()),
+                                             tidied(info.getGenre()), tidied(info.getComposer()),
+                                             number, kDisc, static_cast<long>(modified), objectId);
+  const TrackDetails& details = info.details;
+  song->details = {details.milliseconds, details.year, tidied(details.albumArtist),
+                   coverPlaceOf(details, MtpUtils::hasFolderPicture(id, handle))};
+  return song;
 }
 
 std::unique_ptr<Playlist> MtpConnection::Impl::generatePlaylist(const std::string& owner,

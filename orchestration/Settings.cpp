@@ -32,7 +32,7 @@ void configure(const Settings& settings) {
   configureLog(settings);
   DatabaseMgr::instance().setDirectory(
       settings.databaseDirectory.empty() ? ORVEL_DATABASE_DIRECTORY : settings.databaseDirectory);
-  setTagReading(settings.tagReading, settings.tagReaderProgram);
+  setTagReading(settings.tagReading, settings.tagReaderProgram, settings.tagReaders);
   setWorkPriority(settings.workPriority);
   setTextRegion(settings.textRegion);
   setLimits(settings.limits);

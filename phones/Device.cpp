@@ -222,6 +222,11 @@ t_status Device::tags(t_track_id id, DeviceTags& tags, WhenBusy whenBusy) {
   return STATUS_OK;
 }
 
+DeviceTags Device::knownTags(t_track_id id) {
+  const MutexLock lock(mutex);
+  return lastTags && lastTags->id == id ? lastTags->tags : DeviceTags();
+}
+
 void Device::assumeNoTags(t_track_id id) {
   const MutexLock lock(mutex);
   if (objects.find(id) != nullptr) lastTags = {id, DeviceTags{}};

@@ -69,6 +69,8 @@ class Device {
   /// The tags that the device gives for a track; empty texts where it gives none. Asks the device
   /// once for consecutive calls for the same track.
   t_status tags(t_track_id id, DeviceTags& tags, WhenBusy whenBusy);
+  /// The tags of the track that was asked for last, without a question; empty for any other.
+  DeviceTags knownTags(t_track_id id);
   /// From now on `tags` gives none for this track, without asking, until another track's are read.
   void assumeNoTags(t_track_id id);
   t_status readBytes(const DeviceObject& track, std::uint64_t offset, std::uint32_t length,

@@ -38,6 +38,8 @@ struct DeviceTags {
   std::string genre;
   std::string composer;
   std::uint16_t trackNumber = 0;
+  std::uint32_t milliseconds = 0;  ///< length of the sound, 0 when unknown
+  std::uint32_t year = 0;          ///< 0 when unknown
 };
 
 struct DevicePlaylist {

@@ -64,6 +64,19 @@ bool MtpUtils::deviceHasMetadata(t_track_id id, t_handle handle, t_status& statu
   return false;
 }
 
+TrackDetails MtpUtils::detailsOfDevice(t_track_id id, t_handle handle) {
+  const auto device = DeviceList::instance().find(handle);
+  const DeviceTags tags = device == nullptr ? DeviceTags() : device->knownTags(id);
+  return {tags.milliseconds, tags.year, {}, {}};
+}
+
+bool MtpUtils::hasFolderPicture(t_track_id id, t_handle handle) {
+  const auto device = DeviceList::instance().find(handle);
+  return device != nullptr && device->withObjects([id](const ObjectTable& objects) {
+    return objects.folderPicture(id) != nullptr;
+  });
+}
+
 TagResult::Outcome MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& info,
                                                     t_handle handle) {
   using Outcome = TagResult::Outcome;
@@ -79,6 +92,8 @@ TagResult::Outcome MtpUtils::getMetadataFromMTPFile(t_track_id id, CTrackInfo& i
   TagTexts texts = convertTexts(tag);
   info = CTrackInfo(std::move(texts.title), std::move(texts.artist), std::move(texts.album),
                     std::move(texts.genre), std::move(texts.composer), trackNumberOf(tag));
+  info.details = {tag.milliseconds(), tag.yearOfRelease(), std::move(texts.albumArtist),
+                  tag.hasPicture()};
   return Outcome::Tagged;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +10,14 @@
 #include "tags/TagResult.h"
 
 namespace orvel {
+
+/// What is known of a track beside its five texts and its number.
+struct TrackDetails {
+  std::uint32_t milliseconds = 0;  ///< length of the sound, 0 when unknown
+  std::uint32_t year = 0;          ///< 0 when unknown
+  std::string albumArtist;
+  std::optional<bool> hasPicture;  ///< in its bytes; nothing when these were not read
+};
 
 /// The tags of a track. Texts are UTF-8 and empty where the track has none.
 class CTrackInfo {
@@ -30,6 +39,8 @@ class CTrackInfo {
   [[nodiscard]] const std::string& getComposer() const { return composer; }
   /// 0 when unknown.
   [[nodiscard]] std::uint16_t getTrackNumber() const { return trackNumber; }
+
+  TrackDetails details;
 
  private:
   std::string title;
@@ -62,6 +73,12 @@ class MtpUtils {
   /// calls of Access.h answer empty tags for this track without another request. `status` is
   /// STATUS_OK unless the device failed to answer.
   static bool deviceHasMetadata(t_track_id id, t_handle handle, t_status& status);
+
+  /// The details that the device told with the tags of this track, without another request.
+  static TrackDetails detailsOfDevice(t_track_id id, t_handle handle);
+
+  /// Whether the folder of a track has a picture file that is its cover.
+  static bool hasFolderPicture(t_track_id id, t_handle handle);
 
   /// Reads the tags from the track's own bytes into `info`, which it leaves alone unless the
   /// outcome is `Tagged`.

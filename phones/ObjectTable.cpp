@@ -4,10 +4,12 @@
 #include <array>
 #include <cstdio>
 #include <iterator>
+#include <optional>
 
 #include "base/md5Hex.h"
 #include "phones/DeviceLimits.h"
 #include "phones/ExclusionRules.h"
+#include "tags/FolderPicture.h"
 
 namespace orvel {
 
@@ -57,6 +59,7 @@ bool ObjectTable::isAsExpected(std::uint32_t storage, t_track_id folder,
 
 void ObjectTable::beginWalk(std::vector<DeviceStorage> found) {
   childrenOf.clear();
+  pictures.clear();
   objects.clear();
   trackList.clear();
   presentStorages = std::move(found);
@@ -75,7 +78,27 @@ const std::vector<t_track_id>& ObjectTable::setChildren(std::uint32_t storage, t
     // An object stays where it was found first, so that no folder becomes its own ancestor.
     if (objects.try_emplace(id, Entry{std::move(object), folder}).second) ids.push_back(id);
   }
+  findPicture(storage, folder);
   return ids;
+}
+
+void ObjectTable::findPicture(std::uint32_t storage, t_track_id folder) {
+  pictures.erase({storage, folder});
+  std::optional<std::size_t> best;
+  for (const t_track_id id : childrenOf[{storage, folder}]) {
+    const DeviceObject& object = objects.at(id).object;
+    const auto rank = object.isFolder ? std::nullopt : rankOfFolderPicture(object.name);
+    if (!rank || (best && *rank >= *best)) continue;
+    best = rank;
+    pictures[{storage, folder}] = id;
+  }
+}
+
+const DeviceObject* ObjectTable::folderPicture(t_track_id track) const {
+  const auto entry = objects.find(track);
+  if (entry == objects.end()) return nullptr;
+  const auto found = pictures.find({entry->second.object.storage, entry->second.parent});
+  return found == pictures.end() ? nullptr : find(found->second);
 }
 
 void ObjectTable::endWalk() {
@@ -104,6 +127,13 @@ const std::vector<t_track_id>* ObjectTable::children(std::uint32_t storage,
                                                      t_track_id folder) const {
   const auto found = childrenOf.find({storage, folder});
   return found == childrenOf.end() ? nullptr : &found->second;
+}
+
+const DeviceObject* ObjectTable::findTrack(const std::string& trackPath) const {
+  const auto found =
+      std::lower_bound(trackList.begin(), trackList.end(), trackPath,
+                       [this](t_track_id id, const std::string& text) { return path(id) < text; });
+  return found != trackList.end() && path(*found) == trackPath ? find(*found) : nullptr;
 }
 
 const DeviceObject* ObjectTable::find(t_track_id id) const {

@@ -40,6 +40,11 @@ class ObjectTable {
   /// ones. Of several tracks with one path it holds one.
   [[nodiscard]] const std::vector<t_track_id>& tracks() const { return trackList; }
 
+  /// The picture file in a track's folder that is its cover; null when there is none.
+  [[nodiscard]] const DeviceObject* folderPicture(t_track_id track) const;
+
+  /// The track with this path in the track list; null when there is none.
+  [[nodiscard]] const DeviceObject* findTrack(const std::string& trackPath) const;
   /// Null when the object is unknown.
   [[nodiscard]] const DeviceObject* find(t_track_id id) const;
   /// The path from the root of the device; "" when the object is unknown or too deep.
@@ -54,12 +59,15 @@ class ObjectTable {
   };
 
   void makeTrackList();
+  void findPicture(std::uint32_t storage, t_track_id folder);
   [[nodiscard]] std::string storagePrefix(std::uint32_t storage) const;
 
   std::vector<DeviceStorage> presentStorages;
   std::unordered_map<t_track_id, Entry> objects;
   /// By storage and folder.
   std::map<std::pair<std::uint32_t, t_track_id>, std::vector<t_track_id>> childrenOf;
+  /// The best picture file for covers, by storage and folder.
+  std::map<std::pair<std::uint32_t, t_track_id>, t_track_id> pictures;
   /// The names of songs and folders, by the path of their folder.
   std::unordered_map<std::string, std::unordered_set<std::string>> expected;
   std::vector<t_track_id> trackList;

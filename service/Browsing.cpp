@@ -207,10 +207,8 @@ void Browsing::examine(const std::string& database,
 }
 
 void Browsing::freeMemory() {
-  reader.post([this] {
-    for (const auto& [path, open] : databases) open->database.freeMemory();
-    malloc_trim(0);
-  });
+  for (const auto& [path, open] : databases) open->database.freeMemory();
+  malloc_trim(0);
 }
 
 void Browsing::close(const std::string& database) {

@@ -50,8 +50,6 @@ class Browsing {
   void examine(const std::string& database,
                std::function<void(const std::optional<DatabaseContents>&)> tell);
   void setIndexing(bool isUnderWay) { isIndexing = isUnderWay; }
-  /// Empties the caches of the databases.
-  void freeMemory();
   /// Closes a database that is deleted.
   void close(const std::string& database);
   /// Calls `tell` on the main loop with each readable database of a folder.
@@ -69,12 +67,14 @@ class Browsing {
   /// For the reading thread. Throws DatabaseError.
   OpenDatabase& opened(const std::string& path);
   std::optional<DatabaseContents> contentsOf(const std::string& path);
+  /// Gives back the memory that pages and runs have used.
+  void freeMemory();
 
   std::atomic<bool> isIndexing{false};
   std::mutex mutex;
   std::map<std::string, unsigned> callsOfClient;                   ///< under way
   std::map<std::string, std::unique_ptr<OpenDatabase>> databases;  ///< the reading thread's
-  WorkThread reader{5};                                            ///< last: its jobs use the rest
+  WorkThread reader{5, [this] { freeMemory(); }};                  ///< last: its jobs use the rest
 };
 
 }  // namespace orvel::service

@@ -285,10 +285,6 @@ void Service::indexingEnded(const std::string& deviceId) {
   }
   device->hasEnded = true;
   examine(*device);
-  if (!isBusy()) {
-    // Memory that a run has freed stays in its heaps until it is given back here.
-    browsing.freeMemory();
-  }
   noteActivity();
 }
 

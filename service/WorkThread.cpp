@@ -7,8 +7,13 @@
 
 namespace orvel::service {
 
-WorkThread::WorkThread(int niceness)
-    : thread([this, niceness](const std::stop_token& stop) { run(stop, niceness); }) {}
+WorkThread::WorkThread(int niceness, Job onRest)
+    : onRest(std::move(onRest)), thread([this, niceness](const std::stop_token& stop) {
+        // On Linux a thread has a niceness of its own. Where it is refused, the work goes on
+        // without.
+        if (niceness != 0) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
+        run(stop);
+      }) {}
 
 WorkThread::~WorkThread() {
   thread.request_stop();
@@ -23,17 +28,25 @@ void WorkThread::post(Job job) {
   changed.notify_one();
 }
 
-void WorkThread::run(const std::stop_token& stop, int niceness) {
-  // On Linux a thread has a niceness of its own. Where it is refused, the work goes on without.
-  if (niceness != 0) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
+void WorkThread::run(const std::stop_token& stop) {
   std::unique_lock lock(mutex);
-  while (changed.wait(lock, stop, [this] { return !jobs.empty(); }) && !stop.stop_requested()) {
+  while (waitForJob(lock, stop)) {
     const Job job = std::move(jobs.front());
     jobs.pop_front();
     lock.unlock();
     job();
     lock.lock();
   }
+}
+
+bool WorkThread::waitForJob(std::unique_lock<std::mutex>& lock, const std::stop_token& stop) {
+  const auto hasJob = [this] { return !jobs.empty(); };
+  if (onRest && !changed.wait_for(lock, stop, kRestDelay, hasJob) && !stop.stop_requested()) {
+    lock.unlock();
+    onRest();
+    lock.lock();
+  }
+  return changed.wait(lock, stop, hasJob) && !stop.stop_requested();
 }
 
 }  // namespace orvel::service

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -15,7 +16,8 @@ class WorkThread {
   using Job = std::function<void()>;
 
   /// @param niceness  the thread's, as of nice(1)
-  explicit WorkThread(int niceness = 0);
+  /// @param onRest    runs on the thread once there has been no job for kRestDelay; must not throw
+  explicit WorkThread(int niceness = 0, Job onRest = {});
   /// Ends with the job in hand and drops the others.
   ~WorkThread();
   WorkThread(const WorkThread&) = delete;
@@ -24,9 +26,14 @@ class WorkThread {
   /// Queues a job, which must not throw. Any thread.
   void post(Job job);
 
- private:
-  void run(const std::stop_token& stop, int niceness);
+  static constexpr std::chrono::seconds kRestDelay{2};
 
+ private:
+  void run(const std::stop_token& stop);
+  /// Waits for a job; false when the thread is to end.
+  bool waitForJob(std::unique_lock<std::mutex>& lock, const std::stop_token& stop);
+
+  const Job onRest;
   std::mutex mutex;
   std::condition_variable_any changed;
   std::deque<Job> jobs;

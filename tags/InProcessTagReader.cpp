@@ -29,7 +29,7 @@ TagResult InProcessTagReader::next(const std::string& path) {
         // The first attempt consumed the file, or could not open it.
         if (!file.audio.descriptor) file.audio = AudioFile::open(root, file.path);
         AudioStream stream(std::move(file.audio), file.path, stopped);
-        TagResult read = readTags(stream, ReadingDepth::TagAndAudio);
+        TagResult read = readFile(stream, filesGoal);
         if (stream.ranOutOfTime()) ++lateFiles;
         return read;
       },
@@ -45,7 +45,7 @@ void InProcessTagReader::openAhead() {
 }
 
 TagResult InProcessTagReader::read(TagStream& stream) {
-  return readTags(stream, ReadingDepth::Tag);
+  return readFile(stream, filesGoal);
 }
 
 }  // namespace orvel

@@ -11,7 +11,9 @@ namespace orvel {
 /// meanwhile.
 class InProcessTagReader : public TagReader {
  public:
-  explicit InProcessTagReader(std::stop_token token) : stopped(std::move(token)) {}
+  /// @param goal  what is read of every file
+  explicit InProcessTagReader(std::stop_token token, ReadingGoal goal = ReadingGoal::Tags)
+      : stopped(std::move(token)), filesGoal(goal) {}
 
   void expect(std::string mountPoint, std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;
@@ -33,6 +35,7 @@ class InProcessTagReader : public TagReader {
   void openAhead();
 
   const std::stop_token stopped;
+  const ReadingGoal filesGoal;
   DeviceRoot root;
   std::vector<File> files;
   std::size_t current = 0;

@@ -9,7 +9,7 @@
 namespace orvel {
 
 /// Presents a song's tag values through TagLib's tag interface, and adds the values that this
-/// interface lacks: composer, disc number and sort forms.
+/// interface lacks.
 class SongTag : public TagLib::Tag {
  public:
   explicit SongTag(TagValues tagValues) : values(std::move(tagValues)) {}
@@ -18,6 +18,12 @@ class SongTag : public TagLib::Tag {
   /// 0 when unknown.
   [[nodiscard]] int disc() const { return values.disc; }
   [[nodiscard]] const TagValues::SortTexts& sortTexts() const { return values.sort; }
+  [[nodiscard]] TagLib::String albumArtist() const { return values.albumArtist; }
+  /// 0 when unknown. Not `year`, which would make a tag without texts count as one with content.
+  [[nodiscard]] unsigned int yearOfRelease() const { return values.year; }
+  /// 0 when unknown.
+  [[nodiscard]] unsigned int milliseconds() const { return values.milliseconds; }
+  [[nodiscard]] bool hasPicture() const { return values.hasPicture; }
 
   TagLib::String title() const override { return values.title; }
   TagLib::String artist() const override { return values.artist; }

@@ -6,6 +6,7 @@
 
 #include "isolation/MessageParser.h"
 #include "isolation/MessageWriter.h"
+#include "tags/PictureHeader.h"
 
 namespace orvel::tagMessages {
 
@@ -36,6 +37,19 @@ TagLib::String parseText(MessageParser& parser) {
   return wide;
 }
 
+/// A worker that was taken over may send anything: only what is a picture is taken.
+FoundPicture parsePicture(MessageParser& parser) {
+  FoundPicture picture;
+  picture.isRefused = parser.number<std::uint8_t>() != 0;
+  const std::string_view bytes = parser.bytes();
+  if (pictureHeaderOf(bytes)) {
+    picture.bytes = bytes;
+  } else {
+    picture.isRefused = picture.isRefused || !bytes.empty();
+  }
+  return picture;
+}
+
 /// The text with a question mark for every byte that could deceive a reader of the log.
 std::string printable(std::string_view text) {
   std::string result(text);
@@ -47,8 +61,8 @@ std::string printable(std::string_view text) {
 /// Applies `action` to every text of `values`, in the same order for both directions.
 template <class Values, class Action>
 void forEachText(Values& values, Action action) {
-  for (auto* text :
-       {&values.title, &values.artist, &values.album, &values.genre, &values.composer}) {
+  for (auto* text : {&values.title, &values.artist, &values.album, &values.genre, &values.composer,
+                     &values.albumArtist}) {
     action(*text);
   }
   for (auto& text : values.sort) action(text);
@@ -70,6 +84,7 @@ std::string encodeRequests(const std::vector<FileRequest>& files) {
     writer.number(file.bytes);
     writer.bytes(file.ending);
     writer.number(file.isAskedFor);
+    writer.number(static_cast<std::uint8_t>(file.goal));
   }
   return std::move(writer.message);
 }
@@ -84,6 +99,8 @@ std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message)
     file.bytes = parser.number<std::int64_t>();
     file.ending = std::string(parser.bytes());
     file.isAskedFor = parser.number<std::uint8_t>() != 0;
+    const bool isPicture = parser.number<std::uint8_t>() != 0;
+    file.goal = isPicture ? ReadingGoal::Picture : ReadingGoal::Tags;
   }
   if (!parser.isDone()) return std::nullopt;
   return files;
@@ -120,12 +137,20 @@ std::optional<std::int64_t> decodeAnswer(std::string_view message) {
   return count;
 }
 
-std::string encodeResult(std::uint32_t id, const TagResult& result) {
+std::string encodeResult(std::uint32_t id, const TagResult& result, ReadingGoal goal) {
   MessageWriter writer;
   writer.number(id);
   writer.number(static_cast<std::uint8_t>(result.outcome));
+  if (goal == ReadingGoal::Picture) {
+    writer.number(result.picture.isRefused);
+    writer.bytes(result.picture.bytes);
+    return std::move(writer.message);
+  }
   writer.number(std::uint32_t{result.values.track});
   writer.number(std::int32_t{result.values.disc});
+  writer.number(std::uint32_t{result.values.year});
+  writer.number(std::uint32_t{result.values.milliseconds});
+  writer.number(result.values.hasPicture);
   forEachText(result.values, [&](const TagLib::String& text) { write(writer, text); });
   return std::move(writer.message);
 }
@@ -138,7 +163,7 @@ std::string encodeError(std::uint32_t id, std::string_view error) {
   return std::move(writer.message);
 }
 
-std::optional<Result> decodeResult(std::string_view message) {
+std::optional<Result> decodeResult(std::string_view message, ReadingGoal goal) {
   MessageParser parser(message);
   Result decoded;
   decoded.id = parser.number<std::uint32_t>();
@@ -146,10 +171,18 @@ std::optional<Result> decodeResult(std::string_view message) {
   if (outcome == kThrown) {
     decoded.error = printable(parser.bytes());
     if (decoded.error->size() > kMostErrorBytes) return std::nullopt;
-  } else if (outcome <= kLastOutcome) {
+  } else if (outcome > kLastOutcome) {
+    return std::nullopt;
+  } else if (goal == ReadingGoal::Picture) {
+    decoded.result.outcome = static_cast<TagResult::Outcome>(outcome);
+    decoded.result.picture = parsePicture(parser);
+  } else {
     decoded.result.outcome = static_cast<TagResult::Outcome>(outcome);
     decoded.result.values.track = parser.number<std::uint32_t>();
     decoded.result.values.disc = std::max(0, parser.number<std::int32_t>());
+    decoded.result.values.year = std::min(parser.number<std::uint32_t>(), TagValues::kLastYear);
+    decoded.result.values.milliseconds = parser.number<std::uint32_t>() & INT32_MAX;
+    decoded.result.values.hasPicture = parser.number<std::uint8_t>() != 0;
     forEachText(decoded.result.values, [&](TagLib::String& text) { text = parseText(parser); });
   }
   if (!parser.isDone()) return std::nullopt;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvel/Cover.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -22,6 +24,8 @@ namespace orvel::tagMessages {
 constexpr std::size_t kMostFiles = workerProtocol::kMostDescriptors;
 /// Largest size of a result with all its texts.
 constexpr std::size_t kMostResultBytes = std::size_t{256} << 10;
+/// Largest size of a result with a picture.
+constexpr std::size_t kMostPictureResultBytes = Cover::kMostBytes + 64;
 /// Largest size of the text of a parser's exception, which goes to the log.
 constexpr std::size_t kMostErrorBytes = 256;
 /// Largest number of bytes that a question may ask for.
@@ -34,6 +38,7 @@ struct FileRequest {
   std::int64_t bytes = 0;
   std::string ending;       ///< of the file's name, with the dot
   bool isAskedFor = false;  ///< sent without descriptor: the worker asks for its bytes
+  ReadingGoal goal = ReadingGoal::Tags;
 };
 
 /// A part of the file that the worker asks for.
@@ -57,13 +62,15 @@ std::string encodeQuestion(const ByteRange& range);
 /// @param count  number of bytes in the file whose descriptor is sent along; negative after an
 ///               error
 std::string encodeAnswer(std::int64_t count);
-std::string encodeResult(std::uint32_t id, const TagResult& result);
+/// @param goal  which part of `result` is sent
+std::string encodeResult(std::uint32_t id, const TagResult& result,
+                         ReadingGoal goal = ReadingGoal::Tags);
 std::string encodeError(std::uint32_t id, std::string_view error);
 
 // Each decoder returns nothing for a malformed message: a file may have taken the worker over.
 std::optional<std::vector<FileRequest>> decodeRequests(std::string_view message);
 std::optional<ByteRange> decodeQuestion(std::string_view message);
 std::optional<std::int64_t> decodeAnswer(std::string_view message);
-std::optional<Result> decodeResult(std::string_view message);
+std::optional<Result> decodeResult(std::string_view message, ReadingGoal goal);
 
 }  // namespace orvel::tagMessages

@@ -14,8 +14,8 @@
 
 namespace orvel {
 
-/// Reads the tags of files one after the other. Implementations choose where files are parsed. Used
-/// by one thread.
+/// Reads files one after the other, each for the goal of this reader. Implementations choose where
+/// files are parsed. Used by one thread.
 class TagReader {
  public:
   TagReader() = default;
@@ -28,12 +28,12 @@ class TagReader {
   /// not opened.
   virtual void expect(std::string mountPoint, std::vector<std::string> paths) = 0;
 
-  /// Reads the tag of `path`, which must be the next announced file. Calling it for any other file
+  /// Reads `path`, which must be the next announced file. Calling it for any other file
   /// is a programming error: it is asserted, and otherwise returns `ReaderLost` and reads nothing.
   /// Throws std::exception when the parser does.
   virtual TagResult next(const std::string& path) = 0;
 
-  /// Reads the tag of a file that only the host can reach, on a device that may be slow. Drops the
+  /// Reads a file that only the host can reach, on a device that may be slow. Drops the
   /// announced files. Throws std::exception when the parser does.
   virtual TagResult read(TagStream& stream) = 0;
 

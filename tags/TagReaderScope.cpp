@@ -17,7 +17,7 @@ TagReaderScope::~TagReaderScope() {
 }
 
 TagResult TagReaderScope::read(TagStream& stream) {
-  return lent != nullptr ? lent->read(stream) : readTags(stream, ReadingDepth::Tag);
+  return lent != nullptr ? lent->read(stream) : readTags(stream);
 }
 
 }  // namespace orvel

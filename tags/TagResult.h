@@ -1,15 +1,28 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "tags/TagValues.h"
 
 namespace orvel {
 
-/// The result of reading the tag of one file.
+/// What is read of a file.
+enum class ReadingGoal : std::uint8_t {
+  Tags,    ///< the tag and the audio properties
+  Picture  ///< the best picture in a song; of a file that is named like a picture, all of it
+};
+
+/// The picture of one file.
+struct FoundPicture {
+  std::string bytes;       ///< empty for none; otherwise `pictureHeaderOf` accepts them
+  bool isRefused = false;  ///< there are pictures, but none that may be handed out
+};
+
+/// The result of reading one file.
 struct TagResult {
   enum class Outcome : std::uint8_t {
-    Tagged,        ///< `values` hold the tag
+    Tagged,        ///< `values` hold the tag, or `picture` the picture if there is one
     Untagged,      ///< the file is sound, but has no tag
     Unreadable,    ///< the file cannot be opened or parsed
     DeviceFailed,  ///< the device could not deliver the file; `values` hold the texts read so far
@@ -23,6 +36,7 @@ struct TagResult {
 
   Outcome outcome = Outcome::Unreadable;
   TagValues values = {};
+  FoundPicture picture = {};
 };
 
 }  // namespace orvel

@@ -81,7 +81,7 @@ TagLib::ByteVector TagStream::readTag(const TagLib::ID3v2::Header& header) {
   const bool isPlain = (version == 3 || version == 4) && !header.unsynchronisation() &&
                        !header.extendedHeader() && !header.footerPresent();
   const unsigned int bytes = header.tagSize();
-  TagLib::ByteVector frames = isPlain && bytes > kLargeTagBytes
+  TagLib::ByteVector frames = isPlain && !keepsPictures && bytes > kLargeTagBytes
                                   ? readWithoutPictures(bytes, version)
                                   : readUnguarded(bytes);
   defuseId3v2Frames(header, frames);

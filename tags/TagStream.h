@@ -17,7 +17,8 @@ namespace orvel {
 /// A file that TagLib reads tags from; derived classes fetch its bytes. Reads in blocks of 4 KiB,
 /// since tags are a small part of a file. Enforces a budget, since a hostile file can keep TagLib
 /// reading: when the budget is spent or the token is raised, the file seems to end. Skips large
-/// pictures in ID3v2 tags, and bounds the cost of their frames. Used by one thread.
+/// pictures in ID3v2 tags unless told otherwise, and bounds the cost of their frames. Used by one
+/// thread.
 class TagStream : public TagLib::IOStream {
  public:
   TagStream(const TagStream&) = delete;
@@ -29,6 +30,9 @@ class TagStream : public TagLib::IOStream {
   [[nodiscard]] bool ranOutOfTime() const { return wasLate; }
   /// True when the device failed to deliver the file or data of it.
   [[nodiscard]] bool readFailed() const { return hadReadError; }
+
+  /// From now on leaves no picture out.
+  void keepPictures() { keepsPictures = true; }
 
   /// Reads up to `length` bytes at `start` into `target`, bypassing cache and budget. Returns the
   /// number of bytes read, which is smaller at the end of the file or after an error; `readFailed`
@@ -85,6 +89,7 @@ class TagStream : public TagLib::IOStream {
   StreamOffset position = 0;
   std::int64_t bytesLeft;
   int readsLeft;
+  bool keepsPictures = false;
   bool wasInterrupted = false;
   bool hadReadError = false;
   bool wasLate = false;

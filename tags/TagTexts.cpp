@@ -2,10 +2,12 @@
 
 #include <taglib/tstring.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "base/Utf8.h"
 #include "tags/SongTag.h"
@@ -44,6 +46,12 @@ std::string withoutBlanks(const TagLib::String& raw) {
   return cutForStorage(text.substr(first, text.find_last_not_of(' ') - first + 1));
 }
 
+/// The UTF-8 form of a text that needs no guess.
+std::string trimmed(const TagLib::String& raw) {
+  const std::string utf8 = raw.to8Bit(true);
+  return cutForStorage(trim(utf8.data(), static_cast<unsigned>(utf8.size())));
+}
+
 /// Owns the texts of a record on the stack.
 class WorkingTrack {
  public:
@@ -62,6 +70,44 @@ struct FreeTrack {
   }
 };
 
+/// The five texts whose encoding is guessed together.
+struct RawTexts {
+  TagLib::String title;
+  TagLib::String artist;
+  TagLib::String album;
+  TagLib::String genre;
+  TagLib::String composer;
+};
+
+TagTexts convert(const RawTexts& raw) {
+  WorkingTrack working;
+  store(working.track, setTrackTitle, raw.title);
+  store(working.track, setTrackArtist, raw.artist);
+  store(working.track, setTrackAlbum, raw.album);
+  store(working.track, setTrackGenre, raw.genre);
+  store(working.track, setTrackComposer, raw.composer);
+  const std::unique_ptr<TrackRecord, FreeTrack> converted(
+      guess_and_convert_by_prio(&working.track, kLatin1));
+  if (converted == nullptr) {
+    return {withoutBlanks(raw.title), withoutBlanks(raw.artist),   withoutBlanks(raw.album),
+            withoutBlanks(raw.genre), withoutBlanks(raw.composer), {}};
+  }
+  return {stripped(converted->title), stripped(converted->artist),   stripped(converted->album),
+          stripped(converted->genre), stripped(converted->composer), {}};
+}
+
+bool isAscii(const TagLib::String& text) {
+  return std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit < 0x80; });
+}
+
+/// Converts a text of the tag beside the five: its encoding is guessed with them, in the place of
+/// the composer, but has no say in theirs.
+std::string convertBeside(RawTexts raw, const TagLib::String& text) {
+  if (isAscii(text) || !text.isLatin1()) return trimmed(text);
+  raw.composer = text;
+  return convert(raw).composer;
+}
+
 }  // namespace
 
 std::string cutForStorage(std::string text) {
@@ -74,26 +120,15 @@ std::string cutForStorage(std::string text) {
 
 TagTexts convertTexts(const TagLib::Tag& tag) {
   const auto* songTag = dynamic_cast<const SongTag*>(&tag);
-  const TagLib::String title = tag.title();
-  const TagLib::String artist = tag.artist();
-  const TagLib::String album = tag.album();
-  const TagLib::String genre = tag.genre();
-  const TagLib::String composer = songTag != nullptr ? songTag->composer() : TagLib::String();
-
-  WorkingTrack working;
-  store(working.track, setTrackTitle, title);
-  store(working.track, setTrackArtist, artist);
-  store(working.track, setTrackAlbum, album);
-  store(working.track, setTrackGenre, genre);
-  store(working.track, setTrackComposer, composer);
-  const std::unique_ptr<TrackRecord, FreeTrack> converted(
-      guess_and_convert_by_prio(&working.track, kLatin1));
-  if (converted == nullptr) {
-    return {withoutBlanks(title), withoutBlanks(artist), withoutBlanks(album), withoutBlanks(genre),
-            withoutBlanks(composer)};
-  }
-  return {stripped(converted->title), stripped(converted->artist), stripped(converted->album),
-          stripped(converted->genre), stripped(converted->composer)};
+  RawTexts raw{tag.title(), tag.artist(), tag.album(), tag.genre(), {}};
+  if (songTag != nullptr) raw.composer = songTag->composer();
+  TagTexts texts = convert(raw);
+  if (songTag == nullptr) return texts;
+  const TagLib::String albumArtist = songTag->albumArtist();
+  if (albumArtist.isEmpty()) return texts;
+  texts.albumArtist =
+      albumArtist == raw.artist ? texts.artist : convertBeside(std::move(raw), albumArtist);
+  return texts;
 }
 
 }  // namespace orvel

@@ -2,6 +2,7 @@
 
 #include <taglib/apetag.h>
 #include <taglib/asffile.h>
+#include <taglib/audioproperties.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v1tag.h>
 #include <taglib/id3v2tag.h>
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace orvel {
 
@@ -23,22 +25,31 @@ namespace {
 struct Extras {
   TagLib::String composer;
   TagLib::String disc;
+  TagLib::String albumArtist;
   TagValues::SortTexts sort;
+  bool hasPicture = false;
 };
 
-/// Collects the extras by the names that a format gives them. No format has sort forms of genres.
-template <class TextOf>
-Extras collect(TextOf textOf, const char* composer, const char* disc, const char* titleSort,
-               const char* artistSort, const char* albumSort, const char* composerSort) {
-  return {textOf(composer),
-          textOf(disc),
-          {textOf(titleSort), textOf(artistSort), textOf(albumSort), TagLib::String(),
-           textOf(composerSort)}};
-}
+/// The names that a format gives to the extras.
+struct Names {
+  const char* composer;
+  const char* disc;
+  const char* albumArtist;
+  const char* titleSort = "TITLESORT";
+  const char* artistSort = "ARTISTSORT";
+  const char* albumSort = "ALBUMSORT";
+  const char* composerSort = "COMPOSERSORT";
+};
 
+/// Collects the extras. No format has sort forms of genres.
 template <class TextOf>
-Extras collectByPropertyName(TextOf textOf, const char* disc) {
-  return collect(textOf, "COMPOSER", disc, "TITLESORT", "ARTISTSORT", "ALBUMSORT", "COMPOSERSORT");
+Extras collect(TextOf textOf, const Names& names, bool hasPicture) {
+  return {textOf(names.composer),
+          textOf(names.disc),
+          textOf(names.albumArtist),
+          {textOf(names.titleSort), textOf(names.artistSort), textOf(names.albumSort),
+           TagLib::String(), textOf(names.composerSort)},
+          hasPicture};
 }
 
 /// The tags of one file in order of precedence; null for an absent one.
@@ -69,15 +80,24 @@ const TagLib::Tag* tagWithTexts(const TagLib::RIFF::WAV::File& wav) {
   return onlyInfo ? static_cast<const TagLib::Tag*>(wav.InfoTag()) : wav.tag();
 }
 
+/// A tag has few frames, so that looking through them is cheaper than making a key to look up.
+TagLib::ID3v2::FrameListMap::ConstIterator find(const TagLib::ID3v2::FrameListMap& frames,
+                                                const char* id) {
+  return std::find_if(frames.begin(), frames.end(), [id = std::string_view(id)](const auto& frame) {
+    return std::string_view(frame.first.data(), frame.first.size()) == id;
+  });
+}
+
 Extras extrasOf(const TagLib::ID3v2::Tag* tag) {
   if (tag == nullptr) return {};
   const TagLib::ID3v2::FrameListMap& frames = tag->frameListMap();
   const auto text = [&](const char* id) {
-    const auto found = frames.find(id);
+    const auto found = find(frames, id);
     return found == frames.end() || found->second.isEmpty() ? TagLib::String()
                                                             : found->second.front()->toString();
   };
-  return collect(text, "TCOM", "TPOS", "TSOT", "TSOP", "TSOA", "TSOC");
+  return collect(text, {"TCOM", "TPOS", "TPE2", "TSOT", "TSOP", "TSOA", "TSOC"},
+                 find(frames, "APIC") != frames.end());
 }
 
 Extras extrasOf(const TagLib::APE::Tag* tag) {
@@ -87,7 +107,10 @@ Extras extrasOf(const TagLib::APE::Tag* tag) {
     const auto found = items.find(key);
     return found == items.end() ? TagLib::String() : found->second.toString();
   };
-  return collectByPropertyName(text, "DISC");
+  const bool hasPicture = std::any_of(items.begin(), items.end(), [](const auto& item) {
+    return item.first.startsWith("COVER ART");
+  });
+  return collect(text, {"COMPOSER", "DISC", "ALBUM ARTIST"}, hasPicture);
 }
 
 Extras extrasOf(const TagLib::Ogg::XiphComment* tag) {
@@ -97,7 +120,8 @@ Extras extrasOf(const TagLib::Ogg::XiphComment* tag) {
     const auto found = fields.find(key);
     return found == fields.end() ? TagLib::String() : found->second.toString();
   };
-  return collectByPropertyName(text, "DISCNUMBER");
+  return collect(text, {"COMPOSER", "DISCNUMBER", "ALBUMARTIST"},
+                 !const_cast<TagLib::Ogg::XiphComment*>(tag)->pictureList().isEmpty());
 }
 
 Extras extrasOf(const TagLib::MP4::Tag* tag) {
@@ -109,7 +133,8 @@ Extras extrasOf(const TagLib::MP4::Tag* tag) {
     return name == kDisc ? TagLib::String::number(item.toIntPair().first)
                          : item.toStringList().toString(", ");
   };
-  return collect(text, "\251wrt", kDisc.data(), "sonm", "soar", "soal", "soco");
+  return collect(text, {"\251wrt", kDisc.data(), "aART", "sonm", "soar", "soal", "soco"},
+                 tag->contains("covr"));
 }
 
 Extras extrasOf(const TagLib::ASF::Tag* tag) {
@@ -121,8 +146,10 @@ Extras extrasOf(const TagLib::ASF::Tag* tag) {
     }
     return values.toString(", ");
   };
-  return collect(text, "WM/Composer", "WM/PartOfSet", "WM/TitleSortOrder", "WM/ArtistSortOrder",
-                 "WM/AlbumSortOrder", "WM/ComposerSortOrder");
+  return collect(text,
+                 {"WM/Composer", "WM/PartOfSet", "WM/AlbumArtist", "WM/TitleSortOrder",
+                  "WM/ArtistSortOrder", "WM/AlbumSortOrder", "WM/ComposerSortOrder"},
+                 tag->contains("WM/Picture"));
 }
 
 void fillEmpty(TagLib::String& text, const TagLib::String& other) {
@@ -132,6 +159,8 @@ void fillEmpty(TagLib::String& text, const TagLib::String& other) {
 Extras orElse(Extras first, const Extras& second) {
   fillEmpty(first.composer, second.composer);
   fillEmpty(first.disc, second.disc);
+  fillEmpty(first.albumArtist, second.albumArtist);
+  first.hasPicture = first.hasPicture || second.hasPicture;
   for (std::size_t i = 0; i < first.sort.size(); ++i) fillEmpty(first.sort[i], second.sort[i]);
   return first;
 }
@@ -142,7 +171,7 @@ Extras extrasFromProperties(const TagLib::File& file) {
     const auto found = properties.find(key);
     return found == properties.end() ? TagLib::String() : found->second.toString();
   };
-  return collectByPropertyName(text, "DISCNUMBER");
+  return collect(text, {"COMPOSER", "DISCNUMBER", "ALBUMARTIST"}, false);
 }
 
 struct TagsAndExtras {
@@ -159,8 +188,9 @@ TagsAndExtras readByFormat(TagLib::File& file) {
     return {Tags{mp4->tag()}, extrasOf(mp4->tag())};
   }
   if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(&file)) {
-    return {Tags{flac->xiphComment(), flac->ID3v2Tag(), flac->ID3v1Tag()},
-            orElse(extrasOf(flac->xiphComment()), extrasOf(flac->ID3v2Tag()))};
+    Extras extras = orElse(extrasOf(flac->xiphComment()), extrasOf(flac->ID3v2Tag()));
+    extras.hasPicture = extras.hasPicture || !flac->pictureList().isEmpty();
+    return {Tags{flac->xiphComment(), flac->ID3v2Tag(), flac->ID3v1Tag()}, std::move(extras)};
   }
   if (auto* asf = dynamic_cast<TagLib::ASF::File*>(&file)) {
     return {Tags{asf->tag()}, extrasOf(asf->tag())};
@@ -186,6 +216,19 @@ TagValues::SortTexts bounded(const TagValues::SortTexts& texts) {
   return result;
 }
 
+/// The year of a date that may have no separators, as in 20051231.
+unsigned int yearOf(unsigned int date) {
+  while (date > TagValues::kLastYear) date /= 10;
+  return date;
+}
+
+unsigned int millisecondsOf(const TagLib::File& file) {
+  const TagLib::AudioProperties* properties = file.audioProperties();
+  return properties == nullptr
+             ? 0
+             : static_cast<unsigned int>(std::max(0, properties->lengthInMilliseconds()));
+}
+
 }  // namespace
 
 TagValues tagValuesOf(const TagLib::File& file) {
@@ -198,7 +241,11 @@ TagValues tagValuesOf(const TagLib::File& file) {
           bounded(extras.composer),
           firstOf(tags, &TagLib::Tag::track),
           std::max(0, extras.disc.toInt()),
-          bounded(extras.sort)};
+          bounded(extras.sort),
+          bounded(extras.albumArtist),
+          yearOf(firstOf(tags, &TagLib::Tag::year)),
+          millisecondsOf(file),
+          extras.hasPicture};
 }
 
 }  // namespace orvel

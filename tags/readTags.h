@@ -5,13 +5,11 @@
 
 namespace orvel {
 
-/// The parts of a file that are parsed.
-enum class ReadingDepth : bool {
-  Tag,
-  TagAndAudio  ///< the audio properties as well; a file without any is no audio file
-};
+/// Parses the tag and the audio properties of a file on the calling thread. Throws std::exception
+/// when the parser does.
+TagResult readTags(TagStream& stream);
 
-/// Parses the tag of a file on the calling thread. Throws std::exception when the parser does.
-TagResult readTags(TagStream& stream, ReadingDepth depth);
+/// Parses what `goal` names.
+TagResult readFile(TagStream& stream, ReadingGoal goal);
 
 }  // namespace orvel

@@ -15,8 +15,8 @@ LAYERS = [["include/orvel"], ["base"], ["text", "db/sqlite", "isolation"],
           ["text/tables", "isolation/worker", "tags", "db", "search"],
           ["tags/isolation", "tags/reader", "framework", "phones", "playlists"],
           ["playlists/isolation", "playlists/reader"],
-          ["phones/libmtp", "phones/scripted", "msd", "mtp"], ["orchestration"], ["qt"],
-          ["browse", "hotplug"], ["host"], ["cli", "service"]]
+          ["phones/libmtp", "phones/scripted", "covers", "msd", "mtp"], ["orchestration"], ["qt"],
+          ["browse", "hotplug"], ["host"], ["cli", "service", "qml"], ["screen"]]
 RANK = {folder: rank for rank, layer in enumerate(LAYERS) for folder in layer}
 PUBLIC = re.compile(r"orvel/\w+\.h|boost/shared_ptr\.hpp|Q\w+|[a-z_]+")
 

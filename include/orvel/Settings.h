@@ -64,16 +64,20 @@ struct Settings {
   /// was built with, usually /var/lib/orvel.
   std::string databaseDirectory;
 
-  /// Unless it is `InProcess` each request on a mass-storage device starts one child process, which
-  /// ends with it. The host may leave its end (SIGCHLD) to Orvel, and may ignore SIGCHLD. When the
-  /// process cannot be started, a warning is logged; with `Isolated` the request's tags are read
-  /// in-process and its `ProgressSnapshot::isolationFailed` is true. How much isolation there was
-  /// is in `ProgressSnapshot::confinement`.
+  /// Unless it is `InProcess` each request on a mass-storage device starts child processes, which
+  /// end with it: one, or `tagReaders` when there are hundreds of songs to read. The host may leave
+  /// its end (SIGCHLD) to Orvel, and may ignore SIGCHLD. When the process cannot be started, a
+  /// warning is logged; with `Isolated` the request's tags are read in-process and its
+  /// `ProgressSnapshot::isolationFailed` is true. How much isolation there was is in
+  /// `ProgressSnapshot::confinement`.
   TagReading tagReading = TagReading::InProcess;
   /// Absolute path of the program `orvel-tag-reader`; empty: where it was installed. The program
   /// `orvel-playlist-reader`, which parses playlists for isolated requests, is looked for in the
   /// same folder.
   std::string tagReaderProgram;
+  /// How many processes parse the songs of one request at the same time; 0: one for each of the
+  /// processor's cores, three at most. Each takes some 1.2 MB.
+  unsigned tagReaders = 0;
 
   /// The priority of the threads and processes that Orvel starts. `Background` is SCHED_IDLE and
   /// the idle class of I/O priorities, for which no privilege is needed; a system that refuses them

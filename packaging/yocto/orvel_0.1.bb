@@ -16,6 +16,7 @@ inherit qt6-cmake pkgconfig systemd useradd
 PACKAGECONFIG ??= "mtp service"
 PACKAGECONFIG[mtp] = "-DORVEL_WITH_MTP=ON,-DORVEL_WITH_MTP=OFF,libmtp libusb1"
 PACKAGECONFIG[service] = "-DORVEL_WITH_SERVICE=ON,-DORVEL_WITH_SERVICE=OFF,glib-2.0-native libgudev systemd"
+PACKAGECONFIG[qml] = "-DORVEL_WITH_QML=ON,-DORVEL_WITH_QML=OFF,qtdeclarative qtdeclarative-native"
 PACKAGECONFIG[tcmalloc] = "-DORVEL_WITH_TCMALLOC=ON,-DORVEL_WITH_TCMALLOC=OFF,gperftools"
 PACKAGECONFIG[dlt] = "-DORVEL_WITH_DLT=ON,-DORVEL_WITH_DLT=OFF,dlt-daemon"
 PACKAGECONFIG[usdt] = "-DORVEL_WITH_USDT=ON,-DORVEL_WITH_USDT=OFF,systemtap"

@@ -57,7 +57,8 @@ FileQueue::Batch FileQueue::openBatch() {
       continue;
     }
     batch.descriptors.push_back(audio.descriptor.get());
-    batch.requests.push_back({file.id, audio.bytes, tagMessages::nameEndingOf(file.path), false});
+    batch.requests.push_back(
+        {file.id, audio.bytes, tagMessages::nameEndingOf(file.path), false, filesGoal});
   }
   return batch;
 }

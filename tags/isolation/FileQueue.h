@@ -21,6 +21,9 @@ namespace orvel {
 /// of this queue ever has.
 class FileQueue {
  public:
+  /// @param goal  what is read of every file
+  explicit FileQueue(ReadingGoal goal) : filesGoal(goal) {}
+
   /// Files to send in one message, and how far the queue is sent once they are.
   struct Batch {
     std::vector<tagMessages::FileRequest> requests;
@@ -65,6 +68,7 @@ class FileQueue {
     std::optional<TagResult::Outcome> refusal;
   };
 
+  const ReadingGoal filesGoal;
   DeviceRoot root;
   std::vector<File> files;
   std::size_t current = 0;

@@ -13,8 +13,6 @@ namespace orvel {
 
 namespace {
 
-/// Number of files that may end the reader or use up their time.
-constexpr int kMostFaults = 64;
 /// The part of a file's time that is not held against it.
 constexpr int kOrdinaryPart = 5;
 
@@ -32,13 +30,17 @@ bool deniesSong(const tagMessages::Result& answer) {
 }  // namespace
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
-                                     TagReading chosen, std::chrono::milliseconds limit)
+                                     TagReading chosen, std::chrono::milliseconds limit,
+                                     ReadingGoal filesGoal,
+                                     std::shared_ptr<TagReaderPatience> sharedPatience)
     : stopped(token),
       policy(chosen),
       timeLimit(limit),
-      patience(kMostFaults * limit),
-      starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired) {
-}
+      goal(filesGoal),
+      patience(sharedPatience ? std::move(sharedPatience)
+                              : std::make_shared<TagReaderPatience>(limit)),
+      starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired),
+      files(filesGoal) {}
 
 IsolatedTagReader::~IsolatedTagReader() = default;
 
@@ -81,13 +83,32 @@ TagResult IsolatedTagReader::read(TagStream& stream) {
   expect({}, {});
   const std::string path = stream.name();
   const tagMessages::FileRequest request{files.takeId(), stream.length(),
-                                         tagMessages::nameEndingOf(path), true};
+                                         tagMessages::nameEndingOf(path), true, goal};
   tagMessages::Result answer = ask({request.id, path, &stream}, [&]() -> std::optional<Outcome> {
     if (worker->send({request}, {}) == WorkerConnection::Sent::Yes) return std::nullopt;
     return Outcome::ReaderLost;
   });
   if (state == State::InProcess) return inProcess->read(stream);
   return settle(std::move(answer));
+}
+
+bool IsolatedTagReader::begin() {
+  return beginOnce([this] { return ensureRunning(); });
+}
+
+bool IsolatedTagReader::beginBesides() {
+  return beginOnce([this] { return state == State::Running || tryToStart(); });
+}
+
+template <class IsUp>
+bool IsolatedTagReader::beginOnce(IsUp isUp) {
+  assertOwner();
+  try {
+    return isUp() && sendAhead();
+  } catch (const std::exception&) {
+    dropWorker();
+    return false;
+  }
 }
 
 // Asking a worker
@@ -173,19 +194,24 @@ void IsolatedTagReader::enter(State next) {
 /// Starts a worker unless one is up; returns false when there is none.
 bool IsolatedTagReader::ensureRunning() {
   if (stopped.stop_requested()) return false;
-  if (state == State::Untried || state == State::Down) startWorker();
+  const bool needsWorker = state == State::Untried || state == State::Down;
+  if (needsWorker && !tryToStart() && !stopped.stop_requested()) startFailed();
   return state == State::Running;
 }
 
-void IsolatedTagReader::startWorker() {
+bool IsolatedTagReader::tryToStart() {
   // Sent ahead, the first files are there when the worker is up.
-  const bool isUp = starter.start(worker, [this] {
+  const auto sendFirst = [this] {
     files.markUnsent();
     sendAhead();
-  });
-  if (isUp) return workerStarted();
-  dropWorker();
-  if (!stopped.stop_requested()) startFailed();
+  };
+  const bool isUp = starter.start(worker, sendFirst, goal);
+  if (isUp) {
+    workerStarted();
+  } else {
+    dropWorker();
+  }
+  return isUp;
 }
 
 void IsolatedTagReader::workerStarted() {
@@ -208,7 +234,7 @@ void IsolatedTagReader::startFailed() {
     OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program, reason);
     return enter(State::Refused);
   }
-  auto substitute = std::make_unique<InProcessTagReader>(stopped);
+  auto substitute = std::make_unique<InProcessTagReader>(stopped, goal);
   substitute->expect(files.mountPoint(), files.remainingPaths());
   OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s", program,
           reason);
@@ -228,11 +254,10 @@ TagResult::Outcome IsolatedTagReader::blameFile(const std::string& path) {
   return isStalled ? Outcome::Stalled : Outcome::Unreadable;
 }
 
-/// Takes the time of a file off the request's: without an end to it, a device full of files that
-/// end the reader or keep it busy would be read for a day.
+/// Takes the time of a file off the request's.
 void IsolatedTagReader::spendPatience(WaitBudget::Clock::duration time) {
   if (isGivenUp()) return;
-  patience -= std::max(time, WaitBudget::Clock::duration::zero());
+  patience->spend(time);
   if (isGivenUp()) OV_WARN("too many files end the tag reader or take too long: no more are read");
 }
 

@@ -13,6 +13,7 @@
 #include "tags/TagReader.h"
 #include "tags/TagReading.h"
 #include "tags/isolation/FileQueue.h"
+#include "tags/isolation/TagReaderPatience.h"
 #include "tags/isolation/WorkerConnection.h"
 
 namespace orvel {
@@ -56,10 +57,20 @@ class IsolatedTagReader : public TagReader {
   /// @param program    absolute path of the worker's program
   /// @param policy     `Isolated` or `IsolationRequired`
   /// @param timeLimit  for one file
+  /// @param goal       what is read of every file
+  /// @param patience   shared by the readers of one request; null: its own
   IsolatedTagReader(std::stop_token token, std::string program,
                     TagReading policy = TagReading::Isolated,
-                    std::chrono::milliseconds timeLimit = kTimeLimit);
+                    std::chrono::milliseconds timeLimit = kTimeLimit,
+                    ReadingGoal goal = ReadingGoal::Tags,
+                    std::shared_ptr<TagReaderPatience> patience = nullptr);
   ~IsolatedTagReader() override;
+
+  /// Starts a worker unless one is up, and sends it the first announced files. False when there is
+  /// none.
+  bool begin();
+  /// The same for a reader that can be done without: it changes no state when no worker starts.
+  bool beginBesides();
 
   void expect(std::string mountPoint, std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;
@@ -91,11 +102,13 @@ class IsolatedTagReader : public TagReader {
   static TagResult settle(tagMessages::Result answer);
 
   bool ensureRunning();
-  void startWorker();
+  template <class IsUp>
+  bool beginOnce(IsUp isUp);
+  bool tryToStart();
   void workerStarted();
   void startFailed();
   Outcome blameFile(const std::string& path);
-  [[nodiscard]] bool isGivenUp() const { return patience <= WaitBudget::Clock::duration::zero(); }
+  [[nodiscard]] bool isGivenUp() const { return patience->isSpent(); }
   void spendPatience(WaitBudget::Clock::duration time);
   void dropWorker();
 
@@ -107,11 +120,12 @@ class IsolatedTagReader : public TagReader {
   const std::stop_token stopped;
   const TagReading policy;
   const std::chrono::milliseconds timeLimit;
+  const ReadingGoal goal;
 
   // Used by the owner's thread only.
   std::thread::id owner;  ///< the first thread that read
   State state = State::Untried;
-  WaitBudget::Clock::duration patience;  ///< for slow files and those that end the worker
+  std::shared_ptr<TagReaderPatience> patience;
   WorkerStarter starter;
   std::optional<Confinement> confined;
   std::optional<WorkerConnection> worker;  ///< in state Running, and while it starts

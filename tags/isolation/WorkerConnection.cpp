@@ -19,8 +19,11 @@ constexpr char kRestless[] = "asks without taking the answers";
 }  // namespace
 
 WorkerConnection::WorkerConnection(std::stop_token token, const std::string& program,
-                                   bool carefully)
-    : WorkerProcess(std::move(token), program, carefully, tagMessages::kMostResultBytes) {}
+                                   bool carefully, ReadingGoal filesGoal)
+    : WorkerProcess(std::move(token), program, carefully,
+                    filesGoal == ReadingGoal::Picture ? tagMessages::kMostPictureResultBytes
+                                                      : tagMessages::kMostResultBytes),
+      goal(filesGoal) {}
 
 WorkerConnection::Sent WorkerConnection::send(const std::vector<tagMessages::FileRequest>& files,
                                               std::span<const int> descriptors) const {
@@ -44,7 +47,7 @@ std::optional<tagMessages::Result> WorkerConnection::receive(std::uint32_t file,
 /// Returns nothing for a text that is not the result of this very file.
 std::optional<tagMessages::Result> WorkerConnection::decode(std::string_view text,
                                                             std::uint32_t file) {
-  auto result = tagMessages::decodeResult(text);
+  auto result = tagMessages::decodeResult(text, goal);
   if (!result || result->id != file) {
     rejectResult();
     return std::nullopt;
@@ -54,15 +57,16 @@ std::optional<tagMessages::Result> WorkerConnection::decode(std::string_view tex
 }
 
 /// Waits until the pipe may hold a result; returns false when no more can be expected. Watches the
-/// pipe only for its end or the rest of a long result, because waking up for every result costs as
-/// much as parsing a small file; the worker sends word over the socket when a request is done.
+/// pipe only for its end or the rest of a long result, as pictures are, because waking up for every
+/// result costs as much as parsing a small file; the worker sends word over the socket when a
+/// request is done.
 bool WorkerConnection::wait(WaitBudget& budget, Inquiry& inquiry) {
   if (budget.isSpent()) {
     giveUp();
     return false;
   }
   if (stopped.stop_requested()) return false;
-  const bool wantsBytes = results.holdsPart() || !isControlOpen;
+  const bool wantsBytes = goal == ReadingGoal::Picture || results.holdsPart() || !isControlOpen;
   std::array<pollfd, 2> watched = {
       pollfd{isControlOpen ? control.get() : -1, POLLIN, 0},
       pollfd{results.get(), static_cast<short>(wantsBytes ? POLLIN : 0), 0}};

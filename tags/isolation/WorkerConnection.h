@@ -29,7 +29,9 @@ class WorkerConnection : public WorkerProcess {
   /// Starts the process, which dies with the connection and with the calling thread. Throws
   /// std::system_error.
   /// @param carefully  see `workerProtocol::kCarefully`
-  WorkerConnection(std::stop_token token, const std::string& program, bool carefully);
+  /// @param filesGoal  what is read of every file that is sent
+  WorkerConnection(std::stop_token token, const std::string& program, bool carefully,
+                   ReadingGoal filesGoal);
 
   enum class Sent : std::uint8_t {
     Yes,
@@ -68,6 +70,7 @@ class WorkerConnection : public WorkerProcess {
   void hear(WaitBudget& budget, Inquiry& inquiry);
   void answer(const tagMessages::ByteRange& range, TagStream& source);
 
+  const ReadingGoal goal;
   bool answered = false;
   Descriptor answers;  ///< the file in memory with the last answer; empty before the first
   bool isControlOpen = true;

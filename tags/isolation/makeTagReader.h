@@ -11,4 +11,7 @@ namespace orvel {
 /// `token` is raised. Any thread.
 std::unique_ptr<TagReader> makeTagReader(std::stop_token token);
 
+/// The same for pictures: reads `ReadingGoal::Picture` of every file.
+std::unique_ptr<TagReader> makePictureReader(std::stop_token token);
+
 }  // namespace orvel

@@ -6,5 +6,5 @@
 /// The worker: parses tags for the library that started it.
 int main(int argumentCount, char** /*arguments*/) {
   // Skips clean-up, which needs system calls that the confinement forbids.
-  _exit(orvel::serveTags(orvel::readTags, argumentCount > 1));
+  _exit(orvel::serveTags(orvel::readFile, argumentCount > 1));
 }

@@ -62,25 +62,25 @@ class AskedStream : public TagStream {
   }
 };
 
-std::string resultOf(std::uint32_t id, TagStream& stream, ReadingDepth depth, ReadTags read) {
+std::string resultOf(const FileRequest& file, TagStream& stream, ReadFile read) {
   try {
-    return encodeResult(id, read(stream, depth));
+    return encodeResult(file.id, read(stream, file.goal), file.goal);
   } catch (const std::exception& error) {
-    return encodeError(id, error.what());
+    return encodeError(file.id, error.what());
   }
 }
 
-std::string resultOf(const FileRequest& file, Descriptor descriptor, ReadTags read) {
+std::string resultOf(const FileRequest& file, Descriptor descriptor, ReadFile read) {
   if (file.isAskedFor) {
     AskedStream stream(file);
-    return resultOf(file.id, stream, ReadingDepth::Tag, read);
+    return resultOf(file, stream, read);
   }
   AudioStream stream({std::move(descriptor), file.bytes}, file.ending, {}, kReadTime);
-  return resultOf(file.id, stream, ReadingDepth::TagAndAudio, read);
+  return resultOf(file, stream, read);
 }
 
 /// Answers one request. Returns false when the library is gone or the request is malformed.
-bool serve(Message request, ReadTags read) {
+bool serve(Message request, ReadFile read) {
   const auto files = decodeRequests(request.text);
   if (!files) return false;
   auto next = request.descriptors.begin();
@@ -94,7 +94,7 @@ bool serve(Message request, ReadTags read) {
 
 }  // namespace
 
-int serveTags(ReadTags read, bool carefully) {
+int serveTags(ReadFile read, bool carefully) {
   if (!libraryConnection::exists()) {
     std::cerr << "orvel-tag-reader is started by Orvel itself and of no use by hand.\n";
     return NotStartedByLibrary;

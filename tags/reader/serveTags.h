@@ -4,11 +4,11 @@
 
 namespace orvel {
 
-using ReadTags = TagResult (*)(TagStream& stream, ReadingDepth depth);
+using ReadFile = TagResult (*)(TagStream& stream, ReadingGoal goal);
 
-/// Confines this process, then reads the tags of every file that the library sends, with `read`,
-/// until the library is gone. Returns the exit status.
+/// Confines this process, then reads every file that the library sends, with `read`, until the
+/// library is gone. Returns the exit status.
 /// @param carefully  see `workerProtocol::kCarefully`
-int serveTags(ReadTags read, bool carefully);
+int serveTags(ReadFile read, bool carefully);
 
 }  // namespace orvel

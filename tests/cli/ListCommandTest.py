@@ -1,14 +1,17 @@
 """`orvel list`: what is listed, in which order, in which form."""
 
+import contextlib
 import json
 import os
+import pathlib
 import re
+import sqlite3
 import unittest
 
 from orvelCommand import CommandTestCase, writeSong
 
 SONG_KEYS = {"path", "name", "title", "artist", "album", "genre", "composer", "track", "disc",
-             "directory", "object_id", "last_modified"}
+             "directory", "object_id", "last_modified", "duration", "year", "album_artist", "cover"}
 CONTROLS = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u2028-\u202e]")
 
 
@@ -17,7 +20,7 @@ class Listings(CommandTestCase):
         super().setUp()
         music = f"{self.stick}/Music"
         writeSong(f"{music}/A/s.mp3", TIT2="S", TPE1="X", TALB="L", TCON="Rock", TCOM="C",
-                  TRCK="2/9", TPOS="1/2")
+                  TRCK="2/9", TPOS="1/2", TDRC="1984-05-06")
         writeSong(f"{music}/A/t.mp3", TIT2="T", TPE1="x", TALB="L", TCON="Rock")
         writeSong(f"{music}/B/u.mp3", TIT2="U", TPE1="Ärzte", TALB="M", TCON="Jazz")
         os.mkdir(f"{self.stick}/Lists")
@@ -40,6 +43,27 @@ class Listings(CommandTestCase):
         self.assertEqual(first["last_modified"],
                          int(os.stat(f"{self.stick}/Music/A/s.mp3").st_mtime))
         self.assertEqual([song["path"] for song in songs], sorted(song["path"] for song in songs))
+
+    def testDatabaseOfAnEarlierReleaseKeepsItsSongsAndGainsTheirDetails(self):
+        def details(songs):
+            return [(song.pop("duration"), song.pop("cover")) for song in songs]
+
+        before = self.list("songs")
+        with contextlib.closing(sqlite3.connect(self.database)) as database:
+            database.executescript("DROP TRIGGER SONGDETAILS_OF_DELETED; DROP TABLE SONGDETAILS;")
+        earlier = self.list("songs")
+        self.assertEqual(details(earlier), [(None, None)] * 3)
+        os.utime(f"{self.stick}/Music/A/s.mp3", (1, 1))
+        pathlib.Path(f"{self.stick}/Music/A/Front.PNG").touch()
+        self.assertEqual(self.index()["partitions"][0]["songs"]["new"], 1)
+        after = self.list("songs")
+        self.assertEqual([song["path"] for song in after], [song["path"] for song in before])
+        self.assertEqual(details(after)[1:], [(None, None)] * 2)
+        self.assertEqual(after[0]["year"], 1984)
+        os.remove(f"{self.stick}/Music/A/s.mp3")
+        self.index()
+        with contextlib.closing(sqlite3.connect(self.database)) as database:
+            self.assertEqual(database.execute("SELECT * FROM SONGDETAILS;").fetchall(), [])
 
     def testOtherKinds(self):
         self.assertEqual([(a["name"], a["songs"]) for a in self.list("artists")],

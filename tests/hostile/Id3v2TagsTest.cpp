@@ -162,7 +162,7 @@ TEST(Id3v2Tags, AreReadAsThePlainParserReadsThem) {
                      : temporary.file("a.mp3", tag + std::string(audio.data(), audio.size()));
     reader.expect(temporary.path(), {path});
     const TagResult read = reader.next(path);
-    const TagLib::FileRef plain(path.c_str(), false);
+    const TagLib::FileRef plain(path.c_str());
     ASSERT_EQ(read.outcome == TagResult::Outcome::Tagged, plain.tag() != nullptr) << "tag " << i;
     if (plain.tag() == nullptr) continue;
     const TagValues expected = tagValuesOf(*plain.file());

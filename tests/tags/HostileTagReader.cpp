@@ -96,7 +96,7 @@ const std::map<std::string, orvel::TagResult (*)()> kLies = {
      }},
 };
 
-orvel::TagResult readHostile(orvel::TagStream& stream, orvel::ReadingDepth depth) {
+orvel::TagResult readHostile(orvel::TagStream& stream, orvel::ReadingGoal goal) {
   static orvel::TagResult (*lie)() = nullptr;
   const TagLib::ByteVector head = stream.readBlock(16);
   stream.seek(0, TagLib::IOStream::Beginning);
@@ -107,7 +107,7 @@ orvel::TagResult readHostile(orvel::TagStream& stream, orvel::ReadingDepth depth
     if (kDeeds.contains(deed)) kDeeds.at(deed)();
     if (kLies.contains(deed)) lie = kLies.at(deed);
   }
-  return orvel::readTags(stream, depth);
+  return orvel::readFile(stream, goal);
 }
 
 }  // namespace

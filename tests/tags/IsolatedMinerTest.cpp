@@ -3,12 +3,14 @@
 
 #include <chrono>
 #include <filesystem>
+#include <map>
 #include <thread>
 
 #include "base/Log.h"
 #include "msd/MSDMiner.h"
 #include "tags/TagReading.h"
 #include "tags/isolation/IsolatedTagReader.h"
+#include "tags/isolation/TagReaderPool.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/Deed.h"
@@ -228,6 +230,45 @@ TEST_F(IsolatedMiner, AReaderThatCannotBeStartedAgainLeavesTheRestUndone) {
   EXPECT_TRUE(songs->operation.skipped);
   EXPECT_THAT(miner->progress->snapshot().leftUndone, ElementsAre(HasSubstr("confined reader")));
   EXPECT_THAT(log.texts("cannot be started again"), SizeIs(1));
+}
+
+/// A miner with one reader for each program.
+std::unique_ptr<MSDMiner> poolOf(const std::vector<std::string>& programs) {
+  return std::make_unique<MSDMiner>(
+      "MSDMiner", std::make_shared<MountPointWatch>(), [=](std::stop_token token) {
+        const auto patience = std::make_shared<TagReaderPatience>(kShort);
+        TagReaderPool::Readers readers;
+        for (const std::string& program : programs) {
+          readers.push_back(std::make_unique<IsolatedTagReader>(
+              token, program, TagReading::Isolated, kShort, ReadingGoal::Tags, patience));
+        }
+        return std::make_unique<TagReaderPool>(std::move(readers));
+      });
+}
+
+TEST_F(IsolatedMiner, SeveralReadersKeepTheOrderAndBlameOnlyTheFilesThatEndThem) {
+  const std::string program = ORVEL_HOSTILE_TAG_READER;
+  const auto miner = poolOf({program, program, program});
+  std::vector<std::string> names = mixed(480, 1000, "");
+  const std::map<std::size_t, const char*> deeds = {{3, "crash"},  {17, "exit"},    {40, "hang"},
+                                                    {41, "crash"}, {200, "nosong"}, {479, "exit"}};
+  for (const auto& [index, deed] : deeds) names[index] = bad(deed, std::to_string(index));
+  for (const bool last : {false, true}) {
+    const Songs songs = mine(*miner, names, last);
+    ASSERT_THAT(songs->items, SizeIs(names.size()));
+    EXPECT_FALSE(songs->operation.skipped);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      EXPECT_EQ(songs->items[i]->name, names[i]);
+      EXPECT_EQ(songs->items[i]->title, deeds.contains(i) ? "" : "Title of " + names[i]);
+    }
+  }
+}
+
+TEST_F(IsolatedMiner, AReaderThatCannotBeStartedBesidesAnotherIsDoneWithout) {
+  const auto miner = poolOf({ORVEL_HOSTILE_TAG_READER, "/bin/true", ORVEL_HOSTILE_TAG_READER});
+  EXPECT_THAT(titles(mine(*miner, mixed(480, 1000, ""))), Each(HasSubstr("Title of")));
+  EXPECT_FALSE(miner->progress->snapshot().isolationFailed);
+  EXPECT_THAT(log.texts("without isolation"), SizeIs(0));
 }
 
 }  // namespace

@@ -107,6 +107,8 @@ class BenchStick {
     const std::size_t share = nextShare();
     SongTags tags;
     tags.artist = artist.name;
+    if (albums % 5 != 0) tags.albumArtist = artist.name;
+    tags.year = std::to_string(1960 + albums % 60);
     tags.genre = artist.genre;
     tags.album = names.phrase(artist.syllables, names.number(1, 3));
     if (names.chance(40)) tags.composer = names.phrase(artist.syllables, 2);

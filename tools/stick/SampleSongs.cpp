@@ -230,8 +230,11 @@ std::string fileName(std::string title) {
 }
 
 void append(std::vector<SampleSong>& songs, const SampleAlbum& album) {
+  const std::string year = std::to_string(1968 + 7 * (album.titles.front().size() % 8));
   for (std::size_t i = 0; i < album.titles.size(); ++i) {
     SongTags tags = album.common;
+    tags.albumArtist = tags.artist;
+    tags.year = year;
     tags.title = album.titles[i];
     tags.track = std::to_string(i + 1);
     if (album.form != TagForm::Id3v1 && album.form != TagForm::WavInfo)

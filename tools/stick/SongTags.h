@@ -30,6 +30,8 @@ struct SongTags {
   std::string disc = {};   ///< "1" or "1/2"
   /// ID3 only: store the texts in this character set but declare them as Latin-1.
   std::string legacyCharset = {};
+  std::string albumArtist = {};
+  std::string year = {};
 };
 
 }  // namespace orvel::stick

@@ -47,6 +47,8 @@ TagLib::PropertyMap properties(const SongTags& tags) {
   set("COMPOSER", tags.composer);
   set("TRACKNUMBER", tags.track);
   set("DISCNUMBER", tags.disc);
+  set("ALBUMARTIST", tags.albumArtist);
+  set("DATE", tags.year);
   return map;
 }
 

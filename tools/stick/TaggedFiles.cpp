@@ -56,6 +56,7 @@ SongTags shortTags(RandomNames& names) {
   tags.album = text();
   tags.genre = names.oneOf(id3v1Genres);
   tags.track = std::to_string(names.number(1, 99));
+  tags.year = std::to_string(names.number(1900, 2099));
   return tags;
 }
 
@@ -73,6 +74,8 @@ SongTags longTags(RandomNames& names) {
   if (!tags.track.empty() && names.chance(50)) tags.track += "/250";
   if (names.chance(50)) tags.disc = std::to_string(names.number(1, 9));
   if (!tags.disc.empty() && names.chance(50)) tags.disc += "/9";
+  if (names.chance(70)) tags.albumArtist = names.chance(50) ? tags.artist : text(3);
+  if (names.chance(80)) tags.year = std::to_string(names.number(1900, 2099));
   return tags;
 }
 
@@ -82,6 +85,7 @@ SongTags randomTags(RandomNames& names, TagForm form) {
   if (form == TagForm::WavInfo) {
     tags.composer.clear();
     tags.disc.clear();
+    tags.albumArtist.clear();
     tags.track = tags.track.substr(0, tags.track.find('/'));
   }
   return tags;
@@ -94,7 +98,7 @@ void makeTaggedFiles(const std::filesystem::path& folder, int songs,
   StickFolder stick(folder);
   RandomNames names(randomSeed);
   std::ofstream table(manifest);
-  table << "path\tform\ttitle\tartist\talbum\tgenre\tcomposer\ttrack\tdisc\n";
+  table << "path\tform\ttitle\tartist\talbum\tgenre\tcomposer\ttrack\tdisc\talbum_artist\tyear\n";
   for (int i = 0; i < songs; ++i) {
     const Variant& variant = variants()[static_cast<std::size_t>(i) % variants().size()];
     const SongTags tags = randomTags(names, variant.form);
@@ -102,7 +106,7 @@ void makeTaggedFiles(const std::filesystem::path& folder, int songs,
     stick.write(path, tagged(seed(variant.seed), variant.form, tags));
     table << path << '\t' << variant.name << '\t' << tags.title << '\t' << tags.artist << '\t'
           << tags.album << '\t' << tags.genre << '\t' << tags.composer << '\t' << tags.track << '\t'
-          << tags.disc << '\n';
+          << tags.disc << '\t' << tags.albumArtist << '\t' << tags.year << '\n';
   }
   table.close();
   if (!table) throw std::runtime_error("Cannot write " + manifest.string());
