@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Measures the service side by side with what it is compared to: pages on the bus and from SQLite itself, an index
+"""Measures the service side by side with what it is compared to: pages on the bus and from SQLite itself, searches, an index
 alone and while many clients read pages, a mount and its first song on the bus, and what an idle service takes.
 
 Run by root in namespaces of its own; needs the system's Python with its GObject bindings.
@@ -126,6 +126,28 @@ def measure_pages(service, build, device, rounds):
     print(f"page of 100 songs: {median_ms(bus):.1f} ms on the bus, {median_ms(own):.1f} ms from SQLite, ratio {ratio:.2f}")
 
 
+def measure_search(service, build, device, rounds):
+    """The words are of the stick's own titles: a letter, the beginning of a word, two words."""
+    database = service.objects()[device][f"{NAME}.Device"]["DatabasePath"]
+    titles = [row["title"].split() for row in service.page(device, 0, 1000).unpack()[1] if " " in row.get("title", "")]
+    words = [title[0][:length] for title in titles[:20] for length in (1, 3)] + [" ".join(title) for title in titles[:20]]
+
+    def search(text):
+        service.call(device, "Browser.Search", GLib.Variant("(sasuu)", (text, [], 0, 20)))
+
+    def search_by_command(text):
+        subprocess.run([build / "orvel", "search", "--db", database, "--limit", "20", text], stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL)
+
+    first = timed(lambda: search(words[0]))
+    bus = [timed(lambda: search(text)) for text in words for _ in range(rounds)]
+    command = [timed(lambda: search_by_command(text)) for text in words]
+    bare = [timed(lambda: subprocess.run([build / "orvel", "--version"], stdout=subprocess.DEVNULL)) for _ in words]
+    print(f"search: {1000 * first:.1f} ms the first time, then median {median_ms(bus):.1f} ms, worst"
+          f" {1000 * max(bus):.1f} ms on the bus; the command {median_ms(command):.1f} ms, without searching"
+          f" {median_ms(bare):.1f} ms")
+
+
 READER = """
 import sys, threading
 from gi.repository import Gio, GLib
@@ -237,6 +259,8 @@ def measure(options, work):
         service.wait_for_end(device)
         progress("Pages")
         measure_pages(service, build, device, 20 * options.rounds)
+        progress("Search")
+        measure_search(service, build, device, options.rounds)
         progress("Clients")
         measure_flood(service, small, device, options.clients, options.rounds)
         progress("Idle again")

@@ -51,7 +51,10 @@ bool LogDigest::take(std::string_view text) {
   if (rule->kind == kInSummary) return true;
   const std::lock_guard lock(mutex);
   Kind& kind = kinds[rule->kind];
-  if (++kind.count <= kNamed) kind.paths.emplace_back(text.substr(rule->beginning.size()));
+  if (++kind.count <= kNamed) {
+    const std::string_view path = text.substr(rule->beginning.size());
+    kind.names.emplace_back(path.substr(path.rfind('/') + 1));
+  }
   return true;
 }
 
@@ -63,8 +66,8 @@ std::vector<std::string> LogDigest::lines() const {
     if (kind.count == 0) continue;
     const std::string found =
         kind.count == 1 ? kMeanings[i].one : std::to_string(kind.count) + kMeanings[i].many;
-    const std::size_t more = kind.count - kind.paths.size();
-    texts.push_back(found + ": " + boost::algorithm::join(kind.paths, ", ") +
+    const std::size_t more = kind.count - kind.names.size();
+    texts.push_back(found + ": " + boost::algorithm::join(kind.names, ", ") +
                     (more == 0 ? "" : " and " + std::to_string(more) + " more; -v lists all"));
   }
   return texts;

@@ -21,7 +21,7 @@ class LogDigest {
  private:
   struct Kind {
     std::size_t count = 0;
-    std::vector<std::string> paths;  ///< the first ones
+    std::vector<std::string> names;  ///< of the first ones
   };
 
   mutable std::mutex mutex;

@@ -43,8 +43,8 @@ std::string describeSongs(const ProgressSnapshot::Songs& songs) {
   return found(songs.found, {{songs.added, "new or changed"},
                              {songs.unchanged, "unchanged"},
                              {songs.removed, "removed"},
-                             {songs.skipped, "skipped"},
-                             {isPart ? songs.stored : 0, "stored"}});
+                             {songs.skipped, "skipped"}}) +
+         (isPart ? ", " + std::to_string(songs.stored) + " stored" : "");
 }
 
 void describePartition(std::ostream& out, const PartitionResult& partition) {

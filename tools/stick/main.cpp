@@ -72,7 +72,8 @@ void make(const Arguments& arguments) {
     orvel::stick::makeTaggedFiles(arguments.folder, songs, arguments.manifest);
   else
     throw UsageError();
-  std::cout << "Wrote " << songs << " songs to " << arguments.folder << "\n";
+  std::cout << "Wrote " << songs << " song files to " << arguments.folder
+            << (arguments.mode == "sample" ? ", hidden and deleted ones among them\n" : "\n");
 }
 
 }  // namespace
