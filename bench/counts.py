@@ -15,12 +15,18 @@ def missing_tool():
     return ""
 
 
-def system_calls(command, work):
-    """The number of system calls of a command, its threads and children."""
+def system_calls(command, work, which="all"):
+    """The number of system calls of a command, its threads and children; `which` is strace's set of calls."""
     report = Path(work) / "system-calls.txt"
-    subprocess.run(["strace", "-f", "-c", "-U", "calls,name", "-o", report, *command], check=True,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    return int(re.search(r"^\s*(\d+)\s+total$", report.read_text(), re.MULTILINE).group(1))
+    subprocess.run(["strace", "-f", "-c", "-U", "calls,name", "-e", f"trace={which}", "-o", report, *command],
+                   check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    total = re.search(r"^\s*(\d+)\s+total$", report.read_text(), re.MULTILINE)
+    return int(total.group(1)) if total else 0
+
+
+def flushes(command, work):
+    """How often a command makes files durable."""
+    return system_calls(command, work, "fsync,fdatasync,sync,syncfs,msync,sync_file_range")
 
 
 def instructions(command, functions, work):

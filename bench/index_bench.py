@@ -24,11 +24,12 @@ MUSIC = {".mp3", ".m4a", ".flac", ".wma", ".wav"}
 FIRST = "first index"
 SECONDS_OF_MUSIC = 20
 PARTITIONS = 3
+SMALL_STICK = 100
 # The functions that each request runs, even if nothing has changed.
 OF_EVERY_RUN = {
     "change detection": ["orvel::ChangeFinder::doOperation"],
-    "clean-up": ["orvel::SongSaver::finish", "orvel::SongDirectoryPipeline::clearPlaylists"],
-    "check of the database": ["orvel::DatabaseMgr::verify"],
+    "clean-up": ["orvel::SongSaver::finish", "orvel::SongDirectoryPipeline::removeOrphanedEntries"],
+    "check of the database": ["orvel::DatabaseCheck::check"],
 }
 
 
@@ -222,6 +223,7 @@ class Bench:
         progress("counting system calls and instructions")
         if len(songs) > 1:
             yield from self.count_system_calls(songs[0], songs[-1])
+        yield from self.count_flushes([SMALL_STICK, songs[-1]])
         yield from self.count_instructions(songs)
 
     def count_system_calls(self, few, many):
@@ -234,6 +236,18 @@ class Bench:
                 self.forget()
                 calls.append(counts.system_calls(command(self.make_stick(count)), self.work))
             yield f"| {name} | {(calls[1] - calls[0]) / (many - few):.1f} |"
+
+    def count_flushes(self, songs):
+        yield "\n| flushes to the disk |" + "".join(f" {n} songs |" for n in songs)
+        yield "|---|" + "---|" * len(songs)
+        flushes = {FIRST: [], "no change": []}
+        for count in songs:
+            stick = self.make_stick(count)
+            self.forget()
+            for of_pass in flushes.values():
+                of_pass.append(counts.flushes(self.command(stick), self.work))
+        for name, numbers in flushes.items():
+            yield f"| {name} |" + "".join(f" {number} |" for number in numbers)
 
     def count_instructions(self, songs):
         yield "\n| instructions per song where nothing changed |" + "".join(f" {n} songs |" for n in songs)

@@ -1,9 +1,11 @@
 #include "browse/MediaDatabase.h"
 
 #include <orvel/Collation.h>
+#include <orvel/Search.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 #include "base/GlibText.h"
@@ -59,6 +61,25 @@ std::int64_t numberOf(const Cell& cell) {
   return number == nullptr ? 0 : *number;
 }
 
+constexpr int kFunctionKind = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY;
+
+std::string_view textOf(sqlite3_value* value) {
+  const auto* const text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+  return {text == nullptr ? "" : text, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+}
+
+/// BEGINS(wanted, name, path...): whether the name begins with `wanted` as people compare names, or
+/// `wanted` is one of the others.
+void begins(sqlite3_context* context, int count, sqlite3_value** values) try {
+  const std::string_view wanted = textOf(values[0]);
+  bool isMatch = wanted.empty() ? textOf(values[1]).empty()
+                                : foldedText(textOf(values[1])).starts_with(foldedText(wanted));
+  for (int i = 2; i < count; ++i) isMatch = isMatch || textOf(values[i]) == wanted;
+  sqlite3_result_int(context, isMatch ? 1 : 0);
+} catch (const std::bad_alloc&) {
+  sqlite3_result_error_nomem(context);
+}
+
 /// Keeps a connection's view of the database for a scope.
 class ReadTransaction {
  public:
@@ -101,6 +122,8 @@ bool MediaDatabase::open(const std::string& uri) {
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   return sqlite3_create_collation(handle, "UTF8", SQLITE_UTF8, nullptr, collation_utf8) ==
              SQLITE_OK &&
+         sqlite3_create_function(handle, "BEGINS", -1, kFunctionKind, nullptr, begins, nullptr,
+                                 nullptr) == SQLITE_OK &&
          connection.exec("SELECT 1 FROM SONGS, PARTITIONS LIMIT 1;") == SQLITE_OK &&
          (connection.exec("SELECT 1 FROM SONGDETAILS LIMIT 1;") == SQLITE_OK ||
           connection.exec(kNoDetails) == SQLITE_OK);
@@ -124,6 +147,19 @@ void MediaDatabase::query(const std::string& sql, const std::vector<std::string>
 void MediaDatabase::atOneMoment(const std::function<void()>& work) const {
   const ReadTransaction transaction(connection);
   work();
+}
+
+Search::Result MediaDatabase::search(std::string_view words, const std::vector<Search::Kind>& kinds,
+                                     std::size_t offset, std::size_t count) const try {
+  if (searcher == nullptr) searcher = std::make_unique<Search>(connection.get());
+  return searcher->find(words, kinds, offset, count);
+} catch (const std::runtime_error& error) {
+  throw DatabaseError(std::string(error.what()) + " Index the device again.");
+}
+
+void MediaDatabase::freeMemory() const {
+  if (searcher != nullptr) searcher->freeMemory();
+  sqlite3_db_release_memory(connection.get());
 }
 
 void MediaDatabase::fail() const {

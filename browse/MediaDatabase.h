@@ -1,7 +1,10 @@
 #pragma once
 
+#include <orvel/Search.h>
+
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -56,8 +59,12 @@ class MediaDatabase {
   /// Runs `work`, whose queries all see the database as it is at one moment.
   void atOneMoment(const std::function<void()>& work) const;
 
-  /// Empties the cache.
-  void freeMemory() const { sqlite3_db_release_memory(connection.get()); }
+  /// Finds names and songs, as `Search::find` does. The texts stay in memory.
+  Search::Result search(std::string_view words, const std::vector<Search::Kind>& kinds,
+                        std::size_t offset, std::size_t count) const;
+
+  /// Empties the caches.
+  void freeMemory() const;
 
   [[nodiscard]] Totals totals() const;
   [[nodiscard]] std::vector<StoredPartition> partitions() const;
@@ -72,6 +79,7 @@ class MediaDatabase {
 
   std::string path;
   sqlite::Connection connection;
+  mutable std::unique_ptr<Search> searcher;  ///< from the first search on; before `connection` goes
 };
 
 /// The bytes of a database and its write-ahead log; 0 when there is none.

@@ -26,17 +26,27 @@ std::string orderOf(const Listing& listing, const std::string& sort) {
 
 }  // namespace
 
+std::string pageStatement(const Listing& listing, const PageRequest& page) {
+  return listing.select + " ORDER BY " + orderOf(listing, page.sort) + " LIMIT " +
+         std::to_string(page.count) + " OFFSET " + std::to_string(page.offset);
+}
+
+std::uint32_t countRows(const MediaDatabase& database, const Listing& listing) {
+  std::uint32_t total = 0;
+  database.query("SELECT COUNT(*) FROM (" + listing.select + ")", listing.parameters,
+                 [&](const Row& row) {
+                   total = static_cast<std::uint32_t>(std::get<std::int64_t>(row[0]));
+                   return true;
+                 });
+  return total;
+}
+
 std::uint32_t readPage(const MediaDatabase& database, const Listing& listing,
                        const PageRequest& page, const RowReceiver& receive) {
-  const std::string rows = listing.select + " ORDER BY " + orderOf(listing, page.sort) + " LIMIT " +
-                           std::to_string(page.count) + " OFFSET " + std::to_string(page.offset);
+  const std::string rows = pageStatement(listing, page);
   std::uint32_t total = 0;
   database.atOneMoment([&] {
-    database.query("SELECT COUNT(*) FROM (" + listing.select + ")", listing.parameters,
-                   [&](const Row& row) {
-                     total = static_cast<std::uint32_t>(std::get<std::int64_t>(row[0]));
-                     return true;
-                   });
+    total = countRows(database, listing);
     if (page.offset < total) database.query(rows, listing.parameters, receive);
   });
   return total;

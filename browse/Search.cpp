@@ -1,66 +1,55 @@
 #include "browse/Search.h"
 
-#include <glib.h>
+#include <orvel/Search.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <string_view>
-
-#include "base/GlibPointers.h"
-#include "base/GlibText.h"
+#include <utility>
+#include <vector>
 
 namespace orvel::browse {
 
 namespace {
 
-/// The columns that are searched, where a kind has them.
-constexpr std::array<std::string_view, 5> kSearched{"name", "title", "artist", "album", "composer"};
+using Kind = Search::Kind;
+using Hits = std::vector<Search::Hit>;
 
-/// GlibTexts without case, and their spellings in ASCII.
-struct FoldedWords {
-  explicit FoldedWords(const std::string& text) {
-    char** ascii = nullptr;
-    const GlibText valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
-    words.reset(g_str_tokenize_and_fold(valid.get(), nullptr, &ascii));
-    spellings.reset(ascii);
+constexpr std::array<std::pair<ListKind, Kind>, 7> kKinds{{{ListKind::Songs, Kind::Song},
+                                                           {ListKind::Artists, Kind::Artist},
+                                                           {ListKind::Albums, Kind::Album},
+                                                           {ListKind::Genres, Kind::Genre},
+                                                           {ListKind::Composers, Kind::Composer},
+                                                           {ListKind::Directories, Kind::Directory},
+                                                           {ListKind::Playlists, Kind::Playlist}}};
+
+std::vector<Kind> kindsOf(const std::set<ListKind>& wanted) {
+  std::vector<Kind> kinds;
+  for (const auto& [listed, searched] : kKinds) {
+    if (wanted.contains(listed)) kinds.push_back(searched);
   }
-
-  [[nodiscard]] bool hasWordThatBegins(const char* beginning) const {
-    return contains(words, beginning) || contains(spellings, beginning);
-  }
-
-  GlibTexts words;
-  GlibTexts spellings;
-
- private:
-  static bool contains(const GlibTexts& candidates, const char* beginning) {
-    for (char** word = candidates.get(); *word != nullptr; ++word) {
-      if (g_str_has_prefix(*word, beginning) != FALSE) return true;
-    }
-    return false;
-  }
-};
-
-bool matches(const FoldedWords& wanted, const std::string& text) {
-  const FoldedWords found(text);
-  bool all = *wanted.words.get() != nullptr;
-  for (char** word = wanted.words.get(); *word != nullptr && all; ++word) {
-    all = found.hasWordThatBegins(*word);
-  }
-  return all;
+  return kinds;
 }
 
-/// The searched texts of a row, one after the other.
-std::string searchedText(const std::vector<Column>& columns, const Row& row) {
-  std::string texts;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    const auto* text = std::get_if<std::string_view>(&row[i]);
-    if (text == nullptr) continue;
-    if (std::find(kSearched.begin(), kSearched.end(), columns[i].name) == kSearched.end()) continue;
-    texts.append(*text).push_back('\n');
-  }
-  return texts;
+ListKind listKindOf(Kind kind) {
+  return std::find_if(kKinds.begin(), kKinds.end(),
+                      [kind](const auto& pair) { return pair.second == kind; })
+      ->first;
+}
+
+/// Hands out hits of one kind. False when no more are wanted.
+bool receiveRows(const MediaDatabase& database, Hits::const_iterator begin,
+                 Hits::const_iterator end, const HitReceiver& receive) {
+  const ListKind kind = listKindOf(begin->kind);
+  std::vector<WantedRow> rows;
+  std::transform(begin, end, std::back_inserter(rows), [](const Search::Hit& hit) {
+    return WantedRow{hit.row, hit.songs};
+  });
+  const Listing listing = listingOf(kind, rows);
+  bool isWanted = true;
+  database.query(listing.select + " ORDER BY " + listing.order, {}, [&](const Row& row) {
+    return isWanted = receive(nameOf(kind).c_str(), listing.columns, row);
+  });
+  return isWanted;
 }
 
 }  // namespace
@@ -68,25 +57,20 @@ std::string searchedText(const std::vector<Column>& columns, const Row& row) {
 std::uint32_t search(const MediaDatabase& database, const std::string& words,
                      const std::set<ListKind>& kinds, const PageRequest& page,
                      const HitReceiver& receive) {
-  const FoldedWords wanted(words);
-  std::uint32_t found = 0;
-  bool isWanted = true;
+  if (kinds.empty()) return 0;
+  Search::Result result;
   database.atOneMoment([&] {
-    for (const auto& named : listKinds()) {
-      if (!kinds.contains(named.second)) continue;
-      ListQuery all;
-      all.kind = named.second;
-      const Listing listing = listingFor(all);
-      database.query(listing.select + " ORDER BY " + listing.order, {}, [&](const Row& row) {
-        if (!matches(wanted, searchedText(listing.columns, row))) return true;
-        const std::uint32_t position = found++;
-        const bool isOnPage = position >= page.offset && position - page.offset < page.count;
-        if (isOnPage && isWanted) isWanted = receive(named.first.c_str(), listing.columns, row);
-        return true;
+    result = database.search(words, kindsOf(kinds), page.offset, page.count);
+    bool isWanted = true;
+    for (auto begin = result.hits.cbegin(); isWanted && begin != result.hits.cend();) {
+      const auto end = std::find_if(begin, result.hits.cend(), [begin](const Search::Hit& hit) {
+        return hit.kind != begin->kind;
       });
+      isWanted = receiveRows(database, begin, end, receive);
+      begin = end;
     }
   });
-  return found;
+  return static_cast<std::uint32_t>(result.total);
 }
 
 }  // namespace orvel::browse

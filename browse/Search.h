@@ -11,10 +11,8 @@ namespace orvel::browse {
 using HitReceiver =
     std::function<bool(const char* kind, const std::vector<Column>& columns, const Row& row)>;
 
-/// Finds everything of `kinds` with a name, title, artist, album or composer in which every word of
-/// `words` begins a word, without regard to case and accents. Results come kind by kind in the
-/// order of `listKinds`, each in its usual order; the page counts through all of them. Returns the
-/// number of all results.
+/// Finds everything of `kinds` that has all `words`, as `Search` does, the best first; the page
+/// counts through all of them, and its sort is passed over. Returns the number of all results.
 std::uint32_t search(const MediaDatabase& database, const std::string& words,
                      const std::set<ListKind>& kinds, const PageRequest& page,
                      const HitReceiver& receive);

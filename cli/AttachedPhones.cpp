@@ -1,7 +1,5 @@
 #include "cli/AttachedPhones.h"
 
-#include <algorithm>
-
 #include "cli/ExitStatus.h"
 #include "cli/ScriptedPhones.h"
 
@@ -22,18 +20,14 @@ std::vector<AttachedDevice> findPhones(const std::optional<std::string>& scripte
   }
 }
 
-AttachedDevice phoneNamed(const std::string& serial, const std::vector<AttachedDevice>& phones) {
-  const auto found = std::find_if(phones.begin(), phones.end(), [&](const auto& phone) {
-    return phone.serial == serial || phone.deviceId == serial;
-  });
-  if (found != phones.end()) return *found;
-  std::string attached;
-  for (const AttachedDevice& phone : phones) {
-    attached += (attached.empty() ? "" : ", ") + nameOf(phone) + " with " + phone.deviceId;
-  }
-  throw CommandError(CouldNotRun, "No attached device has the serial number " + serial + ". " +
-                                      (attached.empty() ? "None is attached: plug it in."
-                                                        : "Attached: " + attached + "."));
+AttachedDevice phoneNamed(const std::string& name, const std::vector<AttachedDevice>& phones) {
+  std::vector<NamedDevice> names;
+  for (const AttachedDevice& phone : phones) names.push_back(namesOf(phone));
+  return phones[chooseDevice(name, names, "attached", kNoPhone)];
+}
+
+NamedDevice namesOf(const AttachedDevice& phone) {
+  return {phone.deviceId, {nameOf(phone), phone.serial, phone.model}};
 }
 
 std::string nameOf(const AttachedDevice& phone) {

@@ -7,6 +7,8 @@
 
 #include <orvel/AttachedDevices.h>
 
+#include "cli/chooseDevice.h"
+
 namespace orvel::cli {
 
 /// The text for people when no device is attached.
@@ -18,9 +20,11 @@ inline constexpr char kNoPhone[] =
 /// cannot be looked for, or this build reaches no real ones.
 std::vector<AttachedDevice> findPhones(const std::optional<std::string>& scriptedFile);
 
-/// Finds the phone with this serial number or device id. Throws CommandError (CouldNotRun) if none
-/// has it.
-AttachedDevice phoneNamed(const std::string& serial, const std::vector<AttachedDevice>& phones);
+/// Finds the phone with this name, serial number or device id; throws as `chooseDevice`.
+AttachedDevice phoneNamed(const std::string& name, const std::vector<AttachedDevice>& phones);
+
+/// The names by which people may choose `phone`.
+NamedDevice namesOf(const AttachedDevice& phone);
 
 /// The name of a phone for people: "Maker Model (serial)", without the parts that it does not
 /// report.

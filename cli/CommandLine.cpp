@@ -5,10 +5,14 @@
 #include <string>
 
 #include "base/Utf8.h"
+#include "cli/CoverCommand.h"
+#include "cli/DevicesCommand.h"
 #include "cli/ExitStatus.h"
+#include "cli/ForgetCommand.h"
 #include "cli/IndexCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/MtpListCommand.h"
+#include "cli/SearchCommand.h"
 #include "cli/StatusCommand.h"
 
 namespace orvel::cli {
@@ -55,7 +59,11 @@ void requireCommand(const CLI::App& app, const std::string& first) {
 void addCommands(CLI::App& app, Command& command) {
   addIndex(app, command);
   addList(app, command);
+  addSearch(app, command);
+  addDevices(app, command);
   addStatus(app, command);
+  addCover(app, command);
+  addForget(app, command);
   addMtp(app, command);
 }
 

@@ -65,6 +65,12 @@ std::string displayText(std::string_view text) {
   return withEscapes(text, false);
 }
 
+std::string displayCell(const browse::Cell& cell) {
+  if (const auto* text = std::get_if<std::string_view>(&cell)) return displayText(*text);
+  if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
+  return "";
+}
+
 std::string escapedText(std::string_view text) {
   return withEscapes(text, true);
 }

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "browse/MediaDatabase.h"
+
 namespace orvel::cli {
 
 /// Makes texts from devices safe to show to people and programs. Every result is valid UTF-8;
@@ -12,6 +14,9 @@ namespace orvel::cli {
 /// Escapes control characters and characters that reorder a line as "\t", "\n", "\r" or "\uXXXX",
 /// so that no device can control a terminal.
 std::string displayText(std::string_view text);
+
+/// A cell of a database for people; empty for NULL.
+std::string displayCell(const browse::Cell& cell);
 
 /// Like `displayText`, and reversible: a backslash becomes two.
 std::string escapedText(std::string_view text);

@@ -46,11 +46,11 @@ Settings settingsFor(const IndexOptions& options) {
 
 /// Prints one object for a device that the user named, and an array for the attached phones.
 void printJson(const IndexOptions& options, const std::vector<IndexResult>& results) {
-  std::vector<std::string> reports;
+  std::vector<QJsonObject> reports;
   reports.reserve(results.size());
   for (const IndexResult& result : results) reports.push_back(jsonReport(result));
   const bool isArray = options.isPhone && options.operands.empty();
-  std::cout << (isArray ? jsonArray(reports) : reports.front()) << std::endl;
+  std::cout << (isArray ? jsonArray(reports) : jsonLine(reports.front())) << std::endl;
 }
 
 void report(const IndexOptions& options, const std::vector<IndexResult>& results) {
@@ -81,7 +81,7 @@ int runIndex(const IndexOptions& options) {
   std::vector<IndexResult> results;
   {
     ProgressLine line(!options.quiet);
-    const LogOutput log(line, settingsFor(options));
+    const LogOutput log(line, settingsFor(options), options.verbosity == 0);
     results = IndexRun(options, line).run();
   }
   report(options, results);
@@ -91,7 +91,7 @@ int runIndex(const IndexOptions& options) {
 /// Where and how to index.
 void addWork(CLI::App& verb, IndexOptions& options) {
   CLI::Option* const mtp = verb.add_flag(
-      "--mtp", options.isPhone, "Index the attached phone with this serial number,\nor all phones");
+      "--mtp", options.isPhone, "Index the attached phone of this name, or all\nattached phones");
   addSeconds(verb, "--wait SECONDS", "Wait so long for a locked phone; default: 60",
              options.storageWait)
       ->needs(mtp);
@@ -110,6 +110,9 @@ void addWork(CLI::App& verb, IndexOptions& options) {
   verb.add_flag("--across-devices", options.acrossDevices,
                 "Follow links and mounts to other file systems. For\nyour own folders, not for a"
                 " stranger's stick");
+  verb.add_flag(
+      "--allow-empty", options.allowEmpty,
+      "Index an empty mount point; without it the command\nasks, or refuses where it cannot");
   verb.add_flag("--background", options.background,
                 "Use only processor time and device time that nobody\nelse needs");
 }
@@ -120,7 +123,7 @@ void addOutput(CLI::App& verb, IndexOptions& options) {
   verb.add_flag("--json", options.json, "Print one JSON object at the end");
   verb.add_flag("-q,--quiet", options.quiet, "Print errors only");
   verb.add_flag("-v,--verbose", options.verbosity,
-                "Print what the indexer does; -vv and -vvv print more");
+                "Print all warnings and what the indexer does; -vv and\n-vvv print more");
   addChoice(verb, "--log WHERE",
             "Where messages go: stderr, the default, or dlt\n(Diagnostic Log and Trace)", logs,
             options.log);
@@ -130,12 +133,12 @@ void addOutput(CLI::App& verb, IndexOptions& options) {
 
 void addIndex(CLI::App& app, Command& command) {
   const auto options = std::make_shared<IndexOptions>();
-  CLI::App& verb =
-      addCommand(app, "index", "Read the songs, playlists and folders of a stick or phone", options,
-                 runIndex, command);
-  addOperands(verb, "MOUNT_POINT",
-              "Where the partitions are mounted; with --mtp the\nserial number of a phone",
-              options->operands);
+  CLI::App& verb = addCommand(app, "index", "Read the songs, playlists and folders of a device",
+                              options, runIndex, command);
+  addOperands(
+      verb, "MOUNT_POINT",
+      "Where the partitions are mounted, or the label of a\nstick; with --mtp the name of a phone",
+      options->operands);
   addWork(verb, *options);
   addOutput(verb, *options);
 }

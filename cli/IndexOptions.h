@@ -20,6 +20,7 @@ struct IndexOptions {
   bool inProcess = false;         ///< read tags in this process
   bool requireIsolation = false;  ///< leave songs undone rather than read them with less isolation
   bool acrossDevices = false;     ///< follow links and mounts to other file systems
+  bool allowEmpty = false;        ///< index a folder without entries
   bool background = false;        ///< run with idle priority
   bool json = false;
   bool quiet = false;

@@ -93,7 +93,8 @@ void IndexRun::indexStick(IndexResult& result) {
   const std::vector<std::string> mountPoints = mountPointsFrom(options.operands);
   result.deviceId =
       options.deviceId ? *options.deviceId : host::defaultDeviceId(mountPoints.front());
-  for (const std::string& mountPoint : mountPoints) requireReadableFolder(mountPoint);
+  for (const std::string& mountPoint : mountPoints)
+    requireReadableFolder(mountPoint, options.allowEmpty);
   StickSource stick;
   index(stick, mountPoints, result);
 }

@@ -25,12 +25,18 @@ QString hexOf(std::string_view bytes) {
 }  // namespace
 
 JsonFormat::JsonFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream)
-    : columns(std::move(wantedColumns)), out(stream) {
+    : usualColumns(std::move(wantedColumns)), out(stream) {
   out << '[';
 }
 
-void JsonFormat::row(const browse::Row& row) {
+void JsonFormat::row(const browse::Row& cells) {
+  row(usualColumns, cells, nullptr);
+}
+
+void JsonFormat::row(const std::vector<browse::Column>& columns, const browse::Row& row,
+                     const char* kind) {
   QJsonObject object;
+  if (kind != nullptr) object.insert("kind", kind);
   for (std::size_t i = 0; i < columns.size(); ++i) {
     object.insert(columns[i].name, valueOf(row[i]));
     const auto* text = std::get_if<std::string_view>(&row[i]);

@@ -10,11 +10,13 @@ class JsonFormat : public ListFormat {
  public:
   JsonFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream);
 
-  void row(const browse::Row& row) override;
+  void row(const browse::Row& cells) override;
+  /// Prints a row with columns of its own and, unless it is null, the key "kind".
+  void row(const std::vector<browse::Column>& columns, const browse::Row& row, const char* kind);
   void end() override;
 
  private:
-  std::vector<browse::Column> columns;
+  std::vector<browse::Column> usualColumns;
   std::ostream& out;
   bool isFirst = true;
 };

@@ -16,11 +16,6 @@ qint64 number(std::int64_t value) {
   return value;
 }
 
-/// null for an empty text.
-QJsonValue textOrNull(const std::string& text) {
-  return text.empty() ? QJsonValue() : QJsonValue(jsonString(text));
-}
-
 /// null for none.
 QJsonValue secondsOrNull(const std::optional<double>& seconds) {
   return seconds ? QJsonValue(*seconds) : QJsonValue();
@@ -72,7 +67,9 @@ QJsonObject partition(const PartitionResult& result) {
           {"folder_tree_seconds", secondsOrNull(progress.folderTreeSeconds)}};
 }
 
-QJsonValue totals(const std::optional<browse::Totals>& totals) {
+}  // namespace
+
+QJsonValue jsonTotals(const std::optional<browse::Totals>& totals) {
   if (!totals) return {};
   return QJsonObject{
       {"songs", number(totals->songs)},         {"artists", number(totals->artists)},
@@ -81,23 +78,21 @@ QJsonValue totals(const std::optional<browse::Totals>& totals) {
       {"playlists", number(totals->playlists)}};
 }
 
-}  // namespace
-
-std::string jsonReport(const IndexResult& result) {
+QJsonObject jsonReport(const IndexResult& result) {
   QJsonArray partitions;
   for (const PartitionResult& one : result.partitions) partitions.append(partition(one));
-  return jsonLine({{"version", kVersion},
-                   {"exit", result.exitStatus()},
-                   {"error", textOrNull(result.error.value_or(""))},
-                   {"interrupted", result.signal != 0},
-                   {"device_id", jsonString(result.deviceId)},
-                   {"database", textOrNull(result.database)},
-                   {"database_bytes", number(result.databaseBytes)},
-                   {"seconds", result.seconds},
-                   {"first_song_seconds", secondsOrNull(result.firstSongSeconds)},
-                   {"status", textOrNull(result.status() == nullptr ? "" : result.status())},
-                   {"partitions", partitions},
-                   {"totals", totals(result.totals)}});
+  return {{"version", kVersion},
+          {"exit", result.exitStatus()},
+          {"error", jsonTextOrNull(result.error.value_or(""))},
+          {"interrupted", result.signal != 0},
+          {"device_id", jsonString(result.deviceId)},
+          {"database", jsonTextOrNull(result.database)},
+          {"database_bytes", number(result.databaseBytes)},
+          {"seconds", result.seconds},
+          {"first_song_seconds", secondsOrNull(result.firstSongSeconds)},
+          {"status", jsonTextOrNull(result.status() == nullptr ? "" : result.status())},
+          {"partitions", partitions},
+          {"totals", jsonTotals(result.totals)}};
 }
 
 }  // namespace orvel::cli

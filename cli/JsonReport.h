@@ -1,12 +1,16 @@
 #pragma once
 
-#include <string>
+#include <QJsonObject>
+#include <optional>
 
 #include "cli/IndexResult.h"
 
 namespace orvel::cli {
 
-/// Formats a result as one JSON object on one line, for programs.
-std::string jsonReport(const IndexResult& result);
+/// The result as an object, for programs.
+QJsonObject jsonReport(const IndexResult& result);
+
+/// The counts of a database as an object; null for none.
+QJsonValue jsonTotals(const std::optional<browse::Totals>& totals);
 
 }  // namespace orvel::cli

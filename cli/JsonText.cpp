@@ -1,7 +1,6 @@
 #include "cli/JsonText.h"
 
 #include <QJsonDocument>
-#include <boost/algorithm/string/join.hpp>
 
 #include "cli/DisplayText.h"
 
@@ -16,8 +15,14 @@ std::string jsonLine(const QJsonObject& object) {
   return displayText(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
 }
 
-std::string jsonArray(const std::vector<std::string>& lines) {
-  return "[" + boost::algorithm::join(lines, ",") + "]";
+QJsonValue jsonTextOrNull(const std::string& text) {
+  return text.empty() ? QJsonValue() : QJsonValue(jsonString(text));
+}
+
+std::string jsonArray(const std::vector<QJsonObject>& objects) {
+  std::string lines;
+  for (const QJsonObject& object : objects) lines += (lines.empty() ? "" : ",") + jsonLine(object);
+  return "[" + lines + "]";
 }
 
 }  // namespace orvel::cli

@@ -15,7 +15,10 @@ QString jsonString(std::string_view bytes);
 /// JSON allows, so that the line is safe to show on a terminal.
 std::string jsonLine(const QJsonObject& object);
 
-/// Formats an array of results of `jsonLine` on one line.
-std::string jsonArray(const std::vector<std::string>& lines);
+/// null for an empty text.
+QJsonValue jsonTextOrNull(const std::string& text);
+
+/// Formats an array of objects on one line, as `jsonLine` does.
+std::string jsonArray(const std::vector<QJsonObject>& objects);
 
 }  // namespace orvel::cli

@@ -19,4 +19,12 @@ std::unique_ptr<ListFormat> ListFormat::make(Kind kind, const std::vector<browse
   return std::make_unique<TableFormat>(columns, out, width);
 }
 
+const std::map<std::string, ListFormat::Kind>& listFormats() {
+  static const std::map<std::string, ListFormat::Kind> formats = {
+      {"table", ListFormat::Kind::Table},
+      {"tsv", ListFormat::Kind::Tsv},
+      {"json", ListFormat::Kind::Json}};
+  return formats;
+}
+
 }  // namespace orvel::cli

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <ostream>
+#include <string>
 
 #include "browse/ListQuery.h"
 #include "browse/MediaDatabase.h"
@@ -18,7 +20,7 @@ class ListFormat {
   ListFormat(const ListFormat&) = delete;
   ListFormat& operator=(const ListFormat&) = delete;
 
-  /// `row` begins with the cells of the columns.
+  /// Prints a row with one cell for each column.
   virtual void row(const browse::Row& row) = 0;
   /// Call once after the last row.
   virtual void end() = 0;
@@ -28,5 +30,8 @@ class ListFormat {
   static std::unique_ptr<ListFormat> make(Kind kind, const std::vector<browse::Column>& columns,
                                           std::ostream& out, std::size_t width);
 };
+
+/// The formats by the names that people use for them.
+const std::map<std::string, ListFormat::Kind>& listFormats();
 
 }  // namespace orvel::cli

@@ -25,17 +25,20 @@ const char* nameOf(LogLevel level) {
   }
 }
 
-void print(void* user, LogLevel level, const char* function, int /*line*/, const char* text) {
-  const std::string origin = level > LogLevel::Warning ? std::string(function) + ": " : "";
-  static_cast<ProgressLine*>(user)->print(
-      std::string("orvel: ") + nameOf(level) + ": " + origin + text, level);
-}
-
 }  // namespace
 
-LogOutput::LogOutput(ProgressLine& line, Settings settings) : chosen(std::move(settings)) {
+void LogOutput::print(void* user, LogLevel level, const char* function, int /*line*/,
+                      const char* text) {
+  auto& self = *static_cast<LogOutput*>(user);
+  if (self.sumsUp && level == LogLevel::Warning && self.digest.take(text)) return;
+  const std::string origin = level > LogLevel::Warning ? std::string(function) + ": " : "";
+  self.line.print(std::string("orvel: ") + nameOf(level) + ": " + origin + text, level);
+}
+
+LogOutput::LogOutput(ProgressLine& progressLine, Settings settings, bool isSummedUp)
+    : line(progressLine), chosen(std::move(settings)), sumsUp(isSummedUp) {
   chosen.logSink = print;
-  chosen.logSinkUser = &line;
+  chosen.logSinkUser = this;
   try {
     configure(chosen);
   } catch (const std::runtime_error& error) {
@@ -46,6 +49,7 @@ LogOutput::LogOutput(ProgressLine& line, Settings settings) : chosen(std::move(s
 LogOutput::~LogOutput() {
   chosen.logSink = nullptr;
   configure(chosen);
+  for (const std::string& text : digest.lines()) line.print("orvel: " + text, LogLevel::Warning);
 }
 
 }  // namespace orvel::cli

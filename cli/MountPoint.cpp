@@ -1,11 +1,17 @@
 #include "cli/MountPoint.h"
 
+#include <unistd.h>
+
 #include <filesystem>
+#include <iostream>
 #include <system_error>
 
 #include "base/Utf8.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
+#include "cli/OwnOutput.h"
+#include "cli/chooseDevice.h"
+#include "host/DeviceId.h"
 #include "host/obstacleToReading.h"
 #include "host/shareRows.h"
 
@@ -18,6 +24,30 @@ void requireSeparate(const std::string& first, const std::string& second) {
   throw CommandError(WrongUsage, first + " and " + second +
                                      " cannot be indexed together: one path begins with the other."
                                      " Index them in runs of their own, with a --device-id each.");
+}
+
+/// The path that `argument` stands for.
+std::string pathNamed(const std::string& argument) {
+  std::error_code ignored;
+  const bool isPath =
+      argument.find('/') != std::string::npos || std::filesystem::exists(argument, ignored);
+  if (isPath) return cleanPath(argument);
+  const std::vector<host::MountedMedium> media = host::mountedMedia();
+  std::vector<NamedDevice> names;
+  for (const host::MountedMedium& medium : media) {
+    names.push_back({medium.deviceId, {medium.label}});
+  }
+  const auto found = findDevice(argument, names);
+  return found ? media[*found].mountPoint : cleanPath(argument);
+}
+
+/// Asks at the terminal; false where there is none.
+bool agrees(const std::string& question) {
+  if (isatty(STDIN_FILENO) == 0 || isatty(errorDescriptor()) == 0) return false;
+  std::cerr << displayText(question) << " [y/N] " << std::flush;
+  std::string answer;
+  std::getline(std::cin, answer);
+  return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 }  // namespace
@@ -37,7 +67,7 @@ std::string cleanPath(const std::string& path) {
 std::vector<std::string> mountPointsFrom(const std::vector<std::string>& arguments) {
   std::vector<std::string> mountPoints;
   for (const std::string& argument : arguments) {
-    const std::string mountPoint = cleanPath(argument);
+    const std::string mountPoint = pathNamed(argument);
     if (!utf8::isValid(mountPoint)) {
       throw CommandError(WrongUsage,
                          "The mount point " + mountPoint +
@@ -49,9 +79,16 @@ std::vector<std::string> mountPointsFrom(const std::vector<std::string>& argumen
   return mountPoints;
 }
 
-void requireReadableFolder(const std::string& mountPoint) {
+void requireReadableFolder(const std::string& mountPoint, bool mayBeEmpty) {
   const std::string obstacle = host::obstacleToReading(mountPoint);
   if (!obstacle.empty()) throw CommandError(CouldNotRun, obstacle);
+  std::error_code ignored;
+  if (mayBeEmpty || !std::filesystem::is_empty(mountPoint, ignored)) return;
+  const std::string finding = mountPoint + " is empty. ";
+  if (agrees(finding + "Index it all the same, and forget its songs?")) return;
+  throw CommandError(CouldNotRun, finding +
+                                      "Mount the device there. If it really is empty, index it"
+                                      " with --allow-empty.");
 }
 
 }  // namespace orvel::cli

@@ -39,7 +39,7 @@ QJsonObject jsonOf(const AttachedDevice& phone) {
           {"model", jsonString(phone.model)},
           {"serial", jsonString(phone.serial)},
           {"device_id", jsonString(phone.deviceId)},
-          {"error", phone.error.empty() ? QJsonValue() : QJsonValue(jsonString(phone.error))},
+          {"error", jsonTextOrNull(phone.error)},
           {"storages", storages}};
 }
 
@@ -69,18 +69,15 @@ int runMtpList(const MtpListOptions& options) {
   const PhoneRelease release;
   const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
   if (options.json) {
-    std::vector<std::string> objects;
+    std::vector<QJsonObject> objects;
     objects.reserve(phones.size());
-    for (const AttachedDevice& phone : phones) objects.push_back(jsonLine(jsonOf(phone)));
+    for (const AttachedDevice& phone : phones) objects.push_back(jsonOf(phone));
     std::cout << jsonArray(objects) << "\n";
   } else {
     if (phones.empty()) std::cout << kNoPhone << "\n";
     for (const AttachedDevice& phone : phones) print(phone);
   }
-  std::cout.flush();
-  if (!std::cout) {
-    throw CommandError(CouldNotRun, "The output cannot be written. Is the disk full?");
-  }
+  finishOutput();
   return Done;
 }
 
@@ -88,8 +85,8 @@ int runMtpList(const MtpListOptions& options) {
 
 void addMtp(CLI::App& app, Command& command) {
   const auto options = std::make_shared<MtpListOptions>();
-  CLI::App& verb = addCommand(app, "mtp", "Print the attached phones and players: 'orvel mtp list'",
-                              options, runMtpList, command);
+  CLI::App& verb = addCommand(app, "mtp", "Print the attached phones: 'orvel mtp list'", options,
+                              runMtpList, command);
   verb.add_option("list", "The only thing to do")
       ->required()
       ->check(CLI::IsMember({"list"}).description(""));

@@ -1,6 +1,7 @@
 #include "cli/OwnOutput.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
 
@@ -8,6 +9,7 @@
 
 #include "base/journal.h"
 #include "cli/DisplayText.h"
+#include "cli/ExitStatus.h"
 
 namespace orvel::cli {
 
@@ -30,6 +32,18 @@ void lead(std::ostream& stream, int descriptor) {
 
 int errorDescriptor() {
   return ownError;
+}
+
+std::size_t outputColumns() {
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+void finishOutput() {
+  std::cout.flush();
+  if (!std::cout) {
+    throw CommandError(CouldNotRun, "The output cannot be written. Is the disk full?");
+  }
 }
 
 void printError(const std::string& text) {

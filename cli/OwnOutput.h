@@ -1,11 +1,18 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace orvel::cli {
 
 /// The descriptor of standard error for the command's own texts.
 int errorDescriptor();
+
+/// The width of the terminal that standard output leads to; 0 where it leads elsewhere.
+std::size_t outputColumns();
+
+/// Flushes standard output. Throws CommandError when it could not be written.
+void finishOutput();
 
 /// Prints an error of the command, which ends the command or the work on a device.
 void printError(const std::string& text);

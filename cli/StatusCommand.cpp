@@ -2,12 +2,18 @@
 
 #include <orvel/Settings.h>
 
+#include <QJsonArray>
 #include <iomanip>
 #include <iostream>
+#include <map>
 
 #include "browse/MediaDatabase.h"
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
+#include "cli/JsonReport.h"
+#include "cli/JsonText.h"
+#include "cli/KnownDevices.h"
+#include "cli/OwnOutput.h"
 #include "cli/Summary.h"
 #include "cli/commandOptions.h"
 
@@ -17,7 +23,34 @@ namespace {
 
 struct StatusOptions {
   std::string databaseFolder;
+  bool json = false;
 };
+
+/// A database, with its device and its contents if it can be read.
+struct DatabaseStatus {
+  std::string file;
+  std::string error;
+  KnownDevice device;
+  std::optional<browse::Totals> totals;
+};
+
+std::vector<DatabaseStatus> statusesIn(const std::string& folder) {
+  std::map<std::string, KnownDevice> known;
+  for (KnownDevice& device : knownDevices(folder)) {
+    known[device.database] = std::move(device);
+  }
+  std::vector<DatabaseStatus> statuses;
+  for (const std::string& file : browse::databasesIn(folder)) {
+    DatabaseStatus status{file, "", known[file], std::nullopt};
+    try {
+      status.totals = browse::MediaDatabase(file).totals();
+    } catch (const browse::DatabaseError& error) {
+      status.error = error.what();
+    }
+    statuses.push_back(std::move(status));
+  }
+  return statuses;
+}
 
 void printSize(const std::string& file) {
   const std::int64_t bytes = browse::databaseBytes(file);
@@ -27,33 +60,54 @@ void printSize(const std::string& file) {
             << share << " % of the limit of " << readableSize(Limits().databaseBytes) << "\n";
 }
 
-/// Prints one database. For an unreadable one it prints the reason, so that the others still
-/// follow.
-void print(const std::string& file) {
-  std::cout << displayText(file) << "\n";
-  try {
-    const browse::MediaDatabase database(file);
-    const std::string device = database.deviceId();
-    if (!device.empty()) std::cout << "  Device     " << displayText(device) << "\n";
-    for (const browse::StoredPartition& partition : database.partitions()) {
+void print(const DatabaseStatus& status) {
+  const KnownDevice& device = status.device;
+  if (status.error.empty()) {
+    std::cout << displayText(device.label) << "\n  Device     " << displayText(device.id)
+              << "\n  Indexed    " << readableTime(device.lastIndexed) << "\n";
+    for (const browse::StoredPartition& partition : device.partitions) {
       std::cout << "  Partition  " << displayText(partition.mountPoint) << "  "
                 << (partition.status.empty() ? "not indexed yet" : displayText(partition.status))
                 << "\n";
     }
-    std::cout << "  Content    " << readableTotals(database.totals()) << "\n";
-  } catch (const browse::DatabaseError& error) {
-    std::cout << "  " << displayText(error.what()) << "\n";
+    std::cout << "  Content    " << readableTotals(*status.totals) << "\n";
+  } else {
+    std::cout << displayText(status.error) << "\n";
   }
-  printSize(file);
+  std::cout << "  Database   " << displayText(status.file) << "\n";
+  printSize(status.file);
+}
+
+QJsonObject jsonOf(const DatabaseStatus& status) {
+  QJsonArray partitions;
+  for (const browse::StoredPartition& partition : status.device.partitions) {
+    partitions.append(QJsonObject{{"mount_point", jsonString(partition.mountPoint)},
+                                  {"status", jsonString(partition.status)}});
+  }
+  return {{"device_id", jsonTextOrNull(status.device.id)},
+          {"label", jsonTextOrNull(status.device.label)},
+          {"database", jsonString(status.file)},
+          {"database_bytes", static_cast<qint64>(browse::databaseBytes(status.file))},
+          {"limit_bytes", static_cast<qint64>(Limits().databaseBytes)},
+          {"error", jsonTextOrNull(status.error)},
+          {"partitions", partitions},
+          {"totals", jsonTotals(status.totals)}};
 }
 
 int runStatus(const StatusOptions& options) {
-  const std::vector<std::string> databases = browse::databasesIn(options.databaseFolder);
-  if (databases.empty()) {
-    std::cout << "No device has been indexed into " << displayText(options.databaseFolder) << ".\n";
+  const std::vector<DatabaseStatus> statuses = statusesIn(options.databaseFolder);
+  if (options.json) {
+    std::vector<QJsonObject> objects;
+    for (const DatabaseStatus& status : statuses) objects.push_back(jsonOf(status));
+    std::cout << jsonArray(objects) << "\n";
+  } else {
+    if (statuses.empty()) {
+      std::cout << "No device has been indexed into " << displayText(options.databaseFolder)
+                << ".\n";
+    }
+    for (const DatabaseStatus& status : statuses) print(status);
   }
-  for (const std::string& database : databases) print(database);
-  std::cout.flush();
+  finishOutput();
   return Done;
 }
 
@@ -61,9 +115,9 @@ int runStatus(const StatusOptions& options) {
 
 void addStatus(CLI::App& app, Command& command) {
   const auto options = std::make_shared<StatusOptions>();
-  CLI::App& verb =
-      addCommand(app, "status", "Print the contents and the status of every indexed device",
-                 options, runStatus, command);
+  CLI::App& verb = addCommand(app, "status", "Print the contents and the status of every database",
+                              options, runStatus, command);
+  verb.add_flag("--json", options->json, "Print one JSON array with an object for each");
   addDatabaseFolder(verb, options->databaseFolder);
 }
 

@@ -1,7 +1,7 @@
 #include "cli/Summary.h"
 
 #include <orvel/Settings.h>
-#include <cmath>
+#include <QLocale>
 #include <csignal>
 #include <sstream>
 
@@ -23,25 +23,41 @@ std::string counted(std::int64_t count, const char* one, const char* many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-/// Only where there are any, since the line is long.
-std::string refusedPlaylists(const ProgressSnapshot::Playlists& playlists) {
-  std::string text;
-  if (playlists.refused != 0) text += ", " + std::to_string(playlists.refused) + " refused";
-  if (playlists.cut != 0) text += ", " + std::to_string(playlists.cut) + " cut";
+/// A count with its meaning.
+using Part = std::pair<unsigned, const char*>;
+
+/// "72 found: 70 new, 2 removed", without parts that are 0.
+std::string found(unsigned count, std::initializer_list<Part> parts) {
+  std::string text = std::to_string(count) + " found";
+  const char* separator = ": ";
+  for (const auto& [partCount, meaning] : parts) {
+    if (partCount == 0) continue;
+    text += separator + std::to_string(partCount) + " " + meaning;
+    separator = ", ";
+  }
   return text;
+}
+
+std::string describeSongs(const ProgressSnapshot::Songs& songs) {
+  const bool isPart = songs.stored + songs.skipped < songs.added;
+  return found(songs.found, {{songs.added, "new or changed"},
+                             {songs.unchanged, "unchanged"},
+                             {songs.removed, "removed"},
+                             {songs.skipped, "skipped"},
+                             {isPart ? songs.stored : 0, "stored"}});
 }
 
 void describePartition(std::ostream& out, const PartitionResult& partition) {
   const ProgressSnapshot& progress = partition.progress;
   const ProgressSnapshot::Songs& songs = progress.songs;
-  out << displayText(partition.mountPoint) << "\n  Songs      " << songs.found
-      << " found: " << songs.added << " new or changed, " << songs.unchanged << " unchanged, "
-      << songs.removed << " removed; " << songs.stored << " stored, " << songs.skipped
-      << " skipped\n"
-      << "  Playlists  " << progress.playlists.found << " found, " << progress.playlists.stored
-      << " read" << refusedPlaylists(progress.playlists) << "\n"
-      << "  Folders    " << progress.directories.found << " found, " << progress.directories.stored
-      << " with music\n";
+  const ProgressSnapshot::Playlists& playlists = progress.playlists;
+  out << displayText(partition.mountPoint) << "\n  Songs      " << describeSongs(songs)
+      << "\n  Playlists  "
+      << found(playlists.found, {{playlists.stored, "read"},
+                                 {playlists.refused, "could not be read"},
+                                 {playlists.cut, "cut"}})
+      << "\n  Folders    "
+      << found(progress.directories.found, {{progress.directories.stored, "with music"}}) << "\n";
   if (partition.ok() && progress.databaseExisted && !progress.contentModified &&
       songs.removed == 0) {
     out << "  Nothing has changed since the last run.\n";
@@ -73,29 +89,14 @@ void describeEnd(std::ostream& out, const IndexResult& result) {
   if (result.firstSongSeconds) {
     out << ", the first songs stored after " << seconds(*result.firstSongSeconds);
   }
-  out << ". Status " << result.status() << ".\n";
+  out << ".\n";
   if (!result.ok()) out << "Run the same command again to do what was left undone.\n";
 }
 
 }  // namespace
 
 std::string readableSize(std::int64_t bytes) {
-  constexpr double kKilobyte = 1024;
-  std::ostringstream text;
-  text.setf(std::ios::fixed);
-  const double kilobytes = static_cast<double>(bytes) / kKilobyte;
-  const double megabytes = kilobytes / kKilobyte;
-  if (kilobytes < kKilobyte) {
-    text << static_cast<std::int64_t>(std::ceil(kilobytes)) << " KB";
-    return text.str();
-  }
-  text.precision(1);
-  if (megabytes < kKilobyte) {
-    text << megabytes << " MB";
-  } else {
-    text << megabytes / kKilobyte << " GB";
-  }
-  return text.str();
+  return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat).toStdString();
 }
 
 std::string readableTotals(const browse::Totals& totals) {

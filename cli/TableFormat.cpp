@@ -19,29 +19,19 @@ std::string heading(const char* name) {
   return text;
 }
 
-std::string shownText(const browse::Cell& cell) {
-  if (const auto* text = std::get_if<std::string_view>(&cell)) return displayText(*text);
-  if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
-  return "";
-}
-
 }  // namespace
 
 TableFormat::TableFormat(const std::vector<browse::Column>& wantedColumns, std::ostream& stream,
                          std::size_t availableWidth)
     : columns(wantedColumns), out(stream), width(availableWidth) {
   Line headings;
-  for (const browse::Column& column : columns) {
-    headings.push_back(column.everywhere ? heading(column.name) : "");
-  }
+  for (const browse::Column& column : columns) headings.push_back(heading(column.name));
   lines.push_back(std::move(headings));
 }
 
 void TableFormat::row(const browse::Row& row) {
   Line line;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    line.push_back(columns[i].everywhere ? shownText(row[i]) : "");
-  }
+  for (const browse::Cell& cell : row) line.push_back(displayCell(cell));
   lines.push_back(std::move(line));
 }
 
@@ -58,10 +48,7 @@ std::vector<std::size_t> TableFormat::fittedWidths() const {
     }
   }
   if (width == 0) return widths;
-  const auto shown = static_cast<std::size_t>(
-      std::count_if(columns.begin(), columns.end(),
-                    [](const browse::Column& column) { return column.everywhere; }));
-  std::size_t total = std::accumulate(widths.begin(), widths.end(), (shown - 1) * kGap);
+  std::size_t total = std::accumulate(widths.begin(), widths.end(), (columns.size() - 1) * kGap);
   for (; total > width; --total) {
     const auto widest = std::max_element(widths.begin(), widths.end());
     if (*widest <= kSmallestColumn) break;
@@ -74,7 +61,6 @@ void TableFormat::print(const Line& line, const std::vector<std::size_t>& widths
   std::string text;
   std::size_t missing = 0;  // blanks before the next column; none at the end of a line
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    if (!columns[i].everywhere) continue;
     const bool isPath = columns[i].kind == browse::Column::Kind::Path;
     const std::string cell = elided(line[i], widths[i], isPath ? Elide::Start : Elide::End);
     const std::size_t padding = widths[i] - displayWidth(cell);
@@ -82,6 +68,7 @@ void TableFormat::print(const Line& line, const std::vector<std::size_t>& widths
     text.append(missing + (alignRight ? padding : 0), ' ').append(cell);
     missing = kGap + (alignRight ? 0 : padding);
   }
+  text.erase(text.find_last_not_of(' ') + 1);
   out << text << '\n';
 }
 

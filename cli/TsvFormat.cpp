@@ -1,16 +1,13 @@
 #include "cli/TsvFormat.h"
 
-#include <utility>
-
 #include "cli/DisplayText.h"
 
 namespace orvel::cli {
 
-TsvFormat::TsvFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream)
-    : columns(std::move(wantedColumns)), out(stream) {
+TsvFormat::TsvFormat(const std::vector<browse::Column>& columns, std::ostream& stream)
+    : out(stream) {
   const char* separator = "";
   for (const browse::Column& column : columns) {
-    if (!column.everywhere) continue;
     out << separator << column.name;
     separator = "\t";
   }
@@ -19,12 +16,11 @@ TsvFormat::TsvFormat(std::vector<browse::Column> wantedColumns, std::ostream& st
 
 void TsvFormat::row(const browse::Row& row) {
   const char* separator = "";
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    if (!columns[i].everywhere) continue;
+  for (const browse::Cell& cell : row) {
     out << separator;
     separator = "\t";
-    if (const auto* text = std::get_if<std::string_view>(&row[i])) out << escapedText(*text);
-    if (const auto* number = std::get_if<std::int64_t>(&row[i])) out << *number;
+    if (const auto* text = std::get_if<std::string_view>(&cell)) out << escapedText(*text);
+    if (const auto* number = std::get_if<std::int64_t>(&cell)) out << *number;
   }
   out << '\n';
 }

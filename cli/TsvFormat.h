@@ -8,13 +8,12 @@ namespace orvel::cli {
 /// characters and backslashes in values with a backslash.
 class TsvFormat : public ListFormat {
  public:
-  TsvFormat(std::vector<browse::Column> wantedColumns, std::ostream& stream);
+  TsvFormat(const std::vector<browse::Column>& columns, std::ostream& stream);
 
   void row(const browse::Row& row) override;
   void end() override {}
 
  private:
-  std::vector<browse::Column> columns;
   std::ostream& out;
 };
 

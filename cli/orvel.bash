@@ -3,13 +3,18 @@
 #
 # The command's own help names its commands, options and kinds, so that no list here grows old.
 
-# Prints the ids of the devices in the folder that the line names, or else in the default one.
+# Prints the labels and ids of the devices in the folder that the line names, or else in the default one.
 _orvel_devices() {
   local folder=() i
   for ((i = 1; i < ${#words[@]} - 1; i++)); do
     [[ ${words[i]} != --db-dir ]] || folder=(--db-dir "${words[i + 1]}")
   done
-  "${words[0]}" status "${folder[@]}" 2>/dev/null | sed -n 's/^  Device  *//p'
+  "${words[0]}" status "${folder[@]}" 2>/dev/null | sed -nE 's/^([^ ].*)/\1/p; s/^  Device  *//p'
+}
+
+# Prints the names of columns, which the error about an unknown one lists.
+_orvel_columns() {
+  "${words[0]}" list songs --sort '?' 2>&1 | sed -n 's/.*There are: *\([a-z_ ]*\);.*/\1/p' | tr ' ' '\n'
 }
 
 # Prints the kinds that `orvel list` takes.
@@ -35,15 +40,21 @@ _orvel() {
   fi
   case $prev in
     --db-dir) _filedir -d ;;
-    --db | --scripted) _filedir ;;
-    --device-id) _orvel_offer < <(_orvel_devices) ;;
+    --db | --scripted | -o | --output) _filedir ;;
+    -d | --device | --device-id) _orvel_offer < <(_orvel_devices) ;;
+    --kind) _orvel_offer < <(_orvel_kinds) ;;
+    --columns | --sort) _orvel_offer < <(_orvel_columns) ;;
     --format) _orvel_offer < <(printf '%s\n' table tsv json) ;;
-    --artist | --album | --genre | --playlist | --directory | --wait) ;;
+    --artist | --album | --genre | --composer | --playlist | --directory | --wait | --limit) ;;
     *)
       if [[ $cur == -* ]]; then
         _orvel_offer < <("${words[0]}" "${words[1]}" --help 2>/dev/null | grep -oE -- '^  (-[a-z],)?--?[a-z-]+' | grep -oE -- '--?[a-z-]+')
       elif [[ ${words[1]} == list ]]; then
         _orvel_offer < <(_orvel_kinds)
+      elif [[ ${words[1]} == cover ]]; then
+        _filedir
+      elif [[ ${words[1]} == forget ]]; then
+        _orvel_offer < <(_orvel_devices)
       elif [[ ${words[1]} == mtp ]]; then
         _orvel_offer <<<list
       elif [[ ${words[1]} == index ]]; then

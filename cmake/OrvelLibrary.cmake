@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MPL-2.0
 
-set(ORVEL_PARTS orvel_base orvel_text orvel_tags orvel_tag_parsing orvel_tag_isolation
+set(ORVEL_PARTS orvel_base orvel_text orvel_search orvel_tags orvel_tag_parsing orvel_tag_isolation
     orvel_worker_protocol orvel_isolation orvel_sqlite orvel_db
     orvel_playlists orvel_playlist_parsing orvel_playlist_isolation
     orvel_framework orvel_phones orvel_msd orvel_mtp orvel_covers orvel_orchestration orvel_qt)

@@ -59,6 +59,7 @@ bool DatabaseFile::run(const char* sql, std::initializer_list<std::string> param
 bool DatabaseFile::overwriteRow(const char* sql, std::initializer_list<std::string> parameters) {
   if (!isOpen()) return false;
   sqlstl::BusyHandler::remove(connection);
+  connection.emptyLogOnClose();
   // A power cut during the change can cost the database, which is a cache and then made again.
   const bool changed =
       exec(sql::kWriteInPlace) && run(sql, parameters) && connection.changes() == 1;
@@ -70,6 +71,7 @@ void DatabaseFile::checkpoint() {
   if (!isUsable()) return;
   const probes::Span span(probes::Checkpoint{file.c_str()});
   sqlstl::BusyHandler::remove(connection);
+  connection.emptyLogOnClose();
   const int result = sqlite3_wal_checkpoint_v2(connection.get(), nullptr,
                                                SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
   if (result == SQLITE_OK) return;

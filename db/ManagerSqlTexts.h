@@ -4,18 +4,21 @@
 /// and sets connections up. The stages' statements are in SqlTexts.h.
 namespace orvel::sql {
 
-inline constexpr char kBeginWrite[] = "BEGIN IMMEDIATE;";
+/// In WAL mode commits keep their order without a flush for each; the one at the end of a request
+/// makes them durable.
+inline constexpr char kBeginWrite[] = "PRAGMA synchronous=NORMAL; BEGIN IMMEDIATE;";
 inline constexpr char kCommit[] = "COMMIT;";
 inline constexpr char kRollBack[] = "ROLLBACK;";
 
-/// For a stage's connection. In WAL mode commits keep their order without a flush for each. Several
-/// stages have a connection each: half of the default cache, in KiB, costs no time.
+/// For a stage's connection. Several stages have a connection each: half of the default cache, in
+/// KiB, costs no time.
 inline constexpr char kTuneStage[] = "PRAGMA synchronous=NORMAL; PRAGMA cache_size=-1000;";
 
 /// Before the first table. `auto_vacuum` lets `kFreePages` give space back to the file system. WAL
 /// lets hosts read while the indexer writes. Pages larger than SQLite's default halve the number of
-/// system calls.
+/// system calls. Until the schema is there, a power cut can only cost an empty file: no flushes.
 inline constexpr char kPrepareFile[] =
+    "PRAGMA synchronous=OFF;"
     "PRAGMA page_size=8192; PRAGMA auto_vacuum=INCREMENTAL; PRAGMA journal_mode=WAL;";
 
 /// The schema, which the file is compared with each time it is opened for a request, but for
@@ -122,11 +125,18 @@ inline constexpr char kSchemaDefinition[] =
 /// One row, "ok" or the first damage found.
 inline constexpr char kCheckIntegrity[] = "PRAGMA integrity_check(1);";
 
-/// Enters partition ?1 with mount point ?2; ?3 is 1 when a new generation begins, else 0.
+/// Changes, for the connection that asks, with each commit of another one.
+inline constexpr char kDataVersion[] = "PRAGMA data_version;";
+
+/// Enters partition ?1 with mount point ?2; ?3 is 1 when a new generation begins, else 0. Only the
+/// order of generations counts: writes nothing when the partition is newer than every other one
+/// already, or as new where no generation begins.
 inline constexpr char kEnterPartition[] =
     "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, GENERATION) VALUES (?1, ?2,"
     " (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS) + ?3)"
-    " ON CONFLICT(PARTITION_ID) DO UPDATE SET GENERATION = excluded.GENERATION;";
+    " ON CONFLICT(PARTITION_ID) DO UPDATE SET GENERATION = excluded.GENERATION"
+    " WHERE EXISTS (SELECT 1 FROM PARTITIONS AS OTHER WHERE OTHER.PARTITION_ID <> ?1"
+    " AND OTHER.GENERATION + ?3 > PARTITIONS.GENERATION);";
 
 /// Makes the next request read the playlists of an unfinished partition again: their entries were
 /// cleaned up while songs were missing.
@@ -135,12 +145,6 @@ inline constexpr char kForgetPlaylists[] =
     " (SELECT 1 FROM PARTITIONS WHERE PARTITION_ID = ?1 AND STATUS = 'PROGRESS');";
 
 inline constexpr char kSelectStatus[] = "SELECT STATUS FROM PARTITIONS WHERE PARTITION_ID = ?;";
-
-/// Stores status ?3 of partition ?1 with mount point ?2, in the current generation where it is new.
-inline constexpr char kUpsertStatus[] =
-    "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
-    " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
-    " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;";
 
 /// Needs no new page.
 inline constexpr char kUpdateStatus[] =
@@ -157,14 +161,15 @@ inline constexpr char kSelectOlderPartitions[] =
     "SELECT MOUNTPOINT FROM PARTITIONS WHERE MOUNTPOINT <> ?1"
     " AND GENERATION < (SELECT MAX(GENERATION) FROM PARTITIONS);";
 
-/// Everything that belongs to one partition, table by table.
-inline constexpr const char* kDeletePartition[] = {
+/// Everything that belongs to one partition, table by table, but the partition itself.
+inline constexpr const char* kEmptyPartition[] = {
     "DELETE FROM SONGS WHERE PARTITION_ID = ?;",
     "DELETE FROM PLAYLISTS WHERE PARTITION_ID = ?;",
     "DELETE FROM DIRECTORIES WHERE PARTITION_ID = ?;",
-    "DELETE FROM PARTITIONS WHERE PARTITION_ID = ?;",
     kDeleteUndelivered,
 };
+
+inline constexpr char kDeletePartition[] = "DELETE FROM PARTITIONS WHERE PARTITION_ID = ?;";
 
 /// Keeps the partitions themselves, without a status.
 inline constexpr char kDeleteAll[] =

@@ -31,7 +31,9 @@ std::string PartitionTable::status(const std::string& mountPoint) {
 }
 
 bool PartitionTable::setStatus(const std::string& mountPoint, const std::string& status) {
-  return database.run(sql::kUpsertStatus, {idOf(mountPoint), mountPoint, status});
+  return database.transact([&] {
+    return database.run(sql::kUpsertStatus, {idOf(mountPoint), mountPoint, status});
+  });
 }
 
 bool PartitionTable::overwriteStatus(const std::string& mountPoint, const std::string& status) {
@@ -61,11 +63,15 @@ std::optional<std::vector<std::string>> PartitionTable::olderThanCurrent(
 
 bool PartitionTable::remove(const std::string& mountPoint) {
   const std::string id = idOf(mountPoint);
-  const bool removed = database.transact([&] {
-    return std::all_of(std::begin(sql::kDeletePartition), std::end(sql::kDeletePartition),
-                       [&](const char* deletion) { return database.run(deletion, {id}); });
+  // Its status tells of a clean-up that is due until the last step, also after a kill.
+  const bool emptied = database.transact([&] {
+    return std::all_of(std::begin(sql::kEmptyPartition), std::end(sql::kEmptyPartition),
+                       [&](const char* deletion) { return database.run(deletion, {id}); }) &&
+           database.run(sql::kUpsertStatus, {id, mountPoint, "PROGRESS"});
   });
-  return removed && database.exec(sql::kCleanNames);
+  return emptied && database.execTransaction(sql::kCleanNames) &&
+         database.execTransaction(sql::kClearPlaylists) &&
+         database.transact([&] { return database.run(sql::kDeletePartition, {id}); });
 }
 
 }  // namespace orvel

@@ -36,7 +36,8 @@ class PartitionTable {
   /// The other partitions that are older than the current generation; nothing on failure.
   [[nodiscard]] std::optional<std::vector<std::string>> olderThanCurrent(
       const std::string& mountPoint);
-  /// Deletes every row of the partition, and then the names that no song uses any more.
+  /// Deletes every row of the partition, the names that no song uses any more, and the playlist
+  /// entries whose song is gone.
   bool remove(const std::string& mountPoint);
 
  private:

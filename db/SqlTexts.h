@@ -114,7 +114,7 @@ inline constexpr char kCleanNames[] =
 
 /// Deletes the details of songs that others have replaced.
 inline constexpr char kCleanDetails[] =
-    "DELETE FROM SONGDETAILS WHERE ID NOT IN (SELECT ID FROM SONGS);";
+    "BEGIN;DELETE FROM SONGDETAILS WHERE ID NOT IN (SELECT ID FROM SONGS);COMMIT;";
 
 /// One directory.
 inline constexpr char kInsertDirectory[] =
@@ -142,9 +142,15 @@ inline constexpr char kSelectSongs[] =
 /// Songs of an MTP device.
 inline constexpr char kSelectAllSongs[] = "SELECT ID, LASTMODIFIED, PATH FROM SONGS;";
 
-/// In the transaction that deletes the rows of files to be read again.
-inline constexpr char kMarkInProgress[] =
-    "UPDATE PARTITIONS SET STATUS = 'PROGRESS' WHERE PARTITION_ID = ?;";
+/// Stores status ?3 of partition ?1 with mount point ?2, in the current generation where it is new.
+inline constexpr char kUpsertStatus[] =
+    "INSERT INTO PARTITIONS (PARTITION_ID, MOUNTPOINT, STATUS, GENERATION)"
+    " VALUES (?1, ?2, ?3, (SELECT COALESCE(MAX(GENERATION), 0) FROM PARTITIONS))"
+    " ON CONFLICT(PARTITION_ID) DO UPDATE SET STATUS = excluded.STATUS;";
+
+/// 1 when there are partitions and all have the status "OK", else 0.
+inline constexpr char kSelectAllComplete[] =
+    "SELECT COALESCE(MIN(STATUS = 'OK'), 0) FROM PARTITIONS;";
 
 /// By row id.
 inline constexpr char kDeleteSong[] = "DELETE FROM SONGS WHERE ID = ?;";

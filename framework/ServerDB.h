@@ -20,8 +20,7 @@ class ServerDB : public Server<TIN, TOUT> {
  public:
   using Server<TIN, TOUT>::Server;
 
-  /// Closes the connections on the stage's own thread: the last one to close writes the log into
-  /// the database.
+  /// Closes the connections on the stage's own thread.
   void runLoop() override {
     Server<TIN, TOUT>::runLoop();
     close();

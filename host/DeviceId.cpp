@@ -8,6 +8,9 @@
 #include <system_error>
 #include <vector>
 
+#include "base/Utf8.h"
+#include "hotplug/DeviceText.h"
+#include "hotplug/MediaPolicy.h"
 #include "hotplug/MountTable.h"
 #include "hotplug/isPlainUuid.h"
 
@@ -34,6 +37,24 @@ dev_t numberOf(const std::string& node) {
   return stat(node.c_str(), &status) == 0 ? status.st_rdev : 0;
 }
 
+/// The names of the links in `folder` to a device, as udev escapes them.
+std::vector<std::string> linksTo(dev_t device, const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code ignored;
+  for (const fs::directory_entry& link : fs::directory_iterator(folder, ignored)) {
+    if (numberOf(link.path().string()) == device) names.push_back(link.path().filename().string());
+  }
+  return names;
+}
+
+std::string labelOf(const hotplug::Mount& mount, const MountFiles& files) {
+  for (const std::string& name : linksTo(mount.device, files.labelLinks)) {
+    const std::string label = hotplug::shownText(hotplug::unescapedProperty(name));
+    if (!label.empty()) return label;
+  }
+  return hotplug::shownText(fs::path(mount.mountPoint).filename().string());
+}
+
 }  // namespace
 
 std::string defaultDeviceId(const std::string& folder, const MountFiles& files) {
@@ -41,11 +62,21 @@ std::string defaultDeviceId(const std::string& folder, const MountFiles& files) 
   const fs::path resolved = fs::canonical(folder, ignored);
   const dev_t device = mountedDevice(resolved.string(), files.mountInfo);
   if (device == 0) return folder;
-  for (const fs::directory_entry& link : fs::directory_iterator(files.uuidLinks, ignored)) {
-    std::string uuid = link.path().filename().string();
-    if (numberOf(link.path().string()) == device && hotplug::isPlainUuid(uuid)) return uuid;
+  for (const std::string& uuid : linksTo(device, files.uuidLinks)) {
+    if (hotplug::isPlainUuid(uuid)) return uuid;
   }
   return folder;
+}
+
+std::vector<MountedMedium> mountedMedia(const MountFiles& files) {
+  std::vector<MountedMedium> media;
+  for (const hotplug::Mount& mount :
+       hotplug::MediaPolicy().select(hotplug::readMountTable(files.mountInfo))) {
+    if (!utf8::isValid(mount.mountPoint)) continue;
+    media.push_back(
+        {defaultDeviceId(mount.mountPoint, files), labelOf(mount, files), mount.mountPoint});
+  }
+  return media;
 }
 
 }  // namespace orvel::host

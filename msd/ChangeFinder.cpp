@@ -21,6 +21,7 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
   const std::size_t files = block->items.size();
   OV_INFO("ChangeFinder for: %u (op: %d)", static_cast<unsigned>(files), operation.id);
   auto toAdd = boost::make_shared<Block<FileInfo*>>(operation);
+  bool isMarked = false;
   open(operation.deviceId);
   {
     const ClosingScope closing(*this);
@@ -30,15 +31,23 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
       leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
     count(files, toAdd->items.size(), finder.vanished());
-  }
-  if (!toAdd->items.empty()) {
-    if (!DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint,
-                                              "PROGRESS")) {
-      leaveUndone(toAdd->operation, LeftUndone::RowsLost);
+    if (finder.foundChanges()) {
+      progress->musicChanged = true;
+      whenMusicChanges();
     }
-    signalContentModified(operation);
+    isMarked = finder.marked();
   }
+  if (!isMarked && !markInProgress(operation)) {
+    // Nothing may be stored below the status "OK".
+    return boost::make_shared<Block<FileInfo*>>(toAdd->operation);
+  }
+  if (!toAdd->items.empty()) signalContentModified(operation);
   return toAdd;
+}
+
+/// For a full disk: the manager may still find a way.
+bool ChangeFinder::markInProgress(const Operation& operation) {
+  return DatabaseMgr::instance().insertStatus(operation.deviceId, operation.mountPoint, "PROGRESS");
 }
 
 std::string ChangeFinder::selectFor(const std::string& mountPoint) const {

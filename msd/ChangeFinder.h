@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "db/FileInfo.h"
@@ -22,8 +23,12 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
+  /// Called on the stage's thread when it has found a change; set before `launch`.
+  std::function<void()> whenMusicChanges = [] {};
+
  private:
   [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;
+  [[nodiscard]] static bool markInProgress(const Operation& operation);
   void count(std::size_t files, std::size_t added, unsigned vanished);
 
   const Content content;

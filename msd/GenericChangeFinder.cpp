@@ -161,21 +161,28 @@ std::vector<DbObject> GenericChangeFinder::readRows(const std::string& selectSql
 void GenericChangeFinder::deleteRows(const std::string& deleteSql,
                                      const std::vector<const DbObject*>& stale,
                                      const Block<FileInfo*>& toAdd) {
+  differs = !stale.empty() || !toAdd.items.empty();
+  if (!differs) return;
   Transaction transaction(out);
-  // Together with the deletions: status "OK" must not outlive rows that the new files replace.
-  const bool marked =
-      stale.empty() || toAdd.items.empty() || markInProgress(toAdd.operation.mountPoint);
+  // Together with the deletions: "OK" promises that no row is missing and no clean-up due.
+  isMarked = markInProgress(toAdd.operation.mountPoint);
+  if (!isMarked) {
+    transaction.rollBack();
+    allDeleted = false;
+    return;
+  }
   out.query(deleteSql.c_str());
   for (const DbObject* row : stale) out << row->id << sqlstl::step;
   const bool allStepped = out.good();
   out.finalize();
-  allDeleted = transaction.end() && marked && (allStepped || stale.empty());
+  isMarked = transaction.end();
+  allDeleted = isMarked && (allStepped || stale.empty());
 }
 
 bool GenericChangeFinder::markInProgress(const std::string& mountPoint) {
   const Md5 partition(Md5Kind::Directory, mountPoint);
-  out.query(sql::kMarkInProgress);
-  out << partition.text() << sqlstl::step;
+  out.query(sql::kUpsertStatus);
+  out << partition.text() << mountPoint << "PROGRESS" << sqlstl::step;
   return out.good();
 }
 

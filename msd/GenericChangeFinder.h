@@ -36,8 +36,8 @@ class GenericChangeFinder {
 
   /// Moves every new file from `found` to `toAdd`, sorted, and deletes every stale row, all in one
   /// transaction. A file is new when no row has its path and modification time; a row is stale when
-  /// no file has. If both exist, the transaction also sets the partition's status to "PROGRESS".
-  /// Logs SQL failures; a row that cannot be read makes its file look new.
+  /// no file has. If there is either, the transaction also sets the partition's status to
+  /// "PROGRESS". Logs SQL failures; a row that cannot be read makes its file look new.
   /// @param selectSql  reads id, modification time and path of each row
   /// @param deleteSql  deletes the row of one id
   /// @return the number of new files
@@ -49,6 +49,10 @@ class GenericChangeFinder {
   [[nodiscard]] unsigned vanished() const { return vanishedRows; }
   /// True when the last call read every row.
   [[nodiscard]] bool sawAllRows() const { return allRead; }
+  /// True when the last call found a new file or a stale row.
+  [[nodiscard]] bool foundChanges() const { return differs; }
+  /// True when the status "PROGRESS" is committed, or nothing was found.
+  [[nodiscard]] bool marked() const { return isMarked; }
   /// True when every deletion of the last call is committed.
   [[nodiscard]] bool committed() const { return allDeleted; }
 
@@ -63,6 +67,8 @@ class GenericChangeFinder {
   sqlstl::basic_sqlistream<char>& in;
   unsigned vanishedRows = 0;
   bool allRead = true;
+  bool differs = false;
+  bool isMarked = true;
   bool allDeleted = true;
 };
 

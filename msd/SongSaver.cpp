@@ -8,6 +8,7 @@
 #include "base/Timer.h"
 #include "db/SqlTexts.h"
 #include "db/Transaction.h"
+#include "db/cleanUp.h"
 
 namespace orvel {
 
@@ -165,12 +166,11 @@ bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dime
 
 SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
-  out.clear();
-  out.exec(sql::kCleanNames);
-  out.exec(sql::kCleanDetails);
-  const bool settled = Transaction::settle(out);
+  const bool hasChangedRows = progress->musicChanged;
+  const bool isClean = cleanUp(out, sql::kCleanNames, hasChangedRows) &&
+                       cleanUp(out, sql::kCleanDetails, hasChangedRows);
   auto result = boost::make_shared<Block<void>>(operation);
-  if (!settled || !out.good()) leaveUndone(result->operation, LeftUndone::RowsLost);
+  if (!isClean) leaveUndone(result->operation, LeftUndone::RowsLost);
   OV_INFO("SongSaver close db");
   close();
   return result;

@@ -8,7 +8,7 @@
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"
 #include "db/SqlTexts.h"
-#include "db/Transaction.h"
+#include "db/cleanUp.h"
 
 namespace orvel {
 
@@ -19,7 +19,11 @@ constexpr int kTerminalStages = 3;
 
 SongDirectoryPipeline::SongDirectoryPipeline(const char* pipelineName, Orvel* owner,
                                              OperationType kind)
-    : Pipeline(pipelineName), type(kind), controller(owner) {
+    : Pipeline(pipelineName),
+      type(kind),
+      controller(owner),
+      check(static_cast<DatabaseCheck*>(
+          stages.emplace_back(std::make_unique<DatabaseCheck>()).get())) {
   operation.startTime = Timer::now();
   if (owner != nullptr) listener = owner->listener;
 }
@@ -42,6 +46,8 @@ void SongDirectoryPipeline::enqueueNewOperation(OrvelOperation& request, bool is
   if (databases.getStatus(request.deviceId, request.mountPoint) == "OK") {
     progress->databaseExisted = true;
     listener->databaseExists(request.deviceId, request.mountPoint);
+    check->prepare(databases.getDbNameFromDevId(request.deviceId));
+    if (running()) check->start();
   }
   enqueueOperation(request);
 }
@@ -101,8 +107,9 @@ void SongDirectoryPipeline::removeOrphanedEntries() {
   OV_INFO("Clear Playlists");
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
-  out.exec(sql::kClearPlaylists);
-  if (!Transaction::settle(out) || !out.good()) leaveUndone(LeftUndone::RowsLost);
+  if (!cleanUp(out, sql::kClearPlaylists, progress->musicChanged)) {
+    leaveUndone(LeftUndone::RowsLost);
+  }
   out.close();
 }
 
@@ -117,7 +124,8 @@ void SongDirectoryPipeline::concludeStatus() {
           Timer::milliseconds(operation.startTime, operation.endTime));
   DatabaseMgr& databases = DatabaseMgr::instance();
   rememberFailures(!operation.skipped);
-  const bool isSound = operation.skipped || databases.verify(operation.deviceId);
+  const bool isConfirmed = check->confirms();
+  const bool isSound = operation.skipped || isConfirmed || databases.verify(operation.deviceId);
   if (databases.isCondemned(operation.deviceId)) {
     leaveUndone(LeftUndone::DatabaseDamaged);
   } else if (!isSound) {

@@ -15,6 +15,7 @@
 #include "msd/Normalizer.h"
 #include "msd/PlaylistSaver.h"
 #include "msd/SongSaver.h"
+#include "orchestration/DatabaseCheck.h"
 #include "orchestration/Pipeline.h"
 
 namespace orvel {
@@ -56,6 +57,7 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
     crawler->playlistSink = playlistFinder.get();
     crawler->directorySink = directorySaver.get();
     directorySaver->sink = this;
+    songFinder->whenMusicChanges = playlistFinder->whenMusicChanges = [this] { check->stop(); };
     addBranch(std::move(songFinder), std::make_unique<Normalizer>("Normalizer"),
               std::move(songMiner), std::make_unique<SongSaver>("SongSaver"));
     addBranch(std::move(playlistFinder), std::move(playlistMiner),
@@ -105,6 +107,7 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   }
 
   std::optional<DatabaseMgr::Lease> lease;
+  DatabaseCheck* const check;  ///< owned by the stage list
 };
 
 }  // namespace orvel

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "text/PrintableDigit.h"
 #include "text/letterCase.h"
 
 namespace orvel {
@@ -42,10 +41,6 @@ std::uint8_t AlphabetModel::symbol(char32_t character) const {
     return FixedSymbols + (latin ? 26 : 1) + (found - letters.begin());
   if (isTypographic(c)) return Typographic;
   return isOddMark(c) ? Odd : Foreign;
-}
-
-unsigned AlphabetModel::cost(std::uint8_t first, std::uint8_t second) const {
-  return printableDigit(costs[first * size() + second]);
 }
 
 }  // namespace orvel

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "text/PrintableDigit.h"
+
 namespace orvel {
 
 /// The probabilities of letter pairs in the texts of one language with an alphabetic script.
@@ -24,14 +26,16 @@ struct AlphabetModel {
 
   /// The cost of `second` after `first`: the negative logarithm of its probability in sixths of a
   /// nat.
-  unsigned cost(std::uint8_t first, std::uint8_t second) const;
+  unsigned cost(std::uint8_t first, std::uint8_t second) const {
+    return printableDigit(costs[first * size() + second]);
+  }
 };
 
 // clang-format off
 extern const AlphabetModel enModel, deModel, frModel, esModel, itModel, ptModel, caModel, nlModel,
-    svModel, noModel, fiModel, isModel, xxModel, plModel, csModel, huModel, roModel, hrModel,
-    trModel, ltModel, lvModel, viModel, ruModel, ukModel, bgModel, elModel, arModel, heModel,
-    thModel;
+    svModel, noModel, fiModel, isModel, gaModel, sqModel, xxModel, plModel, csModel, skModel, huModel, roModel,
+    hrModel, trModel, ltModel, lvModel, etModel, viModel, ruModel, ukModel, beModel, bgModel, srModel,
+    elModel, arModel, faModel, heModel, thModel;
 // clang-format on
 
 }  // namespace orvel

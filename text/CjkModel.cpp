@@ -17,7 +17,8 @@ CjkModel::Class CjkModel::classOf(char32_t c) {
   if (c < 0x80) return within('a', 'z') || within('A', 'Z') ? Letter : Ascii;
   if (within(0x3041, 0x309E)) return Hiragana;
   if (within(0x30A1, 0x30FE)) return Katakana;
-  if (within(0x4E00, 0x9FFF) || within(0xF900, 0xFAFF) || c == 0x3005) return Han;
+  if (within(0x3400, 0x9FFF) || within(0x20000, 0x2FFFF) || within(0xF900, 0xFAFF) || c == 0x3005)
+    return Han;
   if (within(0xAC00, 0xD7A3)) return Hangul;
   if (within(0xFF61, 0xFF9F)) return HalfWidth;
   const bool common = within(0x3000, 0x3020) || within(0xFF01, 0xFF5E) || within(0x2010, 0x2026);

@@ -51,10 +51,11 @@ std::string singleByteToUtf8(Encoding encoding, std::string_view bytes) {
 }  // namespace
 
 std::u16string_view upperHalf(Encoding encoding) {
-  static const std::array tables{&cp1250Table,    &cp1251Table,   &cp1252Table, &cp1253Table,
-                                 &cp1254Table,    &cp1255Table,   &cp1256Table, &cp1257Table,
-                                 &cp1258Table,    &cp874Table,    &koi8uTable,  &iso88592Table,
-                                 &iso885915Table, &iso885916Table};
+  static const std::array tables{&cp1250Table,    &cp1251Table,     &cp1252Table,   &cp1253Table,
+                                 &cp1254Table,    &cp1255Table,     &cp1256Table,   &cp1257Table,
+                                 &cp1258Table,    &cp874Table,      &koi8uTable,    &iso88592Table,
+                                 &iso885915Table, &iso885916Table,  &iso88597Table, &iso88595Table,
+                                 &cp866Table,     &maccyrillicTable};
   assert(isSingleByte(encoding));
   return *tables[static_cast<std::size_t>(encoding)];
 }

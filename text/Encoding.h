@@ -23,9 +23,13 @@ enum class Encoding : std::uint8_t {
   Iso8859_2,
   Iso8859_15,
   Iso8859_16,
+  Iso8859_7,
+  Iso8859_5,
+  Ibm866,
+  MacCyrillic,
   // Multi-byte encodings.
   Gb18030,
-  Big5,
+  Big5,  ///< code page 950 with the characters of Hong Kong
   ShiftJis,
   EucJp,
   EucKr,
@@ -33,7 +37,7 @@ enum class Encoding : std::uint8_t {
 };
 
 constexpr bool isSingleByte(Encoding encoding) {
-  return encoding <= Encoding::Iso8859_16;
+  return encoding <= Encoding::MacCyrillic;
 }
 
 /// The characters of the bytes 0x80 to 0xFF in an eight-bit encoding, U+FFFD for unassigned bytes.

@@ -3,8 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <bitset>
+#include <numeric>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "text/SingleByteReader.h"
 #include "text/TrackScore.h"
 #include "text/firstCharacter.h"
 
@@ -14,7 +19,8 @@ namespace {
 
 constexpr unsigned kNat = TrackScore::kNat;
 
-/// The margin by which an encoding must explain a track better than windows-1252, the commonest.
+/// The margin by which an encoding must explain a track better than windows-1252, the commonest, in
+/// the unit of TrackScore. Cross-validation chose these and the margins below.
 struct Priority {
   unsigned handicap = 0;
   Encoding encoding = Encoding::Windows1252;
@@ -23,25 +29,29 @@ struct Priority {
 
 constexpr Priority kPriorities[] = {
     {0, Encoding::Windows1252},
-    {2 * kNat, Encoding::Utf8},
-    {6 * kNat, Encoding::Gb18030},
-    {6 * kNat, Encoding::ShiftJis},
-    {6 * kNat, Encoding::EucKr},
-    {6 * kNat, Encoding::Big5},
-    {6 * kNat, Encoding::Windows1254},
-    {6 * kNat, Encoding::Windows1250},
-    {7 * kNat, Encoding::Windows1251},
-    {7 * kNat, Encoding::EucJp},
-    {8 * kNat, Encoding::Windows1256},
-    {8 * kNat, Encoding::Windows1253},
-    {8 * kNat, Encoding::Tis620},
-    {8 * kNat, Encoding::Windows1255},
-    {8 * kNat, Encoding::Koi8},
-    {8 * kNat, Encoding::Iso8859_2, Encoding::Windows1250},
-    {4 * kNat, Encoding::Iso8859_15, Encoding::Windows1252},
-    {9 * kNat, Encoding::Iso8859_16, Encoding::Windows1250},
-    {16 * kNat, Encoding::Windows1257},
-    {16 * kNat, Encoding::Windows1258},
+    {18, Encoding::Utf8},
+    {24, Encoding::Gb18030},
+    {36, Encoding::ShiftJis},
+    {36, Encoding::EucKr},
+    {42, Encoding::Big5},
+    {21, Encoding::Windows1254},
+    {28, Encoding::Windows1250},
+    {45, Encoding::Windows1251},
+    {41, Encoding::EucJp},
+    {39, Encoding::Windows1256},
+    {42, Encoding::Windows1253},
+    {48, Encoding::Tis620},
+    {51, Encoding::Windows1255},
+    {66, Encoding::Koi8},
+    {34, Encoding::Iso8859_2, Encoding::Windows1250},
+    {30, Encoding::Iso8859_15, Encoding::Windows1252},
+    {28, Encoding::Iso8859_16, Encoding::Windows1250},
+    {44, Encoding::Windows1257},
+    {84, Encoding::Windows1258},
+    {54, Encoding::Iso8859_7, Encoding::Windows1253},
+    {51, Encoding::Iso8859_5},
+    {60, Encoding::Ibm866},
+    {63, Encoding::MacCyrillic},
 };
 
 /// An encoding that a region moves up in the list.
@@ -52,6 +62,12 @@ struct RegionPriority {
 
 constexpr unsigned kRegionBonus = 4 * kNat;
 constexpr unsigned kUnicodeTagger = 12 * kNat;
+/// The margin by which another encoding than its track's must explain a text better.
+constexpr unsigned kOtherEncoding = 33;
+/// Further margins when the track has only one byte outside ASCII, however often. Most encodings of
+/// Latin script have a letter there. In an encoding of two bytes, it would be one character.
+constexpr unsigned kLoneLetter = 9;
+constexpr unsigned kLonePair = 12;
 
 constexpr RegionPriority kRegionPriorities[] = {
     {TextRegion::CentralEurope, Encoding::Windows1250},
@@ -73,75 +89,128 @@ constexpr RegionPriority kRegionPriorities[] = {
     {TextRegion::Korea, Encoding::EucKr},
 };
 
-unsigned handicap(const Priority& priority, bool unicodeSeen, TextRegion region) {
-  if (priority.encoding == Encoding::Windows1252) return 0;
-  const bool preferred = std::ranges::any_of(kRegionPriorities, [&](const RegionPriority& entry) {
-    return entry.region == region && entry.encoding == priority.encoding;
-  });
-  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap) : 0;
-  return priority.handicap - bonus + (unicodeSeen ? kUnicodeTagger : 0);
+/// The further margin of an encoding when the track has only one byte outside ASCII.
+unsigned loneByteMargin(Encoding encoding) {
+  if (encoding == Encoding::Utf8 || encoding == Encoding::Iso8859_15) return 0;
+  if (!isSingleByte(encoding)) return kLonePair;
+  return SingleByteReader::of(encoding).firstModel < kLatinModels ? kLoneLetter : 0;
 }
 
-/// How strongly a track's texts look like UTF-8.
-enum class Utf8Evidence { None, Possible, Certain };
+/// What is known about a track besides its bytes.
+struct Circumstances {
+  bool unicodeSeen;
+  bool loneByte;
+  TextRegion region;
+};
 
-/// Judges well-formed texts, whose ends may be cut off: a sequence of two bytes makes UTF-8
-/// possible; a longer one makes it certain, because it hardly occurs by chance.
-Utf8Evidence utf8Evidence(std::span<const std::string_view> texts) {
-  unsigned longest = 1;
+unsigned handicap(const Priority& priority, const Circumstances& track) {
+  if (priority.encoding == Encoding::Windows1252) return 0;
+  const bool preferred = std::ranges::any_of(kRegionPriorities, [&](const RegionPriority& entry) {
+    return entry.region == track.region && entry.encoding == priority.encoding;
+  });
+  const unsigned own = priority.handicap + (track.loneByte ? loneByteMargin(priority.encoding) : 0);
+  return own - (preferred ? std::min(kRegionBonus, own) : 0) +
+         (track.unicodeSeen ? kUnicodeTagger : 0);
+}
+
+/// True for well-formed UTF-8, whose end may be cut off.
+bool mayBeUtf8(std::span<const std::string_view> texts) {
   for (std::string_view text : texts) {
     while (!text.empty()) {
       const Decoded character = firstCharacter(Encoding::Utf8, text);
-      if (!character.valid && !character.cut) return Utf8Evidence::None;
-      if (character.valid) longest = std::max(longest, character.size);
+      if (!character.valid && !character.cut) return false;
       text.remove_prefix(character.size);
     }
   }
-  if (longest == 1) return Utf8Evidence::None;
-  return longest == 2 ? Utf8Evidence::Possible : Utf8Evidence::Certain;
+  return true;
 }
 
-using UpperBytes = std::bitset<128>;
-
-UpperBytes upperBytesOf(std::span<const std::string_view> texts) {
-  UpperBytes used;
+/// The different bytes outside ASCII of the texts.
+std::string upperBytesOf(std::span<const std::string_view> texts) {
+  std::bitset<256> seen;
+  std::string used;
   for (const std::string_view text : texts) {
-    for (const unsigned char byte : text) {
-      if (byte >= 0x80) used.set(byte - 0x80);
+    for (const char c : text) {
+      const auto byte = static_cast<unsigned char>(c);
+      if (byte < 0x80 || seen[byte]) continue;
+      seen.set(byte);
+      used += c;
     }
   }
   return used;
 }
 
-/// True when two eight-bit encodings assign the same characters to these bytes.
-bool alike(Encoding first, Encoding second, const UpperBytes& used) {
+/// True when two eight-bit encodings assign the same characters to these bytes outside ASCII.
+bool alike(Encoding first, Encoding second, std::string_view used) {
   const std::u16string_view a = upperHalf(first), b = upperHalf(second);
-  for (std::size_t i = 0; i < used.size(); ++i) {
-    if (used[i] && a[i] != b[i]) return false;
-  }
-  return true;
+  return std::ranges::all_of(used, [&](char c) {
+    const unsigned place = static_cast<unsigned char>(c) - 0x80U;
+    return a[place] == b[place];
+  });
 }
+
+using TextCosts = TrackScore::TextCosts;
+
+/// The encodings that a track may have, and what each costs.
+struct Candidate {
+  Encoding encoding;
+  unsigned handicap;
+  TrackScore::LanguageCosts costs;
+};
+
+/// A text's cheapest encoding.
+struct Elsewhere {
+  TextCosts costs;
+  TextEncodings encodings{};
+
+  Elsewhere() { costs.fill(TrackScore::kTooMuch); }
+
+  void add(const Candidate& candidate, unsigned extra) {
+    for (std::size_t i = 0; i < costs.size(); ++i) {
+      const unsigned cost = candidate.costs.ofTexts()[i] + candidate.handicap + extra;
+      if (cost >= costs[i]) continue;
+      costs[i] = cost;
+      encodings[i] = candidate.encoding;
+    }
+  }
+};
 
 }  // namespace
 
-Encoding guessEncoding(std::span<const std::string_view> texts, bool unicodeSeen,
-                       TextRegion region) {
-  const Utf8Evidence utf8 = utf8Evidence(texts);
-  if (utf8 == Utf8Evidence::Certain) return Encoding::Utf8;
+TextEncodings guessEncodings(std::span<const std::string_view> texts, bool unicodeSeen,
+                             TextRegion region) {
   const TrackScore score(texts);
-  const UpperBytes used = upperBytesOf(texts);
-  Encoding best = Encoding::Windows1252;
-  unsigned least = ~0U;
+  const std::string used = upperBytesOf(texts);
+  // A single letter is a letter of windows-1252 as well as of any other encoding.
+  if (texts.size() == 1 && texts[0].size() == 1) return {Encoding::Windows1252};
+  const Circumstances track{unicodeSeen, used.size() == 1, region};
+  std::vector<Candidate> candidates;
+  candidates.reserve(std::size(kPriorities));
+  Elsewhere elsewhere;
   for (const Priority& priority : kPriorities) {
-    if (priority.encoding == Encoding::Utf8 && utf8 == Utf8Evidence::None) continue;
     if (priority.like && alike(priority.encoding, *priority.like, used)) continue;
-    const unsigned start = handicap(priority, unicodeSeen, region);
-    if (start >= least) continue;
-    const unsigned cost = start + score.cost(priority.encoding, least - start);
-    if (cost < least) {
-      least = cost;
-      best = priority.encoding;
-    }
+    if (priority.encoding == Encoding::Utf8 && std::ranges::none_of(texts, [](const auto& text) {
+          return mayBeUtf8({&text, 1});
+        }))
+      continue;
+    const unsigned start = handicap(priority, track);
+    TextCosts limits = elsewhere.costs;
+    if (texts.size() == 1) limits[0] -= std::min(limits[0], start);
+    TrackScore::LanguageCosts costs = score.costs(priority.encoding, limits);
+    if (costs.empty()) continue;
+    candidates.push_back({priority.encoding, start, std::move(costs)});
+    elsewhere.add(candidates.back(), texts.size() > 1 ? kOtherEncoding : 0);
+  }
+  TextEncodings best{};
+  unsigned least = ~0U;
+  for (const Candidate& candidate : candidates) {
+    const TextCosts costs = candidate.costs.together(elsewhere.costs, texts.size());
+    const unsigned sum =
+        std::accumulate(costs.begin(), costs.begin() + texts.size(), candidate.handicap);
+    if (sum >= least) continue;
+    least = sum;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+      best[i] = costs[i] < elsewhere.costs[i] ? candidate.encoding : elsewhere.encodings[i];
   }
   return best;
 }

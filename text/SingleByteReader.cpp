@@ -2,15 +2,17 @@
 
 #include <cassert>
 
+#include "text/letterCase.h"
+
 namespace orvel {
 
 namespace {
 
-constexpr std::array<const AlphabetModel*, 29> kModels{
-    &enModel, &deModel, &frModel, &esModel, &itModel, &ptModel, &caModel, &nlModel,
-    &svModel, &noModel, &fiModel, &isModel, &xxModel, &plModel, &csModel, &huModel,
-    &roModel, &hrModel, &trModel, &ltModel, &lvModel, &viModel, &ruModel, &ukModel,
-    &bgModel, &elModel, &arModel, &heModel, &thModel};
+constexpr std::array<const AlphabetModel*, 36> kModels{
+    &enModel, &deModel, &frModel, &esModel, &itModel, &ptModel, &caModel, &nlModel, &svModel,
+    &noModel, &fiModel, &isModel, &gaModel, &sqModel, &xxModel, &etModel, &ltModel, &lvModel,
+    &plModel, &csModel, &skModel, &huModel, &roModel, &hrModel, &trModel, &viModel, &ruModel,
+    &ukModel, &beModel, &bgModel, &srModel, &elModel, &arModel, &faModel, &heModel, &thModel};
 
 /// The range of an encoding's languages among the models.
 struct Languages {
@@ -19,11 +21,36 @@ struct Languages {
 };
 
 constexpr Languages kLanguages[] = {
-    {Encoding::Windows1250, 13, 5}, {Encoding::Windows1251, 22, 3}, {Encoding::Windows1252, 0, 13},
-    {Encoding::Windows1253, 25, 1}, {Encoding::Windows1254, 18, 1}, {Encoding::Windows1255, 27, 1},
-    {Encoding::Windows1256, 26, 1}, {Encoding::Windows1257, 19, 2}, {Encoding::Windows1258, 21, 1},
-    {Encoding::Tis620, 28, 1},      {Encoding::Koi8, 22, 2},        {Encoding::Iso8859_2, 13, 5},
-    {Encoding::Iso8859_15, 0, 13},  {Encoding::Iso8859_16, 13, 5}};
+    {Encoding::Windows1250, 18, 6}, {Encoding::Windows1251, 26, 5}, {Encoding::Windows1252, 0, 16},
+    {Encoding::Windows1253, 31, 1}, {Encoding::Windows1254, 24, 1}, {Encoding::Windows1255, 34, 1},
+    {Encoding::Windows1256, 32, 2}, {Encoding::Windows1257, 15, 3}, {Encoding::Windows1258, 25, 1},
+    {Encoding::Tis620, 35, 1},      {Encoding::Koi8, 26, 4},        {Encoding::Iso8859_2, 18, 6},
+    {Encoding::Iso8859_15, 0, 16},  {Encoding::Iso8859_16, 22, 1},  {Encoding::Iso8859_7, 31, 1},
+    {Encoding::Iso8859_5, 26, 5},   {Encoding::Ibm866, 26, 4},      {Encoding::MacCyrillic, 26, 5}};
+
+/// Signs that stand alone, before a digit, or after a word, but not before a letter.
+bool isSign(char32_t c) {
+  constexpr std::u32string_view kSigns =
+      U"\u00A2\u00A3\u00A4\u00A5\u00A6\u00A7\u00A8\u00A9\u00AC\u00AE\u00AF\u00B1\u00B2\u00B3\u00B6"
+      U"\u00B8"
+      U"\u00B9\u00BC\u00BD\u00BE\u02C7\u02D8\u02D9\u02DB\u02DD";
+  return kSigns.find(c) != std::u32string_view::npos;
+}
+
+SingleByteReader::Shape shapeOf(char32_t code, bool latin, const AlphabetModel& model) {
+  using enum SingleByteReader::Shape;
+  if ((code >= 0x80 && code < 0xA0) || code == 0xFFFD) return Meaningless;
+  if (latin && isSign(code)) return Sign;
+  const bool other = !latin && code >= 0x80;
+  switch (letterCase(code)) {
+    case LetterCase::Lower:
+      return other ? OtherLower : LatinLower;
+    case LetterCase::Upper:
+      return other ? OtherUpper : LatinUpper;
+    default:
+      return other && model.symbol(code) >= AlphabetModel::Foreign ? OtherUncased : NoLetter;
+  }
+}
 
 SingleByteReader makeReader(const Languages& range) {
   SingleByteReader reader;
@@ -31,12 +58,10 @@ SingleByteReader makeReader(const Languages& range) {
   const auto code = [&](unsigned byte) -> char32_t {
     return byte < 0x80 ? byte : upper[byte - 0x80];
   };
-  for (unsigned byte = 0; byte < 256; ++byte) {
-    reader.cases[byte] = letterCase(code(byte));
-    const bool control = code(byte) >= 0x80 && code(byte) < 0xA0;
-    reader.meaningless[byte] = control || code(byte) == 0xFFFD;
-  }
   reader.firstModel = range.first;
+  const bool latin = range.first < kLatinModels;
+  for (unsigned byte = 0; byte < 256; ++byte)
+    reader.shapes[byte] = shapeOf(code(byte), latin, *alphabetModels()[range.first]);
   for (const AlphabetModel* model : alphabetModels().subspan(range.first, range.count)) {
     SingleByteReader::Symbols& symbols = reader.symbols.emplace_back();
     for (unsigned byte = 0; byte < 256; ++byte) symbols[byte] = model->symbol(code(byte));

@@ -6,12 +6,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/Utf8.h"
 #include "text/EncodingGuess.h"
 #include "text/TextRegion.h"
+#include "text/evidentUtf8.h"
+#include "text/repeatedUtf8.h"
+#include "text/sevenBitText.h"
+#include "text/unmarkedUtf16.h"
 
 namespace orvel {
 
@@ -42,11 +47,8 @@ bool isAscii(std::string_view bytes) {
   return std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-bool isUtf8(std::string_view bytes) {
-  while (!bytes.empty()) {
-    if (!utf8::take(bytes).valid) return false;
-  }
-  return true;
+bool isPrintableAscii(std::string_view bytes) {
+  return std::ranges::all_of(bytes, [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 
 bool claimsUtf8(const TrackText& text) {
@@ -59,39 +61,66 @@ constexpr TrackText TrackRecord::*kFields[] = {&TrackRecord::title, &TrackRecord
 
 std::atomic<TextRegion> currentRegion{TextRegion::Neutral};
 
-/// Guesses the encoding of the texts that are neither Unicode nor ASCII.
-Encoding encodingOf(const TrackRecord& track) {
-  std::array<std::string_view, std::size(kFields)> open;
-  std::size_t count = 0;
-  bool unicodeSeen = false;
+/// The byte order of the texts in UTF-16 without a mark, if the track has any.
+std::optional<ByteOrder> utf16Order(const TrackRecord& track) {
   for (const auto field : kFields) {
-    const TrackText& text = track.*field;
-    if (claimsUtf8(text)) {
-      unicodeSeen = unicodeSeen || text.length > 0;
-    } else if (!isAscii(bytesOf(text))) {
-      open[count++] = bytesOf(text);
-    }
+    if (claimsUtf8(track.*field)) continue;
+    if (const auto order = unmarkedUtf16(bytesOf(track.*field))) return order;
   }
-  if (count == 0) return Encoding::Windows1252;
-  return guessEncoding({open.data(), count}, unicodeSeen, currentRegion);
+  return std::nullopt;
 }
 
-/// Converts a text of a track in `encoding` to UTF-8. In a Western track, a single text may still
-/// be UTF-8.
-std::string converted(const TrackText& text, Encoding encoding) {
+/// The text in UTF-8 when its bytes show its encoding; nothing when it is left to the guess.
+std::optional<std::string> plainlyEncoded(const TrackText& text, std::optional<ByteOrder> utf16) {
   const std::string_view bytes = bytesOf(text);
-  if (claimsUtf8(text)) encoding = Encoding::Utf8;
-  const bool mayBeUtf8 = encoding == Encoding::Utf8 || encoding == Encoding::Windows1252;
-  return mayBeUtf8 && isUtf8(bytes) ? std::string(bytes) : toUtf8(encoding, bytes);
+  if (claimsUtf8(text)) return toUtf8(Encoding::Utf8, bytes);
+  if (utf16 && !isPrintableAscii(bytes)) {
+    if (auto converted = utf16Text(bytes, *utf16)) return converted;
+  }
+  for (const auto rule : {sevenBitText, repeatedUtf8, evidentUtf8}) {
+    if (auto converted = rule(bytes)) return converted;
+  }
+  return isAscii(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
+}
+
+using ConvertedTexts = std::array<std::string, std::size(kFields)>;
+
+/// Converts the texts of a track to UTF-8: first those whose encoding is plain, then the others.
+ConvertedTexts converted(const TrackRecord& track) {
+  ConvertedTexts texts;
+  std::array<std::string_view, std::size(kFields)> open;
+  std::array<std::size_t, std::size(kFields)> places{};
+  std::size_t count = 0;
+  bool unicodeSeen = false;
+  const std::optional<ByteOrder> utf16 = utf16Order(track);
+  for (std::size_t i = 0; i < std::size(kFields); ++i) {
+    const TrackText& text = track.*kFields[i];
+    if (auto plain = plainlyEncoded(text, utf16)) {
+      texts[i] = std::move(*plain);
+    } else {
+      places[count] = i;
+      open[count++] = bytesOf(text);
+    }
+    unicodeSeen = unicodeSeen || (claimsUtf8(text) && text.length > 0);
+  }
+  if (count > 0) {
+    const TextEncodings found = guessEncodings({open.data(), count}, unicodeSeen, currentRegion);
+    for (std::size_t i = 0; i < count; ++i) {
+      const bool utf8 = found[i] == Encoding::Windows1252 && utf8::isValid(open[i]);
+      texts[places[i]] = toUtf8(utf8 ? Encoding::Utf8 : found[i], open[i]);
+    }
+  }
+  return texts;
 }
 
 /// Returns false when memory runs out.
 bool convert(const TrackRecord& track, TrackRecord& result) {
-  const Encoding encoding = encodingOf(track);
-  return std::ranges::all_of(kFields, [&](const auto field) {
-    const TrackText& text = track.*field;
-    return text.bytes == nullptr || store(result.*field, converted(text, encoding), "UTF-8");
-  });
+  const ConvertedTexts texts = converted(track);
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    const bool absent = (track.*kFields[i]).bytes == nullptr;
+    if (!absent && !store(result.*kFields[i], texts[i], "UTF-8")) return false;
+  }
+  return true;
 }
 
 }  // namespace

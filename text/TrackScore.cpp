@@ -7,35 +7,91 @@
 #include "text/CjkModel.h"
 #include "text/SingleByteReader.h"
 #include "text/firstCharacter.h"
+#include "text/letterCase.h"
 
 namespace orvel {
 
 namespace {
 
-constexpr unsigned kNat = TrackScore::kNat;
-constexpr unsigned kMeaninglessByte = 16 * kNat;
-constexpr unsigned kCutCharacter = 3 * kNat;
-constexpr unsigned kOtherLanguage = 3 * kNat;  // for a text in another language than its track
+// Costs in the unit of TrackScore, sixths of a nat. Cross-validation chose them.
+constexpr unsigned kMeaninglessByte = 108;
+constexpr unsigned kCutCharacter = 18;
+constexpr unsigned kOtherLanguage = 36;  // for a text in another language than its track
+constexpr unsigned kFirstSmall = 7, kFirstCapital = 2;        // letters at the start of a word
+constexpr unsigned kSecondCapital = 19, kFurtherCapital = 0;  // of a word in capitals
+constexpr unsigned kCapitalInside = 36;                       // after a small letter
+constexpr unsigned kSignBeforeLetter = 18;
+constexpr unsigned kStrayLetter = 24;      // a letter of another script than Latin, alone
+constexpr unsigned kScriptChange = 12;     // between such a letter and a Latin one
+constexpr unsigned kInsideLatinWord = 24;  // an East Asian character between Latin letters
 constexpr std::size_t kDecisiveBytes = 2048;
 
 bool isAscii(unsigned char byte) {
   return byte < 0x80;
 }
 
-/// The cost of a letter's case after that of the character before it. A capital after a small
-/// letter reveals a wrong encoding: KOI8-R and windows-1251 have their cases the other way round.
-unsigned caseCost(LetterCase before, LetterCase letter) {
+/// The cost of a letter's case after those of the two characters before it. A capital after a small
+/// letter reveals a wrong encoding: KOI8-R and windows-1251 have their cases the other way round. A
+/// word in capitals costs as much whatever its length.
+unsigned caseCost(LetterCase beforeLast, LetterCase before, LetterCase letter) {
   if (letter == LetterCase::None) return 0;
-  if (letter == LetterCase::Lower) return before == LetterCase::None ? kNat : 0;
+  if (letter == LetterCase::Lower) return before == LetterCase::None ? kFirstSmall : 0;
   switch (before) {
     case LetterCase::None:
-      return kNat / 2;
+      return kFirstCapital;
     case LetterCase::Upper:
-      return 3 * kNat / 2;
+      return beforeLast == LetterCase::Upper ? kFurtherCapital : kSecondCapital;
     default:
-      return 6 * kNat;
+      return kCapitalInside;
   }
 }
+
+using Shape = SingleByteReader::Shape;
+
+LetterCase caseOf(unsigned shape) {
+  if (shape == Shape::LatinLower || shape == Shape::OtherLower) return LetterCase::Lower;
+  if (shape == Shape::LatinUpper || shape == Shape::OtherUpper) return LetterCase::Upper;
+  return LetterCase::None;
+}
+
+/// The cost of a sign before a letter, which in another encoding is a letter itself, and of a
+/// letter of another script than Latin that stands alone or beside a Latin letter. Signs of
+/// windows-1252 look like such letters: "n.\u00BA 7", "2 \u00D7 2".
+unsigned misplacementCost(unsigned before, unsigned letter, unsigned after) {
+  const auto isOther = [](unsigned shape) {
+    return shape >= Shape::OtherLower && shape <= Shape::OtherUncased;
+  };
+  const auto isLatin = [](unsigned shape) {
+    return shape == Shape::LatinLower || shape == Shape::LatinUpper;
+  };
+  if (letter == Shape::Sign && isLatin(after)) return kSignBeforeLetter;
+  if (!isOther(letter)) return 0;
+  const bool alone = !isOther(before) && !isOther(after);
+  return (alone ? kStrayLetter : 0) + (isLatin(before) ? kScriptChange : 0) +
+         (isLatin(after) ? kScriptChange : 0);
+}
+
+/// The costs of three characters' shapes in a row: of the case and the meaning of the last one and
+/// of the place of the middle one.
+class ShapeCosts {
+ public:
+  ShapeCosts() {
+    for (unsigned row = 0; row < costs.size(); ++row) {
+      const unsigned before = row / (Shape::Shapes * Shape::Shapes);
+      const unsigned first = row / Shape::Shapes % Shape::Shapes, second = row % Shape::Shapes;
+      costs[row] = caseCost(caseOf(before), caseOf(first), caseOf(second)) +
+                   misplacementCost(before, first, second) +
+                   (second == Shape::Meaningless ? kMeaninglessByte : 0);
+    }
+  }
+
+  unsigned of(Shape before, Shape first, Shape second) const {
+    return costs[(before * Shape::Shapes + first) * Shape::Shapes + second];
+  }
+
+ private:
+  std::array<unsigned, std::size_t{Shape::Shapes} * Shape::Shapes * Shape::Shapes> costs{};
+};
 
 /// The cost of bytes without a meaning. A character cut off at the end of a text costs less,
 /// because tags with fixed field sizes cut texts there; the shortest such field has 28 bytes.
@@ -60,54 +116,61 @@ const CjkModel& cjkModel(Encoding encoding) {
 
 }  // namespace
 
-/// The costs of the texts in several languages.
-class TrackScore::LanguageCosts {
- public:
-  explicit LanguageCosts(std::size_t textCount) : texts(textCount) { least.fill(~0U); }
+unsigned TrackScore::pairCosts(const AlphabetModel& language,
+                               const SingleByteReader::Symbols& symbols,
+                               std::span<const BytePair> pairs) {
+  unsigned sum = 0;
+  for (const BytePair& pair : pairs)
+    sum += language.cost(symbols[pair.first], symbols[pair.second]);
+  return sum;
+}
 
-  void add(const TextCosts& ofLanguage) {
-    for (std::size_t i = 0; i < texts; ++i) least[i] = std::min(least[i], ofLanguage[i]);
-    languages.push_back(ofLanguage);
-  }
+void TrackScore::LanguageCosts::add(const TextCosts& ofLanguage) {
+  for (std::size_t i = 0; i < kMaxTexts; ++i) least[i] = std::min(least[i], ofLanguage[i]);
+  languages.push_back(ofLanguage);
+}
 
-  /// The cost in the best language. Single texts may be in another one for an extra cost.
-  unsigned total() const {
-    unsigned best = ~0U;
-    for (const TextCosts& language : languages) {
-      unsigned sum = 0;
-      for (std::size_t i = 0; i < texts; ++i)
-        sum += std::min(language[i], least[i] + kOtherLanguage);
-      best = std::min(best, sum);
+TrackScore::TextCosts TrackScore::LanguageCosts::together(const TextCosts& elsewhere,
+                                                          std::size_t count) const {
+  TextCosts best = elsewhere;
+  unsigned bestSum = ~0U;
+  for (const TextCosts& language : languages) {
+    TextCosts costs{};
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      costs[i] = std::min({language[i], least[i] + kOtherLanguage, elsewhere[i]});
+      sum += costs[i];
     }
-    return best;
+    if (sum < bestSum) {
+      best = costs;
+      bestSum = sum;
+    }
   }
-
- private:
-  std::size_t texts;
-  TextCosts least{};
-  std::vector<TextCosts> languages;
-};
+  return best;
+}
 
 TrackScore::TrackScore(std::span<const std::string_view> trackTexts)
     : count(trackTexts.size()), asciiCosts(kLatinModels) {
   assert(count <= kMaxTexts);
-  leastAscii.fill(~0U);
+  std::vector<BytePair> asciiPairs;
   for (std::size_t i = 0; i < count; ++i) {
     texts[i].bytes = trackTexts[i].substr(0, kDecisiveBytes);
-    std::vector<BytePair> asciiPairs;
-    std::uint8_t before = ' ';
+    texts[i].pairs.reserve(texts[i].bytes.size() + 1);
+    asciiPairs.clear();
+    std::uint8_t before = ' ', first = ' ';
     const auto add = [&](std::uint8_t byte) {
-      (isAscii(before) && isAscii(byte) ? asciiPairs : texts[i].pairs).push_back({before, byte});
-      before = byte;
+      (isAscii(first) && isAscii(byte) ? asciiPairs : texts[i].pairs)
+          .push_back({before, first, byte});
+      before = first;
+      first = byte;
     };
     for (const char byte : texts[i].bytes) add(static_cast<std::uint8_t>(byte));
     add(' ');
     const auto& symbols = SingleByteReader::of(Encoding::Windows1252).symbols[0];
+    leastAscii[i] = kTooMuch;
     for (std::size_t model = 0; model < kLatinModels; ++model) {
-      unsigned& sum = asciiCosts[model][i];
-      for (const auto [first, second] : asciiPairs)
-        sum += alphabetModels()[model]->cost(symbols[first], symbols[second]);
-      leastAscii[i] = std::min(leastAscii[i], sum);
+      asciiCosts[model][i] = pairCosts(*alphabetModels()[model], symbols, asciiPairs);
+      leastAscii[i] = std::min(leastAscii[i], asciiCosts[model][i]);
     }
   }
 }
@@ -117,39 +180,43 @@ unsigned TrackScore::asciiCost(std::size_t model, std::size_t text) const {
   return model < kLatinModels ? asciiCosts[model][text] : leastAscii[text];
 }
 
-unsigned TrackScore::singleByteCost(Encoding encoding, unsigned limit) const {
+TrackScore::LanguageCosts TrackScore::singleByteCosts(Encoding encoding,
+                                                      const TextCosts& limits) const {
+  static const ShapeCosts shapeCosts;
   const SingleByteReader& reader = SingleByteReader::of(encoding);
-  unsigned common = 0;
+  TextCosts common{};
+  bool possible = false;
   for (std::size_t i = 0; i < count; ++i) {
-    for (const auto [first, second] : texts[i].pairs) {
-      common += caseCost(reader.cases[first], reader.cases[second]);
-      if (reader.meaningless[second]) common += kMeaninglessByte;
-    }
+    for (const auto [before, first, second] : texts[i].pairs)
+      common[i] +=
+          shapeCosts.of(reader.shapes[before], reader.shapes[first], reader.shapes[second]);
+    possible = possible || common[i] + leastAscii[i] < limits[i];
   }
-  if (common >= limit) return common;
-
-  LanguageCosts languages(count);
-  for (std::size_t language = 0; language < reader.symbols.size(); ++language) {
+  LanguageCosts languages(possible ? reader.symbols.size() : 0);
+  for (std::size_t language = 0; language < reader.symbols.size() && possible; ++language) {
     const std::size_t model = reader.firstModel + language;
     const SingleByteReader::Symbols& symbols = reader.symbols[language];
-    TextCosts costs{};
+    TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
-      costs[i] = asciiCost(model, i);
-      for (const auto [first, second] : texts[i].pairs)
-        costs[i] += alphabetModels()[model]->cost(symbols[first], symbols[second]);
+      if (costs[i] < limits[i])
+        costs[i] +=
+            asciiCost(model, i) + pairCosts(*alphabetModels()[model], symbols, texts[i].pairs);
     }
     languages.add(costs);
   }
-  return common + languages.total();
+  return languages;
 }
 
-unsigned TrackScore::multiByteCost(Encoding encoding, unsigned limit) const {
+TrackScore::LanguageCosts TrackScore::multiByteCosts(Encoding encoding,
+                                                     const TextCosts& limits) const {
   const CjkModel& model = cjkModel(encoding);
-  unsigned sum = 0;
+  TextCosts costs{};
   for (std::size_t i = 0; i < count; ++i) {
+    unsigned sum = leastAscii[i];
     CjkModel::Class before = CjkModel::Blank;
     bool asciiBefore = true, wholeSeen = false;
-    for (std::string_view rest = texts[i].bytes; !rest.empty() && sum < limit;) {
+    bool insideWord = false;  // a single character after a Latin letter
+    for (std::string_view rest = texts[i].bytes; !rest.empty() && sum < limits[i];) {
       const Decoded character = firstCharacter(encoding, rest);
       rest.remove_prefix(character.size);
       const bool ascii = character.code < 0x80;
@@ -159,57 +226,64 @@ unsigned TrackScore::multiByteCost(Encoding encoding, unsigned limit) const {
       } else {
         if (!ascii || !asciiBefore) sum += model.pairCost(before, kind);
         if (!ascii) sum += model.cost(kind, character.cell);
+        if (insideWord && kind == CjkModel::Letter) sum += kInsideLatinWord;
+        insideWord = !ascii && before == CjkModel::Letter;
         wholeSeen = wholeSeen || character.size > 1;
       }
       before = kind;
       asciiBefore = ascii;
     }
     if (!asciiBefore) sum += model.pairCost(before, CjkModel::Blank);
-    sum += leastAscii[i];
+    costs[i] = sum;
   }
-  return sum;
+  LanguageCosts languages(1);
+  languages.add(costs);
+  return languages;
 }
 
-unsigned TrackScore::utf8Cost() const {
-  unsigned common = 0;
+TrackScore::LanguageCosts TrackScore::utf8Costs() const {
+  TextCosts common{};
   std::array<std::u32string, kMaxTexts> decoded;
   for (std::size_t i = 0; i < count; ++i) {
-    decoded[i].assign(1, U' ');
+    decoded[i].assign(2, U' ');
     bool wholeSeen = false;
     for (std::string_view rest = texts[i].bytes; !rest.empty();) {
       const Decoded character = firstCharacter(Encoding::Utf8, rest);
       rest.remove_prefix(character.size);
       if (character.valid) {
-        common += caseCost(letterCase(decoded[i].back()), letterCase(character.code));
+        const auto last = decoded[i].rbegin();
+        common[i] += caseCost(letterCase(last[1]), letterCase(last[0]), letterCase(character.code));
         decoded[i] += character.code;
         wholeSeen = wholeSeen || character.size > 1;
       } else {
-        common += invalidCost(character, texts[i].bytes, wholeSeen);
+        common[i] += invalidCost(character, texts[i].bytes, wholeSeen);
       }
     }
     decoded[i] += U' ';
   }
 
-  LanguageCosts languages(count);
+  LanguageCosts languages(alphabetModels().size());
   for (std::size_t model = 0; model < alphabetModels().size(); ++model) {
     const AlphabetModel& language = *alphabetModels()[model];
-    TextCosts costs{};
+    TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
-      costs[i] = asciiCost(model, i);
-      for (std::size_t k = 1; k < decoded[i].size(); ++k) {
-        const char32_t first = decoded[i][k - 1], second = decoded[i][k];
+      costs[i] += asciiCost(model, i);
+      char32_t first = U' ';
+      for (const char32_t second : std::u32string_view(decoded[i]).substr(2)) {
         if (first >= 0x80 || second >= 0x80)
           costs[i] += language.cost(language.symbol(first), language.symbol(second));
+        first = second;
       }
     }
     languages.add(costs);
   }
-  return common + languages.total();
+  return languages;
 }
 
-unsigned TrackScore::cost(Encoding encoding, unsigned limit) const {
-  if (encoding == Encoding::Utf8) return utf8Cost();
-  return isSingleByte(encoding) ? singleByteCost(encoding, limit) : multiByteCost(encoding, limit);
+TrackScore::LanguageCosts TrackScore::costs(Encoding encoding, const TextCosts& limits) const {
+  if (encoding == Encoding::Utf8) return utf8Costs();
+  return isSingleByte(encoding) ? singleByteCosts(encoding, limits)
+                                : multiByteCosts(encoding, limits);
 }
 
 }  // namespace orvel

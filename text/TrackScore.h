@@ -6,15 +6,14 @@
 #include <string_view>
 #include <vector>
 
-#include "text/AlphabetModel.h"
 #include "text/Encoding.h"
+#include "text/SingleByteReader.h"
 
 namespace orvel {
 
 /// Rates how well an encoding explains the texts of one track.
 ///
-/// All encodings are rated on the same bytes, so their costs compare directly. The texts of a track
-/// usually share a language: the one that explains them best together counts.
+/// All encodings are rated on the same bytes, so their costs compare directly.
 class TrackScore {
  public:
   static constexpr std::size_t kMaxTexts = 5;
@@ -22,28 +21,61 @@ class TrackScore {
   /// Costs are negative logarithms of probabilities in this fraction of a nat.
   static constexpr unsigned kNat = 6;
 
+  /// The costs of the texts of a track, one by one.
+  using TextCosts = std::array<unsigned, kMaxTexts>;
+
+  /// The costs of the texts in the languages that are written in one encoding.
+  class LanguageCosts {
+   public:
+    explicit LanguageCosts(std::size_t expected) {
+      least.fill(kTooMuch);
+      languages.reserve(expected);
+    }
+
+    /// True when no language explains any text below its limit.
+    bool empty() const { return languages.empty(); }
+
+    void add(const TextCosts& ofLanguage);
+
+    /// The cost of each text in the language that explains it best.
+    const TextCosts& ofTexts() const { return least; }
+
+    /// What each text adds to the cost of the track. The texts of a track usually share a language,
+    /// so the one counts that explains them best together; single texts may be in another language
+    /// for an extra cost, and cost at most as much as in `elsewhere`.
+    TextCosts together(const TextCosts& elsewhere, std::size_t count) const;
+
+   private:
+    TextCosts least{};
+    std::vector<TextCosts> languages;
+  };
+
+  /// A cost above all others.
+  static constexpr unsigned kTooMuch = 1U << 24U;
+
   /// Takes at most `kMaxTexts` texts, whose bytes must outlive this object. Judges very long ones
   /// by their beginning.
   explicit TrackScore(std::span<const std::string_view> texts);
 
-  /// The cost of the texts in this encoding. May stop early and return any value of at least
-  /// `limit` when the cost reaches it.
-  unsigned cost(Encoding encoding, unsigned limit) const;
+  /// The costs of the texts in this encoding. May stop early and tell any cost of at least its
+  /// limit for a text whose cost reaches it.
+  LanguageCosts costs(Encoding encoding, const TextCosts& limits) const;
 
  private:
+  /// Neighbours that are not both ASCII, and the byte before them; ends count as blanks.
   struct BytePair {
-    std::uint8_t first, second;
+    std::uint8_t before, first, second;
   };
   struct Text {
     std::string_view bytes;
-    std::vector<BytePair> pairs;  ///< neighbours that are not both ASCII; ends count as blanks
+    std::vector<BytePair> pairs;
   };
-  using TextCosts = std::array<unsigned, kMaxTexts>;
-  class LanguageCosts;
 
-  unsigned singleByteCost(Encoding encoding, unsigned limit) const;
-  unsigned multiByteCost(Encoding encoding, unsigned limit) const;
-  unsigned utf8Cost() const;
+  static unsigned pairCosts(const AlphabetModel& language, const SingleByteReader::Symbols& symbols,
+                            std::span<const BytePair> pairs);
+  LanguageCosts singleByteCosts(Encoding encoding, const TextCosts& limits) const;
+  LanguageCosts multiByteCosts(Encoding encoding, const TextCosts& limits) const;
+  LanguageCosts utf8Costs() const;
   unsigned asciiCost(std::size_t model, std::size_t text) const;
 
   std::array<Text, kMaxTexts> texts;

@@ -90,13 +90,29 @@ Decoded gb18030Long(std::string_view bytes) {
   return computed(code <= 0x10FFFF ? code : utf8::kReplacement, 4);
 }
 
+constexpr unsigned kBig5Trails = 157;
+/// Cells of Big5 in its language model: the common characters, and Hong Kong's behind them.
+constexpr unsigned kFirstHan = (0xA4 - 0xA1) * kBig5Trails, kHanEnd = (0xC7 - 0xA1) * kBig5Trails;
+
+/// A character that Hong Kong added to Big5.
+Decoded hongKong(unsigned lead, unsigned column) {
+  constexpr unsigned kLeadsInFront = 0xA1 - 0x87;
+  const unsigned row = lead < 0xA1 ? lead - 0x87 : kLeadsInFront + lead - 0xFA;
+  const unsigned index = row * kBig5Trails + column;
+  const bool plane2 = (hkscsPlane2[index / 16] >> index % 16 & 1U) != 0;
+  const char32_t code = hkscsTable[index] + (plane2 ? 0x20000U : 0U);
+  return {code, 2, code != utf8::kReplacement, kHanEnd - kFirstHan + index};
+}
+
 Decoded big5(unsigned lead, unsigned trail) {
   const bool low = within(trail, 0x40, 0x7E);
   if (!low && !within(trail, 0xA1, 0xFE)) return {};
-  if (lead < 0xA1) return {.size = low ? 1U : 2U};
-  const unsigned index = (lead - 0xA1) * 157 + (low ? trail - 0x40 : trail - 0xA1 + 63);
-  constexpr unsigned kFirstHan = (0xA4 - 0xA1) * 157;
-  return fromTable(big5Table, index, 2, index < kFirstHan ? kNoCell : index - kFirstHan);
+  if (lead < 0x87) return {.size = low ? 1U : 2U};
+  const unsigned column = low ? trail - 0x40 : trail - 0xA1 + 63;
+  if (lead < 0xA1 || lead > 0xF9) return hongKong(lead, column);
+  const unsigned index = (lead - 0xA1) * kBig5Trails + column;
+  const bool common = index >= kFirstHan && index < kHanEnd;
+  return fromTable(big5Table, index, 2, common ? index - kFirstHan : kNoCell);
 }
 
 /// The character at a row and a cell of the Japanese table, both counted from 1.

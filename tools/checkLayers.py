@@ -12,7 +12,7 @@ import subprocess
 import sys
 
 LAYERS = [["include/orvel"], ["base"], ["text", "db/sqlite", "isolation"],
-          ["text/tables", "isolation/worker", "tags", "db"],
+          ["text/tables", "isolation/worker", "tags", "db", "search"],
           ["tags/isolation", "tags/reader", "framework", "phones", "playlists"],
           ["playlists/isolation", "playlists/reader"],
           ["phones/libmtp", "phones/scripted", "covers", "msd", "mtp"], ["orchestration"], ["qt"],

@@ -39,8 +39,8 @@ std::vector<KnownTrack> readTrackSet(const std::string& path, size_t textCount) 
   while (std::getline(file, line)) {
     const std::vector<std::string> columns = columnsOf(line);
     if (columns.size() != 13) throw std::runtime_error("not a track: " + line);
-    tracks.push_back(
-        {columns[0], columns[1], joined(columns, 3, textCount), joined(columns, 8, textCount)});
+    tracks.push_back({columns[0], columns[1], columns[2], joined(columns, 3, textCount),
+                      joined(columns, 8, textCount)});
   }
   return tracks;
 }

@@ -9,6 +9,7 @@ namespace orvel {
 struct KnownTrack {
   std::string language;
   std::string encoding;
+  std::string note;   ///< the shape or the source of the track
   std::string texts;  ///< the true texts, tab-separated
   std::string line;   ///< the texts as stored in a tag, in the format of `guessTrackLine`
 };

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -28,30 +30,52 @@ struct Tally {
   double percent() const { return all ? 100.0 * right / all : 0; }
 };
 
-using Judge = std::function<std::string(const KnownTrack&)>;
+/// One way to find the texts of a track.
+struct Reader {
+  const char* name;
+  std::function<std::string(const KnownTrack&)> texts;
+  std::function<void(const TaggedTrack&)> work;  ///< whose time counts
+};
 
-/// Prints the share of correct tracks by language and by encoding, and the wrong Western ones.
-void printAccuracy(const char* name, const std::vector<KnownTrack>& tracks, const Judge& judge,
-                   bool details) {
-  Tally all;
-  std::map<std::string, Tally> groups;
-  std::string wrong;
+/// The groups in which a track counts.
+std::array<std::string, 4> groupsOf(const KnownTrack& track) {
+  return {"all", "language " + track.language, "encoding " + track.encoding, "shape " + track.note};
+}
+
+/// Prints the shares of correct tracks by language, encoding and shape, one column per reader.
+/// Marks the rows in which another reader is better than the first.
+void printAccuracy(const std::vector<KnownTrack>& tracks, const std::vector<Reader>& readers) {
+  std::map<std::string, std::vector<Tally>> groups;
   for (const KnownTrack& track : tracks) {
-    const std::string texts = judge(track);
-    const bool good = texts == track.texts;
-    all.count(good);
-    groups["language " + track.language].count(good);
-    groups["encoding " + track.encoding].count(good);
-    if (!good && track.encoding == "windows-1252")
-      wrong += "  " + track.texts + " -> " + texts + '\n';
+    for (std::size_t i = 0; i < readers.size(); ++i) {
+      const bool good = readers[i].texts(track) == track.texts;
+      for (const std::string& group : groupsOf(track)) {
+        groups[group].resize(readers.size());
+        groups[group][i].count(good);
+      }
+    }
   }
-  std::printf("%s: %.2f %% of %u tracks, Western %.2f %%\n", name, all.percent(), all.all,
-              groups["encoding windows-1252"].percent());
-  if (!details) return;
-  for (const auto& [group, tally] : groups)
-    std::printf("  %-22s %6.2f %%  (%u of %u)\n", group.c_str(), tally.percent(), tally.right,
-                tally.all);
-  if (!wrong.empty()) std::printf("wrong Western tracks:\n%s", wrong.c_str());
+  std::printf("%-28s %7s", "correct tracks, %", "tracks");
+  for (const Reader& reader : readers) std::printf(" %9s", reader.name);
+  std::puts("");
+  for (const auto& [group, tallies] : groups) {
+    std::printf("%-28s %7u", group.c_str(), tallies.front().all);
+    for (const Tally& tally : tallies) std::printf(" %9.2f", tally.percent());
+    const bool behind = std::ranges::any_of(
+        tallies, [&](const Tally& tally) { return tally.right > tallies.front().right; });
+    std::puts(behind ? " <" : "");
+  }
+}
+
+/// Prints the Western tracks that the reader gets wrong: the worst of errors, since nothing has to
+/// be done for these.
+void printWrongWestern(const std::vector<KnownTrack>& tracks, const Reader& reader) {
+  for (const KnownTrack& track : tracks) {
+    if (track.encoding != "windows-1252") continue;
+    const std::string texts = reader.texts(track);
+    if (texts != track.texts)
+      std::printf("wrong Western track: %s -> %s\n", track.texts.c_str(), texts.c_str());
+  }
 }
 
 /// The microseconds that `work` takes per track: the best of several rounds.
@@ -76,25 +100,25 @@ void run(const std::string& path, size_t textCount) {
     if (!tagged.back()->read(track.line))
       throw std::runtime_error("not hexadecimal: " + track.line);
   }
-  const auto guess = [](const KnownTrack& track) {
-    return guessTrackLine(track.line).value_or("");
-  };
-  printAccuracy("orvel", known, guess, true);
-  const double own = microseconds(tagged, [](const TaggedTrack& track) { track.guess(); });
-  std::printf("time per track, guessed and converted: %.2f us\n", own);
+  std::vector<Reader> readers{
+      {"Orvel", [](const KnownTrack& track) { return guessTrackLine(track.line).value_or(""); },
+       [](const TaggedTrack& track) { track.guess(); }}};
 #ifdef ORVEL_WITH_UCHARDET
-  const auto detect = [](const KnownTrack& track) {
-    TaggedTrack texts;
-    texts.read(track.line);
-    return textsRead(texts.texts(), uchardetEncoding(texts.texts()));
-  };
-  printAccuracy("uchardet, five texts joined", known, detect, false);
-  const double other =
-      microseconds(tagged, [](const TaggedTrack& track) { uchardetEncoding(track.texts()); });
-  std::printf("time per track, detected only: %.2f us; ratio %.2f\n", other, own / other);
+  // Detects the encoding of the five texts joined.
+  readers.push_back({"uchardet",
+                     [](const KnownTrack& track) {
+                       TaggedTrack texts;
+                       texts.read(track.line);
+                       return textsRead(texts.texts(), uchardetEncoding(texts.texts()));
+                     },
+                     [](const TaggedTrack& track) { uchardetEncoding(track.texts()); }});
 #else
   std::puts("comparison skipped: built without libuchardet (package libuchardet-dev)");
 #endif
+  printAccuracy(known, readers);
+  printWrongWestern(known, readers.front());
+  for (const Reader& reader : readers)
+    std::printf("time per track, %s: %.2f us\n", reader.name, microseconds(tagged, reader.work));
 }
 
 }  // namespace

@@ -15,7 +15,12 @@ class Connection {
  public:
   /// Opens `path` with the flags of sqlite3_open_v2 in place of an open connection. Allows
   /// double-quoted literals and distrusts the file's schema. After a failure no connection is open.
+  ///
+  /// Closing it leaves the write-ahead log as it is, also when no other connection is open.
   int open(const char* path, int flags);
+  /// Lets the close of an open connection, when it is the database's last one, write the log into
+  /// the database and remove it.
+  void emptyLogOnClose();
   /// Closes the connection if it is open. SQLITE_BUSY, and still open, while one of its statements
   /// is not finalized.
   int close();

@@ -31,8 +31,8 @@ bool deniesSong(const tagMessages::Result& answer) {
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
                                      TagReading chosen, std::chrono::milliseconds limit,
-                                     std::shared_ptr<TagReaderPatience> sharedPatience,
-                                     ReadingGoal filesGoal)
+                                     ReadingGoal filesGoal,
+                                     std::shared_ptr<TagReaderPatience> sharedPatience)
     : stopped(token),
       policy(chosen),
       timeLimit(limit),

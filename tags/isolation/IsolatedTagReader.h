@@ -57,13 +57,13 @@ class IsolatedTagReader : public TagReader {
   /// @param program    absolute path of the worker's program
   /// @param policy     `Isolated` or `IsolationRequired`
   /// @param timeLimit  for one file
-  /// @param patience   shared by the readers of one request; null: its own
   /// @param goal       what is read of every file
+  /// @param patience   shared by the readers of one request; null: its own
   IsolatedTagReader(std::stop_token token, std::string program,
                     TagReading policy = TagReading::Isolated,
                     std::chrono::milliseconds timeLimit = kTimeLimit,
-                    std::shared_ptr<TagReaderPatience> patience = nullptr,
-                    ReadingGoal goal = ReadingGoal::Tags);
+                    ReadingGoal goal = ReadingGoal::Tags,
+                    std::shared_ptr<TagReaderPatience> patience = nullptr);
   ~IsolatedTagReader() override;
 
   /// Starts a worker unless one is up, and sends it the first announced files. False when there is

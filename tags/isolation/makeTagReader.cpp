@@ -35,18 +35,6 @@ unsigned readersForThisProcessor() {
   return std::clamp(std::thread::hardware_concurrency(), 1U, kMostReadersByItself);
 }
 
-std::unique_ptr<TagReader> makePool(const std::stop_token& token, const std::string& program,
-                                    TagReading policy, unsigned count) {
-  constexpr auto kTimeLimit = IsolatedTagReader::kTimeLimit;
-  const auto patience = std::make_shared<TagReaderPatience>(kTimeLimit);
-  TagReaderPool::Readers readers;
-  while (readers.size() < count) {
-    readers.push_back(
-        std::make_unique<IsolatedTagReader>(token, program, policy, kTimeLimit, patience));
-  }
-  return std::make_unique<TagReaderPool>(std::move(readers));
-}
-
 }  // namespace
 
 void setTagReading(TagReading reading, const std::string& reader, unsigned readers) {
@@ -69,7 +57,14 @@ std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
   if (chosen.reading == TagReading::InProcess) {
     return std::make_unique<InProcessTagReader>(std::move(token));
   }
-  return makePool(token, chosen.program, chosen.reading, chosen.readers);
+  constexpr auto kTimeLimit = IsolatedTagReader::kTimeLimit;
+  const auto patience = std::make_shared<TagReaderPatience>(kTimeLimit);
+  TagReaderPool::Readers readers;
+  while (readers.size() < chosen.readers) {
+    readers.push_back(std::make_unique<IsolatedTagReader>(token, chosen.program, chosen.reading,
+                                                          kTimeLimit, ReadingGoal::Tags, patience));
+  }
+  return std::make_unique<TagReaderPool>(std::move(readers));
 }
 
 std::unique_ptr<TagReader> makePictureReader(std::stop_token token) {
@@ -79,8 +74,7 @@ std::unique_ptr<TagReader> makePictureReader(std::stop_token token) {
     return std::make_unique<InProcessTagReader>(std::move(token), ReadingGoal::Picture);
   }
   return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading,
-                                             IsolatedTagReader::kTimeLimit, nullptr,
-                                             ReadingGoal::Picture);
+                                             IsolatedTagReader::kTimeLimit, ReadingGoal::Picture);
 }
 
 }  // namespace orvel

@@ -1,12 +1,16 @@
 """`orvel index` and `orvel status`: statuses, reports, mount points, bad surroundings."""
 
+import json
 import os
 import re
 import sqlite3
 import subprocess
 import unittest
+from pathlib import Path
 
 from orvelCommand import HANG_SECONDS, ORVEL, CommandTestCase, writeSong
+
+MANUAL = Path(__file__).resolve().parents[2] / "cli/orvel.1"
 
 
 class Runs(CommandTestCase):
@@ -48,13 +52,18 @@ class Runs(CommandTestCase):
 
     def testSummaryAndProgressForPeople(self):
         out, errors = self.run_("index", self.stick)
-        self.assertIn(b"2 found: 2 new or changed", out)
-        self.assertIn(b"Status OK", out)
+        self.assertIn(b"2 found: 2 new or changed\n", out)
         self.assertIn(b"2 songs found, 2 stored", errors)
         self.assertNotIn(b"\x1b", errors)
         self.assertIn(b"Nothing has changed", self.run_("index", self.stick)[0])
         self.assertEqual(self.run_("index", "--quiet", self.stick), (b"", b""))
         self.assertIn(b"MSDCrawler for: ", self.run_("index", "-v", self.stick)[1])
+        for i in range(4):
+            open(f"{self.stick}/broken{i}.flac", "w").close()
+        _, errors = self.run_("index", self.stick)
+        self.assertIn(b"4 files could not be read: ", errors)
+        self.assertIn(b"broken2.flac and 1 more", errors)
+        self.assertNotIn(b"NULL", errors)
 
     def testLinesInTheJournalHaveTheirPriority(self):
         open(f"{self.stick}/broken.flac", "w").close()
@@ -98,6 +107,14 @@ class Runs(CommandTestCase):
         status, _ = self.run_("status")
         for text in (self.stick, other, "dev", "3 songs", "limit"):
             self.assertIn(text.encode(), status)
+        status, = json.loads(self.run_("status", "--json")[0])
+        self.assertEqual((status["device_id"], status["totals"], status["partitions"][0]),
+                         ("dev", both["totals"], {"mount_point": other, "status": "OK"}))
+        # An unmounted stick must not be taken for one without songs.
+        os.mkdir(self.path("unmounted"))
+        refused = self.index(self.path("unmounted"), "--device-id", "dev", expect=1)
+        self.assertIn("is empty. Mount the device", refused["error"])
+        self.assertEqual(len(self.list("songs")), 3)
         # A new attach without the second partition forgets it once it is gone.
         os.remove(f"{other}/o.mp3")
         self.assertEqual(self.index("--device-id", "dev", self.stick)["totals"]["songs"], 2)
@@ -142,10 +159,16 @@ class MountPoints(CommandTestCase):
 
 
 class Refusals(CommandTestCase):
+    def setUp(self):
+        super().setUp()
+        writeSong(f"{self.stick}/a.mp3")
+
     def testWrongUsage(self):
         for arguments in ((), ("dance",), ("index",), ("index", "--dance", "x"), ("index", ""),
                           ("list",), ("list", "cars"), ("list", "songs", "--format", "xml"),
                           ("list", "songs", "--db", "x", "--device-id", "y"), ("status", "x"),
+                          ("list", "songs", "--format", "%cars%"), ("list", "songs", "--format", "[%"),
+                          ("list", "songs", "--sort", "cars"), ("forget",),
                           ("mtp",), ("mtp", "dance"), ("index", "--mtp", "a", "b"),
                           ("index", "--mtp", "--wait", "soon"), ("index", "--wait", "1", "/"),
                           ("index", "--scripted", "x", "/"), ("index", "--log=radio", "/"),
@@ -153,8 +176,19 @@ class Refusals(CommandTestCase):
             out, errors = self.run_(*arguments, expect=2)
             self.assertEqual(out, b"")
             self.assertTrue(errors.startswith(b"orvel: "), arguments)
-        for arguments in (("--help",), ("index", "--help"), ("list", "-h"), ("mtp", "-h"), ("--version",)):
-            self.assertIn(b"orvel", self.run_(*arguments)[0])
+        self.assertRegex(self.run_("--version")[0], rb"^orvel \d")
+
+    def testHelpFitsATerminalAndTheManual(self):
+        manual = MANUAL.read_text().replace("\\-", "-")
+        general = self.run_("--help")[0].decode()
+        verbs = re.findall(r"^  ([a-z]+) ", general, re.M)
+        self.assertGreater(len(verbs), 5)
+        for verb in verbs:
+            help = self.run_(verb, "--help")[0].decode()
+            self.assertTrue(f".SS orvel {verb}" in manual, verb)
+            for option in re.findall(r"^  (?:-\w,)?(--?[\w-]+)", help, re.M):
+                self.assertTrue(option in manual, (verb, option))
+            self.assertLessEqual(max(map(len, (general + help).split("\n"))), 80, verb)
 
     @unittest.skipIf(os.environ["ORVEL_WITH_DLT"] == "ON", "the library has DLT")
     def testALogThatWasNotBuiltIn(self):
@@ -173,7 +207,6 @@ class Refusals(CommandTestCase):
         open(self.path("file"), "w").close()
         for folder in (self.path("file"), self.path("file", "below")):
             self.assertIn("--db-dir", self.index(self.stick, "--db-dir", folder, expect=1)["error"])
-        writeSong(f"{self.stick}/a.mp3")
         database = self.index(self.stick)["database"]
         os.remove(database)
         os.mkdir(database)

@@ -29,8 +29,8 @@ class Listings(CommandTestCase):
                            "../Music/A/missing.mp3\n../Music/A/t.mp3\n")
         self.database = self.index()["database"]
 
-    def names(self, kind, *arguments):
-        return [row["name"] for row in self.list(kind, *arguments)]
+    def names(self, kind, *arguments, **more):
+        return [row["name"] for row in self.list(kind, *arguments, **more)]
 
     def testSongsOfEveryColumn(self):
         songs = self.list("songs")
@@ -79,18 +79,42 @@ class Listings(CommandTestCase):
         self.assertEqual(self.list("playlists"), [
             {"name": "p.m3u8", "path": f"{self.stick}/Lists/p.m3u8", "entries": 4}])
 
-    def testFiltersMatchExactly(self):
-        self.assertEqual(self.names("songs", "--artist", "x"), ["t.mp3"])
-        self.assertEqual(self.names("songs", "--album", "L", "--artist", "X"), ["s.mp3"])
-        self.assertEqual(self.names("songs", "--artist", "' OR 1 --"), [])
+    def testFiltersMatchBeginningsOrExactly(self):
+        self.assertEqual(self.names("songs", "--artist", "x"), ["s.mp3", "t.mp3"])
+        self.assertEqual(self.names("songs", "--artist", "x", "--exact"), ["t.mp3"])
+        self.assertEqual(self.names("songs", "--artist", "arz"), ["u.mp3"])
+        self.assertEqual(self.names("songs", "--composer", "ｃ"), ["s.mp3"])
+        self.assertEqual(self.names("songs", "--composer", ""), ["t.mp3", "u.mp3"])
+        self.assertEqual(self.names("songs", "--album", "l", "--artist", "X", "--exact", expect=1), [])
+        self.assertEqual(self.names("songs", "--artist", "' OR 1 --", expect=1), [])
         self.assertEqual(self.names("songs", "--directory", "B"), ["u.mp3"])
-        self.assertEqual(self.names("songs", "--directory", f"{self.stick}/Music/A"),
-                         ["s.mp3", "t.mp3"])
+        for path in (f"{self.stick}/Music/A", f"{self.stick}/Music"):
+            self.assertEqual(self.names("songs", "--directory", path, expect=path[-1] != "A"),
+                             ["s.mp3", "t.mp3"] if path[-1] == "A" else [])
         self.assertEqual(self.names("artists", "--genre", "Rock"), ["X", "x"])
-        self.assertEqual(self.names("albums", "--playlist", "p.m3u8"), ["L", "M"])
+        self.assertEqual(self.names("albums", "--playlist", "P"), ["L", "M"])
         self.assertEqual(self.names("directories", "--genre", "Jazz"), ["B"])
-        self.assertEqual(self.names("playlists", "--album", "none"), [])
         self.assertEqual(self.list("playlists", "--artist", "Ärzte")[0]["entries"], 2)
+        out, errors = self.run_("list", "playlists", "--album", "none", expect=1)
+        self.assertEqual((out, errors.count(b"No playlists match")), (b"", 1))
+
+    def testRowsAndColumnsForPeople(self):
+        writeSong(f"{self.stick}/v.mp3", TPE1="")
+        self.index()
+        self.assertEqual(self.run_("list", "songs", "--sort=-track", "--limit", "2")[0].decode(),
+                         "TITLE  ARTIST  ALBUM  TRACK\n"
+                         "S      X       L          2\n"
+                         "T      x       L\n")
+        self.assertEqual(self.run_("list", "songs", "--columns", "artist,title,disc", "--album", "")[0],
+                         b"ARTIST          TITLE  DISC\nUnknown artist  v.mp3\n")
+        self.assertEqual(self.run_("list", "artists", "--limit", "1")[0],
+                         b"NAME            SONGS\nUnknown artist      1\n")
+        pattern = "[%track%. ]%title%[ by %artist%]\\[%%]".replace("%%", "\\%")
+        self.assertEqual(self.run_("list", "songs", "--format", pattern)[0].decode(),
+                         "2. S by X[%]\nT by x[%]\nU by Ärzte[%]\nv.mp3[%]\n")
+        self.assertEqual(self.run_("list", "songs", "--count", "--genre", "r")[0], b"2\n")
+        self.assertEqual(self.run_("list", "songs", "--count", "--json")[0], b'{"count":4}\n')
+        self.assertEqual(set(self.list("songs", "--columns", "title,artist")[0]), {"title", "artist"})
 
     def testPlaylistInItsOrder(self):
         for playlist in ("p.m3u8", f"{self.stick}/Lists/p.m3u8"):
@@ -102,15 +126,73 @@ class Listings(CommandTestCase):
         self.assertEqual([(song["position"], song["title"]) for song in songs],
                          [(2, "S"), (4, "T")])
 
-    def testChoiceOfDatabase(self):
-        self.assertEqual(len(self.list("songs", "--db", self.database)), 3)
-        self.assertEqual(len(self.list("songs", "--device-id", self.stick)), 3)
-        self.run_("list", "songs", "--device-id", "nobody", expect=1)
-        other = self.index(self.stick, "--device-id", "second")["database"]
-        _, errors = self.run_("list", "songs", expect=2)
-        self.assertIn(self.database.encode(), errors)
-        self.assertIn(other.encode(), errors)
+    def testChoiceOfDevice(self):
         self.run_("list", "songs", "--db-dir", self.path("empty"), expect=2)
+        writeSong(f"{self.path('Second one')}/o.mp3")
+        second = self.index(self.path("Second one"), "--device-id", "2A4B-11C0")["database"]
+        for choice in ("--db", second), ("--device", "2a"), ("-d", "second ONE"), (
+                "--device-id", "2A4B-11C0"), ("-d", self.path("Second one")):
+            self.assertEqual(self.names("songs", *choice), ["o.mp3"])
+        self.assertEqual(len(self.list("songs", "--device", "stick")), 3)
+        for arguments, status in (((), 2), (("--device", "nobody"), 1)):
+            _, errors = self.run_("list", "songs", *arguments, expect=status)
+            for name in ("stick (" + self.stick, "Second one (2A4B-11C0)"):
+                self.assertIn(name.encode(), errors)
+        self.index(self.stick, "--device-id", "2A00")
+        self.assertIn(b"may be any of", self.run_("list", "songs", "-d", "2A", expect=1)[1])
+
+        devices = {d["label"]: d for d in json.loads(self.run_("devices", "--json")[0])}
+        self.assertEqual((devices["Second one"]["database"], devices["Second one"]["attached"],
+                          devices["Second one"]["kind"]), (second, False, "stick"))
+        self.assertIn(b"2A4B-11C0", self.run_("devices")[0])
+        self.run_("forget", "second one")
+        self.assertFalse(os.path.exists(second))
+        self.run_("forget", "second one", expect=1)
+
+
+class Searching(CommandTestCase):
+    def setUp(self):
+        super().setUp()
+        music = f"{self.stick}/Music"
+        writeSong(f"{music}/Joga/1.mp3", TIT2="Jóga", TPE1="Björk", TALB="Homogenic", TCOM="Sjón")
+        writeSong(f"{music}/2.mp3", TIT2="Bjorken wood", TPE1="What's Up?", TALB="Jogabonito")
+        writeSong(f"{music}/3.mp3", TIT2="花絵", TSOT="はなえ", TPE1="Ｗｉｄｅ　ﾊﾞﾝﾄﾞ")
+        writeSong(f"{music}/4.mp3", TIT2="월량")
+        writeSong(f"{music}/5.mp3", TIT2="月亮", TPE1="周杰倫")
+        writeSong(f"{music}/bjork.mp3")
+        os.mkdir(f"{self.stick}/Lists")
+        with open(f"{self.stick}/Lists/Straße.m3u8", "w") as playlist:
+            playlist.write("../Music/2.mp3\n../Music/3.mp3\n")
+        self.index()
+
+    def found(self, *words, kinds="songs", **more):
+        rows = json.loads(self.run_("search", "--json", "--kind", kinds, *words, **more)[0])
+        return [row["title"] or row["name"] if row["kind"] == "songs" else row["name"] for row in rows]
+
+    def testFindsBeginningsOfWordsInEveryScript(self):
+        for words, titles in ((("WOOD",), ["Bjorken wood"]), (("jóg", "sjon"), ["Jóga"]),
+                              (("hanae",), ["花絵"]), (("ハナ",), ["花絵"]), (("絵",), ["花絵"]),
+                              (("wide", "band"), ["花絵"]), (("월",), ["월량"]),
+                              (("zhoujie",), ["月亮"]), (("jie", "yue"), ["月亮"]),
+                              (("whats",), ["Bjorken wood"]), (("strasse", "w"), ["Bjorken wood", "花絵"])):
+            self.assertEqual(self.found(*words), titles, words)
+        for words in (("ork",), ("joga", "wide"), ("량",), ("...",)):
+            self.assertEqual(self.found(*words, expect=1), [], words)
+        self.assertIn(b"Nothing", self.run_("search", "status", "list", expect=1)[1])
+
+    def testTheBestComeFirst(self):
+        # Whole words before beginnings, titles before artists, albums and folders.
+        self.assertEqual(self.found("bjork"), ["bjork.mp3", "Bjorken wood", "Jóga"])
+        self.assertEqual(self.found("joga", kinds="songs,albums,directories"),
+                         ["Jóga", "Joga", "Jogabonito", "Bjorken wood"])
+        rows = json.loads(self.run_("search", "--json", "homog")[0])
+        album = next(row for row in self.list("albums") if row["name"] == "Homogenic")
+        self.assertEqual(rows[0], {"kind": "albums", **album})
+        song = next(row for row in self.list("songs") if row["title"] == "Jóga")
+        self.assertEqual(rows[1], {"kind": "songs", **song})
+        out, errors = self.run_("search", "bjork", "--limit", "1")
+        self.assertEqual(out.decode(), "FOUND   NAME   ARTIST  ALBUM\nartist  Björk\n")
+        self.assertIn(b"1 of 4", errors)
 
 
 class HostileNames(CommandTestCase):

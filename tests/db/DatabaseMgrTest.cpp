@@ -30,14 +30,15 @@ class DatabaseMgrTest : public DatabaseFolderFixture {
   static void store(const std::string& device, const std::string& mount) {
     const std::string id = "'" + Md5(Md5Kind::Directory, mount).text() + "'";
     const std::string path = "'" + mount + "/s'";
-    rowsOf(device, "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, ARTISTID) VALUES(" + id + "," +
-                       path + "," + path + "," + path + "); INSERT INTO ARTISTS VALUES(" + path +
-                       ",'a',''); INSERT INTO PLAYLISTS(PARTITION_ID, PLAYPATH, LASTMODIFIED)"
-                       " VALUES(" +
-                       id + "," + path +
-                       ", 7); INSERT INTO DIRECTORIES(PARTITION_ID,"
-                       " PATH, OBJECTID) VALUES(" +
-                       id + "," + path + "," + path + ");");
+    rowsOf(device,
+           "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, ARTISTID) VALUES(" + id + "," + path +
+               "," + path + "," + path + "); INSERT INTO ARTISTS VALUES(" + path +
+               ",'a',''); INSERT INTO PLAYLISTS(PARTITION_ID, PLAYPATH, TRACKID, LASTMODIFIED)"
+               " VALUES(" +
+               id + "," + path + "," + path +
+               ", 7); INSERT INTO DIRECTORIES(PARTITION_ID,"
+               " PATH, OBJECTID) VALUES(" +
+               id + "," + path + "," + path + ");");
   }
 
   /// How many rows of each table are left.

@@ -3,6 +3,8 @@
 
 #include <filesystem>
 
+#include "db/SqlTexts.h"
+#include "msd/ChangeFinder.h"
 #include "tests/endtoend/IndexerHost.h"
 #include "tests/endtoend/Song.h"
 
@@ -89,16 +91,38 @@ TEST_F(RunByRunTest, RemovedSongTakesItsNamesFoldersAndPlaylistEntriesAlong) {
   EXPECT_EQ(progress().songs.removed, 1U);
 }
 
+TEST_F(RunByRunTest, WhatARequestDidNotCleanUpBeforeItWasKilledTheNextOneDoes) {
+  std::filesystem::remove(song);
+  {
+    ChangeFinder killed("Killed", ChangeFinder::Content::Songs, sql::kSelectSongs, sql::kDeleteSong,
+                        false);
+    killed.doOperation(boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev1", stick, true)));
+  }
+  EXPECT_TRUE(query("SELECT * FROM SONGS").empty());
+  index("dev1", stick);
+  EXPECT_EQ(progress().songs.removed + progress().songs.added, 0U);
+  for (const char* table : {"ARTISTS", "ALBUMS", "GENRES", "COMPOSERS", "PLAYLISTS"}) {
+    EXPECT_TRUE(query(std::string("SELECT * FROM ") + table).empty()) << table;
+  }
+  EXPECT_EQ(status(), "OK");
+}
+
 TEST_F(RunByRunTest, PartitionsShareADatabaseAndADanglingOneIsRemoved) {
   const std::string second = temporary.folder("second");
   writeSong(second + "/c.m4a", {"C", "W"});
+  temporary.file("stick/Lists/p.m3u", "../Music/A/s.mp3\n../../second/c.m4a\n");
+  temporary.touch("stick/Lists/p.m3u", 1000000000);
   index("dev1", second, false);
+  index("dev1", stick, false);
   EXPECT_THAT(query("SELECT TITLE FROM SONGS ORDER BY TITLE"), ElementsAre("C", "T"));
+  EXPECT_THAT(query("SELECT TRACKPATH FROM VIEW_PLAYLISTENTRIES"),
+              ElementsAre(song, second + "/c.m4a"));
   // The next attach of the device comes without its second partition, whose folder is empty now.
   std::filesystem::remove(second + "/c.m4a");
   index("dev1", stick);
   EXPECT_THAT(query("SELECT TITLE FROM SONGS"), ElementsAre("T"));
   EXPECT_THAT(query("SELECT ARTIST FROM ARTISTS"), ElementsAre("X"));
+  EXPECT_THAT(query("SELECT TRACKPATH FROM VIEW_PLAYLISTENTRIES"), ElementsAre(song));
   EXPECT_EQ(manager.getStatus("dev1", second), "");
 }
 

@@ -91,5 +91,15 @@ TEST_F(ChangeFinderTest, LostDeletionsMarkTheRequest) {
   EXPECT_TRUE(skipped);
 }
 
+TEST_F(ChangeFinderTest, WithoutItsMarkARequestChangesNothing) {
+  song("/m/a", "1");
+  manager.insertStatus("dev", "/m", "OK");
+  rowsOf("dev",
+         "CREATE TRIGGER T BEFORE UPDATE ON PARTITIONS BEGIN SELECT RAISE(ABORT, 'no'); END;");
+  EXPECT_THAT(difference(songs, "/m", {{"/m/b", 1}}), SizeIs(0));
+  EXPECT_THAT(stored(), ElementsAre("/m/a"));
+  EXPECT_TRUE(skipped);
+}
+
 }  // namespace
 }  // namespace orvel::test

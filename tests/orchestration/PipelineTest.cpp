@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "base/Log.h"
 #include "db/SqlStream.h"
 #include "orchestration/MSDPipeline.h"
@@ -17,20 +19,20 @@ using testing::SizeIs;
 class PipelineTest : public DatabaseFolderFixture {
  protected:
   PipelineTest() {
-    OrvelOperation request;
     request.deviceId = "dev";
     request.mountPoint = mount;
     request.opId = 5;
     pipeline.enqueueNewOperation(request, true);
     log.clear();
   }
-  void result(int id, bool last, bool skipped = false) {
-    auto block = boost::make_shared<Block<void>>(Operation(id, 0, "dev", mount, last));
-    block->operation.skipped = skipped;
-    EXPECT_EQ(pipeline.doOperation(block), nullptr);
+  void result(int id, bool last) { result(pipeline, id, last); }
+  void result(MSDPipeline& to, int id, bool last) {
+    EXPECT_EQ(to.doOperation(boost::make_shared<Block<void>>(Operation(id, 0, "dev", mount, last))),
+              nullptr);
   }
 
   std::string mount = temporary.path();
+  OrvelOperation request;
   LogCapture log;
   MSDPipeline pipeline{nullptr};
 };
@@ -55,9 +57,6 @@ TEST_F(PipelineTest, ARequestThatCouldNotPrepareItsDatabaseIsNotComplete) {
   sqlstl::basic_sqlostream<char> other;
   other.open(databaseOf("dev").c_str(), 0);
   other.exec("BEGIN IMMEDIATE;");
-  OrvelOperation request;
-  request.deviceId = "dev";
-  request.mountPoint = mount;
   request.opId = 6;
   pipeline.enqueueNewOperation(request, true);
   other.exec("ROLLBACK;");
@@ -65,6 +64,23 @@ TEST_F(PipelineTest, ARequestThatCouldNotPrepareItsDatabaseIsNotComplete) {
   EXPECT_EQ(manager.getStatus("dev", mount), "PROGRESS");
   EXPECT_THAT(pipeline.progress->snapshot().leftUndone,
               ElementsAre(testing::StartsWith("the database could not be prepared")));
+}
+
+TEST_F(PipelineTest, ACheckDuringTheRequestCountsOnlyWhereNobodyHasWrittenSince) {
+  for (int branch = 0; branch < 3; ++branch) result(5, true);
+  for (const bool isDamaged : {false, true}) {
+    MSDPipeline next{nullptr};
+    next.start();
+    next.enqueueNewOperation(request, true);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the check has ended by then
+    if (isDamaged) {
+      rowsOf("dev",
+             "PRAGMA writable_schema=ON; DELETE FROM sqlite_schema WHERE tbl_name = 'ALBUMS';");
+    }
+    for (int branch = 0; branch < 3; ++branch) result(next, 5, true);
+    EXPECT_EQ(manager.getStatus("dev", mount), isDamaged ? "" : "OK");
+    EXPECT_EQ(next.progress->snapshot().status, isDamaged ? "PROGRESS" : "OK");
+  }
 }
 
 TEST_F(PipelineTest, ADatabaseThatCannotBeOpenedAtTheEndFailsTheRequest) {

@@ -38,7 +38,7 @@ class BusTest(ServiceTestCase):
         device.finished()
         self.assertEqual((device.State, device.Status, device.Kind, device.Name), ("idle", "OK", "folder", "Sample"))
         self.assertTrue(device.Isolated, device.Confinement)
-        self.assertEqual([name for name, *_ in device.signals], ["ListReady", "FoldersComplete"])
+        self.assertCountEqual([name for name, *_ in device.signals], ["ListReady", "FoldersComplete"])
         shown = {name: value for change in device.changes for name, value in change.properties.items()}
         self.assertEqual((shown["Status"], shown["State"]), ("OK", "idle"))
         gaps = [after.time - before.time for before, after in zip(device.changes, device.changes[1:])]

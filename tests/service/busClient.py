@@ -35,15 +35,22 @@ def waitFor(condition, seconds=WAIT_SECONDS):
 
 
 class Device:
-    """A device's object and the signals that came from it."""
+    """A device's object and the signals that came from it, which may be earlier than the answer with its path."""
 
-    def __init__(self, case, path):
+    def __init__(self, case, path=None):
         self.case, self.path = case, path
         self.changes, self.signals = [], []
-        case.bus.signal_subscribe(None, "org.freedesktop.DBus.Properties", "PropertiesChanged", path, None, 0,
-                                  lambda *signal: self.changes.append(Change(time.monotonic(), signal[5].unpack()[1])))
-        case.bus.signal_subscribe(None, NAME + ".Device", None, path, None, 0,
-                                  lambda *signal: self.signals.append((signal[4], *signal[5].unpack())))
+        case.bus.signal_subscribe(None, "org.freedesktop.DBus.Properties", "PropertiesChanged", None, None, 0,
+                                  self._hear_change)
+        case.bus.signal_subscribe(None, NAME + ".Device", None, None, None, 0, self._hear_signal)
+
+    def _hear_change(self, _bus, _sender, path, _interface, _name, arguments):
+        if path == self.path:
+            self.changes.append(Change(time.monotonic(), arguments.unpack()[1]))
+
+    def _hear_signal(self, _bus, _sender, path, _interface, name, arguments):
+        if path == self.path:
+            self.signals.append((name, *arguments.unpack()))
 
     def __getattr__(self, name):
         """Facts as they are now: device.State."""
@@ -80,7 +87,9 @@ class BusClient(unittest.TestCase):
 
     def index(self, folder, **options):
         options = {name.replace("_", "-"): GLib.Variant("s", text) for name, text in options.items()}
-        return Device(self, self.manager("Index", "(sa{sv})", str(folder), options)[0])
+        device = Device(self)
+        device.path = self.manager("Index", "(sa{sv})", str(folder), options)[0]
+        return device
 
     def objects(self):
         return self.call(ROOT, "org.freedesktop.DBus.ObjectManager.GetManagedObjects")[0]

@@ -240,7 +240,7 @@ std::unique_ptr<MSDMiner> poolOf(const std::vector<std::string>& programs) {
         TagReaderPool::Readers readers;
         for (const std::string& program : programs) {
           readers.push_back(std::make_unique<IsolatedTagReader>(
-              token, program, TagReading::Isolated, kShort, patience));
+              token, program, TagReading::Isolated, kShort, ReadingGoal::Tags, patience));
         }
         return std::make_unique<TagReaderPool>(std::move(readers));
       });

@@ -58,6 +58,8 @@ constexpr Reference kReferences[] = {
     {Encoding::Windows1254, "CP1254"}, {Encoding::Windows1255, "CP1255"},
     {Encoding::Windows1256, "CP1256"}, {Encoding::Windows1257, "CP1257"},
     {Encoding::Windows1258, "CP1258"}, {Encoding::Tis620, "TIS-620"},
+    {Encoding::Iso8859_7, "ISO-8859-7"}, {Encoding::Iso8859_5, "ISO-8859-5"},
+    {Encoding::Ibm866, "IBM866"}, {Encoding::MacCyrillic, "MAC-CYRILLIC", 1},
     {Encoding::Koi8, "KOI8-U"}, {Encoding::Iso8859_2, "ISO-8859-2"},
     {Encoding::Iso8859_15, "ISO-8859-15"}, {Encoding::Iso8859_16, "ISO-8859-16"},
     {Encoding::Gb18030, "GBK"}, {Encoding::Big5, "CP950"}, {Encoding::ShiftJis, "CP932", 374},
@@ -85,6 +87,11 @@ TEST(EncodingTest, agreesWithTheCLibrary) {
     EXPECT_GT(compared, 80) << reference.name;
     EXPECT_EQ(differing, reference.differing) << reference.name;
   }
+}
+
+TEST(EncodingTest, readsHongKongsCharacters) {
+  EXPECT_EQ(toUtf8(Encoding::Big5, "\xA7\xDA\x92]\x9D\xEF\xBAq \x8F@\xFA@\xFE\xFE \x86@"),
+            "我哋嘅歌 \u854B\U00020547\u79D4 \uFFFD@");
 }
 
 TEST(EncodingTest, readsFourBytesOfGb18030) {

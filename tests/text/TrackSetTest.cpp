@@ -37,5 +37,13 @@ TEST(TrackSetTest, titlesAloneNearlyAllComeOutRight) {
   EXPECT_EQ(accuracy.westernWrong, 0);
 }
 
+/// Each class of tracks that is easily mistaken for another: signs and lone words of Western
+/// titles, rare encodings, capitals, English words, bytes that show their encoding, mixed
+/// encodings.
+TEST(TrackSetTest, everyShapeOfTrackComesOutRight) {
+  for (const KnownTrack& track : readTrackSet(TRACK_SHAPES))
+    EXPECT_EQ(guessTrackLine(track.line), track.texts) << track.encoding << ", " << track.note;
+}
+
 }  // namespace
 }  // namespace orvel

@@ -1,5 +1,10 @@
-"""Short texts of one language, from translations in Debian packages and a development set."""
+"""Short texts of one language, from Debian packages and development sets.
 
+The packages of fetchPackages.sh lie unpacked in a folder; translations are also those of the
+installed system.
+"""
+
+import functools
 import gettext
 import glob
 import hashlib
@@ -7,17 +12,22 @@ import html
 import json
 import os
 import re
+import sys
+import unicodedata
+import xml.etree.ElementTree
 
-from languages import LANGUAGES
+from languages import LANGUAGES, SHELF
 
 LOCALE = "/usr/share/locale"
 # Catalogues of names of languages, countries, places and people, the texts most similar to tags.
 NAME_CATALOGUES = re.compile(r"^(iso_|iso-|libgweather|tzdata|libexif)")
 LINES = 30000  # at most, of the prose of a language
+LONGEST = 36  # characters of a text of the extended set
+WORDS = 4000  # of one dictionary
 NOISE = re.compile(r"<[^>]*>|%[-+ #0-9.$*']*(?:l|ll|z|h|j)?[a-zA-Z]|%\([^)]*\)[a-z]|\{[^}]*\}|"
                    r"\$\(?\w+\)?|\\[a-z]|https?:\S*|\S+@\S+|--?[a-z-]+=?")
 FORTUNES = {"de": ["de/*"], "es": ["es/*"], "it": ["italia", "definizioni", "leggi", "luttazzi"],
-            "pl": ["pl/*"], "ru": ["ru/*"], "cs": ["cs/*"], "bg": ["bg/*"], "pt": ["brasil"],
+            "pl": ["pl/*"], "ru": ["ru/*"], "cs": ["cs/*"], "bg": ["bg/*"], "pt": ["brasil"], "ga": ["ga/proverbs.u8"],
             "zh": ["chinese.u8", "tang300.u8", "song100.u8"]}
 
 
@@ -50,7 +60,87 @@ def order(text):
     return hashlib.md5(text.encode()).digest()
 
 
-def prose(language):
+def sampled(texts, count):
+    """A fixed pseudo-random choice."""
+    return sorted(set(texts), key=order)[:count]
+
+
+def usable(text):
+    """True for a text that could stand in a tag."""
+    return 1 < len(text) <= LONGEST and text.isprintable() and not re.search(r"[{}<>_|\d]", text)
+
+
+@functools.cache
+def phrases(packages, name):
+    """Names and descriptions of CLDR: countries, languages, regions, cities, and of pictures."""
+    found = set()
+    for part in ("main", "annotations", "subdivisions"):
+        path = f"{packages}/usr/share/unicode/cldr/common/{part}/{name}.xml"
+        if not os.path.exists(path):
+            continue
+        for node in xml.etree.ElementTree.parse(path).iter():
+            if node.tag in ("annotation", "territory", "language", "exemplarCity", "subdivision"):
+                for text in (node.text or "").split("|"):
+                    found.add(unicodedata.normalize("NFC", text.strip()))
+    return sampled(filter(usable, found), WORDS)
+
+
+@functools.cache
+def words(packages, name):
+    """Words of a dictionary."""
+    path = f"{packages}/usr/share/hunspell/{name}"
+    if name is None or not os.path.exists(path + ".dic"):
+        return []
+    with open(path + ".aff", "rb") as f:
+        encoding = re.search(rb"^(?:\xef\xbb\xbf)?SET\s+(\S+)", f.read(), re.MULTILINE)
+    codec = encoding.group(1).decode().replace("microsoft-", "") if encoding else "latin-1"
+    with open(path + ".dic", encoding=codec, errors="ignore") as f:
+        lines = (re.split(r"[/\t]", line.strip())[0] for line in f)
+        found = (unicodedata.normalize("NFC", word) for word in lines)
+        return sampled((w for w in found if usable(w) and w.replace("'", "").isalpha()), WORDS)
+
+
+def people(packages, locale, count):
+    """Generated names of people, without titles."""
+    if locale is None:
+        return []
+    sys.path.append(f"{packages}/usr/lib/python3/dist-packages")
+    from faker import Faker
+    fake = Faker(locale)
+    fake.seed_instance(len(locale))
+    family_first = locale[:2] in ("zh", "ja", "ko")
+    pairs = ((fake.first_name(), fake.last_name()) for _ in range(count))
+    return sorted({last + first if family_first else f"{first} {last}" for first, last in pairs})
+
+
+def cantonese(packages):
+    """Words of spoken Cantonese."""
+    with open(f"{packages}/usr/share/rime-data/jyut6ping3.words.dict.yaml", encoding="utf-8") as f:
+        found = (line.split("\t")[0].strip() for line in f if "\t" in line)
+        return sampled((w for w in found if 1 < len(w) < 9 and not w.isascii()), 10 * WORDS)
+
+
+def messages(locale):
+    """Lines of programs' messages, at most 2000."""
+    found = set()
+    for path in sorted(glob.glob(f"{LOCALE}/{locale}/LC_MESSAGES/*.mo")):
+        for text in catalogue(path):
+            found.update(line for line in lines_of(text) if usable(line))
+    return sampled(found, WORDS // 2)
+
+
+def vocabulary(language, packages):
+    """Words of dictionaries and phrases of CLDR in the languages of a model."""
+    found = set()
+    for name in LANGUAGES[language][2]:
+        if name in SHELF:
+            found.update(words(packages, SHELF[name][1]), phrases(packages, SHELF[name][0]))
+        if name == "yue":
+            found.update(cantonese(packages))
+    return sorted(found)
+
+
+def prose(language, packages):
     """Lines of programs' messages and of fortune cookies."""
     lines = set()
     for locale in LANGUAGES[language][0]:
@@ -65,7 +155,7 @@ def prose(language):
             for text in catalogue(path, original=True):
                 lines.update(lines_of(text))
     for pattern in FORTUNES.get(language, []):
-        for path in glob.glob(f"/usr/share/games/fortunes/{pattern}"):
+        for path in glob.glob(f"{packages}/usr/share/games/fortunes/{pattern}"):
             if os.path.isfile(path) and not path.endswith(".dat"):
                 with open(path, encoding="utf-8", errors="ignore") as f:
                     found = {line for text in f for line in lines_of(text)}
@@ -73,20 +163,18 @@ def prose(language):
     return sorted(lines, key=order)[:LINES]
 
 
-def names(language):
+def names(language, packages):
     """Names of places, languages and people."""
     lines = set()
     for locale in LANGUAGES[language][0]:
-        for path in glob.glob(f"{LOCALE}/{locale}/LC_MESSAGES/*.mo"):
+        for path in (glob.glob(f"{LOCALE}/{locale}/LC_MESSAGES/*.mo") +
+                     glob.glob(f"{packages}{LOCALE}/{locale}/LC_MESSAGES/*.mo")):
             if NAME_CATALOGUES.match(os.path.basename(path)):
                 for text in catalogue(path):
                     lines.update(lines_of(text))
     lines = set(sorted(lines, key=order)[:LINES // 3])
-    from faker import Faker
     for locale in LANGUAGES[language][1]:
-        fake = Faker(locale)
-        fake.seed(len(locale))
-        lines.update(fake.name() for _ in range(3000))
+        lines.update(people(packages, locale, 3000))
     if language == "xx":
         lines.update(subdivisions())
     return sorted(lines)
@@ -104,10 +192,13 @@ def subdivisions():
             pass
 
 
-def tracks(path):
-    """The rows of a development set as lists of columns."""
-    with open(path, encoding="utf-8") as f:
-        return [line.rstrip("\n").split("\t") for line in f][1:]
+def tracks(*paths):
+    """The rows of development sets as lists of columns."""
+    rows = []
+    for path in paths:
+        with open(path, encoding="utf-8") as f:
+            rows += [line.rstrip("\n").split("\t") for line in f][1:]
+    return rows
 
 
 def developed(language, rows):

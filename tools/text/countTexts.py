@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 """Counts the pairs of letters and the characters of a language's texts into tools/text/counts/.
 
-Usage: countTexts.py DEVELOPMENT_SET OUTPUT_FOLDER
+Usage: countTexts.py PACKAGES_FOLDER OUTPUT_FOLDER DEVELOPMENT_SET...
 
-Needs the translations of an installed Debian system and the packages named in corpus.py. The
-repository keeps only the counts of these texts; generateModels.py turns them into the models.
+PACKAGES_FOLDER is the output of fetchPackages.sh; translations are also those of the installed
+Debian system. The repository keeps only the counts of these texts; generateModels.py turns them into the models.
 """
 
 import collections
@@ -16,7 +16,7 @@ import corpus
 from languages import CJK, LANGUAGES
 
 TOTAL = 1000000  # counted units of a language, shared among its sources
-SHARES = {"prose": 0.35, "names": 0.3, "developed": 0.35}
+SHARES = {"prose": 0.3, "names": 0.2, "vocabulary": 0.25, "developed": 0.25}
 VIETNAMESE_MARKS = "\u0300\u0301\u0303\u0309\u0323"
 
 
@@ -61,7 +61,7 @@ def char_class(c):
         return 3
     if 0x30A1 <= code <= 0x30FE:
         return 4
-    if 0x4E00 <= code <= 0x9FFF or 0xF900 <= code <= 0xFAFF or code == 0x3005:
+    if 0x3400 <= code <= 0x9FFF or 0x20000 <= code <= 0x2FFFF or 0xF900 <= code <= 0xFAFF or code == 0x3005:
         return 5
     if 0xAC00 <= code <= 0xD7A3:
         return 6
@@ -85,35 +85,68 @@ def units(language, text):
             [f"~{a}{b}" for a, b in zip(classes, classes[1:])])
 
 
-def spans(text):
-    """All runs of words of a line, and of characters for scripts without blanks."""
-    words = text.split(" ")
-    found = {" ".join(words[i:j]) for i in range(len(words)) for j in range(i + 1, len(words) + 1)}
-    if len(text) < 41 and any(c > "\u2e80" or "\u0e00" < c < "\u0e80" for c in text):
-        found |= {text[i:j] for i in range(len(text)) for j in range(i + 1, len(text) + 1)}
+class Unseen:
+    """Texts that no counted line may contain as a run of its words, or of its characters in
+    scripts without blanks; a dictionary must not contain their words either."""
+
+    def __init__(self, texts):
+        self.starts, self.runs, self.words = collections.defaultdict(list), set(), set()
+        for text in texts:
+            words = text.split(" ")
+            self.starts[words[0]].append(words)
+            self.words.update(w.lower() for w in words if not w.isascii())
+            if is_unspaced(text):
+                self.runs.add(text)
+        self.lengths = {len(run) for run in self.runs}
+
+    def inside(self, line):
+        """True when the line contains one of the texts."""
+        words = line.split(" ")
+        if any(words[i:i + len(run)] == run
+               for i, word in enumerate(words) for run in self.starts.get(word, ())):
+            return True
+        return is_unspaced(line) and any(line[i:i + size] in self.runs for size in self.lengths
+                                         for i in range(len(line) - size + 1))
+
+    def known(self, line):
+        """True for a line of a dictionary that has a word of one of the texts."""
+        return self.inside(line) or any(w.lower() in self.words for w in line.split(" "))
+
+
+def is_unspaced(text):
+    """True for a text in a script without blanks between words."""
+    return any(c > "\u2e80" or "\u0e00" < c < "\u0e80" for c in text)
+
+
+def counted(language, lines):
+    """Counts the units of lines."""
+    found = collections.Counter()
+    for line in lines:
+        found.update(units(language, line))
     return found
 
 
 class Texts:
-    """The texts of all languages by source, and their counts."""
+    """The texts of one language by source, and their counts."""
 
-    def __init__(self):
-        self.lines = {(language, source): getattr(corpus, source)(language)
-                      for language in LANGUAGES for source in ("prose", "names")}
+    def __init__(self, language, packages):
+        self.language = language
+        self.lines = {source: getattr(corpus, source)(language, packages)
+                      for source in ("prose", "names", "vocabulary")}
+        self.all = {source: counted(language, lines) for source, lines in self.lines.items()}
 
-    def counts(self, language, rows, unseen=frozenset()):
-        """Counts a language. Skips every line that holds a text of `unseen`."""
+    def counts(self, rows, unseen=()):
+        """Counts the language, without the lines that contain a text of `unseen`."""
+        left_out = Unseen(unseen)
+        found = {"developed": counted(self.language, corpus.developed(self.language, rows))}
+        for source, lines in self.lines.items():
+            is_known = left_out.known if source == "vocabulary" else left_out.inside
+            found[source] = self.all[source] - counted(self.language, filter(is_known, lines))
+        weight = sum(SHARES[source] for source, counts in found.items() if counts)
         total = collections.Counter()
-        sources = {source: self.lines[language, source] for source in ("prose", "names")}
-        sources["developed"] = corpus.developed(language, rows)
-        weight = sum(SHARES[source] for source, lines in sources.items() if lines)
-        for source, lines in sources.items():
-            found = collections.Counter()
-            for line in lines:
-                if not unseen or not unseen & spans(line):
-                    found.update(units(language, line))
-            scale = TOTAL * SHARES[source] / weight / max(1, sum(found.values()))
-            for unit, count in found.items():
+        for source, counts in found.items():
+            scale = TOTAL * SHARES[source] / weight / max(1, sum(counts.values()))
+            for unit, count in counts.items():
                 total[unit] += count * scale
         return {unit: round(count) for unit, count in total.items() if round(count)}
 
@@ -127,10 +160,10 @@ def write(folder, language, counts):
 
 
 def main():
-    rows = corpus.tracks(sys.argv[1])
-    texts = Texts()
+    packages, folder = sys.argv[1:3]
+    rows = corpus.tracks(*sys.argv[3:])
     for language in LANGUAGES:
-        write(sys.argv[2], language, texts.counts(language, rows))
+        write(folder, language, Texts(language, packages).counts(rows))
 
 
 if __name__ == "__main__":

@@ -1,15 +1,15 @@
 #!/usr/bin/python3
 """Measures the guesser on tracks that its models were not trained with.
 
-Usage: crossValidate.py DEVELOPMENT_SET [FOLDS]
+Usage: crossValidate.py PACKAGES_FOLDER FOLDS DEVELOPMENT_SET...
 
-Builds the filter for each fold of the set with models trained without it: without its tracks, and
-without every line of the other texts that contains one of its texts. Measures names of Western
-places as titles in the same way. Needs the packages of countTexts.py and a C++ compiler.
+PACKAGES_FOLDER is the output of fetchPackages.sh. Builds the filter for each fold of the sets with
+models trained without it: without its tracks, and without every line of the other texts that
+contains one of its texts. Measures names of Western places as titles in the same way, and the
+titles of tracks alone. Needs a C++ compiler.
 """
 
 import collections
-import glob
 import os
 import pathlib
 import subprocess
@@ -25,13 +25,14 @@ NAMES = 600  # of Western places per fold
 GENERATED = ("LatinModels", "ScriptModels", "CjkModels")
 
 
-def western_names():
+def western_names(packages):
     """Names of places with a letter beyond ASCII, in the languages of windows-1252."""
     found = set(corpus.subdivisions())
     for language in (l for l, codecs in CODECS.items() if codecs == WESTERN):
         for locale in LANGUAGES[language][0]:
             for domain in ("iso_3166-1", "iso_3166-2", "libgweather-locations"):
-                for path in glob.glob(f"{corpus.LOCALE}/{locale}/LC_MESSAGES/{domain}.mo"):
+                for root in ("", packages):
+                    path = f"{root}{corpus.LOCALE}/{locale}/LC_MESSAGES/{domain}.mo"
                     found.update(corpus.catalogue(path))
     return [n for n in sorted(found, key=corpus.order)
             if not n.isascii() and n.isprintable() and len(n) <= 60 and encodable(n)]
@@ -47,7 +48,7 @@ def encodable(name):
 
 def build(folder, objects):
     """Builds the filter with the models in the folder; compiles the rest once, into `objects`."""
-    compiler = ["g++", "-std=c++20", "-O2", f"-I{ROOT}"]
+    compiler = ["g++", "-std=c++20", "-O2", f"-I{ROOT}", f"-I{ROOT}/include"]
     others = GENERATED + ("AsianForms", "PinyinTable")
     sources = [p for p in sorted(ROOT.glob("text/**/*.cpp")) if p.stem not in others]
     sources += [ROOT / "tools/text/TrackLine.cpp", ROOT / "tools/text/textguess.cpp"]
@@ -89,8 +90,7 @@ def groups_of(row):
         found.append("Western 8-bit")
     if language in ("zh", "zt", "ja", "ko"):
         found.append("Chinese, Japanese, Korean")
-    if note.startswith("music"):
-        found.append("real music")
+    found.append("real music" if note.startswith("music") else f"shape {note}")
     return found
 
 
@@ -113,23 +113,26 @@ def judge(program, rows, names, score):
 
 
 def main():
-    rows = corpus.tracks(sys.argv[1])
-    folds = int(sys.argv[2]) if len(sys.argv) > 2 else 5
-    names = western_names()
-    texts = Texts()
+    packages, folds = sys.argv[1], int(sys.argv[2])
+    rows = corpus.tracks(*sys.argv[3:])
+    names = western_names(packages)
+    judged = [(rows[fold::folds], names[fold::folds][:NAMES]) for fold in range(folds)]
+    unseen = [{t for row in tracks for t in row[3:8] if not t.isascii()} | set(places)
+              for tracks, places in judged]
     score = Score()
-    with tempfile.TemporaryDirectory() as top:
+    with tempfile.TemporaryDirectory() as name:
+        top = pathlib.Path(name)
+        for language in LANGUAGES:
+            texts = Texts(language, packages)
+            for fold in range(folds):
+                trained = [row for i, row in enumerate(rows) if i % folds != fold]
+                write(top / str(fold) / "counts", language, texts.counts(trained, unseen[fold]))
+        os.makedirs(top / "objects")
         for fold in range(folds):
-            judged, places = rows[fold::folds], names[fold::folds][:NAMES]
-            trained = [row for i, row in enumerate(rows) if i % folds != fold]
-            unseen = {t for row in judged for t in row[3:8] if not t.isascii()} | set(places)
-            folder = pathlib.Path(top) / str(fold)
-            for language in LANGUAGES:
-                write(folder / "counts", language, texts.counts(language, trained, unseen))
+            folder = top / str(fold)
             subprocess.run([sys.executable, ROOT / "tools/text/generateModels.py",
                             folder / "counts", folder], check=True)
-            os.makedirs(pathlib.Path(top) / "objects", exist_ok=True)
-            judge(build(folder, pathlib.Path(top) / "objects"), judged, places, score)
+            judge(build(folder, top / "objects"), *judged[fold], score)
     score.show()
 
 

@@ -8,10 +8,14 @@ The tables are those of Python's own codecs, which follow the vendors' mappings.
 
 import sys
 
+from printable import wrapped
+
 # Upper halves of the eight-bit encodings, in the order of the C++ enumeration. KOI8-U is KOI8-R
 # with Ukrainian letters in place of some box-drawing characters.
 SINGLE = ["cp1250", "cp1251", "cp1252", "cp1253", "cp1254", "cp1255", "cp1256", "cp1257", "cp1258",
-          "cp874", "koi8_u", "iso8859_2", "iso8859_15", "iso8859_16"]
+          "cp874", "koi8_u", "iso8859_2", "iso8859_15", "iso8859_16",
+          "iso8859_7", "iso8859_5", "cp866", "mac_cyrillic"]
+HKSCS_LEADS = list(range(0x87, 0xA1)) + list(range(0xFA, 0xFF))
 HIGH = range(0xA1, 0xFF)
 KANJI_ROWS = list(range(1, 9)) + [13] + list(range(16, 85)) + list(range(115, 120))
 NONE = "\ufffd"
@@ -61,6 +65,8 @@ def literal(text):
 
 def table(name, text):
     """One definition."""
+    if not isinstance(text, str):
+        return numbers(name, text)
     return f"\nconst std::u16string_view {name} =\n{literal(text)};\n"
 
 
@@ -77,6 +83,25 @@ def shift_jis(row, cell):
     lead = (row - 1) // 2 + (0x81 if row <= 62 else 0xC1)
     trail = (cell + 0x3F + (cell > 63)) if row % 2 else cell + 0x9E
     return decoded("cp932", lead, trail)
+
+
+def hong_kong(trails):
+    """The characters of Hong Kong's lead bytes without their plane, and the bits of those of plane 2."""
+    found = []
+    for lead in HKSCS_LEADS:
+        for trail in trails:
+            text = bytes([lead, trail]).decode("big5hkscs", "replace")
+            found.append(ord(text) if len(text) == 1 else ord(NONE))
+    planes = [code > 0xFFFF for code in found]
+    words = [sum(bit << i for i, bit in enumerate(planes[start:start + 16]))
+             for start in range(0, len(planes), 16)]
+    return [code & 0xFFFF for code in found], words
+
+
+def numbers(name, codes):
+    """The definition of an array of 16-bit numbers."""
+    return (f"\nconst std::array<std::uint16_t, {len(codes)}> {name}{{\n" +
+            wrapped([f"0x{code:X}" for code in codes]) + "};\n")
 
 
 def extension_tail():
@@ -103,6 +128,7 @@ def main():
                           "gbkSymbolTable": rows("gb18030", (0xA8, 0xA9), gbk_low),
                           "gbkTailTable": extension_tail()},
         "TaiwaneseTable": {"big5Table": rows("cp950", range(0xA1, 0xFA), low + high)},
+        "HongKongTable": dict(zip(("hkscsTable", "hkscsPlane2"), hong_kong(low + high))),
         "JapaneseTable": {"jisTable": "".join(
             shift_jis(row, cell) for row in KANJI_ROWS for cell in range(1, 95))},
         "KoreanTable": {"koreanTable": rows("cp949", range(0xA1, 0xFE), high)},

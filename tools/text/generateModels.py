@@ -61,7 +61,9 @@ def symbol_of(c, known):
         return "a" if c.isalpha() else c
     if c in TYPOGRAPHIC:
         return "typographic"
-    return "foreign" if c.isalpha() else "odd"
+    code = ord(c)
+    odd = code < 0xC0 or code in (0xD7, 0xF7) or 0x2B0 <= code < 0x370 or code >= 0x2000
+    return "odd" if odd else "foreign"
 
 
 def alphabet_model(language, counts):
@@ -95,7 +97,8 @@ def alphabet_model(language, counts):
 HIGH = range(0xA1, 0xFF)
 CELLS = {
     "zh": ("gb2312", range(0xB0, 0xF8), list(HIGH)),
-    "zt": ("cp950", range(0xA4, 0xC7), list(range(0x40, 0x7F)) + list(HIGH)),
+    "zt": ("big5hkscs", [*range(0xA4, 0xC7), *range(0x87, 0xA1), *range(0xFA, 0xFF)],
+           list(range(0x40, 0x7F)) + list(HIGH)),
     "ja": ("euc_jp", range(0xA4, 0xF5), list(HIGH)),
     "ko": ("euc_kr", range(0xB0, 0xC9), list(HIGH)),
 }
@@ -119,10 +122,10 @@ def cjk_model(language, counts):
             total[char_class(unit)] += count
             if unit not in listed:
                 unlisted[char_class(unit)] += count
-    number = collections.Counter(char_class(c) for c in cells if c)
+    number = collections.Counter(char_class(c) for c in cells if len(c) == 1)
     costs = []
     for c in cells:
-        if not c:
+        if len(c) != 1:
             costs.append(99)
             continue
         kind = char_class(c)
