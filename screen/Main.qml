@@ -48,6 +48,10 @@ ApplicationWindow {
             stack.push(mediaPage, {kind: "albums", title: row.label || qsTr("Unknown genre"),
                                    filter: {genre: row.label}})
             break
+        case "composers":
+            stack.push(mediaPage, {kind: "songs", title: row.label || qsTr("Unknown composer"),
+                                   filter: {composer: row.label}})
+            break
         case "directories":
             stack.push(mediaPage, {kind: "directories", title: row.label, filter: {parent: row.path},
                                    songFilter: {directory: row.path}})

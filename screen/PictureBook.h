@@ -1,10 +1,8 @@
 #pragma once
 
-#include <QtQml/qqmlregistration.h>
 #include <QJsonArray>
 #include <QObject>
 #include <QString>
-#include <QTemporaryDir>
 
 class QQuickWindow;
 

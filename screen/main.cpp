@@ -1,17 +1,16 @@
 #include <QCommandLineParser>
-#include <QDir>
-#include <QFile>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <algorithm>
 #include <iostream>
 #include <string_view>
 #include <vector>
 
+#include "screen/Output.h"
 #include "screen/PictureBook.h"
+#include "screen/Workshop.h"
 
 namespace orvel::screen {
 namespace {
@@ -54,32 +53,6 @@ Options optionsFrom(const QGuiApplication& application) {
           parser.isSet(scroll)};
 }
 
-/// Folders that the tour may take away: links to the real ones, and an empty one.
-class Workshop : public QObject {
-  Q_OBJECT
-  Q_PROPERTY(QString stick READ stick CONSTANT)
-  Q_PROPERTY(QString large READ large CONSTANT)
-  Q_PROPERTY(QString empty READ empty CONSTANT)
-  Q_PROPERTY(QString missing READ missing CONSTANT)
-
- public:
-  explicit Workshop(const QStringList& folders) {
-    QFile::link(QDir(folders.value(0)).absolutePath(), stick());
-    QFile::link(QDir(folders.value(1)).absolutePath(), large());
-    QDir().mkpath(empty());
-  }
-
-  [[nodiscard]] QString databases() const { return folder.filePath("databases"); }
-  [[nodiscard]] QString stick() const { return folder.filePath("stick"); }
-  [[nodiscard]] QString large() const { return folder.filePath("large"); }
-  [[nodiscard]] QString empty() const { return folder.filePath("empty"); }
-  [[nodiscard]] QString missing() const { return folder.filePath("missing"); }
-  Q_INVOKABLE void pullOut() const { QFile::remove(stick()); }
-
- private:
-  QTemporaryDir folder;
-};
-
 /// Loads one of the screens. False, with a message of the engine's, when that fails.
 bool load(QQmlApplicationEngine& engine, const char* screen, const QVariantMap& properties) {
   engine.setInitialProperties(properties);
@@ -99,14 +72,6 @@ void prepare(const std::vector<std::string_view>& arguments) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   qputenv("QT_QUICK_BACKEND", "software");
 }
-
-/// Prints songs for a player to read.
-class Output : public QObject {
-  Q_OBJECT
-
- public Q_SLOTS:
-  void print(const QString& path) { std::cout << path.toStdString() << std::endl; }
-};
 
 int runTour(QQmlApplicationEngine& engine, const Options& options) {
   if (options.folders.size() != 2) {
@@ -160,5 +125,3 @@ int main(int count, char** arguments) {
   engine.addImportPath(QCoreApplication::applicationDirPath() + "/qml");
   return options.pictures.isEmpty() ? runScreen(engine, options) : runTour(engine, options);
 }
-
-#include "main.moc"
