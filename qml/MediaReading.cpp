@@ -195,13 +195,6 @@ void dropDoubles(MediaRows& rows) {
   std::erase_if(rows, [&](const MediaRowPointer& row) { return times[row->key]++ != 0; });
 }
 
-const char* nameOf(ListKind kind) {
-  for (const auto& [name, named] : browse::listKinds()) {
-    if (named == kind) return name.c_str();
-  }
-  return "";
-}
-
 bool isWanted(const MediaQuery& query, const MediaRow& row) {
   const auto matches = [&](const std::optional<std::string>& wanted, Role role) {
     return !wanted || row.value(role).toString() == textOf(*wanted);
@@ -244,7 +237,7 @@ MediaRows readMedia(const MediaQuery& query, const std::function<bool()>& isCanc
     const browse::Listing listing =
         withMoreColumns(query.list.kind, browse::listingFor(query.list));
     const bool isOrdered = query.list.kind == ListKind::Songs && query.list.playlist.has_value();
-    const char* const kind = nameOf(query.list.kind);
+    const char* const kind = browse::nameOf(query.list.kind).c_str();
     database.query(listing.select + (isOrdered ? " ORDER BY L.POSITION" : ""), listing.parameters,
                    [&](const browse::Row& cells) { return add(kind, listing.columns, cells); });
     if (!isCanceled()) sortRows(query.list, rows);
