@@ -196,10 +196,7 @@ void dropDoubles(MediaRows& rows) {
 }
 
 bool isWanted(const MediaQuery& query, const MediaRow& row) {
-  const auto matches = [&](const std::optional<std::string>& wanted, Role role) {
-    return !wanted || row.value(role).toString() == textOf(*wanted);
-  };
-  return matches(query.composer, Role::Composer) && matches(query.parent, Role::Parent);
+  return !query.parent || row.value(Role::Parent).toString() == textOf(*query.parent);
 }
 
 std::set<ListKind> searchedKinds() {
@@ -213,8 +210,8 @@ std::set<ListKind> searchedKinds() {
 bool MediaQuery::operator==(const MediaQuery& other) const {
   const auto parts = [](const MediaQuery& query) {
     const ListQuery& list = query.list;
-    return std::tie(query.database, list.kind, list.artist, list.album, list.genre, list.playlist,
-                    list.directory, query.composer, query.parent, query.words);
+    return std::tie(query.database, list.kind, list.artist, list.album, list.genre, list.composer,
+                    list.playlist, list.directory, query.parent, query.words);
   };
   return parts(*this) == parts(other);
 }
