@@ -137,7 +137,7 @@ void MediaModel::setFilter(const QVariantMap& wanted) {
       {QStringLiteral("genre"), &query.list.genre},
       {QStringLiteral("playlist"), &query.list.playlist},
       {QStringLiteral("directory"), &query.list.directory},
-      {QStringLiteral("composer"), &query.composer},
+      {QStringLiteral("composer"), &query.list.composer},
       {QStringLiteral("parent"), &query.parent}};
   for (const auto& [name, part] : parts) {
     const QVariant text = wanted.value(name);

@@ -195,18 +195,8 @@ void dropDoubles(MediaRows& rows) {
   std::erase_if(rows, [&](const MediaRowPointer& row) { return times[row->key]++ != 0; });
 }
 
-const char* nameOf(ListKind kind) {
-  for (const auto& [name, named] : browse::listKinds()) {
-    if (named == kind) return name.c_str();
-  }
-  return "";
-}
-
 bool isWanted(const MediaQuery& query, const MediaRow& row) {
-  const auto matches = [&](const std::optional<std::string>& wanted, Role role) {
-    return !wanted || row.value(role).toString() == textOf(*wanted);
-  };
-  return matches(query.composer, Role::Composer) && matches(query.parent, Role::Parent);
+  return !query.parent || row.value(Role::Parent).toString() == textOf(*query.parent);
 }
 
 std::set<ListKind> searchedKinds() {
@@ -221,7 +211,7 @@ bool MediaQuery::operator==(const MediaQuery& other) const {
   const auto parts = [](const MediaQuery& query) {
     const ListQuery& list = query.list;
     return std::tie(query.database, list.kind, list.artist, list.album, list.genre, list.playlist,
-                    list.directory, query.composer, query.parent, query.words);
+                    list.directory, list.composer, query.parent, query.words);
   };
   return parts(*this) == parts(other);
 }
@@ -244,7 +234,7 @@ MediaRows readMedia(const MediaQuery& query, const std::function<bool()>& isCanc
     const browse::Listing listing =
         withMoreColumns(query.list.kind, browse::listingFor(query.list));
     const bool isOrdered = query.list.kind == ListKind::Songs && query.list.playlist.has_value();
-    const char* const kind = nameOf(query.list.kind);
+    const char* const kind = browse::nameOf(query.list.kind).c_str();
     database.query(listing.select + (isOrdered ? " ORDER BY L.POSITION" : ""), listing.parameters,
                    [&](const browse::Row& cells) { return add(kind, listing.columns, cells); });
     if (!isCanceled()) sortRows(query.list, rows);

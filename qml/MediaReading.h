@@ -13,7 +13,6 @@ namespace orvel::qml {
 struct MediaQuery {
   std::string database;
   browse::ListQuery list;
-  std::optional<std::string> composer;
   std::optional<std::string> parent;  ///< of folders: the path of the folder that they lie in
   std::string words;                  ///< finds these instead of listing
 
