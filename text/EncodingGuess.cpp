@@ -108,9 +108,9 @@ unsigned handicap(const Priority& priority, const Circumstances& track) {
   const bool preferred = std::ranges::any_of(kRegionPriorities, [&](const RegionPriority& entry) {
     return entry.region == track.region && entry.encoding == priority.encoding;
   });
-  const unsigned own = priority.handicap + (track.loneByte ? loneByteMargin(priority.encoding) : 0);
-  return own - (preferred ? std::min(kRegionBonus, own) : 0) +
-         (track.unicodeSeen ? kUnicodeTagger : 0);
+  const unsigned lone = track.loneByte && !preferred ? loneByteMargin(priority.encoding) : 0;
+  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap) : 0;
+  return priority.handicap + lone - bonus + (track.unicodeSeen ? kUnicodeTagger : 0);
 }
 
 /// True for well-formed UTF-8, whose end may be cut off.

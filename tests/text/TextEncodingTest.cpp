@@ -126,6 +126,10 @@ TEST_F(TextEncodingTest, regionDecidesInDoubt) {
   setTextRegion(TextRegion::Turkey);
   EXPECT_EQ(guessedTitle(doubtful), "Akalın");
   EXPECT_EQ(guessedTitle("Mot\xF6rhead"), "Motörhead");
+  setTextRegion(TextRegion::Baltic);
+  EXPECT_EQ(guessedTitle("Japon\xF8"), "Japonų");
+  setTextRegion(TextRegion::CentralEurope);
+  EXPECT_EQ(guessedTitle("Ohe\xF2"), "Oheň");
 }
 
 }  // namespace
