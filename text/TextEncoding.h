@@ -33,10 +33,10 @@ void setTrackComposer(TrackRecord* track, const char* bytes, unsigned length, co
 ///
 /// Passes texts claimed as "UTF-8" unchanged, except for ill-formed parts, and plain ASCII texts
 /// always. Converts the texts whose bytes show their encoding: ISO-2022-JP, HZ, UTF-16 without a
-/// mark, UTF-8, also UTF-8 that was encoded again. Assumes that the others share one encoding, unless
-/// another explains one of them far better: windows-1252, the superset of ISO-8859-1, unless another
-/// explains them clearly better. Bytes without a meaning become U+FFFD.
-/// NULs and control characters stay.
+/// mark, UTF-8, also UTF-8 that was encoded again. Assumes that the others share one encoding,
+/// unless another explains one of them far better: windows-1252, the superset of ISO-8859-1, unless
+/// another explains them clearly better. Bytes without a meaning become U+FFFD. NULs and control
+/// characters stay.
 /// @param defaultEncoding  "ISO-8859-1", the only supported default
 /// @return a new record that the caller gives to `destroyTrack` and then to `free`, or null when
 ///         memory ran out. Any thread.
