@@ -114,7 +114,8 @@ MediaDatabase::MediaDatabase(const std::string& file) : path(file) {
 }
 
 bool MediaDatabase::open(const std::string& uri) {
-  if (connection.open(uri.c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) != SQLITE_OK) {
+  if (connection.open(uri.c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX) !=
+      SQLITE_OK) {
     return false;
   }
   sqlite3* const handle = connection.get();

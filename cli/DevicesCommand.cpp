@@ -108,6 +108,7 @@ int runDevices(const DevicesOptions& options) {
   addPhones(options, devices);
   if (options.json) {
     std::vector<QJsonObject> objects;
+    objects.reserve(devices.size());
     for (const KnownDevice& device : devices) objects.push_back(jsonOf(device));
     std::cout << jsonArray(objects) << "\n";
   } else if (devices.empty()) {

@@ -76,6 +76,7 @@ std::string readableTime(std::int64_t seconds) {
 KnownDevice knownDevice(const std::string& wanted, const std::string& folder) {
   const std::vector<KnownDevice> devices = knownDevices(folder);
   std::vector<NamedDevice> names;
+  names.reserve(devices.size());
   for (const KnownDevice& device : devices) names.push_back(namesOf(device));
   return devices[chooseDevice(wanted, names, "known",
                               "Run 'orvel index' first, or name the folder of the"

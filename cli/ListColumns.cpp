@@ -44,6 +44,10 @@ const char* unknownName(ListKind kind, const std::string& column) {
   return found == ofColumns.end() ? nullptr : found->second;
 }
 
+bool isUnknownAtZero(const std::string& column) {
+  return column == "track" || column == "disc" || column == "year" || column == "duration";
+}
+
 bool isBlank(const browse::Cell& cell) {
   const auto* const text = std::get_if<std::string_view>(&cell);
   return text == nullptr ? std::holds_alternative<std::monostate>(cell) : text->empty();
@@ -82,7 +86,7 @@ browse::Cell ListColumns::filledIn(const browse::Row& row, std::size_t place) co
   const browse::Cell& cell = row[place];
   if (reader == Reader::Tsv || reader == Reader::Program) return cell;
   const std::string name = all[place].name;
-  if (cell == browse::Cell(std::int64_t{0}) && (name == "track" || name == "disc")) return {};
+  if (cell == browse::Cell(std::int64_t{0}) && isUnknownAtZero(name)) return {};
   if (!isBlank(cell)) return cell;
   if (name == "title") return row[columnNamed("name", all)];
   if (reader == Reader::Pattern) return cell;

@@ -29,8 +29,8 @@ class ListColumns {
   [[nodiscard]] const std::vector<browse::Column>& columns() const { return shown; }
 
   /// The cells of these columns, valid until the next call. For people a song without title has the
-  /// name of its file, an empty name is "Unknown artist" or the like, and a track or disc 0 is
-  /// blank.
+  /// name of its file, an empty name is "Unknown artist" or the like, and a 0 that stands
+  /// for nothing is blank.
   const browse::Row& of(const browse::Row& row);
 
  private:

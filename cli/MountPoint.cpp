@@ -34,6 +34,7 @@ std::string pathNamed(const std::string& argument) {
   if (isPath) return cleanPath(argument);
   const std::vector<host::MountedMedium> media = host::mountedMedia();
   std::vector<NamedDevice> names;
+  names.reserve(media.size());
   for (const host::MountedMedium& medium : media) {
     names.push_back({medium.deviceId, {medium.label}});
   }

@@ -98,6 +98,7 @@ int runStatus(const StatusOptions& options) {
   const std::vector<DatabaseStatus> statuses = statusesIn(options.databaseFolder);
   if (options.json) {
     std::vector<QJsonObject> objects;
+    objects.reserve(statuses.size());
     for (const DatabaseStatus& status : statuses) objects.push_back(jsonOf(status));
     std::cout << jsonArray(objects) << "\n";
   } else {

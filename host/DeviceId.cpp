@@ -49,7 +49,7 @@ std::vector<std::string> linksTo(dev_t device, const std::string& folder) {
 
 std::string labelOf(const hotplug::Mount& mount, const MountFiles& files) {
   for (const std::string& name : linksTo(mount.device, files.labelLinks)) {
-    const std::string label = hotplug::shownText(hotplug::unescapedProperty(name));
+    std::string label = hotplug::shownText(hotplug::unescapedProperty(name));
     if (!label.empty()) return label;
   }
   return hotplug::shownText(fs::path(mount.mountPoint).filename().string());

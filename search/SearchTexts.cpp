@@ -196,17 +196,18 @@ void SearchTexts::addSongs(const std::vector<std::string_view>& words, std::vect
 }
 
 const std::vector<std::uint32_t>& SearchTexts::songsOf(std::uint32_t playlist) {
-  const auto [known, isNew] = members.try_emplace(playlist);
-  if (!isNew) return known->second;
+  const auto known = members.find(playlist);
+  if (known != members.end()) return known->second;
+  std::vector<std::uint32_t>& places = members[playlist];
   if (songPlaces.empty()) readSongPlaces();
   forEachRow(
       "SELECT DISTINCT TRACKID FROM PLAYLISTS WHERE PLAYID = (SELECT PLAYID FROM PLAYLISTS WHERE"
       " ID = ?)",
       std::to_string(of(Kind::Playlist).rows[playlist]), [&](const sqlite::Statement& row) {
         const auto song = songPlaces.find(digestOf(textAt(row, 0)));
-        if (song != songPlaces.end()) known->second.push_back(song->second);
+        if (song != songPlaces.end()) places.push_back(song->second);
       });
-  return known->second;
+  return places;
 }
 
 void SearchTexts::sort(std::vector<Found>& hits, std::size_t count) const {

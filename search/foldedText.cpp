@@ -80,6 +80,38 @@ Script scriptOf(char32_t code) {
   }
 }
 
+/// A letter in lower case and without its accents.
+std::string basesOf(char32_t code) {
+  std::string text;
+  std::array<gunichar, G_UNICHAR_MAX_DECOMPOSITION_LENGTH> bases{};
+  const std::size_t count = g_unichar_fully_decompose(code, FALSE, bases.data(), bases.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (isAccent(bases[i])) continue;
+    const char32_t lower = g_unichar_tolower(bases[i]);
+    const auto* const spelling =
+        std::find_if(kSpellings.begin(), kSpellings.end(),
+                     [lower](const auto& known) { return known.first == lower; });
+    if (spelling == kSpellings.end()) {
+      utf8::append(text, lower);
+    } else {
+      text += spelling->second;
+    }
+  }
+  return text;
+}
+
+/// Latin, Greek and Cyrillic letters, of which a search reads hundreds of thousands.
+constexpr char32_t kUsualLetters = 0x500;
+
+const std::array<std::string, kUsualLetters>& usualBases() {
+  static const auto table = [] {
+    std::array<std::string, kUsualLetters> bases;
+    for (char32_t code = 0; code < kUsualLetters; ++code) bases[code] = basesOf(code);
+    return bases;
+  }();
+  return table;
+}
+
 /// Collects words.
 class Folding {
  public:
@@ -116,27 +148,9 @@ class Folding {
     if (next == Script::Kana) {
       kana.append(out, code);
     } else if (next == Script::Other) {
-      takeBases(code);
+      out += code < kUsualLetters ? usualBases()[code] : basesOf(code);
     } else {
       utf8::append(out, code);
-    }
-  }
-
-  /// Appends a letter in lower case and without its accents.
-  void takeBases(char32_t code) {
-    std::array<gunichar, G_UNICHAR_MAX_DECOMPOSITION_LENGTH> bases{};
-    const std::size_t count = g_unichar_fully_decompose(code, FALSE, bases.data(), bases.size());
-    for (std::size_t i = 0; i < count; ++i) {
-      if (isAccent(bases[i])) continue;
-      const char32_t lower = g_unichar_tolower(bases[i]);
-      const auto* const spelling =
-          std::find_if(kSpellings.begin(), kSpellings.end(),
-                       [lower](const auto& known) { return known.first == lower; });
-      if (spelling == kSpellings.end()) {
-        utf8::append(out, lower);
-      } else {
-        out += spelling->second;
-      }
     }
   }
 
@@ -156,7 +170,7 @@ constexpr bool isComposed(char32_t code) {
   return code < 0x80 || isHan(code) || isHangul(code) || isIn(code, 0xC0, 0x131) ||
          isIn(code, 0x14A, 0x17E) || isIn(code, 0x391, 0x3CE) || isIn(code, 0x400, 0x482) ||
          isIn(code, 0x5D0, 0x5EA) || isIn(code, 0x621, 0x64A) || isIn(code, 0xE01, 0xE30) ||
-         isIn(code, 0x3041, 0x3096) || isIn(code, 0x30A1, 0x30FC);
+         isIn(code, 0x3000, 0x3002) || isIn(code, 0x3041, 0x3096) || isIn(code, 0x30A1, 0x30FC);
 }
 
 bool isComposed(std::string_view text) {
@@ -170,15 +184,16 @@ bool isComposed(std::string_view text) {
 
 std::string foldedText(std::string_view text) {
   if (text.empty()) return {};
-  std::string words;
   if (isComposed(text)) {
-    words = folded(text);
-  } else {
-    const GlibText valid =
-        ownGlibText(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
-    words = folded(ownGlibText(g_utf8_normalize(valid.get(), -1, G_NORMALIZE_NFKC)).get());
+    std::string words = folded(text);
+    if (words.empty()) words.append(1, ' ').append(text);
+    return words;
   }
-  if (words.empty()) words.append(1, ' ').append(text);
+  const GlibText valid =
+      ownGlibText(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
+  const GlibText composed = ownGlibText(g_utf8_normalize(valid.get(), -1, G_NORMALIZE_NFKC));
+  std::string words = folded(composed.get());
+  if (words.empty()) words.append(1, ' ').append(composed.get());
   return words;
 }
 
