@@ -29,7 +29,7 @@ constexpr bool isSmall(std::string_view text) {
 std::string merged(std::string_view syllable, std::string_view small) {
   std::string text(syllable.substr(0, syllable.size() - 1));
   const bool isSoft = text == "sh" || text == "ch" || text == "j";
-  if (text.empty()) text = syllable == "u" ? "w" : "";
+  if (syllable == "u") text.push_back('w');
   if (small.size() > 1 && !isSoft) text += static_cast<char>(small.front() | 0x20);
   return text += static_cast<char>(small.back() | 0x20);
 }
