@@ -73,8 +73,8 @@ LocalScreen {
         onTriggered: tour.look()
     }
 
-    /// Takes the picture once the stop has been as it should be for a while; gives up after half a
-    /// minute.
+    /// Takes the picture once the stop has been as it should be for a while; gives up after one and
+    /// a half minutes.
     function look() {
         const here = stops[stop]
         if (settled === 0 && here.go && !here.went) {
@@ -90,7 +90,7 @@ LocalScreen {
         }
         const isReady = here.ready ? here.ready() : stop === 0 || hasRows || here.isEmpty === true
         settled = isReady ? settled + 1 : 0
-        if (++waited > 500) {
+        if (++waited > 1500) {
             console.warn("the tour cannot reach", here.name, JSON.stringify(device), list?.count)
             clock.stop()
             book.fail()

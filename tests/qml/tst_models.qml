@@ -45,14 +45,14 @@ TestCase {
         wait(1)
         tryVerify(() => !media.loading && (devices.currentDevice.state ?? "idle") === "idle", 60000)
         wait(600) // changes of the contents are collected that long
-        tryCompare(media, "loading", false)
+        tryCompare(media, "loading", false, 30000)
     }
     function show(kind, filter, words) {
         media.kind = kind
         media.filter = filter ?? {}
         media.search = words ?? ""
         wait(1)
-        tryCompare(media, "loading", false)
+        tryCompare(media, "loading", false, 30000)
         compare(media.error, "")
         return values("label")
     }
@@ -136,10 +136,10 @@ TestCase {
 
     function test_stick_that_is_pulled_out_stays_browsable() {
         world.rename("stick", "elsewhere")
-        tryVerify(() => !devices.currentDevice.attached)
+        tryVerify(() => !devices.currentDevice.attached, 30000)
         verify(show("albums").includes("Letters"))
         world.rename("elsewhere", "stick")
-        tryVerify(() => devices.currentDevice.attached)
+        tryVerify(() => devices.currentDevice.attached, 30000)
         settle()
     }
 
@@ -148,9 +148,9 @@ TestCase {
         compare(devices.get(1).state, "failed")
         verify(devices.get(1).problem.includes("/nothing"))
         other.database = world.stick + "/notes.txt"
-        tryVerify(() => other.error.includes("notes.txt"))
+        tryVerify(() => other.error.includes("notes.txt"), 30000)
         other.database = ""
-        tryCompare(other, "error", "")
+        tryCompare(other, "error", "", 30000)
     }
     MediaModel { id: other }
 }

@@ -25,11 +25,11 @@ TestCase {
         tryCompare(devices, "count", 1, 20000)
         devices.current = devices.get(0).deviceId
         tryVerify(() => devices.currentDevice.state === "idle" && devices.currentDevice.songs === 72, 60000)
-        tryCompare(media, "count", 27)
+        tryCompare(media, "count", 27, 30000)
         devices.forget(devices.current)
-        tryCompare(devices, "count", 0)
-        tryCompare(media, "count", 0)
+        tryCompare(devices, "count", 0, 30000)
+        tryCompare(media, "count", 0, 30000)
         devices.index(world.stick + "/nothing")
-        tryVerify(() => devices.error.includes("/nothing"))
+        tryVerify(() => devices.error.includes("/nothing"), 30000)
     }
 }

@@ -41,7 +41,7 @@ class Tour(unittest.TestCase):
             subprocess.run([MAKE_STICK, "tags", f"{folder}/large", "--songs", "6000", "--manifest",
                             f"{folder}/large.tsv"], check=True, stdout=subprocess.DEVNULL)
             tour = subprocess.run([SCREEN, "--pictures", pictures, f"{folder}/stick", f"{folder}/large"],
-                                  stderr=subprocess.PIPE, text=True, timeout=100)
+                                  stderr=subprocess.PIPE, text=True, timeout=400)
             self.assertEqual(tour.returncode, 0, tour.stderr)
             self.assertNotIn(".qml:", tour.stderr, "complaints of the engine")
             stops = {stop["name"].split("-", 1)[1]: stop["texts"]
