@@ -19,6 +19,11 @@ namespace orvel {
 
 namespace {
 
+struct StoppableReader {
+  std::stop_source stop;
+  std::unique_ptr<TagReader> reader = makePictureReader(stop.get_token());
+};
+
 /// The reader of a device's thread: one for all its fetches, until one of them is cancelled or
 /// finds no use in it.
 class PictureReader {
@@ -33,12 +38,7 @@ class PictureReader {
   }
 
  private:
-  struct State {
-    std::stop_source stop;
-    std::unique_ptr<TagReader> reader = makePictureReader(stop.get_token());
-  };
-
-  std::optional<State> state;
+  std::optional<StoppableReader> state;
 };
 
 }  // namespace

@@ -109,7 +109,7 @@ void DeviceModel::put(const Device& device) {
     Device& known = devices[static_cast<std::size_t>(row)];
     if (known == device) return;
     known = device;
-    const QModelIndex changed = QAbstractListModel::index(row);
+    const QModelIndex changed = index(row);
     Q_EMIT dataChanged(changed, changed);
   }
   if (device.id == selected) Q_EMIT currentDeviceChanged();

@@ -51,7 +51,7 @@ class DeviceModel : public QAbstractListModel {
   /// The values of a row by the names of the roles.
   Q_INVOKABLE QVariantMap get(int row) const;
   /// Indexes a folder, now or again.
-  Q_INVOKABLE virtual void index(const QString& folder) = 0;
+  Q_INVOKABLE virtual void indexFolder(const QString& folder) = 0;
   /// Deletes the database of a device.
   Q_INVOKABLE virtual void forget(const QString& deviceId) = 0;
 

@@ -89,7 +89,7 @@ void LocalDevices::listKnown() {
   }
 }
 
-void LocalDevices::index(const QString& folder) {
+void LocalDevices::indexFolder(const QString& folder) {
   const QString mountPoint = QDir(folder).absolutePath();
   const QString id = QString::fromStdString(host::defaultDeviceId(mountPoint.toStdString()));
   const Device* const known = find(id);
@@ -191,7 +191,7 @@ void LocalDevices::checkFolders() {
     device.isAttached = isAttached;
     put(device);
     // Whatever is there now may differ.
-    if (isAttached) index(device.mountPoint);
+    if (isAttached) indexFolder(device.mountPoint);
   }
 }
 

@@ -25,7 +25,7 @@ class LocalDevices : public DeviceModel {
   /// Stops a request that is still alive.
   ~LocalDevices() override;
 
-  void index(const QString& folder) override;
+  void indexFolder(const QString& folder) override;
   void forget(const QString& deviceId) override;
 
   [[nodiscard]] QString databaseDirectory() const { return directory; }

@@ -145,7 +145,7 @@ QString ServiceDevices::pathOf(const QString& deviceId) const {
   return QStringLiteral("/");
 }
 
-void ServiceDevices::index(const QString& folder) {
+void ServiceDevices::indexFolder(const QString& folder) {
   call(QStringLiteral("Index"), {folder, QVariantMap()});
 }
 

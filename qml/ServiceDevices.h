@@ -24,7 +24,7 @@ class ServiceDevices : public DeviceModel {
 
   explicit ServiceDevices(QObject* parent = nullptr);
 
-  void index(const QString& folder) override;
+  void indexFolder(const QString& folder) override;
   void forget(const QString& deviceId) override;
 
   [[nodiscard]] bool session() const { return isSession; }

@@ -12,5 +12,5 @@ Main {
     readonly property LocalDevices local: LocalDevices { id: local }
 
     devices: local
-    Component.onCompleted: folders.forEach(folder => local.index(folder))
+    Component.onCompleted: folders.forEach(folder => local.indexFolder(folder))
 }

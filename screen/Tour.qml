@@ -38,10 +38,10 @@ LocalScreen {
     readonly property var stops: [
         {name: "no-device", settle: 3},
         {name: "while-indexing", settle: 0,
-         go: () => { devices.index(workshop.large); devices.current = devices.get(0).deviceId; browse("artists") },
+         go: () => { devices.indexFolder(workshop.large); devices.current = devices.get(0).deviceId; browse("artists") },
          ready: () => deviceNamed("large").state === "reading" && hasRows},
         {name: "artists",
-         go: () => { devices.index(workshop.stick); select("stick"); browse("artists") },
+         go: () => { devices.indexFolder(workshop.stick); select("stick"); browse("artists") },
          ready: () => deviceNamed("stick").state === "idle" && deviceNamed("large").state === "idle"
                       && hasRows},
         {name: "artists-end", go: () => list.positionViewAtEnd()},
@@ -60,9 +60,9 @@ LocalScreen {
         {name: "pulled-out", go: () => { night = false; browse("albums") },
          then: () => { openRow("albums", "Übermut"); workshop.pullOut() },
          ready: () => !deviceNamed("stick").attached && hasRows},
-        {name: "empty", go: () => { devices.index(workshop.empty); select("empty"); browse("songs") },
+        {name: "empty", go: () => { devices.indexFolder(workshop.empty); select("empty"); browse("songs") },
          ready: () => deviceNamed("empty").state === "idle", isEmpty: true},
-        {name: "error", go: () => { devices.index(workshop.missing); select("missing") }, isEmpty: true}
+        {name: "error", go: () => { devices.indexFolder(workshop.missing); select("missing") }, isEmpty: true}
     ]
 
     Timer {

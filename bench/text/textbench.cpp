@@ -61,8 +61,7 @@ void printAccuracy(const std::vector<KnownTrack>& tracks, const std::vector<Read
   for (const auto& [group, tallies] : groups) {
     std::printf("%-28s %7u", group.c_str(), tallies.front().all);
     for (const Tally& tally : tallies) std::printf(" %9.2f", tally.percent());
-    const bool behind = std::ranges::any_of(
-        tallies, [&](const Tally& tally) { return tally.right > tallies.front().right; });
+    const bool behind = std::ranges::max(tallies, {}, &Tally::right).right > tallies.front().right;
     std::puts(behind ? " <" : "");
   }
 }

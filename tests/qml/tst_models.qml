@@ -57,13 +57,13 @@ TestCase {
         return values("label")
     }
     function index() {
-        devices.index(world.stick)
+        devices.indexFolder(world.stick)
         settle()
     }
 
     function initTestCase() {
         verify(devices.count === 0 && media.count === 0)
-        devices.index(world.stick)
+        devices.indexFolder(world.stick)
         devices.current = devices.get(0).deviceId
         tryVerify(() => media.count > 0, 60000, "rows come in while it is indexed, or soon after")
         settle()
@@ -144,7 +144,7 @@ TestCase {
     }
 
     function test_tells_what_cannot_be_shown() {
-        devices.index(world.stick + "/nothing")
+        devices.indexFolder(world.stick + "/nothing")
         compare(devices.get(1).state, "failed")
         verify(devices.get(1).problem.includes("/nothing"))
         other.database = world.stick + "/notes.txt"

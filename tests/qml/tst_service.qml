@@ -21,7 +21,7 @@ TestCase {
 
     function test_devices_come_and_go_with_their_music() {
         tryCompare(devices, "error", "", 20000)
-        devices.index(world.stick)
+        devices.indexFolder(world.stick)
         tryCompare(devices, "count", 1, 20000)
         devices.current = devices.get(0).deviceId
         tryVerify(() => devices.currentDevice.state === "idle" && devices.currentDevice.songs === 72, 60000)
@@ -29,7 +29,7 @@ TestCase {
         devices.forget(devices.current)
         tryCompare(devices, "count", 0, 30000)
         tryCompare(media, "count", 0, 30000)
-        devices.index(world.stick + "/nothing")
+        devices.indexFolder(world.stick + "/nothing")
         tryVerify(() => devices.error.includes("/nothing"), 30000)
     }
 }
