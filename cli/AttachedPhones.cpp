@@ -1,5 +1,8 @@
 #include "cli/AttachedPhones.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "cli/ExitStatus.h"
 #include "cli/ScriptedPhones.h"
 
@@ -22,7 +25,7 @@ std::vector<AttachedDevice> findPhones(const std::optional<std::string>& scripte
 
 AttachedDevice phoneNamed(const std::string& name, const std::vector<AttachedDevice>& phones) {
   std::vector<NamedDevice> names;
-  for (const AttachedDevice& phone : phones) names.push_back(namesOf(phone));
+  std::transform(phones.begin(), phones.end(), std::back_inserter(names), namesOf);
   return phones[chooseDevice(name, names, "attached", kNoPhone)];
 }
 
