@@ -27,6 +27,8 @@ constexpr unsigned kMostClients = 1000;
 constexpr std::size_t kMostOpen = 16;
 constexpr int kRests = 3;
 constexpr std::chrono::steady_clock::duration kLongestRest = std::chrono::milliseconds(300);
+/// After this wait it is worth a question to the bus whether the client still wants its answer.
+constexpr std::chrono::steady_clock::duration kLongWait = std::chrono::milliseconds(500);
 
 browse::ListKind kindNamed(const std::string& name) {
   const auto found = browse::listKinds().find(name);
@@ -69,6 +71,20 @@ int dataVersionOf(const browse::MediaDatabase& database) {
     return false;
   });
   return version;
+}
+
+/// True when the client of a call has left the bus.
+bool hasLeft(GDBusMethodInvocation* call, const std::string& client) {
+  GVariant* const answer = g_dbus_connection_call_sync(
+      g_dbus_method_invocation_get_connection(call), "org.freedesktop.DBus",
+      "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+      g_variant_new("(s)", client.c_str()), G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, -1,
+      nullptr, nullptr);
+  if (answer == nullptr) return false;
+  gboolean isThere = TRUE;
+  g_variant_get(answer, "(b)", &isThere);
+  g_variant_unref(answer);
+  return isThere == FALSE;
 }
 
 }  // namespace
@@ -136,17 +152,13 @@ void Browsing::search(GDBusMethodInvocation* call, const std::string& database, 
 void Browsing::answerLater(GDBusMethodInvocation* call, const std::string& database, Work work) {
   const std::string client = g_dbus_method_invocation_get_sender(call);
   admit(client);
-  reader.post([this, call, client, database, work = std::move(work)] {
+  const auto posted = std::chrono::steady_clock::now();
+  reader.postLast([this, call, client, database, posted, work = std::move(work)] {
     const auto begin = std::chrono::steady_clock::now();
-    try {
-      g_dbus_method_invocation_return_value(call, work(opened(database).database));
-    } catch (const browse::DatabaseError& error) {
-      databases.erase(database);
-      refuse(call, BusError(BusError::Kind::NoDatabase, error.what()));
-    } catch (const std::invalid_argument& error) {
-      refuse(call, BusError(BusError::Kind::InvalidArguments, error.what()));
-    } catch (const std::exception& error) {
-      refuse(call, error);
+    if (begin - posted > kLongWait && hasLeft(call, client)) {
+      g_object_unref(call);
+    } else {
+      answer(call, database, work);
     }
     release(client);
     if (isIndexing) {
@@ -154,6 +166,19 @@ void Browsing::answerLater(GDBusMethodInvocation* call, const std::string& datab
       std::this_thread::sleep_for(std::min(kRests * taken, kLongestRest));
     }
   });
+}
+
+void Browsing::answer(GDBusMethodInvocation* call, const std::string& database, const Work& work) {
+  try {
+    g_dbus_method_invocation_return_value(call, work(opened(database).database));
+  } catch (const browse::DatabaseError& error) {
+    databases.erase(database);
+    refuse(call, BusError(BusError::Kind::NoDatabase, error.what()));
+  } catch (const std::invalid_argument& error) {
+    refuse(call, BusError(BusError::Kind::InvalidArguments, error.what()));
+  } catch (const std::exception& error) {
+    refuse(call, error);
+  }
 }
 
 void Browsing::admit(const std::string& client) {

@@ -28,9 +28,9 @@ struct DatabaseContents {
 
 /// Reads databases on a thread of its own, at a lower priority than the indexer's.
 ///
-/// Answers the Browser's calls. A client may have a few of them under way: one that floods the
-/// service waits for itself. While a device is being indexed, the thread rests after each call for
-/// three times as long as the call took.
+/// Answers the Browser's calls, after the jobs of the service itself. A client may have a few of
+/// them under way: one that floods the service waits for itself. While a device is being indexed,
+/// the thread rests after each call for three times as long as the call took.
 class Browsing {
  public:
   Browsing();
@@ -64,7 +64,9 @@ class Browsing {
   void answerLater(GDBusMethodInvocation* call, const std::string& database, Work work);
   void admit(const std::string& client);
   void release(const std::string& client);
-  /// For the reading thread. Throws DatabaseError.
+  // For the reading thread.
+  void answer(GDBusMethodInvocation* call, const std::string& database, const Work& work);
+  /// Throws DatabaseError.
   OpenDatabase& opened(const std::string& path);
   std::optional<DatabaseContents> contentsOf(const std::string& path);
   /// Gives back the memory that pages and runs have used.

@@ -21,9 +21,17 @@ WorkThread::~WorkThread() {
 }
 
 void WorkThread::post(Job job) {
+  append(jobs, std::move(job));
+}
+
+void WorkThread::postLast(Job job) {
+  append(lastJobs, std::move(job));
+}
+
+void WorkThread::append(Jobs& queue, Job job) {
   {
     const std::lock_guard lock(mutex);
-    jobs.push_back(std::move(job));
+    queue.push_back(std::move(job));
   }
   changed.notify_one();
 }
@@ -31,8 +39,9 @@ void WorkThread::post(Job job) {
 void WorkThread::run(const std::stop_token& stop) {
   std::unique_lock lock(mutex);
   while (waitForJob(lock, stop)) {
-    const Job job = std::move(jobs.front());
-    jobs.pop_front();
+    Jobs& next = nextJobs();
+    const Job job = std::move(next.front());
+    next.pop_front();
     lock.unlock();
     job();
     lock.lock();
@@ -40,7 +49,7 @@ void WorkThread::run(const std::stop_token& stop) {
 }
 
 bool WorkThread::waitForJob(std::unique_lock<std::mutex>& lock, const std::stop_token& stop) {
-  const auto hasJob = [this] { return !jobs.empty(); };
+  const auto hasJob = [this] { return !nextJobs().empty(); };
   if (onRest && !changed.wait_for(lock, stop, kRestDelay, hasJob) && !stop.stop_requested()) {
     lock.unlock();
     onRest();

@@ -9,8 +9,8 @@
 
 namespace orvel::service {
 
-/// A thread that carries out jobs in their order, so that the main loop waits for no device or
-/// disk.
+/// A thread that carries out jobs, so that the main loop waits for no device or disk. Jobs of one
+/// method keep their order.
 class WorkThread {
  public:
   using Job = std::function<void()>;
@@ -25,10 +25,17 @@ class WorkThread {
 
   /// Queues a job, which must not throw. Any thread.
   void post(Job job);
+  /// Queues a job that gives way to all jobs of `post`.
+  void postLast(Job job);
 
   static constexpr std::chrono::seconds kRestDelay{2};
 
  private:
+  using Jobs = std::deque<Job>;
+
+  void append(Jobs& queue, Job job);
+  /// The jobs whose first one is next; empty when there is none. With `mutex` held.
+  Jobs& nextJobs() { return jobs.empty() ? lastJobs : jobs; }
   void run(const std::stop_token& stop);
   /// Waits for a job; false when the thread is to end.
   bool waitForJob(std::unique_lock<std::mutex>& lock, const std::stop_token& stop);
@@ -36,7 +43,8 @@ class WorkThread {
   const Job onRest;
   std::mutex mutex;
   std::condition_variable_any changed;
-  std::deque<Job> jobs;
+  Jobs jobs;
+  Jobs lastJobs;
   std::jthread thread;  ///< last: it uses the rest
 };
 
