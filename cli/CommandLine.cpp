@@ -77,7 +77,7 @@ Command parseCommandLine(int argumentCount, const char* const* arguments) {
                            "' is not valid UTF-8. Mount the device under another name.");
   }
   Command command;
-  CLI::App app("Indexes the music on USB sticks and phones and shows what was found.", "orvel");
+  CLI::App app("Indexes the music on USB sticks and phones, and lists and searches it.", "orvel");
   app.set_help_flag("-h,--help", "Print this help");
   app.set_version_flag("--version", "orvel " ORVEL_VERSION, "Print the version");
   app.footer("'orvel COMMAND --help' shows the options of a command, 'man orvel' the rest.");

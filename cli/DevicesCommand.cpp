@@ -66,7 +66,7 @@ QJsonObject jsonOf(const KnownDevice& device) {
   for (const browse::StoredPartition& partition : device.partitions) {
     mountPoints.append(jsonString(partition.mountPoint));
   }
-  const QDateTime indexed = QDateTime::fromSecsSinceEpoch(device.lastIndexed, Qt::UTC);
+  const QDateTime indexed = QDateTime::fromSecsSinceEpoch(device.lastIndexed).toUTC();
   return {{"device_id", jsonString(device.id)},
           {"label", jsonString(device.label)},
           {"kind", jsonString(device.kind)},
@@ -107,10 +107,7 @@ int runDevices(const DevicesOptions& options) {
   addSticks(devices);
   addPhones(options, devices);
   if (options.json) {
-    std::vector<QJsonObject> objects;
-    objects.reserve(devices.size());
-    for (const KnownDevice& device : devices) objects.push_back(jsonOf(device));
-    std::cout << jsonArray(objects) << "\n";
+    std::cout << jsonArray(devices, jsonOf) << "\n";
   } else if (devices.empty()) {
     std::cout << "No device is attached, and none has been indexed into " << options.databaseFolder
               << ".\n";

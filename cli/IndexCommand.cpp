@@ -46,11 +46,9 @@ Settings settingsFor(const IndexOptions& options) {
 
 /// Prints one object for a device that the user named, and an array for the attached phones.
 void printJson(const IndexOptions& options, const std::vector<IndexResult>& results) {
-  std::vector<QJsonObject> reports;
-  reports.reserve(results.size());
-  for (const IndexResult& result : results) reports.push_back(jsonReport(result));
   const bool isArray = options.isPhone && options.operands.empty();
-  std::cout << (isArray ? jsonArray(reports) : jsonLine(reports.front())) << std::endl;
+  std::cout << (isArray ? jsonArray(results, jsonReport) : jsonLine(jsonReport(results.front())))
+            << std::endl;
 }
 
 void report(const IndexOptions& options, const std::vector<IndexResult>& results) {

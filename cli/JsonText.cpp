@@ -19,10 +19,4 @@ QJsonValue jsonTextOrNull(const std::string& text) {
   return text.empty() ? QJsonValue() : QJsonValue(jsonString(text));
 }
 
-std::string jsonArray(const std::vector<QJsonObject>& objects) {
-  std::string lines;
-  for (const QJsonObject& object : objects) lines += (lines.empty() ? "" : ",") + jsonLine(object);
-  return "[" + lines + "]";
-}
-
 }  // namespace orvel::cli

@@ -18,7 +18,13 @@ std::string jsonLine(const QJsonObject& object);
 /// null for an empty text.
 QJsonValue jsonTextOrNull(const std::string& text);
 
-/// Formats an array of objects on one line, as `jsonLine` does.
-std::string jsonArray(const std::vector<QJsonObject>& objects);
+/// Formats an array on one line, as `jsonLine` does, with the object that `objectOf` makes of each
+/// item.
+template <class Item, class ObjectOf>
+std::string jsonArray(const std::vector<Item>& items, ObjectOf objectOf) {
+  std::string lines;
+  for (const Item& item : items) lines += (lines.empty() ? "" : ",") + jsonLine(objectOf(item));
+  return "[" + lines + "]";
+}
 
 }  // namespace orvel::cli

@@ -12,7 +12,7 @@ namespace orvel::cli {
 /// Any thread.
 class LogDigest {
  public:
-  /// True if `text` is such a warning, or tells what the summary of the run tells.
+  /// True if `text` is such a warning, or repeats a line of the run's summary.
   bool take(std::string_view text);
 
   /// A line for people for each kind of warning that came.

@@ -31,7 +31,7 @@ QJsonObject jsonOf(const DeviceStorage& storage) {
           {"free_bytes", static_cast<qint64>(storage.freeBytes)}};
 }
 
-QJsonObject jsonOf(const AttachedDevice& phone) {
+QJsonObject jsonOfPhone(const AttachedDevice& phone) {
   QJsonArray storages;
   for (const DeviceStorage& storage : phone.storages) storages.append(jsonOf(storage));
   return {{"handle", qint64{phone.handle}},
@@ -69,10 +69,7 @@ int runMtpList(const MtpListOptions& options) {
   const PhoneRelease release;
   const std::vector<AttachedDevice> phones = findPhones(options.scriptedFile);
   if (options.json) {
-    std::vector<QJsonObject> objects;
-    objects.reserve(phones.size());
-    for (const AttachedDevice& phone : phones) objects.push_back(jsonOf(phone));
-    std::cout << jsonArray(objects) << "\n";
+    std::cout << jsonArray(phones, jsonOfPhone) << "\n";
   } else {
     if (phones.empty()) std::cout << kNoPhone << "\n";
     for (const AttachedDevice& phone : phones) print(phone);

@@ -45,7 +45,7 @@ std::string joined(const std::vector<std::string>& words) {
   return text;
 }
 
-/// Prints a table of what all kinds have: a name and, for songs, artist and album.
+/// Prints the columns that all kinds share: the name and, for songs, artist and album.
 class FoundTable {
  public:
   FoundTable()

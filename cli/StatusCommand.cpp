@@ -97,10 +97,7 @@ QJsonObject jsonOf(const DatabaseStatus& status) {
 int runStatus(const StatusOptions& options) {
   const std::vector<DatabaseStatus> statuses = statusesIn(options.databaseFolder);
   if (options.json) {
-    std::vector<QJsonObject> objects;
-    objects.reserve(statuses.size());
-    for (const DatabaseStatus& status : statuses) objects.push_back(jsonOf(status));
-    std::cout << jsonArray(objects) << "\n";
+    std::cout << jsonArray(statuses, jsonOf) << "\n";
   } else {
     if (statuses.empty()) {
       std::cout << "No device has been indexed into " << displayText(options.databaseFolder)

@@ -19,6 +19,7 @@ namespace orvel {
 
 namespace {
 
+/// A reader that a cancelled fetch stops for good.
 struct StoppableReader {
   std::stop_source stop;
   std::unique_ptr<TagReader> reader = makePictureReader(stop.get_token());

@@ -8,7 +8,7 @@ namespace orvel::databaseSchema {
 enum class Content {
   Empty,    ///< no schema yet: it can be created
   Ours,     ///< this library's schema
-  Earlier,  ///< the same, without what was added since: it can be completed
+  Earlier,  ///< the same, without the later additions: it can be completed
   Foreign,  ///< another schema, or no database at all
   Unknown,  ///< not readable now, for example because it is locked
 };
@@ -16,7 +16,8 @@ enum class Content {
 /// Compares the schema of the file with this library's.
 Content probe(DatabaseFile& database);
 
-/// Creates what an empty or earlier database lacks; false on failure, logged.
+/// Creates the missing tables and indexes of an empty or earlier database; false on failure,
+/// logged.
 bool complete(DatabaseFile& database);
 
 /// Creates the schema in the database of `connection` if it is still empty, over a connection of

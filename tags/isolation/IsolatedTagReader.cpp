@@ -30,15 +30,13 @@ bool deniesSong(const tagMessages::Result& answer) {
 }  // namespace
 
 IsolatedTagReader::IsolatedTagReader(std::stop_token token, std::string workerProgram,
-                                     TagReading chosen, std::chrono::milliseconds limit,
-                                     ReadingGoal filesGoal,
-                                     std::shared_ptr<TagReaderPatience> sharedPatience)
+                                     TagReading chosen,
+                                     std::shared_ptr<TagReaderPatience> requestsPatience,
+                                     ReadingGoal filesGoal)
     : stopped(token),
       policy(chosen),
-      timeLimit(limit),
       goal(filesGoal),
-      patience(sharedPatience ? std::move(sharedPatience)
-                              : std::make_shared<TagReaderPatience>(limit)),
+      patience(std::move(requestsPatience)),
       starter(std::move(token), std::move(workerProgram), chosen == TagReading::IsolationRequired),
       files(filesGoal) {}
 
@@ -117,7 +115,7 @@ bool IsolatedTagReader::beginOnce(IsUp isUp) {
 /// file; it returns the result when no worker is needed for it, or ReaderLost when sending failed.
 template <class Send>
 tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) {
-  WaitBudget budget(timeLimit);
+  WaitBudget budget(patience->timeLimit());
   try {
     while (ensureRunning()) {
       if (const std::optional<Outcome> unsent = send()) {
@@ -127,7 +125,7 @@ tagMessages::Result IsolatedTagReader::ask(const Question& question, Send send) 
       const bool isFresh = !worker->hasAnswered();
       auto answer = worker->receive(question.id, budget, question.source);
       if (answer && (isFresh || !deniesSong(*answer))) {
-        spendPatience(budget.used() - timeLimit / kOrdinaryPart);
+        spendPatience(budget.used() - patience->timeLimit() / kOrdinaryPart);
         return std::move(*answer);
       }
       if (stopped.stop_requested()) break;
@@ -245,7 +243,7 @@ void IsolatedTagReader::startFailed() {
 
 /// Ends a worker that failed because of this file, and returns the file's result.
 TagResult::Outcome IsolatedTagReader::blameFile(const std::string& path) {
-  spendPatience(timeLimit);
+  spendPatience(patience->timeLimit());
   const bool isStalled = worker->hasStalled();
   const std::string failure = worker->end();
   dropWorker();

@@ -52,18 +52,14 @@ namespace orvel {
 /// worker could end the host.
 class IsolatedTagReader : public TagReader {
  public:
-  static constexpr std::chrono::milliseconds kTimeLimit{5000};
-
-  /// @param program    absolute path of the worker's program
-  /// @param policy     `Isolated` or `IsolationRequired`
-  /// @param timeLimit  for one file
-  /// @param goal       what is read of every file
-  /// @param patience   shared by the readers of one request; null: its own
-  IsolatedTagReader(std::stop_token token, std::string program,
-                    TagReading policy = TagReading::Isolated,
-                    std::chrono::milliseconds timeLimit = kTimeLimit,
-                    ReadingGoal goal = ReadingGoal::Tags,
-                    std::shared_ptr<TagReaderPatience> patience = nullptr);
+  /// @param program   absolute path of the worker's program
+  /// @param policy    `Isolated` or `IsolationRequired`
+  /// @param patience  shared by the readers of one request
+  /// @param goal      the part of every file that is read
+  IsolatedTagReader(
+      std::stop_token token, std::string program, TagReading policy = TagReading::Isolated,
+      std::shared_ptr<TagReaderPatience> patience = std::make_shared<TagReaderPatience>(),
+      ReadingGoal goal = ReadingGoal::Tags);
   ~IsolatedTagReader() override;
 
   /// Starts a worker unless one is up, and sends it the first announced files. False when there is
@@ -119,7 +115,6 @@ class IsolatedTagReader : public TagReader {
   // Constant after construction.
   const std::stop_token stopped;
   const TagReading policy;
-  const std::chrono::milliseconds timeLimit;
   const ReadingGoal goal;
 
   // Used by the owner's thread only.

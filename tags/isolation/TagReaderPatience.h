@@ -12,8 +12,13 @@ namespace orvel {
 /// thread.
 class TagReaderPatience {
  public:
-  /// @param fileLimit  the time of one file
-  explicit TagReaderPatience(std::chrono::milliseconds fileLimit) : left(kMostFaults * fileLimit) {}
+  static constexpr std::chrono::milliseconds kTimeLimit{5000};
+
+  /// @param limit  the time for one file
+  explicit TagReaderPatience(std::chrono::milliseconds limit = kTimeLimit)
+      : fileLimit(limit), left(kMostFaults * limit) {}
+
+  [[nodiscard]] std::chrono::milliseconds timeLimit() const { return fileLimit; }
 
   [[nodiscard]] bool isSpent() const { return left <= WaitBudget::Clock::duration::zero(); }
   void spend(WaitBudget::Clock::duration time) {
@@ -24,6 +29,7 @@ class TagReaderPatience {
   /// Number of files that may end the reader or use up their time.
   static constexpr int kMostFaults = 64;
 
+  const std::chrono::milliseconds fileLimit;
   WaitBudget::Clock::duration left;
 };
 

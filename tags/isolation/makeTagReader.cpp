@@ -57,12 +57,11 @@ std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
   if (chosen.reading == TagReading::InProcess) {
     return std::make_unique<InProcessTagReader>(std::move(token));
   }
-  constexpr auto kTimeLimit = IsolatedTagReader::kTimeLimit;
-  const auto patience = std::make_shared<TagReaderPatience>(kTimeLimit);
+  const auto patience = std::make_shared<TagReaderPatience>();
   TagReaderPool::Readers readers;
   while (readers.size() < chosen.readers) {
-    readers.push_back(std::make_unique<IsolatedTagReader>(token, chosen.program, chosen.reading,
-                                                          kTimeLimit, ReadingGoal::Tags, patience));
+    readers.push_back(
+        std::make_unique<IsolatedTagReader>(token, chosen.program, chosen.reading, patience));
   }
   return std::make_unique<TagReaderPool>(std::move(readers));
 }
@@ -74,7 +73,8 @@ std::unique_ptr<TagReader> makePictureReader(std::stop_token token) {
     return std::make_unique<InProcessTagReader>(std::move(token), ReadingGoal::Picture);
   }
   return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading,
-                                             IsolatedTagReader::kTimeLimit, ReadingGoal::Picture);
+                                             std::make_shared<TagReaderPatience>(),
+                                             ReadingGoal::Picture);
 }
 
 }  // namespace orvel

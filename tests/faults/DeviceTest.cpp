@@ -177,7 +177,8 @@ TEST_F(DeviceTest, AReaderThatWaitsForTheDeviceIsGivenUp) {
   FaultyDevice device(content, stick);
   MSDMiner miner("MSDMiner", std::make_shared<MountPointWatch>(), [](std::stop_token token) {
     return std::make_unique<IsolatedTagReader>(std::move(token), ORVEL_TAG_READER,
-                                               TagReading::Isolated, 700ms);
+                                               TagReading::Isolated,
+                                               std::make_shared<TagReaderPatience>(700ms));
   });
   const auto mine = [&](std::initializer_list<const char*> names, bool failedBefore = false) {
     const auto block = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, kDevice, stick, true));

@@ -42,7 +42,8 @@ class IsolatedMiner : public DatabaseFolderFixture {
                                            TagReading policy = TagReading::Isolated) {
     return std::make_unique<MSDMiner>(
         "MSDMiner", std::make_shared<MountPointWatch>(), [=](std::stop_token token) {
-          return std::make_unique<IsolatedTagReader>(std::move(token), program, policy, timeLimit);
+          return std::make_unique<IsolatedTagReader>(
+              std::move(token), program, policy, std::make_shared<TagReaderPatience>(timeLimit));
         });
   }
 
@@ -239,8 +240,8 @@ std::unique_ptr<MSDMiner> poolOf(const std::vector<std::string>& programs) {
         const auto patience = std::make_shared<TagReaderPatience>(kShort);
         TagReaderPool::Readers readers;
         for (const std::string& program : programs) {
-          readers.push_back(std::make_unique<IsolatedTagReader>(
-              token, program, TagReading::Isolated, kShort, ReadingGoal::Tags, patience));
+          readers.push_back(
+              std::make_unique<IsolatedTagReader>(token, program, TagReading::Isolated, patience));
         }
         return std::make_unique<TagReaderPool>(std::move(readers));
       });

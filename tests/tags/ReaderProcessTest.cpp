@@ -65,7 +65,8 @@ class ReaderProcess : public testing::Test {
  protected:
   std::unique_ptr<IsolatedTagReader> readerOf(milliseconds timeLimit) const {
     return std::make_unique<IsolatedTagReader>(stop.get_token(), ORVEL_HOSTILE_TAG_READER,
-                                               TagReading::Isolated, timeLimit);
+                                               TagReading::Isolated,
+                                               std::make_shared<TagReaderPatience>(timeLimit));
   }
 
   std::string good() const {
