@@ -13,6 +13,7 @@ TestCase {
     height: 300
 
     property int moves: 0
+    property bool follows: true ///< whether the model follows the database
 
     LocalDevices {
         id: devices
@@ -21,8 +22,12 @@ TestCase {
     MediaModel {
         id: media
         database: devices.currentDevice.database ?? ""
-        generation: devices.currentDevice.generation ?? 0
         onRowsMoved: ++test.moves
+    }
+    Binding {
+        media.generation: devices.currentDevice.generation ?? 0
+        when: test.follows
+        restoreMode: Binding.RestoreNone
     }
     SignalSpy { id: resets; target: media; signalName: "modelReset" }
     ListView {
@@ -124,7 +129,10 @@ TestCase {
         world.rename(folder + "02 Frost Bell.mp3", "gone.mp3")
         world.copy("stick/Mixed/SHOUT.MP3", "stick/Mixed/A new one.mp3")
         world.copy("stick/Mixed/What's up? (50's \"Mix\").mp3", folder + "03 Thaw.mp3")
+        follows = false // it would lose the renamed song for a moment on a slow machine
         index()
+        follows = true
+        settle()
         compare(media.count, 72)
         verify(!values("label").includes("Frost Bell"))
         verify(!values("label").includes("Thaw"))
