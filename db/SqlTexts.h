@@ -152,6 +152,10 @@ inline constexpr char kUpsertStatus[] =
 inline constexpr char kSelectAllComplete[] =
     "SELECT COALESCE(MIN(STATUS = 'OK'), 0) FROM PARTITIONS;";
 
+/// The identifiers that a song shares with other rows, by row id.
+inline constexpr char kSelectSongIdentifiers[] =
+    "SELECT ARTISTID, ALBUMID, GENREID, COMPOSERID, OBJECTID FROM SONGS WHERE ID = ?;";
+
 /// By row id.
 inline constexpr char kDeleteSong[] = "DELETE FROM SONGS WHERE ID = ?;";
 

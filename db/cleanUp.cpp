@@ -6,26 +6,21 @@
 
 namespace orvel {
 
-namespace {
-
-/// True where every partition is complete, which means that no clean-up is due. Rows lose their
-/// song, or come without one, only by the requests and by the removal of a partition:
-/// - A request stores "PROGRESS" for its partition in the transaction that deletes its first rows,
-///   and stores no row before that; without the mark it changes nothing. Only a request that has
-///   cleaned up after its last change, of any branch, stores "OK". A kill in between, or another
-///   request that still changes rows, is seen as "PROGRESS".
-/// - A removed partition says "PROGRESS" until its rows are cleaned up, and then goes.
-/// - A database that is emptied has no status.
+// Rows lose their song, or come without one, only by the requests and by the removal of a
+// partition:
+// - A request stores "PROGRESS" for its partition in the transaction that deletes its first rows,
+//   and stores no row before that; without the mark it changes nothing. Only a request that has
+//   cleaned up after its last change, of any branch, stores "OK". A kill in between, or another
+//   request that still changes rows, is seen as "PROGRESS".
+// - A removed partition says "PROGRESS" until its rows are cleaned up, and then goes.
+// - A database that is emptied has no status.
 bool isCleanedUp(sqlite::Connection& database) {
   sqlite::Statement complete;
   return complete.prepare(database.get(), sql::kSelectAllComplete) == SQLITE_OK &&
          complete.step() == SQLITE_ROW && complete.columnInt(0) == 1;
 }
 
-}  // namespace
-
-bool cleanUp(sqlstl::basic_sqlostream<char>& out, const char* sql, bool hasChangedRows) {
-  if (!hasChangedRows && isCleanedUp(out.database())) return true;
+bool cleanUp(sqlstl::basic_sqlostream<char>& out, const char* sql) {
   out.clear();
   out.exec(sql);
   return Transaction::settle(out) && out.good();

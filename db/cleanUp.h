@@ -1,14 +1,18 @@
 #pragma once
 
 #include "db/SqlStream.h"
+#include "db/sqlite/Connection.h"
 
 namespace orvel {
 
+/// True where every partition is complete, which means that no clean-up is due for what was done
+/// until now.
+bool isCleanedUp(sqlite::Connection& database);
+
 /// Runs a clean-up, a text with its own BEGIN and COMMIT that deletes the rows without a song, at
-/// the end of a request; runs nothing where it could not find a row.
-/// @param out             open on the device's database; loses its query
-/// @param hasChangedRows  whether the request deleted or stored songs or playlists
+/// the end of a request.
+/// @param out  open on the device's database; loses its query
 /// @return true when no such row is left
-bool cleanUp(sqlstl::basic_sqlostream<char>& out, const char* sql, bool hasChangedRows);
+bool cleanUp(sqlstl::basic_sqlostream<char>& out, const char* sql);
 
 }  // namespace orvel

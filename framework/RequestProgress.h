@@ -42,8 +42,8 @@ class RequestProgress {
   Counter directoriesStored{0};
   std::atomic<bool> databaseExisted{false};
   std::atomic<bool> contentModified{false};
-  /// Songs or playlists have changed since the last request.
-  std::atomic<bool> musicChanged{false};
+  std::atomic<bool> songsChanged{false};      ///< since the last request
+  std::atomic<bool> playlistsChanged{false};  ///< since the last request
   std::atomic<bool> limitReached{false};
   std::atomic<bool> folderLimitReached{false};
   std::atomic<bool> isolationFailed{false};

@@ -26,13 +26,19 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
   {
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
+    if (orphanCandidates) {
+      orphanCandidates->begin(out.database());
+      finder.beforeDeletion = [this](const std::vector<std::int32_t>& songs) {
+        orphanCandidates->take(out.database(), songs);
+      };
+    }
     finder.findDifference(selectFor(operation.mountPoint), deleteSql, block, toAdd);
     if (!finder.committed() || !finder.sawAllRows()) {
       leaveUndone(toAdd->operation, LeftUndone::RowsLost);
     }
     count(files, toAdd->items.size(), finder.vanished());
     if (finder.foundChanges()) {
-      progress->musicChanged = true;
+      (content == Content::Songs ? progress->songsChanged : progress->playlistsChanged) = true;
       whenMusicChanges();
     }
     isMarked = finder.marked();

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "db/FileInfo.h"
 #include "framework/ServerDB.h"
+#include "msd/OrphanCandidates.h"
 
 namespace orvel {
 
@@ -25,6 +27,8 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
 
   /// Called on the stage's thread when it has found a change; set before `launch`.
   std::function<void()> whenMusicChanges = [] {};
+  /// Told the songs before they are deleted; null: nobody.
+  std::shared_ptr<OrphanCandidates> orphanCandidates;
 
  private:
   [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;

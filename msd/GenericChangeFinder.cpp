@@ -94,6 +94,13 @@ void markFailedBefore(const std::vector<FileInfo*>& files,
   }
 }
 
+std::vector<std::int32_t> idsOf(const std::vector<const DbObject*>& rows) {
+  std::vector<std::int32_t> ids;
+  ids.reserve(rows.size());
+  for (const DbObject* row : rows) ids.push_back(row->id);
+  return ids;
+}
+
 }  // namespace
 
 bool DbObjectPtrComparer::operator()(const DbObject* a, const DbObject* b) const {
@@ -171,6 +178,7 @@ void GenericChangeFinder::deleteRows(const std::string& deleteSql,
     allDeleted = false;
     return;
   }
+  if (beforeDeletion) beforeDeletion(idsOf(stale));
   out.query(deleteSql.c_str());
   for (const DbObject* row : stale) out << row->id << sqlstl::step;
   const bool allStepped = out.good();

@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ class GenericChangeFinder {
   GenericChangeFinder(const char* stageName, sqlstl::basic_sqlostream<char>& output,
                       sqlstl::basic_sqlistream<char>& input)
       : name(stageName), out(output), in(input) {}
+
+  /// Called in the transaction that deletes stale rows, with their ids, before it does.
+  std::function<void(const std::vector<std::int32_t>&)> beforeDeletion;
 
   /// Moves every new file from `found` to `toAdd`, sorted, and deletes every stale row, all in one
   /// transaction. A file is new when no row has its path and modification time; a row is stale when

@@ -113,7 +113,11 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
     transaction.rollBack();
     return false;
   }
-  return transaction.end() && written;
+  const bool isStored = transaction.end() && written;
+  if (isStored && orphanCandidates) {
+    for (const MetaDataInfo* song : block.items) orphanCandidates->remove(*song);
+  }
+  return isStored;
 }
 
 /// Makes the songs of the block look changed to the next request, which repairs their names.
@@ -166,14 +170,19 @@ bool SongSaver::saveDimension(Block<MetaDataInfo*>& block, const Dimension& dime
 
 SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
   OV_INFO("Clear");
-  const bool hasChangedRows = progress->musicChanged;
-  const bool isClean = cleanUp(out, sql::kCleanNames, hasChangedRows) &&
-                       cleanUp(out, sql::kCleanDetails, hasChangedRows);
+  const bool isClean = cleanUp();
   auto result = boost::make_shared<Block<void>>(operation);
   if (!isClean) leaveUndone(result->operation, LeftUndone::RowsLost);
   OV_INFO("SongSaver close db");
   close();
   return result;
+}
+
+bool SongSaver::cleanUp() {
+  if (!progress->songsChanged && isCleanedUp(out.database())) return true;
+  const bool mayLeaveNames = !orphanCandidates || !orphanCandidates->areNone();
+  return (!mayLeaveNames || orvel::cleanUp(out, sql::kCleanNames)) &&
+         orvel::cleanUp(out, sql::kCleanDetails);
 }
 
 }  // namespace orvel

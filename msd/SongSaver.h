@@ -1,9 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "db/MetaDataInfo.h"
 #include "framework/ServerDB.h"
+#include "msd/OrphanCandidates.h"
 
 namespace orvel {
 
@@ -27,6 +29,9 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
+  /// Told the songs that are stored; null: nobody.
+  std::shared_ptr<OrphanCandidates> orphanCandidates;
+
  private:
   struct Dimension;
 
@@ -36,6 +41,8 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
   bool forgetModificationTimes(const Block<MetaDataInfo*>& block);
   bool saveDimension(Block<MetaDataInfo*>& block, const Dimension& dimension);
   sink_block_type_ptr finish(const Operation& operation);
+  /// True when no name and no details are left without a song.
+  bool cleanUp();
 };
 
 }  // namespace orvel

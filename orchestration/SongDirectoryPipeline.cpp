@@ -107,10 +107,15 @@ void SongDirectoryPipeline::removeOrphanedEntries() {
   OV_INFO("Clear Playlists");
   sqlstl::basic_sqlostream<char> out;
   DatabaseMgr::instance().open(operation.deviceId, out, kBusyTimeoutMs);
-  if (!cleanUp(out, sql::kClearPlaylists, progress->musicChanged)) {
+  if (mayHaveOrphanedEntries(out.database()) && !cleanUp(out, sql::kClearPlaylists)) {
     leaveUndone(LeftUndone::RowsLost);
   }
   out.close();
+}
+
+bool SongDirectoryPipeline::mayHaveOrphanedEntries(sqlite::Connection& database) const {
+  if (progress->playlistsChanged) return true;
+  return progress->songsChanged ? !orphanCandidates->areNone() : !isCleanedUp(database);
 }
 
 void SongDirectoryPipeline::leaveUndone(LeftUndone reason) {

@@ -57,9 +57,12 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
     crawler->playlistSink = playlistFinder.get();
     crawler->directorySink = directorySaver.get();
     directorySaver->sink = this;
+    auto songSaver = std::make_unique<SongSaver>("SongSaver");
+    songSaver->orphanCandidates = orphanCandidates;
+    songFinder->orphanCandidates = orphanCandidates;
     songFinder->whenMusicChanges = playlistFinder->whenMusicChanges = [this] { check->stop(); };
     addBranch(std::move(songFinder), std::make_unique<Normalizer>("Normalizer"),
-              std::move(songMiner), std::make_unique<SongSaver>("SongSaver"));
+              std::move(songMiner), std::move(songSaver));
     addBranch(std::move(playlistFinder), std::move(playlistMiner),
               std::make_unique<PlaylistSaver>("PlaylistSaver"));
     auto* const root = add(std::move(crawler));
@@ -82,6 +85,7 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
   // The end of a request, in this order.
   void finish(const src_block_type_ptr& result);
   void removeOrphanedEntries();
+  bool mayHaveOrphanedEntries(sqlite::Connection& database) const;
   /// Stores "OK" when nothing was left undone and the database is sound, else "PROGRESS".
   void concludeStatus();
   void removeDanglingPartitions();
@@ -106,6 +110,7 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
     return added;
   }
 
+  const std::shared_ptr<OrphanCandidates> orphanCandidates = std::make_shared<OrphanCandidates>();
   std::optional<DatabaseMgr::Lease> lease;
   DatabaseCheck* const check;  ///< owned by the stage list
 };
