@@ -19,8 +19,11 @@ from pathlib import Path
 import counts
 import goals
 from peers import Mpd, Peers, ReadyMedia
+from plots import plot_costs, plot_timeline
 from process import run
+from report import Report
 from slow_bench import SlowBench
+from timeline import record
 
 
 MUSIC = {".mp3", ".m4a", ".flac", ".wma", ".wav"}
@@ -28,6 +31,7 @@ FIRST = "first index"
 IN_PROCESS = "first index, in-process"
 ON_ONE_CORE = "first index, one core"
 PARTITIONS = 3
+ROUNDS_OF_MEMORY = 3
 SMALL_STICK = 100
 STARTS = 20
 # The functions that each request runs, even if nothing has changed.
@@ -78,9 +82,10 @@ class Medians:
         return max(cost.wall for cost in self.costs[name])
 
     def rows(self, title, reference, watched=None):
-        """Lines of a table; the peaks of memory come from `watched`."""
+        """Lines of a table; the peaks of memory come from `watched` where it has them."""
         for name in self.costs:
-            peak = watched.of(name, "peak") if watched else 0  # 0 for a process that ended before the first sample
+            source = watched if watched and name in watched.costs else self
+            peak = source.of(name, "peak")  # 0 unless watched
             yield (f"| {title} | {name} | {self.of(name):.3f} | {self.ratio(name, reference):.2f} |"
                    f" {self.of(name, 'cpu'):.2f} | {f'{peak:.1f}' if peak else ''} |")
 
@@ -94,6 +99,7 @@ class Bench:
         self.bare_loop = next(self.build.rglob("orvel-bare-loop"))
         self.first_runs = {}
         self.figures = {}
+        self.seconds = {name: {} for name in ("bare loop", FIRST, IN_PROCESS, "no change")}  # by songs
         self.peers = Peers([Mpd, ReadyMedia] if options.peers else [], self.work)
 
     def make_stick(self, songs):
@@ -151,7 +157,7 @@ class Bench:
         report = json.loads(results.add(FIRST, self.index(stick, watched=watched)).output)
         results.add("the same rows alone", self.rows_alone())
         results.add("no change", self.index(stick, watched=watched))
-        self.touch_some(songs, number)
+        self.touch_some(songs, number + (self.rounds if watched else 0))
         results.add("1 % touched", self.index(stick, watched=watched))
         added = self.add_folder(stick, songs)
         results.add("a folder added", self.index(stick, watched=watched))
@@ -175,8 +181,9 @@ class Bench:
         stick = self.make_stick(count)
         songs = songs_of(stick)
         warm, cold, watched, reports = Medians(), Medians(), Medians(), []
-        progress(f"{count} songs: memory")
-        self.warm_round(stick, songs, self.rounds, watched, watched=True)  # and warms the page cache
+        for number in range(ROUNDS_OF_MEMORY):  # the first one also warms the page cache
+            progress(f"{count} songs: memory, round {number + 1} of {ROUNDS_OF_MEMORY}")
+            self.warm_round(stick, songs, number, watched, watched=True)
         for number in range(self.rounds):
             progress(f"{count} songs: round {number + 1} of {self.rounds}")
             reports.append(self.warm_round(stick, songs, number, warm))
@@ -193,18 +200,19 @@ class Bench:
         yield (f"| {count} | database bytes per song |"
                f" {reports[-1]['database_bytes'] / count:.0f} | | | |")
         self.first_runs[count] = warm.of(IN_PROCESS, "cpu") / count
-        self.note(warm, watched, reports)
+        self.note(count, warm, watched, reports)
 
-    def note(self, warm, watched, reports):
+    def note(self, count, warm, watched, reports):
         """Notes the figures that the goals speak of; the last stick is the largest."""
-        first = warm.of(FIRST)
+        for name, by_songs in self.seconds.items():
+            by_songs[count] = warm.of(name)
         self.figures |= {
             goals.FIRST_INDEX: warm.ratio(FIRST, "bare loop"),
             goals.ON_ONE_CORE: warm.ratio(ON_ONE_CORE, "bare loop"),
             goals.IN_PROCESS: warm.ratio(IN_PROCESS, "bare loop"),
             goals.NO_CHANGE: warm.ratio("no change", "bare loop"),
             goals.TOUCHED: warm.ratio("1 % touched", "bare loop"),
-            goals.FIRST_SONG: statistics.median(report["first_song_seconds"] for report in reports) / first,
+            goals.FIRST_SONG: statistics.median(report["first_song_seconds"] for report in reports) / warm.of(FIRST),
             goals.MEMORY: watched.of(FIRST, "peak"),
         }
 
@@ -267,6 +275,14 @@ class Bench:
         yield (f"| {PARTITIONS} x {count} | first index of {PARTITIONS} partitions |"
                f" {results.of('several'):.3f} | {each:.2f} of one partition, each |"
                f" {results.of('several', 'cpu'):.2f} | |")
+
+    def draw(self, folder, count):
+        """Draws the cost against the number of songs, and who works when during a first index."""
+        plot_costs(self.seconds, folder / "cost.svg")
+        stick = self.make_stick(count)
+        run([self.bare_loop, stick])  # warms the page cache
+        self.forget()
+        plot_timeline(*record(self.command(stick)), folder / "timeline.svg")
 
     def single_parts(self):
         """Runs the micro-benchmarks and yields the report of Google Benchmark unchanged."""
@@ -333,9 +349,8 @@ class Bench:
 
     def measure_slow(self, counts, large_covers):
         slow = SlowBench(self)
-        for line in slow.measure(counts, large_covers):
-            progress(line)
-            yield line
+        progress("indexing slow sticks")
+        yield from slow.measure(counts, large_covers)
         self.figures[goals.SLOW_IN_PROCESS] = slow.in_process
 
 
@@ -352,8 +367,6 @@ def rows(bench, options):
     if not options.no_slow_stick:
         yield from bench.measure_slow(sorted({min(options.songs), max(options.songs)}), options.large_covers)
     yield from bench.single_parts()
-    yield f"\nThe goals, at {max(options.songs)} songs against the bare loop unless something else is said:\n"
-    yield from goals.goals_table(bench.figures)
 
 
 def main():
@@ -362,14 +375,20 @@ def main():
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--build", default="build/release")
     parser.add_argument("--work", default="build/bench")
+    parser.add_argument("--docs", type=Path, default="build/bench/docs",
+                        help="where to write the tables and the pictures: docs, for the project's own")
     parser.add_argument("--no-slow-stick", action="store_true")
     parser.add_argument("--large-covers", action="store_true",
                         help="index slow sticks with covers of 1 MB in each song, too: 1.2 GB per 1000 songs")
     parser.add_argument("--peers", action="store_true",
                         help="measure MPD and ReadyMedia too, where they are installed")
     options = parser.parse_args()
-    for row in rows(Bench(options), options):
-        print(row, flush=True)
+    bench, report, most = Bench(options), Report(), max(options.songs)
+    report.add(rows(bench, options))
+    report.add([f"\nThe goals, at {most} songs, against the bare loop unless something else is said:\n"])
+    table = report.add(goals.goals_table(bench.figures))
+    bench.draw(options.docs / "pictures", most)
+    report.write(options.docs, f"Medians of {options.rounds} rounds, {goals.CORES} cores", table)
 
 
 if __name__ == "__main__":
