@@ -57,7 +57,9 @@ def goals_table(figures):
     yield "|---|---|---|---|"
     for goal in GOALS:
         figure = figures.get(goal.of)
-        reached = "not measured" if figure is None else goal.form.format(figure)
-        # What prints like the goal reaches it.
-        holds = figure is not None and (figure <= goal.limit or reached == goal.form.format(goal.limit))
-        yield f"| {goal.of} | {goal.form.format(goal.limit)} | {reached} | {'holds' if holds else ''} |"
+        reached, verdict = "not measured", ""
+        if figure is not None:
+            reached = goal.form.format(figure)
+            # What prints like the goal reaches it.
+            verdict = "holds" if figure <= goal.limit or reached == goal.form.format(goal.limit) else "no"
+        yield f"| {goal.of} | {goal.form.format(goal.limit)} | {reached} | {verdict} |"

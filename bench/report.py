@@ -37,4 +37,4 @@ class Report:
         if page.exists():
             before, _, rest = page.read_text().partition(BEGIN)
             after = rest.partition(END)[2]
-            page.write_text("\n".join([before + BEGIN, *goals, END + after]))
+            page.write_text("\n".join([before + BEGIN, "", *goals, "", END + after]))
