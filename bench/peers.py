@@ -14,6 +14,7 @@ from process import Cost, MemoryWatch, children_of
 
 SECONDS_AT_MOST = 300
 SECONDS_BETWEEN_LOOKS = 0.005
+SECONDS_BETWEEN_LOOKS_AT_MEMORY = 0.05  # its time counts, too
 SECONDS_TO_END = 10
 
 
@@ -162,7 +163,7 @@ def measure(peer, stick, songs, first):
     begin = time.monotonic()
     child = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                              start_new_session=True)
-    watch = MemoryWatch(child.pid)
+    watch = MemoryWatch(child.pid, SECONDS_BETWEEN_LOOKS_AT_MEMORY)
     try:
         peer.complete(child, first)
         wall = time.monotonic() - begin

@@ -8,7 +8,7 @@ import time
 from dataclasses import dataclass
 from pathlib import Path
 
-SECONDS_BETWEEN_LOOKS = 0.01
+SECONDS_BETWEEN_LOOKS = 0.005
 
 
 @dataclass
@@ -17,18 +17,17 @@ class Cost:
 
     wall: float  # seconds
     cpu: float  # seconds
-    peak: float  # megabytes, all processes at their peaks together
+    peak: float  # megabytes of all processes at one moment; 0 unless watched
     output: bytes
 
 
-def peak_of(pid):
-    """The peak memory of a process in megabytes; 0 once it has ended."""
+def memory_of(pid):
+    """The memory of a process in megabytes, its part of shared pages (PSS) included; 0 once it has ended."""
     try:
-        status = Path(f"/proc/{pid}/status").read_text()
+        rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
     except OSError:
         return 0
-    return next((int(line.split()[1]) / 1024 for line in status.splitlines()
-                 if line.startswith("VmHWM:")), 0)
+    return next((int(line.split()[1]) / 1024 for line in rollup.splitlines() if line.startswith("Pss:")), 0)
 
 
 def children_of(pid):
@@ -39,38 +38,44 @@ def children_of(pid):
         return set()
 
 
-class MemoryWatch:
-    """Samples the peak memory of a process and its children. The kernel's figure at the end would include
-    the process before exec."""
+def tree_of(pid):
+    """A process and all that descend from it."""
+    return [pid, *(below for child in children_of(pid) for below in tree_of(child))]
 
-    def __init__(self, pid):
-        self.own = self.of_children = 0
+
+class MemoryWatch:
+    """Samples the memory of a process and all that descend from it. That takes processor time."""
+
+    def __init__(self, pid, seconds_between_looks=SECONDS_BETWEEN_LOOKS):
+        self.peak = 0
+        self.seconds_between_looks = seconds_between_looks
         self.ended = threading.Event()
         self.thread = threading.Thread(target=self._watch, args=(pid,))
         self.thread.start()
 
     def _watch(self, pid):
-        while not self.ended.wait(SECONDS_BETWEEN_LOOKS):
-            self.own = max(self.own, peak_of(pid))
-            for child in children_of(pid):  # they run one after the other
-                self.of_children = max(self.of_children, peak_of(child))
+        before = 0
+        while not self.ended.wait(self.seconds_between_looks):
+            now = sum(map(memory_of, tree_of(pid)))
+            # A child between vfork and exec doubles its parent's memory for one look.
+            self.peak = max(self.peak, min(before, now))
+            before = now
 
     def end(self):
         self.ended.set()
         self.thread.join()
-        return self.own + self.of_children
+        return self.peak
 
 
-def run(command, preexec_fn=None):
-    """Runs a command to its end; a failure ends the benchmark."""
+def run(command, watched=False):
+    """Runs a command to its end; a failure ends the benchmark. Its memory is sampled if `watched`."""
     begin = time.monotonic()
-    child = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                             preexec_fn=preexec_fn)
-    watch = MemoryWatch(child.pid)
+    child = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    watch = MemoryWatch(child.pid) if watched else None
     output = child.stdout.read()
     _, status, usage = os.wait4(child.pid, 0)
     wall = time.monotonic() - begin
-    peak = watch.end()
+    peak = watch.end() if watch else 0
     child.returncode = os.waitstatus_to_exitcode(status)
     if child.returncode != 0:
         sys.exit(f"{' '.join(map(str, command))}: exit status {child.returncode}")
