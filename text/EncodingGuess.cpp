@@ -46,7 +46,7 @@ constexpr Priority kPriorities[] = {
     {34, Encoding::Iso8859_2, Encoding::Windows1250},
     {30, Encoding::Iso8859_15, Encoding::Windows1252},
     {28, Encoding::Iso8859_16, Encoding::Windows1250},
-    {44, Encoding::Windows1257},
+    {20, Encoding::Windows1257},
     {84, Encoding::Windows1258},
     {54, Encoding::Iso8859_7, Encoding::Windows1253},
     {51, Encoding::Iso8859_5},

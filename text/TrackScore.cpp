@@ -193,14 +193,15 @@ TrackScore::LanguageCosts TrackScore::singleByteCosts(Encoding encoding,
     possible = possible || common[i] + leastAscii[i] < limits[i];
   }
   LanguageCosts languages(possible ? reader.symbols.size() : 0);
-  for (std::size_t language = 0; language < reader.symbols.size() && possible; ++language) {
-    const std::size_t model = reader.firstModel + language;
-    const SingleByteReader::Symbols& symbols = reader.symbols[language];
+  for (std::size_t place = 0; place < reader.symbols.size() && possible; ++place) {
+    const std::size_t model = reader.firstModel + place;
+    const AlphabetModel& language = *alphabetModels()[model];
+    const SingleByteReader::Symbols& symbols = reader.symbols[place];
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
       if (costs[i] < limits[i])
         costs[i] +=
-            asciiCost(model, i) + pairCosts(*alphabetModels()[model], symbols, texts[i].pairs);
+            language.rarity + asciiCost(model, i) + pairCosts(language, symbols, texts[i].pairs);
     }
     languages.add(costs);
   }
@@ -267,7 +268,7 @@ TrackScore::LanguageCosts TrackScore::utf8Costs() const {
     const AlphabetModel& language = *alphabetModels()[model];
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
-      costs[i] += asciiCost(model, i);
+      costs[i] += language.rarity + asciiCost(model, i);
       char32_t first = U' ';
       for (const char32_t second : std::u32string_view(decoded[i]).substr(2)) {
         if (first >= 0x80 || second >= 0x80)
