@@ -61,6 +61,10 @@ struct RegionPriority {
 };
 
 constexpr unsigned kRegionBonus = 4 * kNat;
+constexpr unsigned kLeastInRegion = 2 * kNat;  // of a handicap remains
+static_assert(std::ranges::all_of(kPriorities, [](const Priority& priority) {
+  return priority.handicap > kLeastInRegion || priority.encoding == Encoding::Windows1252;
+}));
 constexpr unsigned kUnicodeTagger = 12 * kNat;
 /// The margin by which another encoding than its track's must explain a text better.
 constexpr unsigned kOtherEncoding = 33;
@@ -109,7 +113,7 @@ unsigned handicap(const Priority& priority, const Circumstances& track) {
     return entry.region == track.region && entry.encoding == priority.encoding;
   });
   const unsigned lone = track.loneByte && !preferred ? loneByteMargin(priority.encoding) : 0;
-  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap) : 0;
+  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap - kLeastInRegion) : 0;
   return priority.handicap + lone - bonus + (track.unicodeSeen ? kUnicodeTagger : 0);
 }
 
