@@ -2,7 +2,7 @@
 
 namespace orvel {
 
-AsciiPairCosts::AsciiPairCosts() : rows(kSymbols * kSymbols) {
+AsciiPairCosts::AsciiPairCosts() {
   for (unsigned c = 0; c < symbols.size(); ++c) symbols[c] = alphabetModels()[0]->symbol(c);
   for (std::size_t model = 0; model < kLatinModels; ++model) {
     for (std::size_t pair = 0; pair < rows.size(); ++pair)

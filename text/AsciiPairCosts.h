@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <vector>
 
 #include "text/SingleByteReader.h"
 
@@ -31,7 +30,7 @@ class AsciiPairCosts {
   static constexpr std::size_t kSymbols = AlphabetModel::FixedSymbols + 26;
 
   std::array<std::uint8_t, 128> symbols{};
-  std::vector<Row<std::uint8_t>> rows;
+  std::array<Row<std::uint8_t>, kSymbols * kSymbols> rows{};
 };
 
 }  // namespace orvel

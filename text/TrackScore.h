@@ -65,9 +65,8 @@ class TrackScore {
 
   /// Judges very long texts by their beginning.
   /// @param texts    at most `kMaxTexts`, whose bytes must outlive this object
-  /// @param context  the other texts of the track, in ASCII. They are the same in every encoding,
-  /// but
-  ///                 speak for a language.
+  /// @param context  the other texts of the track, in ASCII: the same in every encoding, they speak
+  ///                 for a language
   TrackScore(std::span<const std::string_view> texts, std::span<const std::string_view> context);
 
   /// The costs of the texts in this encoding. May stop early and tell any cost of at least its
