@@ -188,7 +188,7 @@ TextEncodings guessEncodings(std::span<const std::string_view> texts,
   const std::string used = upperBytesOf(texts);
   // A single letter is a letter of windows-1252 as well as of any other encoding.
   if (texts.size() == 1 && texts[0].size() == 1) return {Encoding::Windows1252};
-  // A single text gets the encoding that explains it best in spite of the context.
+  // The encoding of a single text is that of its track; no cost of the context exceeds this.
   const bool alone = texts.size() == 1;
   const unsigned elsewhereMargin =
       alone ? static_cast<unsigned>(context.size()) * TrackScore::kOtherContext : kOtherEncoding;
