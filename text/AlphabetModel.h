@@ -14,6 +14,7 @@ struct AlphabetModel {
 
   std::u16string_view letters;  ///< lower-case letters beyond ASCII, in code point order
   bool latin;                   ///< a to z are 26 symbols before `letters` instead of one for all
+  unsigned rarity;              ///< the cost of a text for being in this language
   std::string_view costs;       ///< a square matrix of printable digits
 
   /// The number of symbols, which is the side of the matrix.
@@ -32,7 +33,7 @@ struct AlphabetModel {
 };
 
 // clang-format off
-extern const AlphabetModel enModel, deModel, frModel, esModel, itModel, ptModel, caModel, nlModel,
+extern const AlphabetModel enModel, deModel, frModel, furModel, esModel, itModel, ptModel, caModel, nlModel, fyModel,
     svModel, noModel, fiModel, isModel, gaModel, sqModel, xxModel, plModel, csModel, skModel, huModel, roModel,
     hrModel, trModel, ltModel, lvModel, etModel, viModel, ruModel, ukModel, beModel, bgModel, srModel,
     elModel, arModel, faModel, heModel, thModel;

@@ -34,7 +34,7 @@ constexpr Priority kPriorities[] = {
     {36, Encoding::ShiftJis},
     {36, Encoding::EucKr},
     {42, Encoding::Big5},
-    {21, Encoding::Windows1254},
+    {19, Encoding::Windows1254},
     {28, Encoding::Windows1250},
     {45, Encoding::Windows1251},
     {41, Encoding::EucJp},
@@ -46,8 +46,8 @@ constexpr Priority kPriorities[] = {
     {34, Encoding::Iso8859_2, Encoding::Windows1250},
     {30, Encoding::Iso8859_15, Encoding::Windows1252},
     {28, Encoding::Iso8859_16, Encoding::Windows1250},
-    {44, Encoding::Windows1257},
-    {84, Encoding::Windows1258},
+    {20, Encoding::Windows1257},
+    {60, Encoding::Windows1258},
     {54, Encoding::Iso8859_7, Encoding::Windows1253},
     {51, Encoding::Iso8859_5},
     {60, Encoding::Ibm866},
@@ -61,6 +61,10 @@ struct RegionPriority {
 };
 
 constexpr unsigned kRegionBonus = 4 * kNat;
+constexpr unsigned kLeastInRegion = 2 * kNat;  // of a handicap remains
+static_assert(std::ranges::all_of(kPriorities, [](const Priority& priority) {
+  return priority.handicap > kLeastInRegion || priority.encoding == Encoding::Windows1252;
+}));
 constexpr unsigned kUnicodeTagger = 12 * kNat;
 /// The margin by which another encoding than its track's must explain a text better.
 constexpr unsigned kOtherEncoding = 33;
@@ -109,7 +113,7 @@ unsigned handicap(const Priority& priority, const Circumstances& track) {
     return entry.region == track.region && entry.encoding == priority.encoding;
   });
   const unsigned lone = track.loneByte && !preferred ? loneByteMargin(priority.encoding) : 0;
-  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap) : 0;
+  const unsigned bonus = preferred ? std::min(kRegionBonus, priority.handicap - kLeastInRegion) : 0;
   return priority.handicap + lone - bonus + (track.unicodeSeen ? kUnicodeTagger : 0);
 }
 
@@ -177,12 +181,17 @@ struct Elsewhere {
 
 }  // namespace
 
-TextEncodings guessEncodings(std::span<const std::string_view> texts, bool unicodeSeen,
+TextEncodings guessEncodings(std::span<const std::string_view> texts,
+                             std::span<const std::string_view> context, bool unicodeSeen,
                              TextRegion region) {
-  const TrackScore score(texts);
+  const TrackScore score(texts, context);
   const std::string used = upperBytesOf(texts);
   // A single letter is a letter of windows-1252 as well as of any other encoding.
   if (texts.size() == 1 && texts[0].size() == 1) return {Encoding::Windows1252};
+  // The encoding of a single text is that of its track; no cost of the context exceeds this.
+  const bool alone = texts.size() == 1;
+  const unsigned elsewhereMargin =
+      alone ? static_cast<unsigned>(context.size()) * TrackScore::kOtherContext : kOtherEncoding;
   const Circumstances track{unicodeSeen, used.size() == 1, region};
   std::vector<Candidate> candidates;
   candidates.reserve(std::size(kPriorities));
@@ -195,18 +204,18 @@ TextEncodings guessEncodings(std::span<const std::string_view> texts, bool unico
       continue;
     const unsigned start = handicap(priority, track);
     TextCosts limits = elsewhere.costs;
-    if (texts.size() == 1) limits[0] -= std::min(limits[0], start);
+    if (alone) limits[0] -= std::min(limits[0], start);
     TrackScore::LanguageCosts costs = score.costs(priority.encoding, limits);
     if (costs.empty()) continue;
     candidates.push_back({priority.encoding, start, std::move(costs)});
-    elsewhere.add(candidates.back(), texts.size() > 1 ? kOtherEncoding : 0);
+    elsewhere.add(candidates.back(), elsewhereMargin);
   }
   TextEncodings best{};
   unsigned least = ~0U;
   for (const Candidate& candidate : candidates) {
-    const TextCosts costs = candidate.costs.together(elsewhere.costs, texts.size());
-    const unsigned sum =
-        std::accumulate(costs.begin(), costs.begin() + texts.size(), candidate.handicap);
+    const auto [costs, contextCost] = candidate.costs.together(elsewhere.costs, texts.size());
+    const unsigned sum = std::accumulate(costs.begin(), costs.begin() + texts.size(),
+                                         candidate.handicap + contextCost);
     if (sum >= least) continue;
     least = sum;
     for (std::size_t i = 0; i < texts.size(); ++i)

@@ -8,11 +8,12 @@ namespace orvel {
 
 namespace {
 
-constexpr std::array<const AlphabetModel*, 36> kModels{
-    &enModel, &deModel, &frModel, &esModel, &itModel, &ptModel, &caModel, &nlModel, &svModel,
-    &noModel, &fiModel, &isModel, &gaModel, &sqModel, &xxModel, &etModel, &ltModel, &lvModel,
-    &plModel, &csModel, &skModel, &huModel, &roModel, &hrModel, &trModel, &viModel, &ruModel,
-    &ukModel, &beModel, &bgModel, &srModel, &elModel, &arModel, &faModel, &heModel, &thModel};
+constexpr std::array<const AlphabetModel*, 38> kModels{
+    &enModel, &deModel, &frModel, &furModel, &esModel, &itModel, &ptModel, &caModel,
+    &nlModel, &fyModel, &svModel, &noModel,  &fiModel, &isModel, &gaModel, &sqModel,
+    &xxModel, &etModel, &ltModel, &lvModel,  &plModel, &csModel, &skModel, &huModel,
+    &roModel, &hrModel, &trModel, &viModel,  &ruModel, &ukModel, &beModel, &bgModel,
+    &srModel, &elModel, &arModel, &faModel,  &heModel, &thModel};
 
 /// The range of an encoding's languages among the models.
 struct Languages {
@@ -21,12 +22,12 @@ struct Languages {
 };
 
 constexpr Languages kLanguages[] = {
-    {Encoding::Windows1250, 18, 6}, {Encoding::Windows1251, 26, 5}, {Encoding::Windows1252, 0, 16},
-    {Encoding::Windows1253, 31, 1}, {Encoding::Windows1254, 24, 1}, {Encoding::Windows1255, 34, 1},
-    {Encoding::Windows1256, 32, 2}, {Encoding::Windows1257, 15, 3}, {Encoding::Windows1258, 25, 1},
-    {Encoding::Tis620, 35, 1},      {Encoding::Koi8, 26, 4},        {Encoding::Iso8859_2, 18, 6},
-    {Encoding::Iso8859_15, 0, 16},  {Encoding::Iso8859_16, 22, 1},  {Encoding::Iso8859_7, 31, 1},
-    {Encoding::Iso8859_5, 26, 5},   {Encoding::Ibm866, 26, 4},      {Encoding::MacCyrillic, 26, 5}};
+    {Encoding::Windows1250, 20, 6}, {Encoding::Windows1251, 28, 5}, {Encoding::Windows1252, 0, 18},
+    {Encoding::Windows1253, 33, 1}, {Encoding::Windows1254, 26, 1}, {Encoding::Windows1255, 36, 1},
+    {Encoding::Windows1256, 34, 2}, {Encoding::Windows1257, 17, 3}, {Encoding::Windows1258, 27, 1},
+    {Encoding::Tis620, 37, 1},      {Encoding::Koi8, 28, 4},        {Encoding::Iso8859_2, 20, 6},
+    {Encoding::Iso8859_15, 0, 18},  {Encoding::Iso8859_16, 24, 1},  {Encoding::Iso8859_7, 33, 1},
+    {Encoding::Iso8859_5, 28, 5},   {Encoding::Ibm866, 28, 4},      {Encoding::MacCyrillic, 28, 5}};
 
 /// Signs that stand alone, before a digit, or after a word, but not before a letter.
 bool isSign(char32_t c) {

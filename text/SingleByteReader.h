@@ -14,7 +14,7 @@ namespace orvel {
 std::span<const AlphabetModel* const> alphabetModels();
 
 /// The number of models of Latin script.
-constexpr std::size_t kLatinModels = 26;
+constexpr std::size_t kLatinModels = 28;
 
 /// The bytes of an eight-bit encoding as symbols of the models of the languages written in it.
 struct SingleByteReader {

@@ -88,15 +88,18 @@ using ConvertedTexts = std::array<std::string, std::size(kFields)>;
 /// Converts the texts of a track to UTF-8: first those whose encoding is plain, then the others.
 ConvertedTexts converted(const TrackRecord& track) {
   ConvertedTexts texts;
-  std::array<std::string_view, std::size(kFields)> open;
+  std::array<std::string_view, std::size(kFields)> open, context;
   std::array<std::size_t, std::size(kFields)> places{};
-  std::size_t count = 0;
+  std::size_t count = 0, contextCount = 0;
   bool unicodeSeen = false;
   const std::optional<ByteOrder> utf16 = utf16Order(track);
   for (std::size_t i = 0; i < std::size(kFields); ++i) {
     const TrackText& text = track.*kFields[i];
     if (auto plain = plainlyEncoded(text, utf16)) {
       texts[i] = std::move(*plain);
+      // A genre is in English whatever the language of its track.
+      const bool telling = kFields[i] != &TrackRecord::genre && !texts[i].empty();
+      if (telling && isAscii(texts[i])) context[contextCount++] = texts[i];
     } else {
       places[count] = i;
       open[count++] = bytesOf(text);
@@ -104,7 +107,8 @@ ConvertedTexts converted(const TrackRecord& track) {
     unicodeSeen = unicodeSeen || (claimsUtf8(text) && text.length > 0);
   }
   if (count > 0) {
-    const TextEncodings found = guessEncodings({open.data(), count}, unicodeSeen, currentRegion);
+    const TextEncodings found = guessEncodings({open.data(), count}, {context.data(), contextCount},
+                                               unicodeSeen, currentRegion);
     for (std::size_t i = 0; i < count; ++i) {
       const bool utf8 = found[i] == Encoding::Windows1252 && utf8::isValid(open[i]);
       texts[places[i]] = toUtf8(utf8 ? Encoding::Utf8 : found[i], open[i]);

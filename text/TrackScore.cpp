@@ -125,21 +125,21 @@ unsigned TrackScore::pairCosts(const AlphabetModel& language,
   return sum;
 }
 
-void TrackScore::LanguageCosts::add(const TextCosts& ofLanguage) {
-  for (std::size_t i = 0; i < kMaxTexts; ++i) least[i] = std::min(least[i], ofLanguage[i]);
+void TrackScore::LanguageCosts::add(const TrackCosts& ofLanguage) {
+  for (std::size_t i = 0; i < kMaxTexts; ++i) least[i] = std::min(least[i], ofLanguage.texts[i]);
   languages.push_back(ofLanguage);
 }
 
-TrackScore::TextCosts TrackScore::LanguageCosts::together(const TextCosts& elsewhere,
-                                                          std::size_t count) const {
-  TextCosts best = elsewhere;
+TrackScore::TrackCosts TrackScore::LanguageCosts::together(const TextCosts& elsewhere,
+                                                           std::size_t count) const {
+  TrackCosts best{elsewhere};
   unsigned bestSum = ~0U;
-  for (const TextCosts& language : languages) {
-    TextCosts costs{};
-    unsigned sum = 0;
+  for (const TrackCosts& language : languages) {
+    TrackCosts costs{{}, language.context};
+    unsigned sum = costs.context;
     for (std::size_t i = 0; i < count; ++i) {
-      costs[i] = std::min({language[i], least[i] + kOtherLanguage, elsewhere[i]});
-      sum += costs[i];
+      costs.texts[i] = std::min({language.texts[i], least[i] + kOtherLanguage, elsewhere[i]});
+      sum += costs.texts[i];
     }
     if (sum < bestSum) {
       best = costs;
@@ -149,35 +149,56 @@ TrackScore::TextCosts TrackScore::LanguageCosts::together(const TextCosts& elsew
   return best;
 }
 
-TrackScore::TrackScore(std::span<const std::string_view> trackTexts)
-    : count(trackTexts.size()), asciiCosts(kLatinModels) {
+TrackScore::TrackScore(std::span<const std::string_view> trackTexts,
+                       std::span<const std::string_view> context)
+    : count(trackTexts.size()) {
   assert(count <= kMaxTexts);
-  std::vector<BytePair> asciiPairs;
+  const AsciiPairCosts& ascii = AsciiPairCosts::instance();
   for (std::size_t i = 0; i < count; ++i) {
     texts[i].bytes = trackTexts[i].substr(0, kDecisiveBytes);
     texts[i].pairs.reserve(texts[i].bytes.size() + 1);
-    asciiPairs.clear();
     std::uint8_t before = ' ', first = ' ';
     const auto add = [&](std::uint8_t byte) {
-      (isAscii(first) && isAscii(byte) ? asciiPairs : texts[i].pairs)
-          .push_back({before, first, byte});
+      if (isAscii(first) && isAscii(byte)) {
+        ascii.add(asciiCosts[i], first, byte);
+      } else {
+        texts[i].pairs.push_back({before, first, byte});
+      }
       before = first;
       first = byte;
     };
     for (const char byte : texts[i].bytes) add(static_cast<std::uint8_t>(byte));
     add(' ');
-    const auto& symbols = SingleByteReader::of(Encoding::Windows1252).symbols[0];
-    leastAscii[i] = kTooMuch;
-    for (std::size_t model = 0; model < kLatinModels; ++model) {
-      asciiCosts[model][i] = pairCosts(*alphabetModels()[model], symbols, asciiPairs);
-      leastAscii[i] = std::min(leastAscii[i], asciiCosts[model][i]);
-    }
+    leastAscii[i] = *std::min_element(asciiCosts[i].begin(), asciiCosts[i].begin() + kLatinModels);
   }
+  for (const std::string_view text : context) addContext(text.substr(0, kDecisiveBytes));
+}
+
+/// A title in English does not make its track English: the language counts only so much.
+void TrackScore::addContext(std::string_view text) {
+  LatinCosts costs{};
+  std::uint8_t first = ' ';
+  const auto add = [&](std::uint8_t byte) {
+    AsciiPairCosts::instance().add(costs, first, byte);
+    first = byte;
+  };
+  for (const char byte : text) add(static_cast<std::uint8_t>(byte));
+  add(' ');
+  for (std::size_t model = 0; model < kLatinModels; ++model)
+    costs[model] += alphabetModels()[model]->rarity;
+  const unsigned least = *std::min_element(costs.begin(), costs.begin() + kLatinModels);
+  for (std::size_t model = 0; model < kLatinModels; ++model)
+    latinContext[model] += std::min(costs[model] - least, kOtherContext);
+  otherContext += kOtherContext;
 }
 
 /// Models that do not distinguish ASCII letters charge them as the best Latin language does.
 unsigned TrackScore::asciiCost(std::size_t model, std::size_t text) const {
-  return model < kLatinModels ? asciiCosts[model][text] : leastAscii[text];
+  return model < kLatinModels ? asciiCosts[text][model] : leastAscii[text];
+}
+
+unsigned TrackScore::contextCost(std::size_t model) const {
+  return model < kLatinModels ? latinContext[model] : otherContext;
 }
 
 TrackScore::LanguageCosts TrackScore::singleByteCosts(Encoding encoding,
@@ -193,16 +214,17 @@ TrackScore::LanguageCosts TrackScore::singleByteCosts(Encoding encoding,
     possible = possible || common[i] + leastAscii[i] < limits[i];
   }
   LanguageCosts languages(possible ? reader.symbols.size() : 0);
-  for (std::size_t language = 0; language < reader.symbols.size() && possible; ++language) {
-    const std::size_t model = reader.firstModel + language;
-    const SingleByteReader::Symbols& symbols = reader.symbols[language];
+  for (std::size_t place = 0; place < reader.symbols.size() && possible; ++place) {
+    const std::size_t model = reader.firstModel + place;
+    const AlphabetModel& language = *alphabetModels()[model];
+    const SingleByteReader::Symbols& symbols = reader.symbols[place];
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
       if (costs[i] < limits[i])
         costs[i] +=
-            asciiCost(model, i) + pairCosts(*alphabetModels()[model], symbols, texts[i].pairs);
+            language.rarity + asciiCost(model, i) + pairCosts(language, symbols, texts[i].pairs);
     }
-    languages.add(costs);
+    languages.add({costs, contextCost(model)});
   }
   return languages;
 }
@@ -237,7 +259,7 @@ TrackScore::LanguageCosts TrackScore::multiByteCosts(Encoding encoding,
     costs[i] = sum;
   }
   LanguageCosts languages(1);
-  languages.add(costs);
+  languages.add({costs, otherContext});
   return languages;
 }
 
@@ -267,7 +289,7 @@ TrackScore::LanguageCosts TrackScore::utf8Costs() const {
     const AlphabetModel& language = *alphabetModels()[model];
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
-      costs[i] += asciiCost(model, i);
+      costs[i] += language.rarity + asciiCost(model, i);
       char32_t first = U' ';
       for (const char32_t second : std::u32string_view(decoded[i]).substr(2)) {
         if (first >= 0x80 || second >= 0x80)
@@ -275,7 +297,7 @@ TrackScore::LanguageCosts TrackScore::utf8Costs() const {
         first = second;
       }
     }
-    languages.add(costs);
+    languages.add({costs, contextCost(model)});
   }
   return languages;
 }

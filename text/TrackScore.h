@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "text/AsciiPairCosts.h"
 #include "text/Encoding.h"
 #include "text/SingleByteReader.h"
 
@@ -24,6 +25,12 @@ class TrackScore {
   /// The costs of the texts of a track, one by one.
   using TextCosts = std::array<unsigned, kMaxTexts>;
 
+  /// The costs of the texts of a track and of their context, together.
+  struct TrackCosts {
+    TextCosts texts{};
+    unsigned context = 0;
+  };
+
   /// The costs of the texts in the languages that are written in one encoding.
   class LanguageCosts {
    public:
@@ -35,27 +42,32 @@ class TrackScore {
     /// True when no language explains any text below its limit.
     bool empty() const { return languages.empty(); }
 
-    void add(const TextCosts& ofLanguage);
+    void add(const TrackCosts& ofLanguage);
 
     /// The cost of each text in the language that explains it best.
     const TextCosts& ofTexts() const { return least; }
 
-    /// What each text adds to the cost of the track. The texts of a track usually share a language,
-    /// so the one counts that explains them best together; single texts may be in another language
-    /// for an extra cost, and cost at most as much as in `elsewhere`.
-    TextCosts together(const TextCosts& elsewhere, std::size_t count) const;
+    /// What each text and the context add to the cost of the track. The texts of a track usually
+    /// share a language, so the one counts that explains them best together; single texts may be in
+    /// another language for an extra cost, and cost at most as much as in `elsewhere`.
+    TrackCosts together(const TextCosts& elsewhere, std::size_t count) const;
 
    private:
     TextCosts least{};
-    std::vector<TextCosts> languages;
+    std::vector<TrackCosts> languages;
   };
 
   /// A cost above all others.
   static constexpr unsigned kTooMuch = 1U << 24U;
 
-  /// Takes at most `kMaxTexts` texts, whose bytes must outlive this object. Judges very long ones
-  /// by their beginning.
-  explicit TrackScore(std::span<const std::string_view> texts);
+  /// The highest cost of a text of the context, for being in another language than its track.
+  static constexpr unsigned kOtherContext = 2 * kNat;
+
+  /// Judges very long texts by their beginning.
+  /// @param texts    at most `kMaxTexts`, whose bytes must outlive this object
+  /// @param context  the other texts of the track, in ASCII: the same in every encoding, they speak
+  ///                 for a language
+  TrackScore(std::span<const std::string_view> texts, std::span<const std::string_view> context);
 
   /// The costs of the texts in this encoding. May stop early and tell any cost of at least its
   /// limit for a text whose cost reaches it.
@@ -77,12 +89,18 @@ class TrackScore {
   LanguageCosts multiByteCosts(Encoding encoding, const TextCosts& limits) const;
   LanguageCosts utf8Costs() const;
   unsigned asciiCost(std::size_t model, std::size_t text) const;
+  unsigned contextCost(std::size_t model) const;
+  void addContext(std::string_view text);
+
+  using LatinCosts = AsciiPairCosts::Row<unsigned>;
 
   std::array<Text, kMaxTexts> texts;
   std::size_t count;
   // The cost of the ASCII pairs in each Latin language, which is the same in every encoding.
-  std::vector<TextCosts> asciiCosts;
+  std::array<LatinCosts, kMaxTexts> asciiCosts{};
   TextCosts leastAscii{};
+  LatinCosts latinContext{};  // what the context costs in each Latin language beyond its best one
+  unsigned otherContext = 0;  // and in each of another script
 };
 
 }  // namespace orvel

@@ -7,6 +7,7 @@ namespace orvel {
 const AlphabetModel ruModel{
     u"абвгдежзийклмнопрстуфхцчшщъыьэюяё",
     false,
+    0,
     "UF8T{~976396<A96Q3953517179:>D;AN{`b>EAi+(/X~~7>ICJF@NJ@GDCFA>GBBBGNNQLMSbJITPHW'=3T~~5;:;@9II"
     "A@K:<;=>9@9>F@@REG[oSUAJKd(M2;~~E:F@D@=KD;E<A@=:@>@@CLGNJKP`GFQNFT,K<^vzM397>;5C>5<88;54;677;D"
     "CFACHV>=IE=L/K<^vzB3=7>:4C>4<88:53;666;CCFABHV>=IE<L/B3U~c%KUPWTLYXMSQPSMLTNPPT]]_Z[apVVbZVe-c"
@@ -29,6 +30,7 @@ const AlphabetModel ruModel{
 const AlphabetModel ukModel{
     u"абвгдежзийклмнопрстуфхцчшщьюяєіїґ",
     false,
+    0,
     "OE5Qt~666295@B5ZK495461648<;AC<>CbF>A;NM*).Uw~3=IBJFBOGBHBDE>@EBCCFLNNKNUIQHQCV`(>1X~~3;;<A9CM"
     "=NN9=:;>8@8;EAAHDEUVI:@BHT*P1;x~H<F=CFBOFBI>DB<=;ABDDPLOHGVIJ18CKa1N@^p|N5A;B=8HB:A:<>77>:;;;H"
     "FGDGNA7*49=X.K<YlyB2=8>:6D=6<78:44;6879ECDADK=F<F7KT.A4U~d%NYRZUR`YQXRTVPPVRSPU]^_[_fYaXaS`p,d"
@@ -51,6 +53,7 @@ const AlphabetModel ukModel{
 const AlphabetModel beModel{
     u"абвгдежзйклмнопрстуфхцчшыьэюяёіў",
     false,
+    0,
     "UK8Ty~737586JC4O3:63E/638;;>>=<YbANBN<9*+/O~~38GCGCBMEKAAD=DC>ACDMLDHKAFGLDRBI(>0V~~68::=8:G>R"
     "9=:;F9<8>A=@KCDOU@F<NCP*@2=~~J7F@GC3M@K=@@9A9>=A>M;DHKAFG:8J<E.M<]zuL/=9=98D;B77:4:9579:DC:>B7"
     "<=C:I8@1N=^{N>0>:>:9E=C89;5;:77:;ED<@C8=>D;J9A.<5]~a%JXTXTS_V]QRUOUPPRTPU^UYXRWX^UdSZ/s=jx~qE8"
@@ -72,6 +75,7 @@ const AlphabetModel beModel{
 const AlphabetModel bgModel{
     u"абвгдежзийклмнопрстуфхцчшщъьюя",
     false,
+    0,
     "UI9Kg~8966959C65G3:6261817=;<B<BFLgFB+)/L_~7;HBID=LF>MBCE>=E@BAGIMNJMQHWTI&<2Km~3<>;C=CND<O8E>"
     "<;;B;AIADQDIKPdJQ(G/;d~CBLFPGDSIDSGHHCCEFFGLRTTKOWO_ZN*:<J[zN4@9B<6E>7E::=06<8:5@9FFCFIAPLA/M@"
     "Toy@2>7@:4C<5C88;54:686=EDDADG>NJ>.D6Koc%LXRYTN^WO^RSUNOUPRQU`^_Z_bYieY*p=fk~nM<6>7EC9G:756/K<"
@@ -91,6 +95,7 @@ const AlphabetModel bgModel{
 const AlphabetModel srModel{
     u"абвгдежзиклмнопрстуфхцчшђјљњћќџ",
     false,
+    0,
     "UG8Jzi876795=D763953517287=<A>=N:LKOXH+)/E_y2;HDHD>PH>BEFA@EABBEPILLLXGQMSeY&<1O~~3:<CC>AOB><A"
     "=<::A;AEBGLEIdCXUPpX(D1;~~>BIKOIEWJCIKIBCBEFEHWVPMR_LWTYka.B<QYoJ1=:>04F=48:;65:677:FFBBBN<GCI"
     "ZO0OCVxr;2A1B>5IA4;=>95=9::8IIEEEQ@JFL^R/C7H~]%MIEPGPUMMFEF@PGEGEK[VMOLiVRESuk*T<dlvmQ<5<8IB9E"
@@ -111,6 +116,7 @@ const AlphabetModel srModel{
 const AlphabetModel elModel{
     u"άέήίαβγδεζηθικλμνξοπρςστυφχψωϊόύώ",
     false,
+    0,
     "UF8U~~4@=DN18744A==>2:38A;2=_32><9ILuCSS*)/`~{7FIJF=KGFANELACDCAQ<DBDB@DLKXK[HKP&:0S~~1JCMP<HD"
     "C:JLOF>D=@]B>JO@@LD>ZLgMVW*S/:}xIDEGD:IDD<KBJ==AA=O<B>B>=BIFUHYFIM+L@_vqI<>@;3A<<6D:B68996G4:7"
     "9769BANAQ=AF/NCaxsA>AB>1D>99F<E87898J446<75<<7QCTADH.E7_~d$Z]^YQ_YYTbX`SVWWSeRXTWUSW^_l_o[_`/e"
@@ -133,6 +139,7 @@ const AlphabetModel elModel{
 const AlphabetModel arModel{
     u"\u060C\u0621\u0622\u0623\u0624\u0625\u0626\u0627\u0628\u0629\u062A\u062B\u062C\u062D\u062E\u062F\u0630\u0631\u0632\u0633\u0634\u0635\u0636\u0637\u0638\u0639\u063A\u0640\u0641\u0642\u0643\u0644\u0645\u0646\u0647\u0648\u0649\u064A\u064B\u064E\u064F\u0650\u0651\u200F",
     false,
+    0,
     "TE9irl6Kr85s:o-4a5H9;><I:B8=;GDI6=~7<8718>9n8~|y|mL)(1^Sy7AYRM[SV@HIGULLQDUEPINOSOWJOfILKBEEME"
     "VCfdaeTe'60e]f0FaP=cE^7:O=SDEM=[FP=KCSO_AFmFH=>7CNC]Bmkhk[G.>>NrnIONG=P;K-9<6JAAE<I9D6C>HCL:>Z"
     ";<<368=8J6ZXUXIY+2=iRWFNNGAOGK3;<5JA@E:I9D9BCGCL=DZ<@6588B8J6YXUXIX+M6luN>RQJESJN5@@<M:DH=L6G>"
@@ -165,6 +172,7 @@ const AlphabetModel arModel{
 const AlphabetModel faModel{
     u"\u060C\u0621\u0622\u0626\u0627\u0628\u062A\u062B\u062C\u062D\u062E\u062F\u0630\u0631\u0632\u0633\u0634\u0635\u0636\u0637\u0638\u0639\u063A\u0641\u0642\u0643\u0644\u0645\u0646\u0647\u0648\u064A\u064E\u0650\u0651\u067E\u0686\u0698\u06A9\u06AF\u200C\u200E\u200F",
     false,
+    0,
     "U|@NhW5^}:s137L9=95O7;67AKHP9E;@I=13::A~|y5AH5;[aT)07YrP8T[IQ4=:ODEE:P7B<>HLHPCNDFT=:7;9<_YVCL"
     "R@CFW^&@4PZW1IjE`98CJE:;C_BG9FVZV_RKEOcE>>FCLmifAMaAGT<l)e38a]W>gT]@ID[OPPF[DMEJSWS[GYOQ`ICCDD"
     "HjebNW^HNH3=+X3KSNASZHO3<9NCDD9O6A;=GKGOBMCES<96:8;^XUBKQ>B;V])wGnwPWNNgT3=5OBIF7]4=97IUPaGPDF"
@@ -196,6 +204,7 @@ const AlphabetModel faModel{
 const AlphabetModel heModel{
     u"\u05BE\u05D0\u05D1\u05D2\u05D3\u05D4\u05D5\u05D6\u05D7\u05D8\u05D9\u05DA\u05DB\u05DC\u05DD\u05DE\u05DF\u05E0\u05E1\u05E2\u05E3\u05E4\u05E5\u05E6\u05E7\u05E8\u05E9\u05EA\u05F3\u05F4\u200F",
     false,
+    0,
     "UB7_by3t159:2=>9<6V:5I0J687^8P=8937dPS))/te~4^GIMKFCPMMBVNGNGLHLMZLXPKFJGXaN'84f`~0g7:A<>=MD=:"
     "LD;L6I>>AV@bE=@=<bjH*<7<jtDQ;<A@:6EAA5JB:B:@<@AN@MD>9>9LT]'MAlUwGU;A7C69HE>9NF>F7D8:AR>PC<==>E"
     "XF0H@his:Q:9@;96=<A2IB4B:;;:@M@LC:7=8LT[.>7e~b$oXZ_]WTb^_Sg`W`X^Y^^l^jb[W[XjrR5N=Vox8V8B:<=:77"
@@ -216,6 +225,7 @@ const AlphabetModel heModel{
 const AlphabetModel thModel{
     u"\u0E01\u0E02\u0E04\u0E06\u0E07\u0E08\u0E09\u0E0A\u0E0B\u0E0D\u0E0E\u0E0F\u0E10\u0E11\u0E12\u0E13\u0E14\u0E15\u0E16\u0E17\u0E18\u0E19\u0E1A\u0E1B\u0E1C\u0E1D\u0E1E\u0E1F\u0E20\u0E21\u0E22\u0E23\u0E24\u0E25\u0E27\u0E28\u0E29\u0E2A\u0E2B\u0E2C\u0E2D\u0E2E\u0E30\u0E31\u0E32\u0E33\u0E34\u0E35\u0E36\u0E37\u0E38\u0E39\u0E40\u0E41\u0E42\u0E43\u0E44\u0E46\u0E47\u0E48\u0E49\u0E4A\u0E4B\u0E4C",
     false,
+    0,
     "UB5a~f45=8[F7I;>PvyN[wE;8<9<699EL:D@9@9W;:Bk59y6Eb]VgV_ngcd057D6cj_`w}`))1w~{6EMKbGK]LNT`dV_aP"
     "GHPJPDILUbKQSEHC^FGRTHKcDWKFBPGHXPLMEJLRLgTHIahI':+c~~2CO@lQMfDG_jm`hkZJBMFZGJE`lHELEJFhIKJ_EK"
     "mCTUPLYQRbZVW>FEJAq^RSkqS,J@l{pK8B6V;7QACITWJSUE;<E;E7=AJV@FH9:5R:9GI:@W8L@:6E;<MEAB7>A><[H<=U"

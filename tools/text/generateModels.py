@@ -10,7 +10,7 @@ import collections
 import math
 import sys
 
-from languages import CJK, CODECS, LATIN, OTHER
+from languages import CJK, CODECS, LATIN, OTHER, RARITY
 from printable import cost_digit, level_digits, literal
 
 ALPHABET_SIZE = 40  # largest number of letters beyond ASCII
@@ -172,6 +172,7 @@ def main():
                 f.write(f"const AlphabetModel {language}Model{{\n"
                         f"    u\"{escaped(letters)}\",\n"
                         f"    {'true' if language in LATIN else 'false'},\n"
+                        f"    {RARITY.get(language, 0)},\n"
                         f"{literal(costs)}}};\n\n")
             f.write("}  // namespace orvel\n")
     with open(f"{output}/CjkModels.cpp", "w", encoding="utf-8") as f:

@@ -5,12 +5,14 @@
 LATIN = {
     "en": (["en_GB", "en_CA"], ["en_US", "en_GB"], ["en"]),
     "de": (["de", "nds", "lb"], ["de_DE", "de_AT"], ["de"]),
-    "fr": (["fr", "wa", "oc", "fur"], ["fr_FR"], ["fr"]),
+    "fr": (["fr", "wa", "oc"], ["fr_FR"], ["fr"]),
+    "fur": (["fur"], [], []),
     "es": (["es", "gl", "ast"], ["es_ES", "es_MX"], ["es", "gl"]),
     "it": (["it"], ["it_IT"], ["it"]),
     "pt": (["pt", "pt_BR"], ["pt_PT", "pt_BR"], ["pt"]),
     "ca": (["ca", "ca@valencia"], [], ["ca"]),
-    "nl": (["nl", "af", "fy"], ["nl_NL"], ["nl", "af"]),
+    "nl": (["nl", "af"], ["nl_NL"], ["nl", "af"]),
+    "fy": (["fy"], [], []),
     "sv": (["sv"], ["sv_SE"], ["sv"]),
     "no": (["nb", "nn", "da"], ["no_NO", "dk_DK"], ["no", "da"]),
     "fi": (["fi"], ["fi_FI"], ["fi"]),
@@ -49,6 +51,10 @@ CJK = {
     "ko": (["ko"], ["ko_KR"], ["ko"]),
 }
 LANGUAGES = {**LATIN, **OTHER, **CJK}
+
+# What a text costs for being in a language of few speakers, in sixths of a nat. Their letters with
+# accents are frequent: without this cost every Lithuanian "meilė" is an Albanian "meilë".
+RARITY = {"fur": 6, "fy": 6, "sq": 6}
 
 WESTERN = ["cp1252", "iso8859-15"]
 CENTRAL = ["cp1250", "iso8859-2", "iso8859-16"]
