@@ -99,8 +99,8 @@ class TrackScore {
   // The cost of the ASCII pairs in each Latin language, which is the same in every encoding.
   std::array<LatinCosts, kMaxTexts> asciiCosts{};
   TextCosts leastAscii{};
-  LatinCosts latinContext{};  // what the context costs in each Latin language beyond its best one
-  unsigned otherContext = 0;  // and in each of another script
+  LatinCosts latinContext{};  // of the context in each Latin language, beyond the best one
+  unsigned otherContext = 0;  // in each language of another script
 };
 
 }  // namespace orvel
