@@ -152,6 +152,12 @@ inline constexpr char kUpsertStatus[] =
 inline constexpr char kSelectAllComplete[] =
     "SELECT COALESCE(MIN(STATUS = 'OK'), 0) FROM PARTITIONS;";
 
+/// 1 when there are no names and no playlists, else 0.
+inline constexpr char kSelectNothingShared[] =
+    "SELECT NOT (EXISTS (SELECT 1 FROM ARTISTS) OR EXISTS (SELECT 1 FROM ALBUMS)"
+    " OR EXISTS (SELECT 1 FROM GENRES) OR EXISTS (SELECT 1 FROM COMPOSERS)"
+    " OR EXISTS (SELECT 1 FROM PLAYLISTS));";
+
 /// The identifiers that a song shares with other rows, by row id.
 inline constexpr char kSelectSongIdentifiers[] =
     "SELECT ARTISTID, ALBUMID, GENREID, COMPOSERID, OBJECTID FROM SONGS WHERE ID = ?;";

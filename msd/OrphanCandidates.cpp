@@ -11,10 +11,17 @@ namespace orvel {
 namespace {
 /// For more songs the clean-up costs little beside reading them.
 constexpr std::size_t kMostSongs = 2000;
+
+bool isEmpty(sqlite::Connection& database) {
+  sqlite::Statement row;
+  return row.prepare(database.get(), sql::kSelectNothingShared) == SQLITE_OK &&
+         row.step() == SQLITE_ROW && row.columnInt(0) == 1;
+}
+
 }  // namespace
 
 void OrphanCandidates::begin(sqlite::Connection& database) {
-  areKnown = isCleanedUp(database);
+  areKnown = isCleanedUp(database) || isEmpty(database);
 }
 
 void OrphanCandidates::take(sqlite::Connection& database, const std::vector<std::int32_t>& songs) {

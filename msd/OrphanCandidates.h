@@ -19,7 +19,7 @@ namespace orvel {
 class OrphanCandidates {
  public:
   /// Before the request changes anything. The identifiers stay unknown where there may be orphans
-  /// already.
+  /// already: unless all is complete, or there is nothing.
   void begin(sqlite::Connection& database);
 
   /// Reads the identifiers of songs that the open transaction is about to delete. They are unknown
@@ -28,6 +28,8 @@ class OrphanCandidates {
 
   /// Removes the identifiers of a song that is committed.
   void remove(const MetaDataInfo& song);
+  /// Makes them unknown: songs were not committed, or without all their names.
+  void forget() { areKnown = false; }
 
   /// False where they are not known.
   [[nodiscard]] bool areNone() const;

@@ -81,7 +81,9 @@ SongSaver::sink_block_type_ptr SongSaver::doOperation(src_block_type_ptr block) 
   if (fits(storedBytes(*block), block->operation)) {
     if (save(*block)) {
       progress->songsWereStored(static_cast<unsigned>(block->items.size()));
+      for (const MetaDataInfo* song : block->items) orphanCandidates->remove(*song);
     } else {
+      orphanCandidates->forget();
       leaveUndone(block->operation, LeftUndone::RowsLost);
     }
   }
@@ -113,11 +115,7 @@ bool SongSaver::save(Block<MetaDataInfo*>& block) {
     transaction.rollBack();
     return false;
   }
-  const bool isStored = transaction.end() && written;
-  if (isStored && orphanCandidates) {
-    for (const MetaDataInfo* song : block.items) orphanCandidates->remove(*song);
-  }
-  return isStored;
+  return transaction.end() && written;
 }
 
 /// Makes the songs of the block look changed to the next request, which repairs their names.
@@ -180,9 +178,11 @@ SongSaver::sink_block_type_ptr SongSaver::finish(const Operation& operation) {
 
 bool SongSaver::cleanUp() {
   if (!progress->songsChanged && isCleanedUp(out.database())) return true;
-  const bool mayLeaveNames = !orphanCandidates || !orphanCandidates->areNone();
-  return (!mayLeaveNames || orvel::cleanUp(out, sql::kCleanNames)) &&
-         orvel::cleanUp(out, sql::kCleanDetails);
+  if (!orvel::cleanUp(out, sql::kCleanDetails)) return false;
+  // A song that took the place of another one left its details, and perhaps its names.
+  const bool wereReplaced = sqlite3_changes(out.handle()) > 0;
+  const bool areComplete = !wereReplaced && orphanCandidates->areNone();
+  return areComplete || orvel::cleanUp(out, sql::kCleanNames);
 }
 
 }  // namespace orvel

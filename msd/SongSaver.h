@@ -29,8 +29,8 @@ class SongSaver : public ServerDB<Block<MetaDataInfo*>, Block<void>> {
 
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
-  /// Told the songs that are stored; null: nobody.
-  std::shared_ptr<OrphanCandidates> orphanCandidates;
+  /// Told the songs that are stored; not null.
+  std::shared_ptr<OrphanCandidates> orphanCandidates = std::make_shared<OrphanCandidates>();
 
  private:
   struct Dimension;

@@ -71,5 +71,19 @@ TEST_F(SongSaverTest, ALostRowDropsItsTableForTheBlockAndMarksTheRequest) {
               ElementsAre("/m/a", "/m/c", "1"));
 }
 
+TEST_F(SongSaverTest, NamesAreCleanedUpOnlyWhereOneMayBeWithoutASong) {
+  sqlite::Connection database;
+  ASSERT_EQ(database.open(manager.getDbNameFromDevId("dev").c_str(), SQLITE_OPEN_READWRITE),
+            SQLITE_OK);
+  saver.orphanCandidates->begin(database);
+  saver.progress->songsChanged = true;
+  sql("INSERT INTO ARTISTS VALUES('2s', 'stray', '');");
+  saver.doOperation(blockOf(true, {song("/m/a", "1"), song("/m/b", "1")}));
+  EXPECT_THAT(sql("SELECT ARTIST FROM ARTISTS ORDER BY 1;"), ElementsAre("1", "stray"));
+  // A device that lists a file twice.
+  saver.doOperation(blockOf(true, {song("/m/c", "2"), song("/m/c", "3")}));
+  EXPECT_THAT(sql("SELECT ARTIST FROM ARTISTS ORDER BY 1;"), ElementsAre("1", "3"));
+}
+
 }  // namespace
 }  // namespace orvel::test

@@ -25,7 +25,9 @@ TestCase {
         onRowsMoved: ++test.moves
     }
     Binding {
-        media.generation: devices.currentDevice.generation ?? 0
+        target: media
+        property: "generation"
+        value: devices.currentDevice.generation ?? 0
         when: test.follows
         restoreMode: Binding.RestoreNone
     }
