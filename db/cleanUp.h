@@ -5,8 +5,7 @@
 
 namespace orvel {
 
-/// True where every partition is complete, which means that no clean-up is due for what was done
-/// until now.
+/// True where every partition is complete: then the rows of earlier requests need no clean-up.
 bool isCleanedUp(sqlite::Connection& database);
 
 /// Runs a clean-up, a text with its own BEGIN and COMMIT that deletes the rows without a song, at

@@ -47,9 +47,9 @@ class TrackScore {
     /// The cost of each text in the language that explains it best.
     const TextCosts& ofTexts() const { return least; }
 
-    /// What each text and the context add to the cost of the track. The texts of a track usually
-    /// share a language, so the one counts that explains them best together; single texts may be in
-    /// another language for an extra cost, and cost at most as much as in `elsewhere`.
+    /// The shares of each text and of the context in the cost of the track. The texts of a track
+    /// usually share a language, so the one counts that explains them best together; single texts
+    /// may be in another language for an extra cost, and cost at most as much as in `elsewhere`.
     TrackCosts together(const TextCosts& elsewhere, std::size_t count) const;
 
    private:
