@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "search/NameFolder.h"
+
 namespace orvel {
 
 namespace {
@@ -41,13 +43,20 @@ void improve(unsigned& rank, unsigned candidate) {
 }  // namespace
 
 SearchTexts::SearchTexts(sqlite3* database) : connection(database) {
-  readNames(Kind::Artist, "SELECT rowid, ARTISTID, ARTIST, ASIANARTIST FROM ARTISTS");
-  readNames(Kind::Album, "SELECT rowid, ALBUMID, ALBUM, ASIANALBUM FROM ALBUMS");
-  readNames(Kind::Genre, "SELECT rowid, GENREID, GENRE, ASIANGENRE FROM GENRES");
-  readNames(Kind::Composer, "SELECT rowid, COMPOSERID, COMPOSER, ASIANCOMPOSER FROM COMPOSERS");
-  readNames(Kind::Directory, "SELECT rowid, OBJECTID, NAME, '' FROM DIRECTORIES");
-  readNames(Kind::Playlist, "SELECT ID, PLAYID, PLAYNAME, '' FROM VIEW_PLAYLISTNAMES");
-  readSongs();
+  search::NameFolder folder;
+  readNames(Kind::Artist, "SELECT rowid, ARTISTID, ARTIST, ASIANARTIST FROM ARTISTS", folder);
+  readNames(Kind::Album, "SELECT rowid, ALBUMID, ALBUM, ASIANALBUM FROM ALBUMS", folder);
+  readNames(Kind::Genre, "SELECT rowid, GENREID, GENRE, ASIANGENRE FROM GENRES", folder);
+  readNames(Kind::Composer, "SELECT rowid, COMPOSERID, COMPOSER, ASIANCOMPOSER FROM COMPOSERS",
+            folder);
+  readNames(Kind::Directory, "SELECT rowid, OBJECTID, NAME, '' FROM DIRECTORIES", folder);
+  readNames(Kind::Playlist, "SELECT ID, PLAYID, PLAYNAME, '' FROM VIEW_PLAYLISTNAMES", folder);
+  readSongs(folder);
+  folder.finish();
+  for (Names& kind : names) {
+    kind.places = {};
+    kind.pool.shrink();
+  }
 }
 
 void SearchTexts::forEachRow(const char* sql, const std::string& parameter,
@@ -64,14 +73,13 @@ void SearchTexts::forEachRow(const char* sql, const std::string& parameter,
   }
 }
 
-void SearchTexts::readNames(Kind kind, const char* sql) {
+void SearchTexts::readNames(Kind kind, const char* sql, search::NameFolder& folder) {
   Names& read = of(kind);
   forEachRow(sql, "", [&](const sqlite::Statement& row) {
     read.places.emplace(digestOf(textAt(row, 1)), static_cast<std::uint32_t>(read.rows.size()));
     read.rows.push_back(row.columnInt64(0));
-    read.pool.add(textAt(row, 2), textAt(row, 3));
+    folder.add(read.pool, textAt(row, 2), textAt(row, 3));
   });
-  read.pool.shrink();
   read.songs.resize(read.rows.size());
 }
 
@@ -85,7 +93,7 @@ std::uint32_t SearchTexts::placeOf(Kind kind, std::string_view id, LastName& las
   return last.place;
 }
 
-void SearchTexts::readSongs() {
+void SearchTexts::readSongs(search::NameFolder& folder) {
   // A song without title is known by the name of its file.
   constexpr char kSongs[] =
       "SELECT ID, CASE TITLE WHEN '' THEN NAME ELSE TITLE END, ASIANTITLE, ARTISTID, ALBUMID,"
@@ -96,7 +104,7 @@ void SearchTexts::readSongs() {
   Names& titles = of(Kind::Song);
   forEachRow(kSongs, "", [&](const sqlite::Statement& row) {
     titles.rows.push_back(row.columnInt64(0));
-    titles.pool.add(textAt(row, 1), textAt(row, 2));
+    folder.add(titles.pool, textAt(row, 1), textAt(row, 2));
     Song song;
     song.fill(kNone);
     for (std::size_t i = 0; i < kColumns.size(); ++i) {
@@ -105,9 +113,7 @@ void SearchTexts::readSongs() {
     }
     songs.push_back(song);
   });
-  titles.pool.shrink();
   songs.shrink_to_fit();
-  for (Names& kind : names) kind.places = {};
 }
 
 void SearchTexts::readSongPlaces() {

@@ -15,6 +15,10 @@
 
 namespace orvel {
 
+namespace search {
+class NameFolder;
+}
+
 /// The folded texts of a database, and how its songs belong to names.
 class SearchTexts {
  public:
@@ -59,8 +63,8 @@ class SearchTexts {
   /// The best grade of each song for a word, as far as it was looked at.
   using Ranks = std::vector<unsigned>;
 
-  void readNames(Kind kind, const char* sql);
-  void readSongs();
+  void readNames(Kind kind, const char* sql, search::NameFolder& folder);
+  void readSongs(search::NameFolder& folder);
   void forEachRow(const char* sql, const std::string& parameter,
                   const std::function<void(const sqlite::Statement&)>& use) const;
   [[nodiscard]] std::uint32_t placeOf(Kind kind, std::string_view id, LastName& last);

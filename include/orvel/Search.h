@@ -26,8 +26,9 @@ class SearchTexts;
 /// Finds songs and names in a device's database by the beginnings of words, as `foldedText` folds
 /// them, and in the readings of Asian names.
 ///
-/// The first call reads the texts of the database, later calls do so only when it has changed.
-/// Their folded form stays in memory, about 80 bytes a song. Belongs to one thread at a time.
+/// The first call reads the texts of the database, later calls do so only when it has changed; a
+/// second thread folds them and ends with the call. Their folded form stays in memory, about 80
+/// bytes a song. Belongs to one thread at a time.
 class ORVEL_EXPORT Search {
  public:
   enum class Kind : unsigned char { Artist, Album, Song, Playlist, Directory, Composer, Genre };

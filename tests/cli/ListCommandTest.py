@@ -160,6 +160,8 @@ class Searching(CommandTestCase):
         writeSong(f"{music}/4.mp3", TIT2="월량")
         writeSong(f"{music}/5.mp3", TIT2="月亮", TPE1="周杰倫")
         writeSong(f"{music}/bjork.mp3")
+        for number in range(100, 700):  # enough to be folded on a second thread
+            writeSong(f"{music}/Numbers/{number}.mp3", TIT2=f"Number {number}")
         os.mkdir(f"{self.stick}/Lists")
         with open(f"{self.stick}/Lists/Straße.m3u8", "w") as playlist:
             playlist.write("../Music/2.mp3\n../Music/3.mp3\n")
@@ -174,7 +176,8 @@ class Searching(CommandTestCase):
                               (("hanae",), ["花絵"]), (("ハナ",), ["花絵"]), (("絵",), ["花絵"]),
                               (("wide", "band"), ["花絵"]), (("월",), ["월량"]),
                               (("zhoujie",), ["月亮"]), (("jie", "yue"), ["月亮"]),
-                              (("whats",), ["Bjorken wood"]), (("strasse", "w"), ["Bjorken wood", "花絵"])):
+                              (("whats",), ["Bjorken wood"]), (("strasse", "w"), ["Bjorken wood", "花絵"]),
+                              (("number", "69"), [f"Number {number}" for number in range(690, 700)])):
             self.assertEqual(self.found(*words), titles, words)
         for words in (("ork",), ("joga", "wide"), ("량",), ("...",)):
             self.assertEqual(self.found(*words, expect=1), [], words)
