@@ -57,6 +57,16 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
         [&] { return retryOnBadAlloc([&] { return boost::make_shared<Block<T>>(operation); }); });
   }
 
+  /// Tells the stages that compare files with rows that the walk begins, by an empty block: they
+  /// read the rows meanwhile.
+  void announceWalk(const Operation& operation) {
+    Operation begun = operation;
+    begun.last = false;
+    for (auto* const branch : {songSink, playlistSink}) {
+      if (branch != nullptr) branch->enqueue(boost::make_shared<Block<FileInfo*>>(begun));
+    }
+  }
+
   /// Sends the LAST blocks of playlists and directories; the run loop sends the songs.
   void sendBranches(const Found& found) {
     orFail([&] {

@@ -18,14 +18,19 @@ ChangeFinder::ChangeFinder(const char* stageName, Content fileContent, std::stri
 
 ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
+  if (!operation.last) {
+    readAhead(operation);
+    return {};
+  }
   const std::size_t files = block->items.size();
   OV_INFO("ChangeFinder for: %u (op: %d)", static_cast<unsigned>(files), operation.id);
   auto toAdd = boost::make_shared<Block<FileInfo*>>(operation);
   bool isMarked = false;
-  open(operation.deviceId);
+  if (in.handle() == nullptr) open(operation.deviceId);
   {
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
+    finder.stored = std::exchange(readBefore, {});
     if (orphanCandidates) {
       orphanCandidates->begin(out.database());
       finder.beforeDeletion = [this](const std::vector<std::int32_t>& songs) {
@@ -49,6 +54,17 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
   }
   if (!toAdd->items.empty()) signalContentModified(operation);
   return toAdd;
+}
+
+void ChangeFinder::readAhead(const Operation& operation) {
+  try {
+    open(operation.deviceId);
+    readBefore.read(in, selectFor(operation.mountPoint));
+  } catch (const std::exception& error) {
+    OV_INFO("%s reads the rows after the walk: %s", name, error.what());
+    close();
+    readBefore = {};
+  }
 }
 
 /// For a full disk: the manager may still find a way.

@@ -7,6 +7,7 @@
 #include "db/FileInfo.h"
 #include "framework/ServerDB.h"
 #include "msd/OrphanCandidates.h"
+#include "msd/StoredFiles.h"
 
 namespace orvel {
 
@@ -23,6 +24,8 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
   ChangeFinder(const char* stageName, Content fileContent, std::string select, std::string remove,
                bool mtp);
 
+  /// Compares the files of a LAST block with the rows. For another one, which says that the walk
+  /// has begun, it reads the rows beside the walk.
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
   /// Called on the stage's thread when it has found a change; set before `launch`.
@@ -31,6 +34,7 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
   std::shared_ptr<OrphanCandidates> orphanCandidates;
 
  private:
+  void readAhead(const Operation& operation);
   [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;
   [[nodiscard]] static bool markInProgress(const Operation& operation);
   void count(std::size_t files, std::size_t added, unsigned vanished);
@@ -39,6 +43,7 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
   const std::string selectSql;
   const std::string deleteSql;
   const bool isMtp;
+  StoredFiles readBefore;  ///< over the stage's open input stream
 };
 
 }  // namespace orvel

@@ -122,10 +122,10 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
   assert(found != nullptr && toAdd != nullptr && toAdd->items.empty());
   const Timer timer;
   const int operationId = found->operation.id;
-  const std::vector<DbObject> stored = readRows(selectSql);
+  stored.refresh(in, selectSql);
   std::vector<const DbObject*> rows;
-  rows.reserve(stored.size());
-  for (const DbObject& row : stored) rows.push_back(&row);
+  rows.reserve(stored.rows().size());
+  for (const DbObject& row : stored.rows()) rows.push_back(&row);
   sortByKey(rows);
   sortByKey(found->items);
   OV_INFO("%s: Data Inside db Count: %u, Data Inside device count %d (op:%d)", name,
@@ -145,24 +145,6 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
   OV_INFO("%s: Data to be added to db size: %u (op:%d)", name,
           static_cast<unsigned>(toAdd->items.size()), operationId);
   return static_cast<int>(toAdd->items.size());
-}
-
-std::vector<DbObject> GenericChangeFinder::readRows(const std::string& selectSql) {
-  std::vector<DbObject> rows;
-  in.query(selectSql.c_str());
-  while (in.good()) {
-    DbObject row;
-    double modified = 0;
-    in >> row.id >> modified >> row.path;
-    if (!in.good()) break;
-    row.lastModified = narrowTime(static_cast<std::int64_t>(modified));
-    rows.push_back(std::move(row));
-    in.step();
-  }
-  allRead = in.eof();
-  // Outside WAL mode an open SELECT would block this stage's own COMMIT.
-  in.finalize();
-  return rows;
 }
 
 void GenericChangeFinder::deleteRows(const std::string& deleteSql,

@@ -9,15 +9,9 @@
 #include "db/FileInfo.h"
 #include "db/SqlStream.h"
 #include "framework/Block.h"
+#include "msd/StoredFiles.h"
 
 namespace orvel {
-
-/// One row of a stored file.
-struct DbObject {
-  std::int32_t id = 0;
-  std::int32_t lastModified = 0;  ///< seconds, narrowed as in FileInfo
-  std::string path;
-};
 
 /// Orders rows and files alike: by the bytes of the path, then by modification time.
 struct DbObjectPtrComparer {
@@ -35,6 +29,8 @@ class GenericChangeFinder {
                       sqlstl::basic_sqlistream<char>& input)
       : name(stageName), out(output), in(input) {}
 
+  /// The rows as they were read ahead on the same input stream, or none.
+  StoredFiles stored;
   /// Called in the transaction that deletes stale rows, with their ids, before it does.
   std::function<void(const std::vector<std::int32_t>&)> beforeDeletion;
 
@@ -52,7 +48,7 @@ class GenericChangeFinder {
   /// Stale rows of the last call whose path no file has; the others belong to changed files.
   [[nodiscard]] unsigned vanished() const { return vanishedRows; }
   /// True when the last call read every row.
-  [[nodiscard]] bool sawAllRows() const { return allRead; }
+  [[nodiscard]] bool sawAllRows() const { return stored.isComplete(); }
   /// True when the last call found a new file or a stale row.
   [[nodiscard]] bool foundChanges() const { return differs; }
   /// True when the status "PROGRESS" is committed, or nothing was found.
@@ -61,7 +57,6 @@ class GenericChangeFinder {
   [[nodiscard]] bool committed() const { return allDeleted; }
 
  private:
-  std::vector<DbObject> readRows(const std::string& selectSql);
   void deleteRows(const std::string& deleteSql, const std::vector<const DbObject*>& stale,
                   const Block<FileInfo*>& toAdd);
   bool markInProgress(const std::string& mountPoint);
@@ -70,7 +65,6 @@ class GenericChangeFinder {
   sqlstl::basic_sqlostream<char>& out;
   sqlstl::basic_sqlistream<char>& in;
   unsigned vanishedRows = 0;
-  bool allRead = true;
   bool differs = false;
   bool isMarked = true;
   bool allDeleted = true;

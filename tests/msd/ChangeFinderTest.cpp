@@ -68,6 +68,16 @@ TEST_F(ChangeFinderTest, PassesOnWhatIsNewOrChangedAndDeletesTheRest) {
   EXPECT_FALSE(skipped);
 }
 
+TEST_F(ChangeFinderTest, RowsReadDuringTheWalkCountOnlyUntilSomebodyWrites) {
+  song("/m/a", "1");
+  song("/m/gone", "1");
+  const auto begun = boost::make_shared<Block<FileInfo*>>(Operation(1, 0, "dev", "/m", false));
+  EXPECT_EQ(songs.doOperation(begun), nullptr);
+  song("/m/b", "1");
+  EXPECT_THAT(difference(songs, "/m", {{"/m/a", 1}, {"/m/b", 1}}), SizeIs(0));
+  EXPECT_THAT(stored(), ElementsAre("/m/a", "/m/b"));
+}
+
 TEST_F(ChangeFinderTest, EqualIsEqualBeyond2038AndForDoubledRows) {
   song("/m/a", "4294967301");
   song("/m/b", "-2147483648");
