@@ -16,8 +16,9 @@ namespace {
 constexpr std::int64_t kByteBudget = 32LL << 20;
 constexpr int kReadBudget = 20000;
 constexpr int kReadsPerClock = 16;
-/// Smaller tags are read in one piece.
+/// Smaller tags and pictures are read in one piece.
 constexpr unsigned int kLargeTagBytes = 16384;
+constexpr int kMostPictures = 100;
 /// Each takes up to four reads of the budget.
 constexpr int kMostSingleFrames = 500;
 constexpr std::int64_t kFrameHeaderBytes = 10;
@@ -50,6 +51,19 @@ std::int64_t frameSize(const TagLib::ByteVector& header, unsigned int version,
   return safe > 127 && !frameFollows(safe) && frameFollows(plain) ? plain : safe;
 }
 
+/// Fills in the header of each picture in an atom, and the whole rest from the first one on that is
+/// none. `fill(at, bytes)` reads up to so many bytes of `data`.
+template <class Fill>
+void fillMp4Headers(const TagLib::ByteVector& data, Fill fill) {
+  std::int64_t at = 0;
+  for (int count = 0; at < data.size(); ++count) {
+    fill(at, kMp4HeaderBytes);
+    const std::int64_t bytes = data.toUInt(static_cast<unsigned int>(at));
+    if (bytes < kMp4HeaderBytes || count == kMostPictures) return fill(at, data.size());
+    at += bytes;
+  }
+}
+
 }  // namespace
 
 TagStream::TagStream(std::string streamName, std::stop_token token,
@@ -71,6 +85,8 @@ TagLib::ByteVector TagStream::readBlock(StreamBytes length) {
     const TagLib::ID3v2::Header tag(*header);
     if (tag.tagSize() == length) return readTag(tag);
   }
+  const PictureForm form = formOfPicture(length);
+  if (form != PictureForm::None) return readHeadersOfPicture(form, length);
   TagLib::ByteVector data = readUnguarded(length);
   if (data.size() == TagLib::ID3v2::Header::size()) possibleTagHeader = data;
   return data;
@@ -125,16 +141,55 @@ TagLib::ByteVector TagStream::readWithoutPictures(unsigned int length, unsigned 
   return kept;
 }
 
-TagLib::ByteVector TagStream::readUnguarded(StreamBytes length) {
+PictureForm TagStream::formOfPicture(StreamBytes length) {
+  constexpr auto kBefore = static_cast<StreamOffset>(kBytesBeforePicture);
+  if (keepsPictures || length <= kLargeTagBytes || position < kBefore) return PictureForm::None;
+  position -= kBefore;
+  const TagLib::ByteVector before = readUnguarded(kBytesBeforePicture);
+  position = position - static_cast<StreamOffset>(before.size()) + kBefore;
+  return pictureFormOf({before.data(), before.size()}, length);
+}
+
+/// Puts zeros in place of all that TagLib does not look at.
+TagLib::ByteVector TagStream::readHeadersOfPicture(PictureForm form, StreamBytes length) {
   if (position >= size || spent()) return {};
-  // The budget fits a long.
-  const auto wanted = static_cast<long>(std::min<std::int64_t>(
+  const StreamOffset start = position;
+  const long wanted = bytesToRead(length);
+  TagLib::ByteVector data(static_cast<unsigned int>(wanted), 0);
+  const auto fill = [&](std::int64_t at, std::int64_t bytes) {
+    position = static_cast<StreamOffset>(start + at);
+    const TagLib::ByteVector piece = readPiece(std::min(bytes, wanted - at));
+    std::copy(piece.begin(), piece.end(), data.begin() + at);
+  };
+  if (form == PictureForm::Mp4) {
+    fillMp4Headers(data, fill);
+  } else {
+    fill(0, kBlockBytes);
+  }
+  position = start + wanted;
+  bytesLeft -= wanted;
+  return data;
+}
+
+/// The bytes of a read that file and budget allow; they fit a long.
+long TagStream::bytesToRead(StreamBytes length) const {
+  return static_cast<long>(std::min<std::int64_t>(
       {size - position, bytesLeft,
        static_cast<std::int64_t>(std::min<std::uint64_t>(length, kByteBudget))}));
-  TagLib::ByteVector data = wanted > kBlockBytes ? readDirectly(wanted) : readCached(wanted);
+}
+
+TagLib::ByteVector TagStream::readUnguarded(StreamBytes length) {
+  if (position >= size || spent()) return {};
+  const long wanted = bytesToRead(length);
+  TagLib::ByteVector data = readPiece(wanted);
   position += data.size();
   bytesLeft -= data.size();
   return data;
+}
+
+/// Leaves position and budget alone.
+TagLib::ByteVector TagStream::readPiece(long length) {
+  return length > kBlockBytes ? readDirectly(length) : readCached(length);
 }
 
 TagLib::ByteVector TagStream::readDirectly(long length) {

@@ -10,6 +10,7 @@
 #include <stop_token>
 #include <string>
 
+#include "tags/PictureForm.h"
 #include "tags/StreamTypes.h"
 
 namespace orvel {
@@ -17,8 +18,7 @@ namespace orvel {
 /// A file that TagLib reads tags from; derived classes fetch its bytes. Reads in blocks of 4 KiB,
 /// since tags are a small part of a file. Enforces a budget, since a hostile file can keep TagLib
 /// reading: when the budget is spent or the token is raised, the file seems to end. Skips large
-/// pictures in ID3v2 tags unless told otherwise, and bounds the cost of their frames. Used by one
-/// thread.
+/// pictures unless told otherwise, and bounds the cost of ID3v2 frames. Used by one thread.
 class TagStream : public TagLib::IOStream {
  public:
   TagStream(const TagStream&) = delete;
@@ -76,7 +76,11 @@ class TagStream : public TagLib::IOStream {
 
   TagLib::ByteVector readTag(const TagLib::ID3v2::Header& header);
   TagLib::ByteVector readWithoutPictures(unsigned int length, unsigned int version);
+  PictureForm formOfPicture(StreamBytes length);
+  TagLib::ByteVector readHeadersOfPicture(PictureForm form, StreamBytes length);
   TagLib::ByteVector readUnguarded(StreamBytes length);
+  [[nodiscard]] long bytesToRead(StreamBytes length) const;
+  TagLib::ByteVector readPiece(long length);
   TagLib::ByteVector readDirectly(long length);
   TagLib::ByteVector readCached(long length);
   bool spent();

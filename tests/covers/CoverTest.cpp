@@ -12,6 +12,8 @@
 #include "mtp/MtpConnection.h"
 #include "tags/PictureHeader.h"
 #include "tags/TagReading.h"
+#include "tags/TagStream.h"
+#include "tags/readTags.h"
 #include "tests/support/Effort.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
@@ -119,6 +121,48 @@ TEST_F(CoverTest, IsTheWholePictureOfEveryContainerAndOtherwiseTheOneBeside) {
     EXPECT_EQ(fetch("none/plain.mp3").outcome, Outcome::None);
     EXPECT_EQ(fetch("none/missing.mp3").outcome, Outcome::NotThere);
     EXPECT_EQ(fetch("nowhere/missing.mp3").outcome, Outcome::NotThere);
+  }
+}
+
+/// Counts the bytes that are fetched.
+class CountingStream : public TagStream {
+ public:
+  CountingStream(const std::string& name, std::string content)
+      : TagStream(name, {}), bytes(std::move(content)) {
+    setSize(static_cast<std::int64_t>(bytes.size()));
+  }
+
+  bool isOpen() const override { return true; }
+  long readAt(std::int64_t start, char* target, long length) override {
+    fetched += length;
+    return static_cast<long>(
+        bytes.copy(target, static_cast<std::size_t>(length), static_cast<std::size_t>(start)));
+  }
+
+  long fetched = 0;
+
+ private:
+  const std::string bytes;
+};
+
+TEST_F(CoverTest, IsNotFetchedForTheTagsOfItsSong) {
+  constexpr unsigned kPictureBytes = 1000000;
+  const std::map<std::string, std::string> songs = {
+      {"a.mp3", song("cbr.mp3", TagForm::Id3v23, jpeg(kPictureBytes))},
+      {"b.m4a", song("tone.m4a", TagForm::Mp4, jpeg(kPictureBytes))},
+      {"c.flac", song("tone.flac", TagForm::Xiph, jpeg(kPictureBytes))},
+      {"d.wma", song("tone.wma", TagForm::Asf, jpeg(kPictureBytes))},
+      {"e.wma", song("tone.wma", TagForm::Asf, jpeg(50000))},  // another object of the format
+      {"f.wav", song("tone.wav", TagForm::WavId3v2, jpeg(kPictureBytes))}};
+  for (const auto& [name, bytes] : songs) {
+    CountingStream lean(name, bytes);
+    CountingStream full(name, bytes);
+    full.keepPictures();
+    const TagResult read = readTags(lean);
+    EXPECT_TRUE(read.values == readTags(full).values && read.values.hasPicture) << name;
+    EXPECT_EQ(read.values.title, "Title") << name;
+    EXPECT_LT(lean.fetched, full.fetched / 2) << name;
+    EXPECT_LT(lean.fetched, 40000) << name;
   }
 }
 
