@@ -10,7 +10,9 @@
 
 #include "cli/DisplayText.h"
 #include "cli/ExitStatus.h"
+#include "cli/JsonText.h"
 #include "cli/MountPoint.h"
+#include "cli/OwnOutput.h"
 #include "cli/commandOptions.h"
 #include "host/tagReaderNearby.h"
 
@@ -21,6 +23,7 @@ namespace {
 struct CoverOptions {
   std::string song;
   std::string output;
+  bool json = false;
 };
 
 const char* nameOf(PictureType type) {
@@ -79,17 +82,35 @@ void write(const std::string& bytes, const std::string& file) {
   }
 }
 
+void print(const Cover::Picture& picture) {
+  std::cout << nameOf(picture.type) << ", " << picture.width << " x " << picture.height
+            << " pixels, " << (picture.isEmbedded ? "from the song" : "from its folder") << "\n";
+}
+
+void printJson(const Cover::Picture& picture, const std::string& song, const std::string& output) {
+  std::cout << jsonLine({{"path", jsonString(song)},
+                         {"output", jsonString(output)},
+                         {"type", nameOf(picture.type)},
+                         {"bytes", static_cast<qint64>(picture.bytes.size())},
+                         {"width", static_cast<qint64>(picture.width)},
+                         {"height", static_cast<qint64>(picture.height)},
+                         {"embedded", picture.isEmbedded}})
+            << "\n";
+}
+
 int runCover(const CoverOptions& options) {
   const std::string song = cleanPath(options.song);
   const Cover::Result found = fetch(song);
   if (found.outcome != Cover::Outcome::Found) {
     throw CommandError(CouldNotRun, obstacle(found.outcome, displayText(song)));
   }
-  const Cover::Picture& picture = found.picture;
-  write(picture.bytes, options.output);
-  std::cout << nameOf(picture.type) << ", " << picture.width << " x " << picture.height
-            << " pixels, " << (picture.isEmbedded ? "from the song" : "from its folder")
-            << std::endl;
+  write(found.picture.bytes, options.output);
+  if (options.json) {
+    printJson(found.picture, song, options.output);
+  } else {
+    print(found.picture);
+  }
+  finishOutput();
   return Done;
 }
 
@@ -105,6 +126,7 @@ void addCover(CLI::App& app, Command& command) {
   verb.add_option("-o,--output", options->output, "Where to write the picture")
       ->required()
       ->type_name("FILE");
+  verb.add_flag("--json", options->json, "Print one JSON object about the picture");
 }
 
 }  // namespace orvel::cli

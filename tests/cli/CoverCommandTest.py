@@ -1,5 +1,6 @@
 """`orvel cover`: the picture of a song, or why there is none."""
 
+import json
 import os
 import unittest
 
@@ -18,6 +19,9 @@ class Covers(CommandTestCase):
             file.write(GIF)
         out, _ = self.run_("cover", "song.mp3", "-o", picture, cwd=os.path.dirname(song))
         self.assertEqual(out, b"GIF, 16 x 32 pixels, from its folder\n")
+        out, _ = self.run_("cover", song, "-o", picture, "--json")
+        self.assertEqual(json.loads(out), {"path": song, "output": picture, "type": "GIF", "bytes": len(GIF),
+                                           "width": 16, "height": 32, "embedded": False})
         with open(picture, "rb") as file:
             self.assertEqual(file.read(), GIF)
         self.run_("cover", song, "-o", "/dev/full", expect=1)
