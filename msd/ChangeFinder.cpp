@@ -14,7 +14,8 @@ ChangeFinder::ChangeFinder(const char* stageName, Content fileContent, std::stri
       content(fileContent),
       selectSql(std::move(select)),
       deleteSql(std::move(remove)),
-      isMtp(mtp) {}
+      isMtp(mtp),
+      readBefore(withPictures()) {}
 
 ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
@@ -30,7 +31,7 @@ ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr b
   {
     const ClosingScope closing(*this);
     GenericChangeFinder finder(name, out, in);
-    finder.stored = std::exchange(readBefore, {});
+    finder.stored = std::exchange(readBefore, StoredFiles(withPictures()));
     if (orphanCandidates) {
       orphanCandidates->begin(out.database());
       finder.beforeDeletion = [this](const std::vector<std::int32_t>& songs) {
@@ -63,7 +64,7 @@ void ChangeFinder::readAhead(const Operation& operation) {
   } catch (const std::exception& error) {
     OV_INFO("%s reads the rows after the walk: %s", name, error.what());
     close();
-    readBefore = {};
+    readBefore = StoredFiles(withPictures());
   }
 }
 

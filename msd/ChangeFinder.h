@@ -34,6 +34,8 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
   std::shared_ptr<OrphanCandidates> orphanCandidates;
 
  private:
+  /// The walk tells of pictures beside songs; a phone's listing does so later.
+  [[nodiscard]] bool withPictures() const { return content == Content::Songs && !isMtp; }
   void readAhead(const Operation& operation);
   [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;
   [[nodiscard]] static bool markInProgress(const Operation& operation);

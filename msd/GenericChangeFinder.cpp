@@ -63,17 +63,24 @@ void keepDoubtful(std::vector<const DbObject*>& stale, const Block<FileInfo*>& f
   });
 }
 
-/// Moves the files without an equal row from `found` to `toAdd`. Both sides are sorted.
+/// True when a picture has come to the folder of a song, or gone from it, since the song was read.
+bool hasOldCover(const DbObject& row, const FileInfo& file) {
+  return row.hadFolderPicture.value_or(file.folderHasPicture) != file.folderHasPicture;
+}
+
+/// Moves the files without an equal row from `found` to `toAdd`, and those whose cover is another
+/// now; the rows of these become stale. Both sides are sorted.
 void moveNewFiles(std::vector<FileInfo*>& found, const std::vector<const DbObject*>& rows,
-                  std::vector<FileInfo*>& toAdd) {
+                  std::vector<FileInfo*>& toAdd, std::vector<const DbObject*>& stale) {
   assert(std::is_sorted(found.begin(), found.end(), DbObjectPtrComparer()));
   toAdd.reserve(found.size());
   auto row = rows.begin();
   for (FileInfo*& file : found) {
     while (row != rows.end() && less(*row, file)) ++row;
     if (row != rows.end() && !less(static_cast<const FileInfo*>(file), *row)) {
-      ++row;  // a row accounts for one file only
-      continue;
+      const DbObject* const equal = *row++;  // a row accounts for one file only
+      if (!hasOldCover(*equal, *file)) continue;
+      stale.push_back(equal);
     }
     toAdd.push_back(file);
     file = nullptr;
@@ -136,7 +143,8 @@ int GenericChangeFinder::findDifference(const std::string& selectSql, const std:
                       std::back_inserter(stale), DbObjectPtrComparer());
   keepDoubtful(stale, *found);
   vanishedRows = countVanished(stale, found->items);
-  moveNewFiles(found->items, rows, toAdd->items);
+  moveNewFiles(found->items, rows, toAdd->items, stale);
+  sortByKey(stale);
   markFailedBefore(toAdd->items, stale);
   OV_INFO("%s: db Objects To be Deleted count: %u (op:%d)", name,
           static_cast<unsigned>(stale.size()), operationId);

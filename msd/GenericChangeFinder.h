@@ -36,8 +36,9 @@ class GenericChangeFinder {
 
   /// Moves every new file from `found` to `toAdd`, sorted, and deletes every stale row, all in one
   /// transaction. A file is new when no row has its path and modification time; a row is stale when
-  /// no file has. If there is either, the transaction also sets the partition's status to
-  /// "PROGRESS". Logs SQL failures; a row that cannot be read makes its file look new.
+  /// no file has. A song beside which a picture has appeared or vanished is both. If there is
+  /// either, the transaction also sets the partition's status to "PROGRESS". Logs SQL failures; a
+  /// row that cannot be read makes its file look new.
   /// @param selectSql  reads id, modification time and path of each row
   /// @param deleteSql  deletes the row of one id
   /// @return the number of new files

@@ -1,9 +1,11 @@
 #include "msd/StoredFiles.h"
 
+#include <unordered_map>
 #include <utility>
 
 #include "db/FileInfo.h"
 #include "db/ManagerSqlTexts.h"
+#include "db/SqlTexts.h"
 
 namespace orvel {
 
@@ -23,6 +25,11 @@ std::optional<int> versionOf(sqlstl::basic_sqlistream<char>& in) {
 
 void StoredFiles::read(sqlstl::basic_sqlistream<char>& in, const std::string& selectSql) {
   version = versionOf(in);
+  allRead = readRows(in, selectSql) && (!withPictures || readPictures(in));
+}
+
+/// Returns true when it saw every row.
+bool StoredFiles::readRows(sqlstl::basic_sqlistream<char>& in, const std::string& selectSql) {
   stored.clear();
   in.query(selectSql.c_str());
   while (in.good()) {
@@ -34,9 +41,30 @@ void StoredFiles::read(sqlstl::basic_sqlistream<char>& in, const std::string& se
     stored.push_back(std::move(row));
     in.step();
   }
-  allRead = in.eof();
+  const bool isAll = in.eof();
   // Outside WAL mode an open SELECT would block this stage's own COMMIT.
   in.finalize();
+  return isAll;
+}
+
+bool StoredFiles::readPictures(sqlstl::basic_sqlistream<char>& in) {
+  std::unordered_map<std::int32_t, bool> pictures;
+  in.query(sql::kSelectFolderPictures);
+  while (in.good()) {
+    std::int32_t id = 0;
+    int hadPicture = 0;
+    in >> id >> hadPicture;
+    if (!in.good()) break;
+    pictures.emplace(id, hadPicture != 0);
+    in.step();
+  }
+  const bool isAll = in.eof();
+  in.finalize();
+  for (DbObject& row : stored) {
+    const auto found = pictures.find(row.id);
+    if (found != pictures.end()) row.hadFolderPicture = found->second;
+  }
+  return isAll;
 }
 
 void StoredFiles::refresh(sqlstl::basic_sqlistream<char>& in, const std::string& selectSql) {

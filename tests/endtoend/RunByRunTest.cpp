@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "db/SongDetails.h"
 #include "db/SqlTexts.h"
 #include "msd/ChangeFinder.h"
 #include "tests/endtoend/IndexerHost.h"
@@ -78,6 +79,21 @@ TEST_F(RunByRunTest, RetaggedSongIsReplacedAndItsPlaylistKept) {
   EXPECT_EQ(status(), "OK");
   EXPECT_THAT(takeSignals(), Contains("contentModified " + stick));
   EXPECT_EQ(progress().songs.removed, 0U);
+}
+
+TEST_F(RunByRunTest, APictureThatComesOrGoesBesideASongIsNoticed) {
+  const auto expectCover = [&](CoverPlace place) {
+    index("dev1", stick);
+    EXPECT_THAT(query("SELECT COVER FROM SONGDETAILS JOIN SONGS USING (ID)"),
+                ElementsAre(std::to_string(static_cast<int>(place))));
+    EXPECT_EQ(status(), "OK");
+    index("dev1", stick);
+    EXPECT_EQ(progress().songs.unchanged, 1U);
+  };
+  const std::string picture = temporary.file("stick/Music/A/cover.jpg", "");
+  expectCover(CoverPlace::InFolder);
+  std::filesystem::remove(picture);
+  expectCover(CoverPlace::None);
 }
 
 TEST_F(RunByRunTest, RemovedSongTakesItsNamesFoldersAndPlaylistEntriesAlong) {
