@@ -10,10 +10,10 @@
 
 #include "base/Log.h"
 #include "base/Probes.h"
+#include "base/StandardErrorSilence.h"
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"
 #include "msd/Encoder.h"
-#include "msd/StandardErrorSilence.h"
 #include "tags/SongTag.h"
 
 namespace orvel {
