@@ -46,6 +46,11 @@ MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mount
       watch(std::move(mountPointWatch)),
       makeReader(std::move(readerFactory)) {}
 
+void MSDMiner::runLoop() {
+  Server::runLoop();
+  reader.reset();
+}
+
 MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
   auto songs = boost::make_shared<Block<MetaDataInfo*>>(operation);
