@@ -3,9 +3,9 @@
 
 #include <cassert>
 #include <semaphore>
-#include <string>
 
 #include "base/Log.h"
+#include "base/startThread.h"
 #include "framework/Server.h"
 
 namespace orvel {
@@ -18,15 +18,6 @@ struct ServerThread::Thread {
 
   [[nodiscard]] bool isCurrent() const { return pthread_equal(thread, pthread_self()) != 0; }
 };
-
-namespace {
-
-/// The kernel keeps 15 characters of a thread's name.
-void nameThread(pthread_t thread, const char* name) {
-  pthread_setname_np(thread, std::string(name).substr(0, 15).c_str());
-}
-
-}  // namespace
 
 void* runner(void* runnable) {
   static_cast<Runnable*>(runnable)->runLoop();
@@ -47,17 +38,12 @@ bool ServerThread::launched() const {
 void ServerThread::launch() {
   assert(!launched());
   OV_DEBUG("pthread_create");
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, thread->stackBytes);
-  const int error = pthread_create(&thread->thread, &attributes, run, this);
-  pthread_attr_destroy(&attributes);
+  const int error = startThread(thread->thread, name, thread->stackBytes, run, this);
   if (error != 0) {
     OV_ERROR("pthread_create FAILED %d", error);
     return;
   }
   thread->joinable = true;
-  nameThread(thread->thread, name);
 }
 
 void* ServerThread::run(void* server) {

@@ -12,7 +12,7 @@
 #include "msd/Encoder.h"
 #include "tags/SongTag.h"
 #include "tags/TagStream.h"
-#include "tags/readTags.h"
+#include "tags/readFile.h"
 
 namespace orvel::fuzz {
 namespace {
@@ -41,7 +41,7 @@ class MemoryStream : public TagStream {
 /// Reads a song that is found under `name`, as the miner does.
 void mine(const std::string& name, const std::string& content) {
   MemoryStream stream(name, content);
-  TagResult read = readTags(stream);
+  TagResult read = readFile(stream, ReadingGoal::Tags);
   if (read.outcome != TagResult::Outcome::Tagged) return;
   const SongTag tag(std::move(read.values));
   const std::unique_ptr<MetaDataInfo> song(

@@ -10,10 +10,10 @@
 
 #include "base/Log.h"
 #include "base/Probes.h"
+#include "base/StandardErrorSilence.h"
 #include "base/Timer.h"
 #include "base/retryOnBadAlloc.h"
 #include "msd/Encoder.h"
-#include "msd/StandardErrorSilence.h"
 #include "tags/SongTag.h"
 
 namespace orvel {
@@ -45,6 +45,11 @@ MSDMiner::MSDMiner(const char* stageName, std::shared_ptr<MountPointWatch> mount
     : Server(stageName, kMiningStackBytes),
       watch(std::move(mountPointWatch)),
       makeReader(std::move(readerFactory)) {}
+
+void MSDMiner::runLoop() {
+  Server::runLoop();
+  reader.reset();
+}
 
 MSDMiner::sink_block_type_ptr MSDMiner::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;

@@ -31,6 +31,8 @@ class MSDMiner : public Server<Block<FileInfo*>, Block<MetaDataInfo*>> {
       std::shared_ptr<MountPointWatch> mountPointWatch = std::make_shared<MountPointWatch>(),
       TagReaderFactory makeReader = makeTagReader);
 
+  /// Ends the reader on the stage's own thread, because it may have to wait for the device.
+  void runLoop() override;
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
 
  private:

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tags/readTags.h"
+#include "tags/readFile.h"
 
 namespace orvel {
 
@@ -17,7 +17,7 @@ TagReaderScope::~TagReaderScope() {
 }
 
 TagResult TagReaderScope::read(TagStream& stream) {
-  return lent != nullptr ? lent->read(stream) : readTags(stream);
+  return lent != nullptr ? lent->read(stream) : readFile(stream, ReadingGoal::Tags);
 }
 
 }  // namespace orvel

@@ -75,8 +75,8 @@ struct Settings {
   /// `orvel-playlist-reader`, which parses playlists for isolated requests, is looked for in the
   /// same folder.
   std::string tagReaderProgram;
-  /// How many processes parse the songs of one request at the same time; 0: one for each of the
-  /// processor's cores, three at most. Each takes some 1.2 MB.
+  /// How many processes, or threads with `InProcess`, parse the songs of one request at the same
+  /// time; 0: one for each of the processor's cores, three at most. Each takes some 1.2 MB.
   unsigned tagReaders = 0;
 
   /// The priority of the threads and processes that Orvel starts. `Background` is SCHED_IDLE and

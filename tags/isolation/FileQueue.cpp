@@ -4,12 +4,15 @@
 #include <cassert>
 #include <utility>
 
+#include "tags/PooledTagReader.h"
+
 namespace orvel {
 
 namespace {
 
 /// Keep at least this many files with the worker so that it never idles.
 constexpr std::size_t kFilesAhead = tagMessages::kMostFiles;
+static_assert(PooledTagReader::kChunk <= kFilesAhead);
 
 }  // namespace
 

@@ -232,7 +232,7 @@ void IsolatedTagReader::startFailed() {
     OV_ERROR("the tag reader %s cannot be started, no tags are read: %s", program, reason);
     return enter(State::Refused);
   }
-  auto substitute = std::make_unique<InProcessTagReader>(stopped, goal);
+  auto substitute = std::make_unique<InProcessTagReader>(stopped, goal, patience);
   substitute->expect(files.mountPoint(), files.remainingPaths());
   OV_WARN("the tag reader %s cannot be started, tags are read without isolation: %s", program,
           reason);

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "isolation/WorkerStarter.h"
-#include "tags/TagReader.h"
+#include "tags/PooledTagReader.h"
+#include "tags/TagReaderPatience.h"
 #include "tags/TagReading.h"
 #include "tags/isolation/FileQueue.h"
-#include "tags/isolation/TagReaderPatience.h"
 #include "tags/isolation/WorkerConnection.h"
 
 namespace orvel {
@@ -50,7 +50,7 @@ namespace orvel {
 /// layer of confinement that the kernel offers counts as one that does not start if isolation is
 /// required. InProcess is entered only before any file was parsed: afterwards a file that ended the
 /// worker could end the host.
-class IsolatedTagReader : public TagReader {
+class IsolatedTagReader : public PooledTagReader {
  public:
   /// @param program   absolute path of the worker's program
   /// @param policy    `Isolated` or `IsolationRequired`
@@ -64,9 +64,9 @@ class IsolatedTagReader : public TagReader {
 
   /// Starts a worker unless one is up, and sends it the first announced files. False when there is
   /// none.
-  bool begin();
-  /// The same for a reader that can be done without: it changes no state when no worker starts.
-  bool beginBesides();
+  bool begin() override;
+  bool beginBesides() override;
+  [[nodiscard]] std::size_t costOfBeginning() const override { return 128; }
 
   void expect(std::string mountPoint, std::vector<std::string> paths) override;
   TagResult next(const std::string& path) override;

@@ -7,9 +7,9 @@
 #include "base/Mutex.h"
 #include "base/NoDestructor.h"
 #include "tags/InProcessTagReader.h"
+#include "tags/TagReaderPool.h"
 #include "tags/TagReading.h"
 #include "tags/isolation/IsolatedTagReader.h"
-#include "tags/isolation/TagReaderPool.h"
 
 namespace orvel {
 
@@ -18,12 +18,16 @@ namespace {
 /// More readers gain little, because one thread takes their results.
 constexpr unsigned kMostReadersByItself = 3;
 
+unsigned readersForThisProcessor() {
+  return std::clamp(std::thread::hardware_concurrency(), 1U, kMostReadersByItself);
+}
+
 /// The host's choice. Never destroyed, because requests may begin until the process ends.
 struct Choice {
   Mutex mutex;
   TagReading reading ORVEL_GUARDED_BY(mutex) = TagReading::InProcess;
   std::string program ORVEL_GUARDED_BY(mutex);
-  unsigned readers ORVEL_GUARDED_BY(mutex) = 0;
+  unsigned readers ORVEL_GUARDED_BY(mutex) = readersForThisProcessor();
 };
 
 Choice& choice() {
@@ -31,8 +35,16 @@ Choice& choice() {
   return *shared;
 }
 
-unsigned readersForThisProcessor() {
-  return std::clamp(std::thread::hardware_concurrency(), 1U, kMostReadersByItself);
+/// @param patience  shared by the readers of one request
+std::unique_ptr<PooledTagReader> makeReader(const Choice& chosen, std::stop_token token,
+                                            ReadingGoal goal,
+                                            std::shared_ptr<TagReaderPatience> patience)
+    ORVEL_REQUIRES(chosen.mutex) {
+  if (chosen.reading == TagReading::InProcess) {
+    return std::make_unique<InProcessTagReader>(std::move(token), goal, std::move(patience));
+  }
+  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading,
+                                             std::move(patience), goal);
 }
 
 }  // namespace
@@ -51,17 +63,13 @@ ChosenTagReading chosenTagReading() {
   return {chosen.reading, chosen.program};
 }
 
-std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
+std::unique_ptr<TagReader> makeTagReader(const std::stop_token& token) {
   Choice& chosen = choice();
   const MutexLock lock(chosen.mutex);
-  if (chosen.reading == TagReading::InProcess) {
-    return std::make_unique<InProcessTagReader>(std::move(token));
-  }
   const auto patience = std::make_shared<TagReaderPatience>();
   TagReaderPool::Readers readers;
   while (readers.size() < chosen.readers) {
-    readers.push_back(
-        std::make_unique<IsolatedTagReader>(token, chosen.program, chosen.reading, patience));
+    readers.push_back(makeReader(chosen, token, ReadingGoal::Tags, patience));
   }
   return std::make_unique<TagReaderPool>(std::move(readers));
 }
@@ -69,12 +77,8 @@ std::unique_ptr<TagReader> makeTagReader(std::stop_token token) {
 std::unique_ptr<TagReader> makePictureReader(std::stop_token token) {
   Choice& chosen = choice();
   const MutexLock lock(chosen.mutex);
-  if (chosen.reading == TagReading::InProcess) {
-    return std::make_unique<InProcessTagReader>(std::move(token), ReadingGoal::Picture);
-  }
-  return std::make_unique<IsolatedTagReader>(std::move(token), chosen.program, chosen.reading,
-                                             std::make_shared<TagReaderPatience>(),
-                                             ReadingGoal::Picture);
+  return makeReader(chosen, std::move(token), ReadingGoal::Picture,
+                    std::make_shared<TagReaderPatience>());
 }
 
 }  // namespace orvel

@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "tags/readTags.h"
+#include "tags/readFile.h"
 #include "tags/reader/serveTags.h"
 
 /// The worker: parses tags for the library that started it.

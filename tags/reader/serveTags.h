@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tags/readTags.h"
+#include "tags/readFile.h"
 
 namespace orvel {
 

@@ -13,7 +13,7 @@
 #include "tags/PictureHeader.h"
 #include "tags/TagReading.h"
 #include "tags/TagStream.h"
-#include "tags/readTags.h"
+#include "tags/readFile.h"
 #include "tests/support/Effort.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedPhone.h"
@@ -158,8 +158,9 @@ TEST_F(CoverTest, IsNotFetchedForTheTagsOfItsSong) {
     CountingStream lean(name, bytes);
     CountingStream full(name, bytes);
     full.keepPictures();
-    const TagResult read = readTags(lean);
-    EXPECT_TRUE(read.values == readTags(full).values && read.values.hasPicture) << name;
+    const TagResult read = readFile(lean, ReadingGoal::Tags);
+    EXPECT_TRUE(read.values == readFile(full, ReadingGoal::Tags).values && read.values.hasPicture)
+        << name;
     EXPECT_EQ(read.values.title, "Title") << name;
     EXPECT_LT(lean.fetched, full.fetched / 2) << name;
     EXPECT_LT(lean.fetched, 40000) << name;

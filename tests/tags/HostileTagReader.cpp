@@ -13,7 +13,7 @@
 
 #include "isolation/worker/LibraryConnection.h"
 #include "tags/TagMessages.h"
-#include "tags/readTags.h"
+#include "tags/readFile.h"
 #include "tags/reader/serveTags.h"
 #include "tests/support/breakDown.h"
 

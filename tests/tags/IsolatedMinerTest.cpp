@@ -8,9 +8,9 @@
 
 #include "base/Log.h"
 #include "msd/MSDMiner.h"
+#include "tags/TagReaderPool.h"
 #include "tags/TagReading.h"
 #include "tags/isolation/IsolatedTagReader.h"
-#include "tags/isolation/TagReaderPool.h"
 #include "tests/endtoend/Song.h"
 #include "tests/support/DatabaseFolderFixture.h"
 #include "tests/support/Deed.h"

@@ -1,4 +1,4 @@
-#include "msd/StandardErrorSilence.h"
+#include "base/StandardErrorSilence.h"
 
 #include <cassert>
 #include <iostream>
@@ -6,7 +6,7 @@
 
 #include "base/Mutex.h"
 #include "base/NoDestructor.h"
-#include "db/NullStream.h"
+#include "base/NullStream.h"
 
 namespace orvel {
 

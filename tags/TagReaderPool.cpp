@@ -1,24 +1,13 @@
-#include "tags/isolation/TagReaderPool.h"
+#include "tags/TagReaderPool.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace orvel {
 
-namespace {
-
-/// Consecutive files of one reader. A reader is sent more than these ahead, so that it works on
-/// while the results of the others are taken.
-constexpr std::size_t kChunk = 16;
-static_assert(kChunk <= tagMessages::kMostFiles);
-
-/// Starting another reader takes as long as it parses this many files.
-constexpr std::size_t kFilesWorthAReader = 128;
-
-}  // namespace
-
 void TagReaderPool::expect(std::string mountPoint, std::vector<std::string> paths) {
-  dealt = std::clamp<std::size_t>(paths.size() / kFilesWorthAReader, 1, readers.size());
+  const std::size_t cost = readers.front()->costOfBeginning();
+  dealt = std::clamp<std::size_t>(paths.size() / cost, 1, readers.size());
   do {
     deal(mountPoint, paths);
   } while (!startDealt());
@@ -53,7 +42,7 @@ bool TagReaderPool::startDealt() {
 }
 
 std::size_t TagReaderPool::readerOf(std::size_t file) const {
-  return file / kChunk % dealt;
+  return file / PooledTagReader::kChunk % dealt;
 }
 
 }  // namespace orvel

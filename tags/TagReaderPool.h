@@ -7,20 +7,18 @@
 #include <utility>
 #include <vector>
 
-#include "tags/TagReader.h"
-#include "tags/isolation/IsolatedTagReader.h"
+#include "tags/PooledTagReader.h"
 
 namespace orvel {
 
-/// Isolated readers that parse at the same time. Announced files are dealt to them in turn, in
-/// chunks; the results come in the order of the files. A file that ends its reader costs the others
-/// nothing.
+/// Readers that parse at the same time. Announced files are dealt to them in turn, in chunks; the
+/// results come in the order of the files. A file that ends its reader costs the others nothing.
 ///
-/// The first reader alone decides whether isolation can be had. The others are started when there
-/// are enough files for them; one that cannot be started is done without.
+/// The first reader alone decides whether isolation can be had. The others begin when there are
+/// enough files for them; one that cannot is done without.
 class TagReaderPool : public TagReader {
  public:
-  using Readers = std::vector<std::unique_ptr<IsolatedTagReader>>;
+  using Readers = std::vector<std::unique_ptr<PooledTagReader>>;
 
   /// @param members  at least one; they share a `TagReaderPatience`
   explicit TagReaderPool(Readers members) : readers(std::move(members)) {}
