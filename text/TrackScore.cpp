@@ -122,7 +122,7 @@ unsigned TrackScore::pairCosts(const LetterCosts& language,
                                std::span<const BytePair> pairs) {
   unsigned sum = 0;
   for (const auto [before, first, second] : pairs)
-    sum += language.of(symbols[before], symbols[first], symbols[second]);
+    sum += language.cost(symbols[before], symbols[first], symbols[second]);
   return sum;
 }
 
@@ -218,7 +218,7 @@ TrackScore::LanguageCosts TrackScore::singleByteCosts(Encoding encoding,
   for (std::size_t place = 0; place < reader.symbols.size() && possible; ++place) {
     const std::size_t model = reader.firstModel + place;
     const AlphabetModel& language = *alphabetModels()[model];
-    const LetterCosts& letterCosts = LetterCosts::ofModel(model);
+    const LetterCosts& letterCosts = LetterCosts::of(model);
     const SingleByteReader::Symbols& symbols = reader.symbols[place];
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
@@ -289,15 +289,15 @@ TrackScore::LanguageCosts TrackScore::utf8Costs() const {
   LanguageCosts languages(alphabetModels().size());
   for (std::size_t model = 0; model < alphabetModels().size(); ++model) {
     const AlphabetModel& language = *alphabetModels()[model];
-    const LetterCosts& letterCosts = LetterCosts::ofModel(model);
+    const LetterCosts& letterCosts = LetterCosts::of(model);
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
       costs[i] += language.rarity + asciiCost(model, i);
       for (std::size_t place = 2; place < decoded[i].size(); ++place) {
         const char32_t* const last = &decoded[i][place];
         if (last[-1] < 0x80 && last[0] < 0x80) continue;
-        costs[i] += letterCosts.of(language.symbol(last[-2]), language.symbol(last[-1]),
-                                   language.symbol(last[0]));
+        costs[i] += letterCosts.cost(language.symbol(last[-2]), language.symbol(last[-1]),
+                                     language.symbol(last[0]));
       }
     }
     languages.add({costs, contextCost(model)});

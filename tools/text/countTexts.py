@@ -1,10 +1,11 @@
 #!/usr/bin/python3
-"""Counts the pairs and triples of letters and the characters of a language's texts into tools/text/counts/.
+"""Counts the pairs and triples of letters and the characters of a language's texts.
 
 Usage: countTexts.py PACKAGES_FOLDER OUTPUT_FOLDER DEVELOPMENT_SET...
 
 PACKAGES_FOLDER is the output of fetchPackages.sh; translations are also those of the installed
-Debian system. The repository keeps only the counts of these texts; generateModels.py turns them into the models.
+Debian system. The repository keeps only the counts of these texts, in tools/text/counts/;
+generateModels.py turns them into the models.
 """
 
 import collections

@@ -24,7 +24,7 @@ BACKOFF = 300  # weight, in counts, of a pair's expectation from its second half
 TRIPLES = 4500  # of all languages together
 TRIPLE_BACKOFF = 200  # weight, in counts, of a triple's expectation from its last pair
 LEAST_CONTEXT = 30  # counts of a triple's first pair from which it tells something
-LIKELY, UNLIKELY = 1, -2  # nats by which a chosen triple differs at least from its expectation
+LIKELY, UNLIKELY = 1, -2  # nats by which a chosen triple differs at least, as LetterCosts.cpp reads them
 FIXED = [" ", "0", ".", "typographic", "odd", "foreign"]
 
 
@@ -120,7 +120,7 @@ class AlphabetModel:
                 if not beyond or c in WITHIN or a == " " and c in blanks:
                     continue
                 expected = self.share(b, c)
-                share = ((self.triples[a, b, c] + TRIPLE_BACKOFF * expected) / (count + TRIPLE_BACKOFF))
+                share = (self.triples[a, b, c] + TRIPLE_BACKOFF * expected) / (count + TRIPLE_BACKOFF)
                 nats = math.log(share / expected)
                 if nats >= LIKELY or nats <= UNLIKELY:
                     yield count * (share * nats + expected - share), (a, b, c), nats > 0
