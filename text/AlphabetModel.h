@@ -7,7 +7,8 @@
 
 namespace orvel {
 
-/// The probabilities of letter pairs in the texts of one language with an alphabetic script.
+/// The probabilities of letter pairs and triples in the texts of one language with an alphabetic
+/// script.
 struct AlphabetModel {
   /// Symbols that precede the letters in every model.
   enum Symbol : std::uint8_t { Blank, Digit, Punctuation, Typographic, Odd, Foreign, FixedSymbols };
@@ -16,6 +17,8 @@ struct AlphabetModel {
   bool latin;                   ///< a to z are 26 symbols before `letters` instead of one for all
   unsigned rarity;              ///< the cost of a text for being in this language
   std::string_view costs;       ///< a square matrix of printable digits
+  std::string_view likely;      ///< triples of symbols, more frequent than their pairs tell
+  std::string_view unlikely;    ///< triples that are rarer
 
   /// The number of symbols, which is the side of the matrix.
   unsigned size() const {

@@ -2,6 +2,7 @@
 
 #include <cassert>
 
+#include "base/NoDestructor.h"
 #include "text/letterCase.h"
 
 namespace orvel {
@@ -77,13 +78,14 @@ std::span<const AlphabetModel* const> alphabetModels() {
 }
 
 const SingleByteReader& SingleByteReader::of(Encoding encoding) {
-  static const std::vector<SingleByteReader> readers = [] {
+  static NoDestructor<std::vector<SingleByteReader>> readers([] {
     std::vector<SingleByteReader> made;
     for (const Languages& range : kLanguages) made.push_back(makeReader(range));
     return made;
-  }();
+  }());
   assert(isSingleByte(encoding));
-  return readers[static_cast<std::size_t>(encoding)];  // the table is in the order of the encodings
+  // The table is in the order of the encodings.
+  return (*readers)[static_cast<std::size_t>(encoding)];
 }
 
 }  // namespace orvel

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "text/CjkModel.h"
+#include "text/LetterCosts.h"
 #include "text/SingleByteReader.h"
 #include "text/firstCharacter.h"
 #include "text/letterCase.h"
@@ -116,12 +117,12 @@ const CjkModel& cjkModel(Encoding encoding) {
 
 }  // namespace
 
-unsigned TrackScore::pairCosts(const AlphabetModel& language,
+unsigned TrackScore::pairCosts(const LetterCosts& language,
                                const SingleByteReader::Symbols& symbols,
                                std::span<const BytePair> pairs) {
   unsigned sum = 0;
-  for (const BytePair& pair : pairs)
-    sum += language.cost(symbols[pair.first], symbols[pair.second]);
+  for (const auto [before, first, second] : pairs)
+    sum += language.cost(symbols[before], symbols[first], symbols[second]);
   return sum;
 }
 
@@ -217,12 +218,13 @@ TrackScore::LanguageCosts TrackScore::singleByteCosts(Encoding encoding,
   for (std::size_t place = 0; place < reader.symbols.size() && possible; ++place) {
     const std::size_t model = reader.firstModel + place;
     const AlphabetModel& language = *alphabetModels()[model];
+    const LetterCosts& letterCosts = LetterCosts::of(model);
     const SingleByteReader::Symbols& symbols = reader.symbols[place];
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
       if (costs[i] < limits[i])
         costs[i] +=
-            language.rarity + asciiCost(model, i) + pairCosts(language, symbols, texts[i].pairs);
+            language.rarity + asciiCost(model, i) + pairCosts(letterCosts, symbols, texts[i].pairs);
     }
     languages.add({costs, contextCost(model)});
   }
@@ -287,14 +289,15 @@ TrackScore::LanguageCosts TrackScore::utf8Costs() const {
   LanguageCosts languages(alphabetModels().size());
   for (std::size_t model = 0; model < alphabetModels().size(); ++model) {
     const AlphabetModel& language = *alphabetModels()[model];
+    const LetterCosts& letterCosts = LetterCosts::of(model);
     TextCosts costs = common;
     for (std::size_t i = 0; i < count; ++i) {
       costs[i] += language.rarity + asciiCost(model, i);
-      char32_t first = U' ';
-      for (const char32_t second : std::u32string_view(decoded[i]).substr(2)) {
-        if (first >= 0x80 || second >= 0x80)
-          costs[i] += language.cost(language.symbol(first), language.symbol(second));
-        first = second;
+      for (std::size_t place = 2; place < decoded[i].size(); ++place) {
+        const char32_t* const last = &decoded[i][place];
+        if (last[-1] < 0x80 && last[0] < 0x80) continue;
+        costs[i] += letterCosts.cost(language.symbol(last[-2]), language.symbol(last[-1]),
+                                     language.symbol(last[0]));
       }
     }
     languages.add({costs, contextCost(model)});

@@ -8,6 +8,7 @@
 
 #include "text/AsciiPairCosts.h"
 #include "text/Encoding.h"
+#include "text/LetterCosts.h"
 #include "text/SingleByteReader.h"
 
 namespace orvel {
@@ -83,7 +84,7 @@ class TrackScore {
     std::vector<BytePair> pairs;
   };
 
-  static unsigned pairCosts(const AlphabetModel& language, const SingleByteReader::Symbols& symbols,
+  static unsigned pairCosts(const LetterCosts& language, const SingleByteReader::Symbols& symbols,
                             std::span<const BytePair> pairs);
   LanguageCosts singleByteCosts(Encoding encoding, const TextCosts& limits) const;
   LanguageCosts multiByteCosts(Encoding encoding, const TextCosts& limits) const;

@@ -41,7 +41,7 @@ const CjkModel zhModel{
     "uuucuuuuuuuuuuuuuuuuuuutuuuluuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuucuuuuuuuuuuuuuuuuuuuuuuutuuuuu"
     "luuuuuuuuuuuuuuulluuuuuuuuuuuutbuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuluuuuuuuuuuuuuuuuuuuuu"
     "utuuuuuuluuuuuuuutuuuuruuuuuuuuuuuutuuuuuuuuuuuuuuuuuuttuuuuuuuuuuuuuuuuuuuuusluuuuuuuuuuuuuuu",
-    "'''98q_A7I",
+    "'''CBq_A7I",
     "@33WW$WWC;.%4SS<SS:H*-(OO1OO>F1C111111111C111/1111-XA`^%``8M1C111111111C11111111*I<LL'LL2I*>4C"
     "C.CCA+"};
 
@@ -102,7 +102,7 @@ const CjkModel ztModel{
     "cuuuusuuuuluuluuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuu"
     "uuuuuuuuuuuuuuuuuuuuuuuuuuuuuuruuuuouuuuuuuuuuuuuu=uuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuYuuutuuuuuu"
     "uuuuuuuuuuu",
-    "')(:9w_A7K",
+    "')(DCw_A7K",
     "W24XX$XX@R.%5SSESS=D(/+LL1LL8H1C111111111C11111111,bB``%``;X1C111111111C11111111)F9JJ(JJ0I-927"
     "727767"};
 
@@ -148,7 +148,7 @@ const CjkModel jaModel{
     "uuuuuuuuuuuuucuuusuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuYuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuu"
     "uuuuuuuuusuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuu"
     "uucuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuuu",
-    "'''hD~_@7J",
+    "'''qM~_@7J",
     "V234(*VVGU/%5>AARRHI(0+444LL@J0T;'4,UU9N1_B9$4][JO+Z<.8'XXCL1C111111111C11011111(I810,DD5A-@58"
     ",-8884"};
 
@@ -166,7 +166,7 @@ const CjkModel koModel{
     "EYYWjGUYtYjlluuOcWttPauccuuupiXlWuusuuOkutbulccuuluG_bpsWuT_YYu_YtltuGXtluMaYtuupjkcPusuuPtlsu"
     "suuuluoaruuuupaau^lUtusqluuruWkuuqjkuuYurcuM`ltuuGuqtssuYtuuuuuFPuN_uj:8qGKttuLrPbsuhsbutTlcqY"
     "uEWtuPDMquurcuuYuqquuutuuusulusuutXcsullMuuPacu",
-    "'''99_~A8J",
+    "'''CC_~A8J",
     "U65YYY$YNY/$4QQQ;QOH'2+NNJ/NKN1C111111111C111111112C.22.2222*o<```%``X1C11111111-E0555/5+5-<44"
     "442444"};
 

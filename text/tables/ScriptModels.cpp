@@ -25,7 +25,9 @@ const AlphabetModel ruModel{
     "VSH;3N@ay}P5A:B=*FB7@;;=86>999>FFIDEKYBALA05/b:h~~dI;2A>4I@I*678=I=:85NY6N>=KmUTW[Kc'c6c~~eJ@B"
     "BA4Z8BT9N<3BGN2=SCQDF:KnVUV:3I7W>jf~Y>@9>9BO>A34.42@@04.@@DHN;TdKJURJX/[8n~~^@2A=5E6@BG88>;DH5"
     "90JFFD2H,gONKDL]&]7mk~eJ@:B=:E9JD9E=3IE<;5IREFAJ=oVUQBAd0U<h~~W=C6:=>>=>>:75-=<.9.FMFPG9RaIHSO"
-    "GV"};
+    "GV",
+    "",
+    ""};
 
 const AlphabetModel ukModel{
     u"абвгдежзийклмнопрстуфхцчшщьюяєіїґ",
@@ -48,7 +50,9 @@ const AlphabetModel ukModel{
     "Q=V`+c:[~~cI<EBCL[HNC(NB26JM4=RFPHDB[UD9>MKl.Z<_|~ZA7/:2DI>F@1A<:D@655IQ8C3<>MEK7GIe&Y6rl~cJ@="
     "A8KEAOF4@;3HB9B6HYDA>CGVPQFOUX)Z<i|~ZCL/B9EICFI8822DJ6:1F<J@CKIMDMEGEd0b@i~~i<=1=1LB:T464:1:@6"
     "37GHEC;9F[D3AQ=S'V7ew~V=A5A9@6:BE<9>3@E:75ELADFEUIPDQCF`1O=^p}O/B9A91<B:A;;>7/>1;93IGGDHNB>AJ6"
-    "OA"};
+    "OA",
+    "",
+    ""};
 
 const AlphabetModel beModel{
     u"абвгдежзйклмнопрстуфхцчшыьэюяёіў",
@@ -70,7 +74,9 @@ const AlphabetModel beModel{
     "E:@5744V;889J@;5<ATZ[H1FD@'f9Z~~dG=<B>@]IV7E9-Q@N9>SEL9I=PUV>;EIT4e<t~~c<:<98L=<6606-H9124N<B:"
     "9<NTRGHaFD&`;o~~_A8GI:GQFM<<A<ME;69MKK51<JOI=M[DR'h<iq~gIC7;7@A;F88;4N;6::LOB8AARWRA>[R;2ZCj~~"
     "X;C.97FF;B775+GG15:GQEDDIEJKGGUE8,j>k~~iD>8@:CA;A359/L@739OEB28ATYUL4CFA-c@r~~bAC3:1H>7P34A.O:"
-    "916PNH<<9MRHRF_IU"};
+    "916PNH<<9MRHRF_IU",
+    "",
+    ""};
 
 const AlphabetModel bgModel{
     u"абвгдежзийклмнопрстуфхцчшщъьюя",
@@ -90,7 +96,9 @@ const AlphabetModel bgModel{
     "ZC4_A_~~^-P4QL3TL2TC>;8-L1>94LUU8OX>MKH2^Gf~~^.D5JJ-TN)T8GJF3KHIH;VNUQUXH`MB9bFi~~a.O:TM)WQ/X2"
     "GM42PCLE4TMYSX]Hc`T2^Dfi~^/M9QL-TN/T,7C45A=JF=NIUFUX;`[I/ZFc}~Z,LDNI,QK0QDGI;-ICGB:SRRORU7]X;E"
     "cUk~~cH@887F74GU5263=7*52LBBD;H;UeOR8TH]w~T:F@HC;KE=KAAD<$C>A@FMLLILOGVRG/XD`z~W;4;78=2@>O7981"
-    "@>165IBD6/BJHYUK)c:Ss~bH;1>CHM<KB777.HE:91NWBONH:TeaN"};
+    "@>165IBD6/BJHYUK)c:Ss~bH;1>CHM<KB777.HE:91NWBONH:TeaN",
+    "",
+    ""};
 
 const AlphabetModel srModel{
     u"абвгдежзиклмнопрстуфхцчшђјљњћќџ",
@@ -111,7 +119,9 @@ const AlphabetModel srModel{
     "TSRUUbIVQWnc5`Ghn~Y/O=PO1VR/.CD;9;EJ-8MQP<UbH=98nc5TH]}wQ.GCGD*OG/@CD>2D>AA.OIJJHVDOLQcW2RFg~t"
     "d*G@J@+_C7;>A88B@5<2IXFKFfU_Na[J5ZKc~~U+IINI+UM/3IJ9>IE<G/UUFMM]JUPWi_9^Df~~L+PLPM'XP4ILMH:MH="
     "J5XWSPP`OXUZlW*X@a~|Q2KHLH,SK,AGF:=HDEE7SSONNZJPIUg]/MAUvpL+@;@</H@39;<66<7999HGCCCO=HEJ[P1SD["
-    "|vQ+BAF>1MF-@BC=0><@<3NMIIAUDNKPbV"};
+    "|vQ+BAF>1MF-@BC=0><@<3NMIIAUDNKPbV",
+    "",
+    ""};
 
 const AlphabetModel elModel{
     u"άέήίαβγδεζηθικλμνξοπρςστυφχψωϊόύώ",
@@ -134,7 +144,9 @@ const AlphabetModel elModel{
     "e9<:<aKs~~^6:93/UQN-X<@4LAF9[0O/OJ8AVUc6f9E:9THg~yP<B9>3IEE0L+J0ABA>O3B@B@81JIV;YCC:2aJs~~]=SG"
     "M9B8;KFN;HD<3)KI;0:12MBGcUfOUR/QCe|wN=EFB77>5<<@H<.674M9<2970@DFTGW;GK.c@u~~`SUVSC<:9FFFCC9520"
     "IB42032Q=>JOTUX]/`Grk~]PRSP>==:=CH9E7/3/E840736NA>BDfRUY1[Ln~~XLNOLCOJ9GJF<FEA6*NDB1=-/JDL_QbN"
-    "QU"};
+    "QU",
+    "",
+    ""};
 
 const AlphabetModel arModel{
     u"\u060C\u0621\u0622\u0623\u0624\u0625\u0626\u0627\u0628\u0629\u062A\u062B\u062C\u062D\u062E\u062F\u0630\u0631\u0632\u0633\u0634\u0635\u0636\u0637\u0638\u0639\u063A\u0640\u0641\u0642\u0643\u0644\u0645\u0646\u0647\u0648\u0649\u064A\u064B\u064E\u064F\u0650\u0651\u200F",
@@ -167,7 +179,9 @@ const AlphabetModel arModel{
     "fL3;07G==C8M3<7DF@BO<Ax:<9451@8YAW^Pa;w+J8irnK>NGBPGK+;<;JA<E<I9D=CCGCL=DZ=@@699B9J6ZXUXIX0KDj"
     "roLOOHCPHL37=6K>B>5B8E/C;A4M;E[1=;58:9:B7[YVYAY0LEltpNQPJDEJN6>@6D4677L5A3E6J=<2F]9;;6:1A:M9]Z"
     "X[K[0KCjr]LOOHBPHL4:=9>=AF0B3E=CDHDL9E[4A@035C9K1ZXVYJY5VKv~zX[NSNITW0=+@V=8R6V0FEEFT>X7Kg@<A6"
-    "7=E8K1OEO>Uf/22jRn<OOHBPHL4<=;KBAF=J:E=CDHDL>EZ=A@699C9K7ZXVYJY"};
+    "7=E8K1OEO>Uf/22jRn<OOHBPHL4<=;KBAF=J:E=CDHDL>EZ=A@699C9K7ZXVYJY",
+    "",
+    ""};
 
 const AlphabetModel faModel{
     u"\u060C\u0621\u0622\u0626\u0627\u0628\u062A\u062B\u062C\u062D\u062E\u062F\u0630\u0631\u0632\u0633\u0634\u0635\u0636\u0637\u0638\u0639\u063A\u0641\u0642\u0643\u0644\u0645\u0646\u0647\u0648\u064A\u064E\u0650\u0651\u067E\u0686\u0698\u06A9\u06AF\u200C\u200E\u200F",
@@ -199,7 +213,9 @@ const AlphabetModel faModel{
     "E<YIONCY4B34QUQZMXGP^>6052GMMa5F[7F@ag1^E_wJQY`MU-C;THJI:U9C@AMPLUHSIKX:04321c_[HPV@7K]c0oIg~N"
     "bMq_U,@8DTZZ@f0;4=^b^fXdE[j57541<NQlGMXNOBms1lCl~L_gmZc-D:bLWWB5.78:Z_ZcUaEXg5A6=/:qUiQPdOU>jp"
     "@iVi~H[dkER250_>TD8`7::4L[@I=^<IdA<7.8Knif7AH:6Lgm-Z28sRMU]JR5>;QEFF;Q9C=@IMIQDOEGU>;8<:=`ZWDM"
-    "SADGX_.W,WqOFSYGO298NBCC9N6A:=FJFNBMBER;8598;]WUAJP=ADU>"};
+    "SADGX_.W,WqOFSYGO298NBCC9N6A:=FJFNBMBER;8598;]WUAJP=ADU>",
+    "",
+    ""};
 
 const AlphabetModel heModel{
     u"\u05BE\u05D0\u05D1\u05D2\u05D3\u05D4\u05D5\u05D6\u05D7\u05D8\u05D9\u05DA\u05DB\u05DC\u05DD\u05DE\u05DF\u05E0\u05E1\u05E2\u05E3\u05E4\u05E5\u05E6\u05E7\u05E8\u05E9\u05EA\u05F3\u05F4\u200F",
@@ -220,7 +236,9 @@ const AlphabetModel heModel{
     "JWIUMHCGD=^f@Z;yzlZc939;6.U5A.IG6J:;:N9D6EDD0O:3fn0`;~k~`h96P92,DK80GI4D;@78GD>W<H369cOs-dD~jv"
     "d]679;5/@9:-B:BE9@:==L7C;9D;8hLw1`G~o~`X;8:@61G8</K<-;3>7M:R:WP:5D8WXs(d8egudT<=EJ<4G9K/B9=>67"
     ":FA[=gD79BAF[w2RDqs}RZ->A83/DFB,S8:G:A9=JJCUC<6AC8^f.LCklvLT9,D=99G@@.ME5>3C>3DQ@OBB<<=OW`(H8g"
-    "VrFP9;>=85C>@4HA8A9>:>>M>KC<8<9KS@"};
+    "VrFP9;>=85C>@4HA8A9>:>>M>KC<8<9KS@",
+    "",
+    ""};
 
 const AlphabetModel thModel{
     u"\u0E01\u0E02\u0E04\u0E06\u0E07\u0E08\u0E09\u0E0A\u0E0B\u0E0D\u0E0E\u0E0F\u0E10\u0E11\u0E12\u0E13\u0E14\u0E15\u0E16\u0E17\u0E18\u0E19\u0E1A\u0E1B\u0E1C\u0E1D\u0E1E\u0E1F\u0E20\u0E21\u0E22\u0E23\u0E24\u0E25\u0E27\u0E28\u0E29\u0E2A\u0E2B\u0E2C\u0E2D\u0E2E\u0E30\u0E31\u0E32\u0E33\u0E34\u0E35\u0E36\u0E37\u0E38\u0E39\u0E40\u0E41\u0E42\u0E43\u0E44\u0E46\u0E47\u0E48\u0E49\u0E4A\u0E4B\u0E4C",
@@ -279,6 +297,8 @@ const AlphabetModel thModel{
     "GPQlpckm^F:=A]3FDMV<RW388kD5Wa2Bo.SWS/GSUe^XZ7AD:8YaUVmtU1b=h~~c=@Dm1<WCM`kobjl[CAIG[3LGNXL^_/"
     "D@jG5Q`F@n-WVR.:RTd[WY<AN@<X`TUlsT6MCo~sN/E5Y1CTDFLW[NVXH5=H>H;;7MYCIK;7:U==JL@CZ/O3=7H>@PHDE<"
     "BDJDDL@AX`A.K@l{pK9B@V;@QACITXKSUE<<F>E8=AJV@FH167S;9GI<8W6L@:0E;<MEAB9@AGB[I=>U]='b<~o~c7BAnS"
-    ">MAAYlobjm];:T:E9BBFXDAO;H>j<>Ha8FoBKWRM]STd]XY38;H@s`TUmsU"};
+    ">MAAYlobjm];:T:E9BBFXDAO;H>j<>Ha8FoBKWRM]STd]XY38;H@s`TUmsU",
+    "",
+    ""};
 
 }  // namespace orvel

@@ -1,10 +1,11 @@
 #!/usr/bin/python3
-"""Counts the pairs of letters and the characters of a language's texts into tools/text/counts/.
+"""Counts the pairs and triples of letters and the characters of a language's texts.
 
 Usage: countTexts.py PACKAGES_FOLDER OUTPUT_FOLDER DEVELOPMENT_SET...
 
 PACKAGES_FOLDER is the output of fetchPackages.sh; translations are also those of the installed
-Debian system. The repository keeps only the counts of these texts; generateModels.py turns them into the models.
+Debian system. The repository keeps only the counts of these texts, in tools/text/counts/;
+generateModels.py turns them into the models.
 """
 
 import collections
@@ -13,9 +14,10 @@ import sys
 import unicodedata
 
 import corpus
-from languages import CJK, LANGUAGES
+from languages import CJK, LANGUAGES, LATIN
 
-TOTAL = 1000000  # counted units of a language, shared among its sources
+TOTAL = 1000000  # counted pairs or characters of a language, shared among its sources
+LEAST_TRIPLE = 5  # a rarer triple, of as many, tells too little
 SHARES = {"prose": 0.3, "names": 0.2, "vocabulary": 0.25, "developed": 0.25}
 VIETNAMESE_MARKS = "\u0300\u0301\u0303\u0309\u0323"
 
@@ -50,6 +52,17 @@ def pairs(text):
     return [symbols[i:i + 2] for i in range(len(symbols) - 1)]
 
 
+def triples(text):
+    """The triples of symbols whose last pair is not ASCII; a text begins with two blanks."""
+    symbols = "  " + "".join(map(symbol, text)) + " "
+    return [symbols[i:i + 3] for i in range(len(symbols) - 2) if not symbols[i + 1:i + 3].isascii()]
+
+
+def is_triple(unit):
+    """True for a triple of symbols; pairs of classes have three characters, too."""
+    return len(unit) == 3 and unit[0] != "~"
+
+
 def char_class(c):
     """The class of a character in an East Asian text, numbered as CjkModel does."""
     code = ord(c)
@@ -73,13 +86,14 @@ def char_class(c):
 
 
 def units(language, text):
-    """The counted units: pairs of letters, or characters and pairs of classes (after a "~")."""
+    """The counted units: pairs of letters and in Latin script triples, or characters and pairs of
+    classes (after a "~")."""
     if language == "vi":
         text = decomposed(text)
     if language == "ro":  # the eight-bit encodings have the letters with cedilla
         text = text.translate(str.maketrans("ȘșȚț", "ŞşŢţ"))
     if language not in CJK:
-        return pairs(text)
+        return pairs(text) + (triples(text) if language in LATIN else [])
     classes = [0] + [char_class(c) for c in text] + [0]
     return ([c for c in text if c > "\x7f"] +
             [f"~{a}{b}" for a, b in zip(classes, classes[1:])])
@@ -145,10 +159,12 @@ class Texts:
         weight = sum(SHARES[source] for source, counts in found.items() if counts)
         total = collections.Counter()
         for source, counts in found.items():
-            scale = TOTAL * SHARES[source] / weight / max(1, sum(counts.values()))
+            size = sum(count for unit, count in counts.items() if not is_triple(unit))
+            scale = TOTAL * SHARES[source] / weight / max(1, size)
             for unit, count in counts.items():
                 total[unit] += count * scale
-        return {unit: round(count) for unit, count in total.items() if round(count)}
+        return {unit: round(count) for unit, count in total.items()
+                if round(count) >= (LEAST_TRIPLE if is_triple(unit) else 1)}
 
 
 def write(folder, language, counts):

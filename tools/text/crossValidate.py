@@ -21,7 +21,7 @@ from countTexts import Texts, write
 from languages import CODECS, LANGUAGES, WESTERN
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-NAMES = 600  # of Western places per fold
+NAMES = 1500  # of Western places per fold, at most
 GENERATED = ("LatinModels", "ScriptModels", "CjkModels")
 
 

@@ -11,7 +11,7 @@ import math
 import sys
 
 from languages import CJK, CODECS, LATIN, OTHER, RARITY
-from printable import cost_digit, level_digits, literal
+from printable import DIGITS, cost_digit, level_digits, literal
 
 ALPHABET_SIZE = 40  # largest number of letters beyond ASCII
 LETTER_SHARE = 1e-4  # share of a language's characters from which one counts as its letter
@@ -21,6 +21,10 @@ TYPOGRAPHIC = set("\u2010\u2011\u2012\u2013\u2014\u2018\u2019\u201a\u201c\u201d\
 WITHIN = {"typographic": math.log(12), "odd": math.log(40), "foreign": math.log(60)}
 ENGLISH_LETTER = 2.8  # nats of an ASCII letter in models that do not distinguish them
 BACKOFF = 300  # weight, in counts, of a pair's expectation from its second half
+TRIPLES = 4500  # of all languages together
+TRIPLE_BACKOFF = 200  # weight, in counts, of a triple's expectation from its last pair
+LEAST_CONTEXT = 30  # counts of a triple's first pair from which it tells something
+LIKELY, UNLIKELY = 1, -2  # nats by which a chosen triple differs at least, as LetterCosts.cpp reads them
 FIXED = [" ", "0", ".", "typographic", "odd", "foreign"]
 
 
@@ -41,11 +45,11 @@ def encodable(c, codecs):
     return False
 
 
-def alphabet(language, counts):
+def alphabet(language, pairs):
     """The language's own characters beyond ASCII, in code point order."""
     frequency = collections.Counter()
-    for unit, count in counts.items():
-        frequency[unit[1]] += count
+    for (_, second), count in pairs.items():
+        frequency[second] += count
     total = sum(frequency.values())
     limit = ALPHABET_SIZE * (1 if language in LATIN else 2)
     chosen = [c for c, n in frequency.most_common() if c > "\x7f" and n > LETTER_SHARE * total and
@@ -66,30 +70,76 @@ def symbol_of(c, known):
     return "odd" if odd else "foreign"
 
 
-def alphabet_model(language, counts):
-    """The letters and the matrix of costs of a language."""
-    letters = alphabet(language, counts)
-    ascii_letters = [chr(c) for c in range(97, 123)] if language in LATIN else ["a"]
-    symbols = FIXED + ascii_letters + letters
-    known = set(symbols)
-    pairs = collections.Counter()
-    for unit, count in counts.items():
-        pairs[symbol_of(unit[0], known), symbol_of(unit[1], known)] += count
-    first, second = collections.Counter(), collections.Counter()
-    for (a, b), count in pairs.items():
-        first[a] += count
-        second[b] += count
-    total = sum(second.values()) + 10 * len(symbols)
-    costs = ""
-    for a in symbols:
-        for b in symbols:
-            expected = (second[b] + 10) / total
-            nats = -math.log((pairs[a, b] + BACKOFF * expected) / (first[a] + BACKOFF))
-            nats += WITHIN.get(b, 0)
-            if b == "a" and language not in LATIN and a not in FIXED[:3] + ["a"]:
-                nats += ENGLISH_LETTER
-            costs += cost_digit(nats)
-    return letters, costs
+class AlphabetModel:
+    """The symbols of a language and the probabilities of their pairs and triples."""
+
+    def __init__(self, language, folder):
+        counts = read_counts(folder, language)
+        pairs = {unit: count for unit, count in counts.items() if len(unit) == 2}
+        self.language = language
+        self.letters = alphabet(language, pairs)
+        self.latin = language in LATIN
+        ascii_letters = [chr(c) for c in range(97, 123)] if self.latin else ["a"]
+        self.symbols = FIXED + ascii_letters + self.letters
+        known = set(self.symbols)
+        self.pairs, self.triples = collections.Counter(), collections.Counter()
+        self.first, self.second = collections.Counter(), collections.Counter()
+        for unit, count in counts.items():
+            symbols = tuple(symbol_of(c, known) for c in unit)
+            (self.pairs if len(unit) == 2 else self.triples)[symbols] += count
+        for (a, b), count in self.pairs.items():
+            self.first[a] += count
+            self.second[b] += count
+        self.total = sum(self.second.values()) + 10 * len(self.symbols)
+
+    def share(self, a, b):
+        """The probability of b after a."""
+        expected = (self.second[b] + 10) / self.total
+        return (self.pairs[a, b] + BACKOFF * expected) / (self.first[a] + BACKOFF)
+
+    def costs(self):
+        """The matrix of the costs of pairs."""
+        costs = ""
+        for a in self.symbols:
+            for b in self.symbols:
+                nats = -math.log(self.share(a, b)) + WITHIN.get(b, 0)
+                if b == "a" and not self.latin and a not in FIXED[:3] + ["a"]:
+                    nats += ENGLISH_LETTER
+                costs += cost_digit(nats)
+        return costs
+
+    def unusual_triples(self):
+        """Yields how much each triple tells whose probability differs from the one that its last
+        pair lets expect, the triple, and whether it is likely. A letter alone is no such triple."""
+        blanks = FIXED[:3]
+        for (a, b), count in self.pairs.items():
+            if count < LEAST_CONTEXT or b in WITHIN or a in blanks and b in blanks:
+                continue
+            for c in self.symbols:
+                beyond = b in self.letters or c in self.letters
+                if not beyond or c in WITHIN or a == " " and c in blanks:
+                    continue
+                expected = self.share(b, c)
+                share = (self.triples[a, b, c] + TRIPLE_BACKOFF * expected) / (count + TRIPLE_BACKOFF)
+                nats = math.log(share / expected)
+                if nats >= LIKELY or nats <= UNLIKELY:
+                    yield count * (share * nats + expected - share), (a, b, c), nats > 0
+
+    def digits(self, triples):
+        """Triples as digits, in order."""
+        places = {symbol: place for place, symbol in enumerate(self.symbols)}
+        return "".join(DIGITS[place] for row in sorted([places[s] for s in t] for t in triples)
+                       for place in row)
+
+
+def choose_triples(models):
+    """The triples of the languages that tell most, by language and whether they are likely."""
+    found = [(weight, model.language, triple, likely) for model in models if model.latin
+             for weight, triple, likely in model.unusual_triples()]
+    chosen = collections.defaultdict(list)
+    for _, language, triple, likely in sorted(found, reverse=True)[:TRIPLES]:
+        chosen[language, likely].append(triple)
+    return chosen
 
 
 # The cells of the cost table of an East Asian language, in its main encoding: codec, lead bytes and
@@ -103,7 +153,7 @@ CELLS = {
     "ko": ("euc_kr", range(0xB0, 0xC9), list(HIGH)),
 }
 # The number of characters of each class outside the cost table, which share its remaining cost.
-UNLISTED = [1, 1, 1, 20, 20, 12000, 8000, 60, 30, 500]
+UNLISTED = [1, 1, 1, 83, 86, 12000, 8000, 60, 30, 500]
 CLASSES = 10
 
 
@@ -163,17 +213,19 @@ namespace orvel {
 
 def main():
     folder, output = sys.argv[1:]
-    languages = {"LatinModels": LATIN, "ScriptModels": OTHER}
-    for name, group in languages.items():
+    for name, group in {"LatinModels": LATIN, "ScriptModels": OTHER}.items():
+        models = [AlphabetModel(language, folder) for language in group]
+        triples = choose_triples(models)
         with open(f"{output}/{name}.cpp", "w", encoding="utf-8") as f:
             f.write(HEAD % "AlphabetModel")
-            for language in group:
-                letters, costs = alphabet_model(language, read_counts(folder, language))
-                f.write(f"const AlphabetModel {language}Model{{\n"
-                        f"    u\"{escaped(letters)}\",\n"
-                        f"    {'true' if language in LATIN else 'false'},\n"
-                        f"    {RARITY.get(language, 0)},\n"
-                        f"{literal(costs)}}};\n\n")
+            for model in models:
+                likely, unlikely = (literal(model.digits(triples[model.language, is_likely]))
+                                    for is_likely in (True, False))
+                f.write(f"const AlphabetModel {model.language}Model{{\n"
+                        f"    u\"{escaped(model.letters)}\",\n"
+                        f"    {'true' if model.latin else 'false'},\n"
+                        f"    {RARITY.get(model.language, 0)},\n"
+                        f"{literal(model.costs())},\n{likely},\n{unlikely}}};\n\n")
             f.write("}  // namespace orvel\n")
     with open(f"{output}/CjkModels.cpp", "w", encoding="utf-8") as f:
         f.write(HEAD % "CjkModel")

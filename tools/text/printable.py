@@ -23,7 +23,7 @@ def level_digits(costs):
 def literal(text):
     """A text as indented lines of adjacent string literals."""
     width = COLUMNS - 2
-    return "\n".join(f'    "{text[i:i + width]}"' for i in range(0, len(text), width))
+    return "\n".join(f'    "{text[i:i + width]}"' for i in range(0, len(text), width)) or '    ""'
 
 
 def wrapped(items):
