@@ -16,6 +16,7 @@ struct BaseServer<T>::Queue {
   const int capacity = 100;
   int count ORVEL_GUARDED_BY(mutex) = 0;
   std::deque<block_type_ptr> queue ORVEL_GUARDED_BY(mutex);
+  std::function<void()> errand ORVEL_GUARDED_BY(mutex);
   Mutex mutex;
   Condition cond;
 
@@ -23,12 +24,13 @@ struct BaseServer<T>::Queue {
   block_type_ptr pop(BaseServer& server, bool& holdsMutex) ORVEL_NO_THREAD_SAFETY_ANALYSIS {
     mutex.lock();
     while (count == 0 || server.state == PAUSED) {
-      if (!server.stopping()) cond.wait(mutex);
+      if (!server.stopping() && !runErrand(server)) cond.wait(mutex);
       if (server.stopping()) {
         holdsMutex = true;
         return {};
       }
     }
+    errand = {};
     block_type_ptr block = std::move(queue.front());
     queue.pop_front();
     --count;
@@ -36,6 +38,15 @@ struct BaseServer<T>::Queue {
     cond.broadcast();
     mutex.unlock();
     return block;
+  }
+
+  bool runErrand(const BaseServer& server) ORVEL_REQUIRES(mutex) {
+    if (!errand || server.state == PAUSED) return false;
+    const std::function<void()> begun = std::exchange(errand, {});
+    mutex.unlock();
+    begun();
+    mutex.lock();
+    return true;
   }
 
   void release() ORVEL_NO_THREAD_SAFETY_ANALYSIS { mutex.unlock(); }
@@ -88,6 +99,13 @@ void BaseServer<T>::enqueue(block_type_ptr block) {
   const int operationId = block->operation.id;
   if (!stopping() && retryOnBadAlloc([&] { return append(block); })) return;
   OV_INFO("%d: enqueue skipped block for op %d", static_cast<int>(STOPPING), operationId);
+}
+
+template <class T>
+void BaseServer<T>::runMeanwhile(std::function<void()> errand) {
+  const MutexLock lock(blocks->mutex);
+  blocks->errand = std::move(errand);
+  blocks->cond.broadcast();
 }
 
 /// False when the server was stopped.

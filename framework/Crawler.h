@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cassert>
+#include <functional>
 
 #include "base/Log.h"
 #include "base/retryOnBadAlloc.h"
@@ -27,6 +28,9 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
       OV_INFO("Skip signalCrawlingFinished");
     }
   }
+
+  /// Called on the crawler's thread before it lists the device; set before `launch`.
+  std::function<void(const Operation&)> whenWalkBegins = [](const Operation&) {};
 
   // The heads of the three branches. Not owned; a null branch receives nothing.
   BaseServer<Block<FileInfo*>>*& songSink = sink;  ///< the ordinary sink under its own name
@@ -55,16 +59,6 @@ class Crawler : public Server<Block<Directory*>, Block<FileInfo*>> {
   boost::shared_ptr<Block<T>> makeBlock(const Operation& operation) {
     return orFail(
         [&] { return retryOnBadAlloc([&] { return boost::make_shared<Block<T>>(operation); }); });
-  }
-
-  /// Tells the stages that compare files with rows that the walk begins, by an empty block: they
-  /// read the rows meanwhile.
-  void announceWalk(const Operation& operation) {
-    Operation begun = operation;
-    begun.last = false;
-    for (auto* const branch : {songSink, playlistSink}) {
-      if (branch != nullptr) branch->enqueue(boost::make_shared<Block<FileInfo*>>(begun));
-    }
   }
 
   /// Sends the LAST blocks of playlists and directories; the run loop sends the songs.

@@ -19,10 +19,6 @@ ChangeFinder::ChangeFinder(const char* stageName, Content fileContent, std::stri
 
 ChangeFinder::sink_block_type_ptr ChangeFinder::doOperation(src_block_type_ptr block) {
   const Operation& operation = block->operation;
-  if (!operation.last) {
-    readAhead(operation);
-    return {};
-  }
   const std::size_t files = block->items.size();
   OV_INFO("ChangeFinder for: %u (op: %d)", static_cast<unsigned>(files), operation.id);
   auto toAdd = boost::make_shared<Block<FileInfo*>>(operation);

@@ -24,9 +24,10 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
   ChangeFinder(const char* stageName, Content fileContent, std::string select, std::string remove,
                bool mtp);
 
-  /// Compares the files of a LAST block with the rows. For another one, which says that the walk
-  /// has begun, it reads the rows beside the walk.
   sink_block_type_ptr doOperation(src_block_type_ptr block) override;
+
+  /// Reads the stored rows before the files are known. For the stage's thread; never throws.
+  void readAhead(const Operation& operation);
 
   /// Called on the stage's thread when it has found a change; set before `launch`.
   std::function<void()> whenMusicChanges = [] {};
@@ -36,7 +37,6 @@ class ChangeFinder : public ServerDB<Block<FileInfo*>, Block<FileInfo*>> {
  private:
   /// The walk tells of pictures beside songs; a phone's listing does so later.
   [[nodiscard]] bool withPictures() const { return content == Content::Songs && !isMtp; }
-  void readAhead(const Operation& operation);
   [[nodiscard]] std::string selectFor(const std::string& mountPoint) const;
   [[nodiscard]] static bool markInProgress(const Operation& operation);
   void count(std::size_t files, std::size_t added, unsigned vanished);

@@ -19,7 +19,7 @@ MSDCrawler::sink_block_type_ptr MSDCrawler::doOperation(src_block_type_ptr block
   const Found found{makeBlock<FileInfo*>(block->operation), makeBlock<FileInfo*>(block->operation),
                     block};
   try {
-    announceWalk(block->operation);
+    whenWalkBegins(block->operation);
     walk(found);
   } catch (const std::exception&) {
     // The pipeline waits for three LAST blocks: send two here, the run loop sends the third.

@@ -2,6 +2,7 @@
 
 #include <orvel/OperationType.h>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -60,6 +61,12 @@ class SongDirectoryPipeline : public Pipeline<Block<void>, Block<void>> {
     auto songSaver = std::make_unique<SongSaver>("SongSaver");
     songSaver->orphanCandidates = orphanCandidates;
     songFinder->orphanCandidates = orphanCandidates;
+    crawler->whenWalkBegins =
+        [finders = std::array{songFinder.get(), playlistFinder.get()}](const Operation& request) {
+          for (ChangeFinder* const finder : finders) {
+            finder->runMeanwhile([finder, request] { finder->readAhead(request); });
+          }
+        };
     songFinder->whenMusicChanges = playlistFinder->whenMusicChanges = [this] { check->stop(); };
     addBranch(std::move(songFinder), std::make_unique<Normalizer>("Normalizer"),
               std::move(songMiner), std::move(songSaver));

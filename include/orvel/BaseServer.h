@@ -6,6 +6,7 @@
 #include <atomic>
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <stop_token>
 
@@ -73,6 +74,10 @@ class BaseServer : public ServerThread {
   /// Appends `block`, waiting for room; a stopping server drops it. Throws std::bad_alloc, with the
   /// block dropped, when memory stays too short for it.
   void enqueue(block_type_ptr block);
+
+  /// Has the server's thread run `errand`, which must not throw, while it waits for a block. An
+  /// errand that is not under way when a block comes is forgotten. Any thread.
+  void runMeanwhile(std::function<void()> errand);
 
  protected:
   /// Takes the next block, waiting for one. Empty when the server was stopped; `holdsMutex` then
