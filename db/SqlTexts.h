@@ -57,7 +57,7 @@ inline constexpr char kInsertSongDetails[] =
 
 /// The songs without a picture of their own, and whether one lies beside them.
 inline constexpr char kSelectFolderPictures[] =
-    "SELECT ID, COVER IS 2 FROM SONGDETAILS WHERE COVER IS NOT 1;";
+    "SELECT ID, COVER IS 2 FROM SONGDETAILS WHERE COVER IS NOT 1 ORDER BY ID;";
 
 /// Makes the next request read a song again, in the transaction that lost a part of it.
 inline constexpr char kForgetModification[] = "UPDATE SONGS SET LASTMODIFIED = -1 WHERE PATH = ?;";

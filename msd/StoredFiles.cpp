@@ -1,6 +1,6 @@
 #include "msd/StoredFiles.h"
 
-#include <unordered_map>
+#include <algorithm>
 #include <utility>
 
 #include "db/FileInfo.h"
@@ -48,21 +48,21 @@ bool StoredFiles::readRows(sqlstl::basic_sqlistream<char>& in, const std::string
 }
 
 bool StoredFiles::readPictures(sqlstl::basic_sqlistream<char>& in) {
-  std::unordered_map<std::int32_t, bool> pictures;
+  std::vector<std::pair<std::int32_t, bool>> pictures;  // sorted: ID is the key of the table
   in.query(sql::kSelectFolderPictures);
   while (in.good()) {
     std::int32_t id = 0;
     int hadPicture = 0;
     in >> id >> hadPicture;
     if (!in.good()) break;
-    pictures.emplace(id, hadPicture != 0);
+    pictures.emplace_back(id, hadPicture != 0);
     in.step();
   }
   const bool isAll = in.eof();
   in.finalize();
   for (DbObject& row : stored) {
-    const auto found = pictures.find(row.id);
-    if (found != pictures.end()) row.hadFolderPicture = found->second;
+    const auto found = std::lower_bound(pictures.begin(), pictures.end(), std::pair(row.id, false));
+    if (found != pictures.end() && found->first == row.id) row.hadFolderPicture = found->second;
   }
   return isAll;
 }
