@@ -102,9 +102,9 @@ void BaseServer<T>::enqueue(block_type_ptr block) {
 }
 
 template <class T>
-void BaseServer<T>::runMeanwhile(std::function<void()> errand) {
+void BaseServer<T>::runMeanwhile(const std::function<void()>& errand) {
   const MutexLock lock(blocks->mutex);
-  blocks->errand = std::move(errand);
+  blocks->errand = errand;
   blocks->cond.broadcast();
 }
 

@@ -77,7 +77,7 @@ class BaseServer : public ServerThread {
 
   /// Has the server's thread run `errand`, which must not throw, while it waits for a block. An
   /// errand that is not under way when a block comes is forgotten. Any thread.
-  void runMeanwhile(std::function<void()> errand);
+  void runMeanwhile(const std::function<void()>& errand);
 
  protected:
   /// Takes the next block, waiting for one. Empty when the server was stopped; `holdsMutex` then
